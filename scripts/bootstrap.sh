@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that are missing and says which. Usage: scripts/bootstrap.sh [build|test|coverage|lint]...
+set -euo pipefail
+
+packages_for() {
+  case $1 in
+    build) echo g++ cmake make pkg-config libssl-dev openssl ;;
+    test) echo libgtest-dev libgmock-dev ca-certificates binutils python3 ;;
+    coverage) echo gcovr ;;
+    lint) echo clang-format clang-tidy ;;
+    *) echo "bootstrap.sh: unknown set '$1'" >&2; exit 2 ;;
+  esac
+}
+
+missing=()
+for set in "${@:-build}"; do
+  for package in $(packages_for "$set"); do
+    if [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
+      missing+=("$package")
+    fi
+  done
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "Installing Debian packages: ${missing[*]}"
+as_root=()
+[ "$(id -u)" -eq 0 ] || as_root=(sudo)
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
