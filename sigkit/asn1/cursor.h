@@ -1,0 +1,34 @@
+// The decode cursor: a position in an input that is never passed.
+#ifndef ASN1_CURSOR_H
+#define ASN1_CURSOR_H
+
+#include <stdint.h>
+
+// A reader over `size` octets at `data`; always pos <= size.
+struct SigkitDecodeBuf {
+    const uint8_t *data; // not owned
+    uint32_t size;
+    uint32_t pos; // index of the next octet
+};
+
+// Points a cursor at the start of an input. Returns SIGKIT_OK, or SIGKIT_ERR_PARAM when a pointer is null or `size` 0.
+[[nodiscard]] uint32_t SigkitBufInit(SigkitDecodeBuf *buf, const uint8_t *data, uint32_t size);
+
+// Reads one octet. Returns SIGKIT_OK, SIGKIT_ERR_PARAM when a pointer is null, or SIGKIT_ERR_BUFFER_END with nothing
+// changed.
+[[nodiscard]] uint32_t SigkitBufGet(SigkitDecodeBuf *buf, uint8_t *octet);
+
+// The only origin that SigkitBufSeek knows: the current position.
+inline constexpr int32_t SIGKIT_SEEK_CURRENT = 1;
+
+// Moves the cursor by `delta` octets. Returns SIGKIT_OK, SIGKIT_ERR_PARAM when `buf` is null, or SIGKIT_ERR_UNKNOWN with
+// nothing changed when `whence` is another origin or the target lies outside the input.
+[[nodiscard]] uint32_t SigkitBufSeek(SigkitDecodeBuf *buf, int32_t delta, int32_t whence);
+
+// Octets not yet read.
+[[nodiscard]] inline uint32_t InternalBufRemaining(const SigkitDecodeBuf &buf)
+{
+    return buf.size - buf.pos;
+}
+
+#endif

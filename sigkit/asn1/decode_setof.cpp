@@ -1,0 +1,83 @@
+#include <stddef.h>
+
+#include "asn1/decode.h"
+#include "asn1/header.h"
+#include "asn1/records.h"
+#include "sigkit/sigkit.h"
+#include "x509/oid.h"
+
+namespace
+{
+
+// The array of elements begins this many octets behind the position of the count.
+constexpr uint32_t ARRAY_OFFSET = 8;
+static_assert(offsetof(SigkitX509Name, items) == offsetof(SigkitX509Name, count) + ARRAY_OFFSET);
+
+// Decodes elements from content of `length` octets at the cursor into the array behind `counter`.
+bool DecodeElements(SigkitDecodeBuf *buf, uint8_t *counter, uint32_t length, const SigkitAsnTemplate &element)
+{
+    uint32_t count = 0;
+    uint32_t used = 0;
+    while (used < length) {
+        if (count == element.maxCount) {
+            return false;
+        }
+        uint8_t *const slot = counter + ARRAY_OFFSET + static_cast<size_t>(count) * element.item->recordSize;
+        uint32_t consumed = 0;
+        if (InternalDecodeWith(*element.item, SIGKIT_ERR_ASN_SET, buf, slot, &consumed, &element) != SIGKIT_OK) {
+            return false;
+        }
+        used += consumed;
+        count += 1;
+    }
+    if (used != length) {
+        return false;
+    }
+    *reinterpret_cast<uint32_t *>(counter) = count;
+    return true;
+}
+
+} // namespace
+
+uint32_t SigkitDecodeSetof(SigkitDecodeBuf *buf, void *out, uint32_t *consumed, const SigkitAsnTemplate *entry)
+{
+    if (out == nullptr || buf == nullptr || consumed == nullptr || entry == nullptr || entry->item->count != 1) {
+        return SIGKIT_ERR_PARAM;
+    }
+    const SigkitAsnTemplate &element = entry->item->templ[0];
+    const uint32_t start = buf->pos;
+    uint32_t length = 0;
+    if (InternalAsn1ParseContent(buf, *entry, 1, entry->item->tag, &length) != SIGKIT_OK ||
+        !DecodeElements(buf, static_cast<uint8_t *>(out) + element.offset, length, element)) {
+        buf->pos = start;
+        return SIGKIT_ERR_ASN_SET;
+    }
+    *consumed = buf->pos - start;
+    return SIGKIT_OK;
+}
+
+uint32_t SigkitOidToExku(SigkitDecodeBuf *buf, void *out, uint32_t *consumed, const SigkitAsnTemplate *)
+{
+    if (out == nullptr) {
+        return SIGKIT_ERR_PARAM;
+    }
+    SigkitAsnOidBundle purposes = {};
+    const SigkitAsnTemplate bundle = {&g_itemSigkitAsnOidBundle, 0, ASN_MODE_UNIVERSAL, 0, 0, 0};
+    const uint32_t status =
+        InternalDecodeWith(g_itemSigkitAsnOidBundle, SIGKIT_ERR_ASN_SET, buf, &purposes, consumed, &bundle);
+    if (status != SIGKIT_OK || purposes.count == 0) {
+        return status;
+    }
+    uint32_t *const flags = static_cast<uint32_t *>(out);
+    switch (SigkitFindAoid(&purposes.items[0])) {
+    case AOID_KP_CODESIGNING:
+        *flags |= SIGKIT_EXKU_CODE_SIGNING;
+        break;
+    case AOID_KP_TIMESTAMPING:
+        *flags |= SIGKIT_EXKU_TIME_STAMPING;
+        break;
+    default:
+        break;
+    }
+    return SIGKIT_OK;
+}

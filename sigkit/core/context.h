@@ -1,0 +1,46 @@
+// The record behind a verify context, which store, path validation and verification all work on.
+#ifndef CORE_CONTEXT_H
+#define CORE_CONTEXT_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "core/list.h"
+#include "sigkit/sigkit.h"
+
+struct SigkitPkiCtx;
+struct InternalImage;
+
+// Leading size of a live context. It tells a context from other memory, and one version of the library from another.
+inline constexpr uint64_t SIGKIT_VERIFY_CTX_SIZE = 384;
+
+// Leading size of the creation parameters.
+inline constexpr uint64_t SIGKIT_CREATE_PARAM_SIZE = 72;
+
+struct SigkitVerifyCtx {
+    uint64_t size;         // SIGKIT_VERIFY_CTX_SIZE while the context lives
+    SigkitList buffers;    // owned uint8_t images that stored records point into
+    uint32_t crlLocked;    // not 0: no more CRLs; no operation sets it
+    SigkitPkiCtx *pki;     // owned: the store
+    SigkitList handles;    // owned SigkitMdInfo: the content checks of the verification in progress
+    int64_t verifyTime;    // seconds since 1970 UTC: the instant at which all dates are judged
+    uint32_t pathError;    // code of the last failed CRL selection; a diagnostic
+    int32_t pathDepth;     // nested path validations
+    InternalImage *images; // owned chain: the DER signature messages seen, see verify/image.h
+    uint8_t reserved[64];  // zero
+};
+
+static_assert(sizeof(SigkitVerifyCtx) == SIGKIT_VERIFY_CTX_SIZE, "the size tag is the record's own size");
+static_assert(sizeof(SigkitVerifyCreateParam) == SIGKIT_CREATE_PARAM_SIZE, "hosts fill in 72 octets");
+static_assert(offsetof(SigkitVerifyCtx, verifyTime) == 296, "fields lie where the documented layout has them");
+
+// Tests a context that a host handed in. Returns SIGKIT_OK, SIGKIT_ERR_CTX_NULL or SIGKIT_ERR_CTX_TAG.
+[[nodiscard]] inline uint32_t InternalCheckContext(const SigkitVerifyCtx *ctx)
+{
+    if (ctx == nullptr) {
+        return SIGKIT_ERR_CTX_NULL;
+    }
+    return ctx->size == SIGKIT_VERIFY_CTX_SIZE ? SIGKIT_OK : SIGKIT_ERR_CTX_TAG;
+}
+
+#endif

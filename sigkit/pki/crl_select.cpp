@@ -1,0 +1,159 @@
+#include "pki/crl_select.h"
+
+#include "core/guard.h"
+#include "core/log.h"
+#include "core/memory.h"
+#include "pki/path.h"
+#include "pki/revocation.h"
+#include "pki/store.h"
+#include "sigkit/sigkit.h"
+#include "x509/name.h"
+#include "x509/time.h"
+
+namespace
+{
+
+void FreeCandidates(SigkitList *candidates)
+{
+    SigkitListFree(candidates, SigkitFree);
+}
+
+using CandidatesGuard = InternalGuard<SigkitList, FreeCandidates>;
+using CandidateGuard = InternalGuard<void, SigkitFree>;
+
+bool SameIssuer(const SigkitX509Crl &crl, const SigkitX509Cert &cert)
+{
+    return SigkitCompareX509Name(&crl.tbsCertList.issuer, &cert.tbsCertificate.issuer) == 0;
+}
+
+bool IsIndirect(const SigkitX509Crl &crl)
+{
+    return crl.tbsCertList.crlExtensions.issuingDistributionPoint.indirectCRL == 1;
+}
+
+// Tells whether a CRL speaks about the certificate's issuer and hangs below the same root.
+bool IsInReach(SigkitVerifyCtx *ctx, const SigkitX509Crl &crl, const SigkitX509Cert &cert, const SigkitX509Cert *root)
+{
+    if (cert.tbsCertificate.issuer.count == 0 || (!SameIssuer(crl, cert) && !IsIndirect(crl))) {
+        return false;
+    }
+    SigkitX509Cert *const issuer = SigkitPkiFindCrlIssuer(ctx, &crl);
+    return issuer != nullptr && InternalFindCertRoot(ctx, issuer, 0) == root;
+}
+
+uint32_t AddCandidate(SigkitList *candidates, uint32_t score, SigkitX509Crl *crl)
+{
+    CandidateGuard block;
+    uint32_t status = SigkitMallocWith0(&block.held, sizeof(SigkitCrlCandidate));
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    *static_cast<SigkitCrlCandidate *>(block.held) = {score, crl};
+    status = SigkitListAdd(candidates, block.held);
+    if (status == SIGKIT_OK) {
+        (void)block.Take(); // the list's
+    }
+    return status;
+}
+
+uint32_t CollectCandidates(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,
+                           SigkitList *candidates)
+{
+    const SigkitList &crls = ctx->pki->crls;
+    for (uint32_t i = 0; i < crls.count; ++i) {
+        SigkitX509Crl *const crl = static_cast<SigkitX509Crl *>(crls.items[i]);
+        if (crl == nullptr || !IsInReach(ctx, *crl, cert, root)) {
+            continue;
+        }
+        const uint32_t score = InternalCrlGetScore(*crl, cert, ctx->verifyTime);
+        if (score == 0) {
+            continue;
+        }
+        const uint32_t status = AddCandidate(candidates, score, crl);
+        if (status != SIGKIT_OK) {
+            return status;
+        }
+    }
+    return SIGKIT_OK;
+}
+
+} // namespace
+
+uint32_t InternalSelectCrl(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,
+                           uint32_t strictRevocation, SigkitX509Crl **best)
+{
+    SigkitList candidates = {};
+    const CandidatesGuard guard(&candidates);
+    uint32_t status = CollectCandidates(ctx, cert, root, &candidates);
+    if (status == SIGKIT_OK) {
+        status = SigkitListSort(&candidates, InternalCrlScoreSortDesc);
+    }
+    if (status == SIGKIT_OK) {
+        status = InternalFindBestCrlOfCert(ctx, candidates, strictRevocation, best);
+    }
+    if (status != SIGKIT_OK) {
+        ctx->pathError = status;
+    }
+    return status;
+}
+
+uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cert, int64_t verifyTime)
+{
+    uint32_t score = 0;
+    if (SameIssuer(crl, cert)) {
+        score = SIGKIT_CRL_SCORE_SAME_ISSUER | (IsIndirect(crl) ? SIGKIT_CRL_SCORE_OTHER_ISSUER : 0U);
+    } else if (IsIndirect(crl)) {
+        score = SIGKIT_CRL_SCORE_OTHER_ISSUER;
+    } else {
+        SIGKIT_WARN(SIGKIT_OK, "invalid issuer score.");
+        return 0;
+    }
+    const bool listed = InternalCrlListsSerial(crl, cert.tbsCertificate.serialNumber);
+    if (listed) {
+        score |= SIGKIT_CRL_SCORE_LISTS_CERT;
+    }
+    uint64_t nextUpdate = 0;
+    if (SigkitConvertDatetimeToTime(&crl.tbsCertList.nextUpdate, &nextUpdate) != SIGKIT_OK) {
+        return 0;
+    }
+    if (verifyTime <= static_cast<int64_t>(nextUpdate)) {
+        return score | SIGKIT_CRL_SCORE_CURRENT;
+    }
+    SIGKIT_WARN(SIGKIT_ERR_CRL_EXPIRED, "Found an expired CRL, it most likely cause NO CRL error.");
+    return listed ? score : 0;
+}
+
+uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candidates, uint32_t strictRevocation,
+                                   SigkitX509Crl **best)
+{
+    if (candidates.count == 0) {
+        (void)SIGKIT_FAIL(SIGKIT_OK, "Can't find CRL for certificate.");
+        return SIGKIT_ERR_NO_CRL;
+    }
+    uint32_t last = SIGKIT_OK;
+    for (uint32_t i = 0; i < candidates.count; ++i) {
+        SigkitX509Crl *const crl = static_cast<const SigkitCrlCandidate *>(candidates.items[i])->crl;
+        SigkitX509Cert *const issuer = SigkitPkiFindCrlIssuer(ctx, crl);
+        if (issuer == nullptr) {
+            continue;
+        }
+        uint32_t ok = 0;
+        last = SigkitPkiVerifyCert(ctx, issuer, 0, strictRevocation, &ok);
+        if (last == SIGKIT_OK && ok == 1) {
+            *best = crl;
+            return SIGKIT_OK;
+        }
+    }
+    (void)SIGKIT_FAIL(last, "Verify CRL failed.");
+    return last != SIGKIT_OK ? last : SIGKIT_ERR_CRL_UNVERIFIED;
+}
+
+int32_t InternalCrlScoreSortDesc(const void *first, const void *second)
+{
+    const uint32_t a = static_cast<const SigkitCrlCandidate *>(first)->score;
+    const uint32_t b = static_cast<const SigkitCrlCandidate *>(second)->score;
+    if (a == b) {
+        return 0;
+    }
+    return a > b ? -1 : 1;
+}

@@ -1,0 +1,154 @@
+#include "pki/path.h"
+
+#include "core/log.h"
+#include "pki/crl_select.h"
+#include "pki/revocation.h"
+#include "pki/store.h"
+#include "sigkit/sigkit.h"
+#include "x509/cert.h"
+#include "x509/name.h"
+#include "x509/time.h"
+
+namespace
+{
+
+// What one certificate of the walk came to.
+enum class Step { TRUSTED, NEXT_ISSUER };
+
+// Checks one certificate. A CRL of its own issuer covers the chain above it as well; an indirect CRL says nothing about
+// the certificate's own issuer, so that one is next.
+uint32_t CheckOne(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRevocation, Step *step)
+{
+    uint32_t status = InternalVerifyCertificate(*cert, ctx->verifyTime);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    uint32_t isSelfSigned = 0;
+    status = SigkitX509IsSelfSigned(cert, &isSelfSigned);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    if (isSelfSigned == 1) {
+        *step = Step::TRUSTED; // trust anchors alone get into the store self-signed
+        return SIGKIT_OK;
+    }
+    const SigkitX509Cert *const root = InternalFindCertRoot(ctx, cert, 0);
+    if (root == nullptr) {
+        ctx->pathError = SIGKIT_ERR_NO_ROOT;
+        return SIGKIT_ERR_NO_ROOT;
+    }
+    SigkitX509Crl *crl = nullptr;
+    status = InternalSelectCrl(ctx, *cert, root, strictRevocation, &crl);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    status = InternalCheckCrlOfCert(*cert, *crl, ctx->verifyTime, strictRevocation);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    const bool isIndirect = crl->tbsCertList.crlExtensions.issuingDistributionPoint.indirectCRL != 0;
+    *step = isIndirect ? Step::NEXT_ISSUER : Step::TRUSTED;
+    return SIGKIT_OK;
+}
+
+// Checks a certificate and, as far as the CRLs ask for it, those above it. The walk ends, because CheckOne has found a
+// root at most SIGKIT_PATH_DEPTH_MAX steps above.
+uint32_t WalkUp(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRevocation)
+{
+    while (cert != nullptr) {
+        Step step = Step::NEXT_ISSUER;
+        const uint32_t status = CheckOne(ctx, cert, strictRevocation, &step);
+        if (status != SIGKIT_OK || step == Step::TRUSTED) {
+            return status;
+        }
+        cert = InternalFindCertIssuer(ctx->pki->certs, cert);
+    }
+    return SIGKIT_ERR_NO_ROOT;
+}
+
+} // namespace
+
+uint32_t SigkitPkiVerifyCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, int32_t isTopLevel, uint32_t strictRevocation,
+                             uint32_t *ok)
+{
+    if (ctx == nullptr || cert == nullptr || ok == nullptr) {
+        return SIGKIT_ERR_PARAM;
+    }
+    *ok = 0;
+    if (isTopLevel != 0) {
+        ctx->pathDepth = 1;
+    } else if (ctx->pathDepth > SIGKIT_PATH_DEPTH_MAX) {
+        (void)SIGKIT_FAIL(SIGKIT_OK, "The path of certificate is too deep.");
+        return SIGKIT_ERR_PATH_TOO_DEEP;
+    } else {
+        ctx->pathDepth += 1;
+    }
+    const uint32_t status = WalkUp(ctx, cert, strictRevocation);
+    ctx->pathDepth -= 1;
+    if (status == SIGKIT_OK) {
+        *ok = 1;
+    }
+    return status;
+}
+
+uint32_t InternalVerifyCertificate(const SigkitX509Cert &cert, int64_t verifyTime)
+{
+    const SigkitX509Validity &validity = cert.tbsCertificate.validity;
+    uint64_t notBefore = 0;
+    uint64_t notAfter = 0;
+    uint32_t status = SigkitConvertDatetimeToTime(&validity.notBefore, &notBefore);
+    if (status == SIGKIT_OK) {
+        status = SigkitConvertDatetimeToTime(&validity.notAfter, &notAfter);
+    }
+    if (status == SIGKIT_OK && verifyTime < static_cast<int64_t>(notBefore)) {
+        status = SIGKIT_ERR_CERT_NOT_YET_VALID;
+    } else if (status == SIGKIT_OK && verifyTime > static_cast<int64_t>(notAfter)) {
+        status = SIGKIT_ERR_CERT_EXPIRED;
+    }
+    if (status != SIGKIT_OK) {
+        SIGKIT_WARN(status, "Check date for certificate failed, verify may fail.");
+    }
+    return status;
+}
+
+SigkitX509Cert *InternalFindCertIssuer(const SigkitList &certs, SigkitX509Cert *cert)
+{
+    for (uint32_t i = 0; i < certs.count; ++i) {
+        SigkitX509Cert *const candidate = static_cast<SigkitX509Cert *>(certs.items[i]);
+        const SigkitX509CertInfo &info = candidate->tbsCertificate;
+        if (info.extensions.basicConstraints.cA != 1) {
+            continue;
+        }
+        if (cert->issuerCert != nullptr) {
+            if (candidate == cert->issuerCert) {
+                return candidate;
+            }
+            continue;
+        }
+        if (SigkitCompareX509Name(&info.subject, &cert->tbsCertificate.issuer) == 0 &&
+            (info.extensions.keyUsage & SIGKIT_KEY_USAGE_KEY_CERT_SIGN) != 0 &&
+            InternalIsCertSignedBy(*cert, *candidate)) {
+            cert->issuerCert = candidate;
+            return candidate;
+        }
+    }
+    return nullptr;
+}
+
+// The recursion is bounded by `depth`.
+SigkitX509Cert *InternalFindCertRoot(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t depth)
+{
+    if (depth > SIGKIT_PATH_DEPTH_MAX) {
+        (void)SIGKIT_FAIL(SIGKIT_ERR_UNKNOWN, "find path too deep.");
+        return nullptr;
+    }
+    uint32_t isSelfSigned = 0;
+    if (SigkitX509IsSelfSigned(cert, &isSelfSigned) != SIGKIT_OK) {
+        return nullptr;
+    }
+    if (isSelfSigned == 1) {
+        return cert;
+    }
+    SigkitX509Cert *const issuer = InternalFindCertIssuer(ctx->pki->certs, cert);
+    return issuer == nullptr ? nullptr : InternalFindCertRoot(ctx, issuer, depth + 1);
+}

@@ -1,0 +1,46 @@
+// Path validation, led by CRLs: the best CRL for a certificate is chosen, the CRL's issuer is validated in the same way,
+// and that covers the chain above, because in the ordinary case the CRL's issuer is the certificate's.
+//
+// Not checked (narrower than RFC 5280, 6): path length, policies, name constraints, a CRL's thisUpdate and scope.
+#ifndef PKI_PATH_H
+#define PKI_PATH_H
+
+#include <stdint.h>
+
+#include "asn1/records.h"
+#include "core/context.h"
+
+// Nested validations, and steps of a search for the root, that are allowed below the first: a chain has at most 11
+// certificates.
+inline constexpr int32_t SIGKIT_PATH_DEPTH_MAX = 10;
+
+// Validates a certificate at the context's verifyTime.
+//
+//   ctx               in/out; its pathDepth is 0 again after a top-level call, and pathError keeps the last failed
+//                     choice of a CRL.
+//   cert              in/out, in the store; verified issuers are remembered in the certificates.
+//   isTopLevel        in, not 0 for a new validation, 0 for the issuer of a CRL inside one.
+//   strictRevocation  in, 1 when the certificate signs timestamps: a compromise then revokes whatever its date.
+//   ok                out, 1 when the certificate is valid, else 0.
+//
+// Returns SIGKIT_OK (together with ok 1), or the first of these that applies: SIGKIT_ERR_PARAM, SIGKIT_ERR_PATH_TOO_DEEP,
+// SIGKIT_ERR_TIME_FORMAT, SIGKIT_ERR_CERT_NOT_YET_VALID, SIGKIT_ERR_CERT_EXPIRED, SIGKIT_ERR_NO_ROOT, SIGKIT_ERR_NO_CRL,
+// the code of the CRL issuer's validation, SIGKIT_ERR_CRL_UNVERIFIED, SIGKIT_ERR_CERT_REVOKED, SIGKIT_ERR_NO_MEMORY.
+[[nodiscard]] uint32_t SigkitPkiVerifyCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, int32_t isTopLevel,
+                                           uint32_t strictRevocation, uint32_t *ok);
+
+// Checks the validity period of a certificate, both ends included, at `verifyTime`.
+//
+// Returns SIGKIT_OK, or, logged as a warning, SIGKIT_ERR_TIME_FORMAT, SIGKIT_ERR_CERT_NOT_YET_VALID or
+// SIGKIT_ERR_CERT_EXPIRED.
+[[nodiscard]] uint32_t InternalVerifyCertificate(const SigkitX509Cert &cert, int64_t verifyTime);
+
+// Returns the certificate of `certs` that issued `cert`, or null: a CA that bears its issuer name, may sign certificates
+// and verifies it. The issuer is remembered, and later searches find that record only.
+[[nodiscard]] SigkitX509Cert *InternalFindCertIssuer(const SigkitList &certs, SigkitX509Cert *cert);
+
+// Returns the self-signed certificate at the end of the chain above `cert`, `cert` itself when it is self-signed, or
+// null. `depth` is 0 for the first step; it bounds the recursion.
+[[nodiscard]] SigkitX509Cert *InternalFindCertRoot(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t depth);
+
+#endif

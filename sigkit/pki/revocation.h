@@ -1,0 +1,20 @@
+// The revocation test of one certificate against one CRL.
+#ifndef PKI_REVOCATION_H
+#define PKI_REVOCATION_H
+
+#include <stdint.h>
+
+#include "asn1/records.h"
+
+// Tells whether a CRL lists a serial number.
+[[nodiscard]] bool InternalCrlListsSerial(const SigkitX509Crl &crl, const SigkitAsnOcts &serialNumber);
+
+// Checks a certificate against the entries of a CRL at `verifyTime`. For a CA, and where `strictRevocation` is 1, an
+// entry revokes whatever its date unless its reason is affiliationChanged, superseded or cessationOfOperation; in every
+// other case it revokes from its revocationDate on.
+//
+// Returns SIGKIT_OK, SIGKIT_ERR_CERT_REVOKED, logged, or SIGKIT_ERR_TIME_FORMAT.
+[[nodiscard]] uint32_t InternalCheckCrlOfCert(const SigkitX509Cert &cert, const SigkitX509Crl &crl, int64_t verifyTime,
+                                              uint32_t strictRevocation);
+
+#endif

@@ -1,0 +1,44 @@
+// The store: the certificates and CRLs that one context knows. It only grows; records leave it with the context.
+#ifndef PKI_STORE_H
+#define PKI_STORE_H
+
+#include <stdint.h>
+
+#include "asn1/records.h"
+#include "core/context.h"
+#include "core/list.h"
+
+// Certificates and CRLs in the order in which they were added; one share of each is the store's.
+struct SigkitPkiCtx {
+    SigkitList certs; // SigkitX509Cert
+    SigkitList crls;  // SigkitX509Crl
+};
+
+// Gives a context a new, empty store. Returns SIGKIT_OK, SIGKIT_ERR_PARAM when `ctx` is null, or SIGKIT_ERR_NO_MEMORY.
+[[nodiscard]] uint32_t SigkitPkiInit(SigkitVerifyCtx *ctx);
+
+// Releases a context's store and everything in it. A null context and a context without a store are ignored.
+void SigkitPkiUninit(SigkitVerifyCtx *ctx);
+
+// Adds a certificate and takes a share of it. Two certificates are the same one when their signatures are the same bits.
+//
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM when an argument or the store is null, SIGKIT_ERR_CERT_DUPLICATE, or
+// SIGKIT_ERR_LIST_FULL; after a failure no share was taken.
+[[nodiscard]] uint32_t SigkitPkiStoreAddCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert);
+
+// Adds a CRL and takes a share of it. Older and newer CRLs of one issuer stay side by side.
+//
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM when an argument or the store is null, SIGKIT_ERR_CRL_DUPLICATE, or
+// SIGKIT_ERR_LIST_FULL; after a failure no share was taken.
+[[nodiscard]] uint32_t SigkitPkiStoreAddCrl(SigkitVerifyCtx *ctx, SigkitX509Crl *crl);
+
+// Returns the first certificate with this issuer and serial number, or null when there is none or an argument is null or
+// empty. Not checked: anything else about it. The store keeps its share.
+[[nodiscard]] SigkitX509Cert *SigkitPkiFindCertByIssuerSn(const SigkitVerifyCtx *ctx, const SigkitX509Name *issuer,
+                                                          const SigkitAsnOcts *serialNumber);
+
+// Returns the first certificate that bears the CRL's issuer name, may sign CRLs and verifies this CRL, or null. Not
+// checked: its dates, its path and whether it is a CA. The store keeps its share.
+[[nodiscard]] SigkitX509Cert *SigkitPkiFindCrlIssuer(const SigkitVerifyCtx *ctx, const SigkitX509Crl *crl);
+
+#endif

@@ -1,0 +1,239 @@
+// Sigkit: proves that content is authentic by a detached CMS signature (RFC 5652).
+//
+// A verify context is created, given trust anchors and CRLs, and asked about one or more signatures. Every signer must
+// carry an RFC 3161 timestamp token; all dates of certificates and CRLs are judged at the token's time, never at the
+// wall clock. A signer counts only when its certificate, and every certificate above it, leads to a trust anchor and is
+// covered by a CRL whose own issuer is validated in the same way.
+//
+// What is not checked: the policy, name constraints and path length constraints of certificates, critical extensions
+// that the library does not know, a CRL's thisUpdate, and the nonce, policy and accuracy of a timestamp token.
+//
+// The library does no input, output or allocation of its own: the host supplies the functions of sigkit_host.h.
+//
+// Conventions: lengths are octets; times are seconds since 1970-01-01 00:00:00 UTC. Every operation returns a status,
+// SIGKIT_OK or one of the codes below, and runs to completion on the caller's thread. A context serves one thread at a
+// time; different contexts share nothing.
+#ifndef SIGKIT_SIGKIT_H
+#define SIGKIT_SIGKIT_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// ---- Status codes --------------------------------------------------------------------------------------------------
+// 0x88 marks a failure. Classes: 0x00 resources and formats, 0x10 parameters, 0x20 verification, 0x30 ASN.1 decoding.
+
+#define SIGKIT_OK UINT32_C(0) // success
+
+#define SIGKIT_ERR_NO_MEMORY UINT32_C(0x88000001)      // the host has no memory
+#define SIGKIT_ERR_VALUE_TOO_LONG UINT32_C(0x88000002) // a messageDigest of more than 64 octets
+#define SIGKIT_ERR_FILE_OPEN UINT32_C(0x88000101)      // a file cannot be opened
+#define SIGKIT_ERR_FILE_READ UINT32_C(0x88000102)      // a file gave fewer octets than its size
+#define SIGKIT_ERR_FILE_EMPTY UINT32_C(0x88000104)     // a file has size 0, or its size is unknown
+#define SIGKIT_ERR_FILE_TOO_BIG UINT32_C(0x88000106)   // a file is larger than 2000000 octets
+#define SIGKIT_ERR_BUFFER_END UINT32_C(0x88000201)     // read past the end of the input
+#define SIGKIT_ERR_TIME_FORMAT UINT32_C(0x88000301)    // neither a UTCTime nor a GeneralizedTime of the DER form
+#define SIGKIT_ERR_BASE64 UINT32_C(0x88000302)         // malformed Base64
+#define SIGKIT_ERR_NAME_TOO_LONG UINT32_C(0x880004FF)  // logged only: an attribute was cut in a printed name
+#define SIGKIT_ERR_LIST_FULL UINT32_C(0x88000501)      // a list holds 16 entries already
+
+#define SIGKIT_ERR_CTX_NULL UINT32_C(0x88100000) // the context is null
+#define SIGKIT_ERR_PARAM UINT32_C(0x88100001)    // another argument is null, empty or out of range
+#define SIGKIT_ERR_CTX_TAG UINT32_C(0x88100002)  // the record's leading size is not the expected one
+
+#define SIGKIT_ERR_CERT_DUPLICATE UINT32_C(0x88200001)     // the certificate is in the store already (not returned)
+#define SIGKIT_ERR_CERT_REVOKED UINT32_C(0x88200002)       // a CRL revokes the certificate
+#define SIGKIT_ERR_KEY_TOO_LONG UINT32_C(0x88200003)       // a modulus or exponent of more than 512 octets
+#define SIGKIT_ERR_NO_ROOT UINT32_C(0x88200004)            // no chain to a self-signed certificate of the store
+#define SIGKIT_ERR_CERT_USAGE UINT32_C(0x88200007)         // the certificate may not sign this kind of content
+#define SIGKIT_ERR_NAME_ATTRIBUTE UINT32_C(0x88200008)     // a name holds an attribute type that cannot be printed
+#define SIGKIT_ERR_CERT_UNTRUSTED UINT32_C(0x88200009)     // path validation ended without error and without trust
+#define SIGKIT_ERR_NO_CRL UINT32_C(0x88200012)             // no usable CRL covers the certificate
+#define SIGKIT_ERR_CERT_NOT_YET_VALID UINT32_C(0x88200013) // the certificate's notBefore is later
+#define SIGKIT_ERR_CERT_EXPIRED UINT32_C(0x88200014)       // the certificate's notAfter is earlier
+#define SIGKIT_ERR_TIMESTAMP_HASH UINT32_C(0x88200016)     // the token's imprint uses an unsupported digest
+#define SIGKIT_ERR_PATH_TOO_DEEP UINT32_C(0x88200018)      // more than 10 nested validations
+
+#define SIGKIT_ERR_CRL_LOCKED UINT32_C(0x88200101)            // the context takes no more CRLs
+#define SIGKIT_ERR_CRL_LOAD UINT32_C(0x88200102)              // no CRL could be decoded, or it could not be stored
+#define SIGKIT_ERR_CRL_EXPIRED UINT32_C(0x88200103)           // logged only: a CRL's nextUpdate is earlier
+#define SIGKIT_ERR_CRL_UNVERIFIED UINT32_C(0x88200104)        // no CRL has an issuer that validates
+#define SIGKIT_ERR_CRL_BUNDLE_EMPTY UINT32_C(0x88200105)      // comparison: a bundle holds no summary
+#define SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED UINT32_C(0x88200106) // comparison: a summary is missing or not verified
+#define SIGKIT_ERR_CRL_DUPLICATE UINT32_C(0x88200107)         // the CRL is in the store already (not returned)
+#define SIGKIT_ERR_CRL_DECODE UINT32_C(0x88200108)            // more than 16 CRLs in one input
+#define SIGKIT_ERR_CRL_ISSUER_TWICE UINT32_C(0x88200109)      // comparison: two CRLs of one issuer in one bundle
+#define SIGKIT_ERR_CRL_COVERAGE UINT32_C(0x88200110)          // comparison: the newer bundle drops an issuer
+
+#define SIGKIT_ERR_SIGNATURE_TOO_LONG UINT32_C(0x88200201) // a signature of more than 516 octets
+#define SIGKIT_ERR_SIGNER_NOT_FOUND UINT32_C(0x88200301)   // no certificate has the signer's issuer and serial number
+#define SIGKIT_ERR_DIGEST_CONFLICT UINT32_C(0x88200303)    // two signers state different digests of one content
+#define SIGKIT_ERR_ARMOUR UINT32_C(0x88200305)             // input too short, or malformed PEM armour
+#define SIGKIT_ERR_DIGEST_ALGORITHM UINT32_C(0x88200306)   // unsupported digestAlgorithm beside a messageDigest
+#define SIGKIT_ERR_NOT_BEGUN UINT32_C(0x88200307)          // content was fed with no verification in progress
+#define SIGKIT_ERR_CMS_DECODE UINT32_C(0x88200308)         // the signature message is not a SignedData
+#define SIGKIT_ERR_SIGNATURE UINT32_C(0x88200309)          // the signature does not hold
+#define SIGKIT_ERR_ALGORITHM UINT32_C(0x88200310)          // unsupported signature or digest algorithm
+#define SIGKIT_ERR_SIGNED_DATA UINT32_C(0x88200312)        // a SignedData or one of its certificates is malformed
+
+#define SIGKIT_ERR_TIMESTAMP_SIGNER UINT32_C(0x88200401)    // no certificate for a token's signer
+#define SIGKIT_ERR_TIMESTAMP_IMPRINT UINT32_C(0x88200402)   // the token was made for another signature
+#define SIGKIT_ERR_TIMESTAMP_SIGNATURE UINT32_C(0x88200403) // the token's content does not match its signature
+
+#define SIGKIT_ERR_ASN_NO_DECODER UINT32_C(0x88300000) // the item has no decode function
+#define SIGKIT_ERR_ASN_TAG UINT32_C(0x88300001)        // high-tag-number form, or not the tag required
+#define SIGKIT_ERR_ASN_OCTETS_TAG UINT32_C(0x88300003) // a view's tag is not the one required
+#define SIGKIT_ERR_ASN_LENGTH UINT32_C(0x88300101)     // indefinite or oversize length, or beyond the input
+#define SIGKIT_ERR_ASN_PEEK UINT32_C(0x88300202)       // a look-ahead without output or item
+#define SIGKIT_ERR_ASN_SEQUENCE UINT32_C(0x88300401)   // a SEQUENCE's members do not match
+#define SIGKIT_ERR_ASN_BITS UINT32_C(0x88300501)       // a BIT STRING is malformed
+#define SIGKIT_ERR_ASN_INTEGER UINT32_C(0x88300601)    // an INTEGER is malformed or too long
+#define SIGKIT_ERR_ASN_SET UINT32_C(0x88300701)        // a SET OF or a list of extensions or attributes is malformed
+#define SIGKIT_ERR_ASN_BOOLEAN UINT32_C(0x88300801)    // a BOOLEAN's length is not 1
+
+#define SIGKIT_ERR_UNKNOWN UINT32_C(0xFFFFFFFF) // no certificate in the data; or a host callback's own -1
+
+// ---- Records -------------------------------------------------------------------------------------------------------
+
+// Largest file that is read whole: a signature message, a certificate file or a CRL file. Octets.
+#define SIGKIT_MAX_FILE_SIZE 2000000
+
+// A verify context: trust anchors, certificates, CRLs and the verification in progress.
+typedef struct SigkitVerifyCtx SigkitVerifyCtx;
+
+// Creation parameters of a verify context.
+typedef struct SigkitVerifyCreateParam {
+    uint64_t size;        // sizeof(SigkitVerifyCreateParam), 72
+    uint8_t reserved[64]; // zero
+} SigkitVerifyCreateParam;
+
+// ---- Context and trust material ------------------------------------------------------------------------------------
+
+// Creates a verify context with an empty store.
+//
+//   ctx    out, the new context; the caller owns it until SigkitVrfCtxFree. Not written on failure.
+//   param  in, with `size` set; borrowed for the call only.
+//
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM (a null argument), SIGKIT_ERR_CTX_TAG (`param->size` is not 72) or
+// SIGKIT_ERR_NO_MEMORY.
+uint32_t SigkitVerifyCreateCtx(SigkitVerifyCtx **ctx, const SigkitVerifyCreateParam *param);
+
+// Adds certificates to the store. Self-signed ones become trust anchors: this and SigkitVerifyAddCertFile are the only
+// ways to add a trust anchor.
+//
+//   ctx   in/out, copies the octets that it keeps.
+//   data  in, `len` octets, borrowed for the call only: DER certificates back to back, or PEM text with any number of
+//         "CERTIFICATE" blocks. CRLs among them are decoded and dropped.
+//   len   in, octets.
+//
+// Returns SIGKIT_OK or the first of these that applies:
+//   SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG   the context is null, or not a live context
+//   SIGKIT_ERR_PARAM                          `data` is null or `len` is 0
+//   SIGKIT_ERR_ARMOUR                         fewer than 38 octets, or a PEM block without an end
+//   SIGKIT_ERR_UNKNOWN                        no certificate in the data
+//   SIGKIT_ERR_LIST_FULL                      the context holds 16 images, or the store 16 certificates
+//   SIGKIT_ERR_NO_MEMORY                      no memory
+//   another code                              the DER data do not decode
+// A certificate that is in the store already is no error. A PEM block that does not decode is logged and skipped. After
+// a failure, whatever was added before it stays.
+uint32_t SigkitVerifyAddCert(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
+
+// Adds the certificates of a file, as SigkitVerifyAddCert does.
+//
+//   ctx   in/out.
+//   path  in, NUL-terminated, borrowed for the call only.
+//
+// Returns what SigkitVerifyAddCert returns, or SIGKIT_ERR_PARAM (null or empty path), SIGKIT_ERR_FILE_OPEN,
+// SIGKIT_ERR_FILE_EMPTY, SIGKIT_ERR_FILE_TOO_BIG or SIGKIT_ERR_FILE_READ.
+uint32_t SigkitVerifyAddCertFile(SigkitVerifyCtx *ctx, const char *path);
+
+// Adds CRLs (RFC 5280, section 5) to the store. Certificates found beside them are added too, except self-signed ones,
+// which are skipped with a warning; trouble with those certificates is logged and is never a failure.
+//
+//   ctx   in/out, copies the octets that it keeps.
+//   data  in, `len` octets, borrowed for the call only: DER objects back to back, or PEM text with "X509 CRL" blocks.
+//   len   in, octets.
+//
+// Returns SIGKIT_OK or the first of these that applies:
+//   SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG   the context is null, or not a live context
+//   SIGKIT_ERR_PARAM                          `data` is null or `len` is 0
+//   SIGKIT_ERR_CRL_LOCKED                     the context takes no more CRLs
+//   SIGKIT_ERR_CRL_LOAD                       the data do not decode or hold no CRL
+//   SIGKIT_ERR_LIST_FULL                      the store holds 16 CRLs
+// A CRL that is in the store already is no error. A PEM block that does not decode is logged and skipped. After a
+// failure, whatever was added before it stays.
+uint32_t SigkitVerifyAddCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
+
+// Adds the CRLs of a file, as SigkitVerifyAddCrl does.
+//
+//   ctx   in/out.
+//   path  in, NUL-terminated, borrowed for the call only.
+//
+// Returns what SigkitVerifyAddCrl returns, or SIGKIT_ERR_FILE_OPEN, SIGKIT_ERR_FILE_EMPTY, SIGKIT_ERR_FILE_TOO_BIG or
+// SIGKIT_ERR_FILE_READ. Deliberate: a null context is SIGKIT_ERR_PARAM here, as a null or empty path is.
+uint32_t SigkitVerifyAddCrlFile(SigkitVerifyCtx *ctx, const char *path);
+
+// Frees a context with everything in it, a verification in progress included.
+//
+//   ctx  in, from SigkitVerifyCreateCtx; must not be used afterwards.
+//
+// Returns SIGKIT_OK, or SIGKIT_ERR_PARAM when `ctx` is null.
+uint32_t SigkitVrfCtxFree(SigkitVerifyCtx *ctx);
+
+// Returns the version of the library: a static text that is never freed. It cannot fail.
+const char *SigkitGetVersion(void);
+
+// ---- Detached signatures -------------------------------------------------------------------------------------------
+
+// Begins a verification: decodes the signature message, verifies its signer's timestamp token, certificate and signature
+// over the signed attributes, and opens a check of the content to come.
+//
+//   ctx   in/out. Copies the message; its certificates and those of the token stay in the store.
+//   data  in, `len` octets, borrowed for the call only: a SignedData (RFC 5652, section 5) as DER, or as PEM text that
+//         begins with "-----BEGIN CMS-----" or "-----BEGIN PKCS7-----".
+//   len   in, octets.
+//
+// Returns SIGKIT_OK or the first failure: the argument codes as above (a length of 0 is SIGKIT_ERR_PARAM),
+// SIGKIT_ERR_ARMOUR (fewer than 38 octets), SIGKIT_ERR_CMS_DECODE, then the codes of the timestamp token
+// (SIGKIT_ERR_PARAM when there is none), of the signer's certificate and of its signature.
+// Deliberate: a message without a signer is accepted and opens no check.
+uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
+
+// Feeds content to the verification in progress; any number of times.
+//
+//   ctx   in/out.
+//   data  in, `len` octets, borrowed for the call only, not null.
+//   len   in, octets; 0 is allowed.
+//
+// Returns SIGKIT_OK, an argument code, SIGKIT_ERR_NOT_BEGUN when no check is open, or the host's code when a digest
+// callback fails.
+uint32_t SigkitVerifyDetachSignatureUpdate(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
+
+// Ends the verification in progress. The checks are gone afterwards, whatever the outcome; a new one may begin.
+//
+//   ctx      in/out.
+//   verdict  out, 1 when the content is authentic, else 0. Only meaningful together with SIGKIT_OK.
+//
+// Returns SIGKIT_OK (also for content that does not match: that is a verdict), an argument code, or the code of the
+// callback that failed. Deliberate: with no check open the verdict is 1, so callers judge by the first call after a
+// Begin.
+uint32_t SigkitVerifyDetachSignatureFinal(SigkitVerifyCtx *ctx, uint32_t *verdict);
+
+// Begin, Update and Final for files. The content is streamed in pieces of 4096 octets and may be of any size.
+//
+//   ctx            in/out.
+//   contentPath    in, path of the signed content, NUL-terminated.
+//   signaturePath  in, path of the signature message, NUL-terminated; at most SIGKIT_MAX_FILE_SIZE octets.
+//   verdict        out, 1 when the content is authentic, else 0.
+//
+// Returns SIGKIT_OK, an argument code, a code of reading the files, or what the three steps return.
+uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, const char *contentPath, const char *signaturePath,
+                                          uint32_t *verdict);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,145 @@
+// The functions that a host of Sigkit must supply, under these names and with C linkage. The library calls nothing else
+// but the bounds-checked functions of annexk.h, and the compiler's own support (memcpy and the like).
+//
+// The library relies on the behaviour for null arguments that is given here. No callback may return early by longjmp or
+// an exception. They are called on the thread that called the library.
+#ifndef SIGKIT_SIGKIT_HOST_H
+#define SIGKIT_SIGKIT_HOST_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// ---- Memory and strings --------------------------------------------------------------------------------------------
+
+// Allocates a block; it need not be zeroed.
+//
+//   out   out, the block, aligned for any record, owned by the library until SigkitFree; null when `size` is 0 or on
+//         failure.
+//   size  in, octets; 0 succeeds without a block.
+//
+// Returns 0, 0x88100001 when `out` is null, or 0x88000001 when there is no memory.
+uint32_t SigkitMalloc(void **out, size_t size);
+
+// Releases a block of SigkitMalloc; null is ignored.
+void SigkitFree(void *block);
+
+// Compares `n` octets as memcmp does; -1 when a pointer is null.
+int SigkitMemCmp(const void *a, const void *b, size_t n);
+
+// Compares at most `n` characters as strncmp does; -1 when a pointer is null.
+int SigkitStrNCmp(const char *a, const char *b, size_t n);
+
+// Returns 0 when the strings are equal, another value when they differ or a pointer is null. It gives no order.
+int SigkitStrCmp(const char *a, const char *b);
+
+// Finds a string in a string as strstr does; null when it is not there or a pointer is null.
+const char *SigkitStrStr(const char *haystack, const char *needle);
+
+// Finds a character, taken as an unsigned octet, as strchr does; null when it is not there or `text` is null.
+const char *SigkitStrChr(const char *text, int character);
+
+// Returns the length of a string, cut to 32 bits; 0 for null.
+uint32_t SigkitStrlen(const char *text);
+
+// ---- Files ---------------------------------------------------------------------------------------------------------
+// A file is a handle of the host's own; the library only hands it back.
+
+// Opens a file. The library passes a path that is not null and the mode "rb". Returns null when it cannot be opened.
+void *SigkitFileOpen(const char *path, const char *mode);
+
+// Reads at most `size` octets from the file's position into `buffer` and moves on. Returns the number of octets read;
+// fewer than asked means the end of the file or an error.
+size_t SigkitFileRead(void *buffer, size_t size, void *file);
+
+// Closes a file. Returns 0, or another value when that fails or `file` is null; the handle is gone either way.
+int SigkitFileClose(void *file);
+
+// Returns the size of a file in octets and leaves its position where it was; 0 when it is unknown or `file` is null.
+size_t SigkitFileGetSize(void *file);
+
+// ---- Log -----------------------------------------------------------------------------------------------------------
+
+// Takes one line of the library's log.
+//
+//   level      in, 0 error, 1 warning; the library passes on no others.
+//   file       in, the tag "sigkit_log.log".
+//   line       in, line number of the event in its source.
+//   function   in, name of the function in which the event arose.
+//   errorCode  in, status code of the event, or 0.
+//   message    in, the text, or null for an event that has none but could not be formatted. It may hold octets of the
+//              data being judged (names), so a host that prints to a terminal may want to escape them.
+// All texts are borrowed for the call only.
+void SigkitLogPrint(int level, const char *file, int line, const char *function, uint32_t errorCode,
+                    const char *message);
+
+// ---- Digests -------------------------------------------------------------------------------------------------------
+// Hash algorithms are numbers: 43 SHA-256, 44 SHA-384, 45 SHA-512 (FIPS 180-4). Every int32_t result is 0 for success
+// and another value for failure, which the library returns to its caller as it is.
+
+// A digest in progress; its content is the host's own.
+typedef struct SigkitMdCtx SigkitMdCtx;
+
+// Creates a digest context into `out`; the library owns it until SigkitMdDestoryCtx.
+int32_t SigkitMdCreateCtx(SigkitMdCtx **out);
+
+// Starts a digest with the algorithm `hashAoid`.
+int32_t SigkitMdInit(SigkitMdCtx *ctx, uint32_t hashAoid);
+
+// Feeds `len` octets; null or empty data succeed and change nothing.
+int32_t SigkitMdUpdate(SigkitMdCtx *ctx, const void *data, uint32_t len);
+
+// Ends a digest.
+//
+//   digest     out, an area of 64 octets.
+//   digestLen  out, octets written.
+//   reserved   in, a valid pointer that is not used; null is refused.
+int32_t SigkitMdFinal(SigkitMdCtx *ctx, uint8_t *digest, uint32_t *digestLen, void *reserved);
+
+// Releases a digest context; null is ignored. (The spelling is part of the interface.)
+void SigkitMdDestoryCtx(SigkitMdCtx *ctx);
+
+// ---- Signatures ----------------------------------------------------------------------------------------------------
+// RSA signatures of the RSASSA-PKCS1-v1_5 kind (RFC 8017, section 8.2) over streamed data.
+
+// Octets of the largest modulus or exponent: a key of 4096 bits.
+#define SIGKIT_MAX_KEY_SIZE 512
+
+// An unsigned integer, big-endian.
+typedef struct SigkitBigInt {
+    uint32_t len;                      // octets used, 0 to 512
+    uint8_t data[SIGKIT_MAX_KEY_SIZE]; // the first `len` are the integer
+} SigkitBigInt;
+
+// A signature check in progress; its content is the host's own.
+typedef struct SigkitCryptoCtx SigkitCryptoCtx;
+
+// Creates a signature-check context into `out`; the library owns it until SigkitCryptoVerifyDestroyCtx.
+int32_t SigkitCryptoVerifyCreateCtx(SigkitCryptoCtx **out);
+
+// Arms a check with a public key and a hash algorithm. The numbers are borrowed for the call only.
+int32_t SigkitCryptoVerifyInit(SigkitCryptoCtx *ctx, const SigkitBigInt *exponent, const SigkitBigInt *modulus,
+                               uint32_t hashAoid);
+
+// Feeds `len` octets of the signed data.
+int32_t SigkitCryptoVerifyUpdate(SigkitCryptoCtx *ctx, const void *data, uint32_t len);
+
+// Ends a check.
+//
+//   signature  in, `len` octets; may be null when `len` is 0.
+//   verified   out, 1 when the signature holds, 0 in every other case, an error of the cryptographic library included.
+//
+// Returns 0 when the check was made, whatever its outcome.
+int32_t SigkitCryptoVerifyFinal(SigkitCryptoCtx *ctx, const uint8_t *signature, uint32_t len, int32_t *verified);
+
+// Releases a signature-check context; null is ignored.
+void SigkitCryptoVerifyDestroyCtx(SigkitCryptoCtx *ctx);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

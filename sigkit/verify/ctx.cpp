@@ -1,0 +1,182 @@
+#include "core/context.h"
+#include "core/guard.h"
+#include "core/log.h"
+#include "core/memory.h"
+#include "pki/store.h"
+#include "sigkit/sigkit.h"
+#include "sigkit/sigkit_host.h"
+#include "verify/content_check.h"
+#include "verify/file.h"
+#include "verify/image.h"
+#include "verify/load.h"
+#include "x509/cert.h"
+#include "x509/crl.h"
+
+namespace
+{
+
+void FreeCerts(SigkitList *certs)
+{
+    SigkitListFree(certs, InternalFreeCertEntry);
+}
+
+void FreeCrls(SigkitList *crls)
+{
+    SigkitListFree(crls, InternalFreeCrlEntry);
+}
+
+using CertsGuard = InternalGuard<SigkitList, FreeCerts>;
+using CrlsGuard = InternalGuard<SigkitList, FreeCrls>;
+
+uint32_t InternalCheckParamVerifyAddCert(const SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len)
+{
+    const uint32_t status = InternalCheckContext(ctx);
+    if (status == SIGKIT_OK && (data == nullptr || len == 0)) {
+        return SIGKIT_TRAIL(SIGKIT_ERR_PARAM);
+    }
+    return status;
+}
+
+uint32_t InternalCheckParamVerifyAddCrl(const SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len)
+{
+    const uint32_t status = InternalCheckContext(ctx);
+    if (status == SIGKIT_OK && (data == nullptr || len == 0)) {
+        return SIGKIT_TRAIL(SIGKIT_ERR_PARAM);
+    }
+    return status;
+}
+
+uint32_t InternalCheckParamVerifyAddCertFile(const SigkitVerifyCtx *ctx, const char *path)
+{
+    const uint32_t status = InternalCheckContext(ctx);
+    if (status == SIGKIT_OK && path == nullptr) {
+        return SIGKIT_TRAIL(SIGKIT_ERR_PARAM);
+    }
+    return status;
+}
+
+// Adds the certificates that came with CRLs. They are a courtesy: trouble with them is only told.
+void AddCourtesyCerts(SigkitVerifyCtx *ctx, const SigkitList &certs, const char *function)
+{
+    const uint32_t status = certs.count == 0 ? SIGKIT_ERR_UNKNOWN : InternalAddCertToStore(ctx, certs, 0);
+    if (status != SIGKIT_OK) {
+        InternalLogWarning(__LINE__, function, status, "Failed to add certificate into store.");
+    }
+}
+
+} // namespace
+
+uint32_t SigkitVerifyCreateCtx(SigkitVerifyCtx **ctx, const SigkitVerifyCreateParam *param)
+{
+    if (ctx == nullptr || param == nullptr) {
+        return SIGKIT_ERR_PARAM;
+    }
+    if (param->size != SIGKIT_CREATE_PARAM_SIZE) {
+        return SIGKIT_ERR_CTX_TAG;
+    }
+    SigkitVerifyCtx *fresh = nullptr;
+    uint32_t status = InternalNewRecord(&fresh);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    status = SigkitPkiInit(fresh);
+    if (status != SIGKIT_OK) {
+        SigkitFree(fresh);
+        return status;
+    }
+    fresh->size = SIGKIT_VERIFY_CTX_SIZE;
+    *ctx = fresh;
+    return SIGKIT_OK;
+}
+
+uint32_t SigkitVerifyAddCert(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len)
+{
+    uint32_t status = InternalCheckParamVerifyAddCert(ctx, data, len);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    SigkitList certs = {};
+    const CertsGuard guard(&certs);
+    status = InternalDecodeCertCrl(ctx, data, len, &certs, nullptr);
+    if (status == SIGKIT_OK && certs.count == 0) {
+        status = SIGKIT_ERR_UNKNOWN;
+    }
+    if (status == SIGKIT_OK) {
+        status = InternalAddCertToStore(ctx, certs, 1);
+    }
+    return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
+}
+
+uint32_t SigkitVerifyAddCertFile(SigkitVerifyCtx *ctx, const char *path)
+{
+    uint32_t status = InternalCheckParamVerifyAddCertFile(ctx, path);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    InternalBytesGuard bytes;
+    uint32_t len = 0;
+    status = InternalReadFile(path, &bytes.held, &len);
+    if (status != SIGKIT_OK) {
+        return SIGKIT_TRAIL(status);
+    }
+    return SigkitVerifyAddCert(ctx, bytes.held, len);
+}
+
+uint32_t SigkitVerifyAddCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len)
+{
+    uint32_t status = InternalCheckParamVerifyAddCrl(ctx, data, len);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    if (ctx->crlLocked != 0) {
+        return SIGKIT_TRAIL(SIGKIT_ERR_CRL_LOCKED);
+    }
+    SigkitList certs = {};
+    SigkitList crls = {};
+    const CertsGuard certsGuard(&certs);
+    const CrlsGuard crlsGuard(&crls);
+    status = InternalDecodeCertCrl(ctx, data, len, &certs, &crls);
+    if (status != SIGKIT_OK || crls.count == 0) {
+        return SIGKIT_TRAIL(SIGKIT_ERR_CRL_LOAD); // whatever the cause was
+    }
+    status = InternalAddCrlToStore(ctx, crls);
+    if (status != SIGKIT_OK) {
+        return SIGKIT_TRAIL(status);
+    }
+    AddCourtesyCerts(ctx, certs, __func__);
+    return SIGKIT_OK;
+}
+
+uint32_t SigkitVerifyAddCrlFile(SigkitVerifyCtx *ctx, const char *path)
+{
+    if (ctx == nullptr) {
+        return SIGKIT_ERR_PARAM;
+    }
+    uint32_t status = InternalCheckContext(ctx);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    if (path == nullptr) {
+        return SIGKIT_ERR_PARAM;
+    }
+    InternalBytesGuard bytes;
+    uint32_t len = 0;
+    status = InternalReadFile(path, &bytes.held, &len);
+    if (status != SIGKIT_OK) {
+        return SIGKIT_TRAIL(status);
+    }
+    return SigkitVerifyAddCrl(ctx, bytes.held, len);
+}
+
+uint32_t SigkitVrfCtxFree(SigkitVerifyCtx *ctx)
+{
+    if (ctx == nullptr) {
+        return SIGKIT_ERR_PARAM;
+    }
+    SigkitPkiUninit(ctx);
+    SigkitListFree(&ctx->handles, InternalFreeMdInfoEntry);
+    SigkitListFree(&ctx->buffers, SigkitFree);
+    InternalFreeImages(ctx);
+    SigkitFree(ctx);
+    return SIGKIT_OK;
+}

@@ -1,0 +1,24 @@
+// Whole files through the host's file callbacks.
+#ifndef VERIFY_FILE_H
+#define VERIFY_FILE_H
+
+#include <stdint.h>
+
+#include "core/guard.h"
+
+// Reads a whole file of at most SIGKIT_MAX_FILE_SIZE octets.
+//
+//   path  in, NUL-terminated.
+//   data  out, owned by the caller until SigkitFree. Not written on failure.
+//   len   out, octets.
+//
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for an empty path, SIGKIT_ERR_FILE_OPEN, SIGKIT_ERR_FILE_EMPTY,
+// SIGKIT_ERR_FILE_TOO_BIG, SIGKIT_ERR_NO_MEMORY or SIGKIT_ERR_FILE_READ.
+[[nodiscard]] uint32_t InternalReadFile(const char *path, uint8_t **data, uint32_t *len);
+
+// Closes a file; a failure is only logged, as there is nothing that the caller could do.
+void InternalCloseFile(void *file);
+
+using InternalFileGuard = InternalGuard<void, InternalCloseFile>;
+
+#endif

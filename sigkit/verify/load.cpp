@@ -1,0 +1,139 @@
+#include "verify/load.h"
+
+#include "core/guard.h"
+#include "core/log.h"
+#include "core/memory.h"
+#include "pki/store.h"
+#include "sigkit/sigkit.h"
+#include "sigkit/sigkit_host.h"
+#include "verify/pem.h"
+#include "x509/cert.h"
+#include "x509/crl.h"
+
+namespace
+{
+
+constexpr char PEM_START[] = "-----BEGIN";
+
+// Shorter tails behind the last object of a DER stream are padding, not a broken object.
+constexpr uint32_t MIN_OBJECT_SIZE = 33;
+
+// Tries for a certificate, then for a CRL, at `data`. `consumed` stays 0 when neither is there; the status is then the
+// CRL decoder's.
+uint32_t InternalDecodeObject(const uint8_t *data, uint32_t len, InternalCertGuard *cert, InternalCrlGuard *crl,
+                              uint32_t *consumed)
+{
+    if (SigkitX509DecodeCert(data, len, &cert->held, consumed) == SIGKIT_OK) {
+        return SIGKIT_OK;
+    }
+    return SigkitX509DecodeCrl(data, len, &crl->held, consumed);
+}
+
+// Appends what was decoded to its list, or drops it when there is no list for it.
+uint32_t AppendObject(InternalCertGuard *cert, InternalCrlGuard *crl, SigkitList *certs, SigkitList *crls)
+{
+    uint32_t status = SIGKIT_OK;
+    if (cert->held != nullptr) {
+        status = SigkitListAdd(certs, cert->held);
+        if (status == SIGKIT_OK) {
+            (void)cert->Take();
+        }
+    } else if (crls != nullptr) {
+        status = SigkitListAdd(crls, crl->held);
+        if (status == SIGKIT_OK) {
+            (void)crl->Take();
+        }
+    }
+    return status;
+}
+
+// Copies `data` into an image of the context's.
+uint32_t CopyToImage(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, const uint8_t **image)
+{
+    InternalBytesGuard copy;
+    uint32_t status = InternalCopyBytes(&copy.held, data, len, 0);
+    if (status == SIGKIT_OK) {
+        status = SigkitListAdd(&ctx->buffers, copy.held);
+    }
+    if (status == SIGKIT_OK) {
+        *image = copy.Take();
+    }
+    return status;
+}
+
+} // namespace
+
+uint32_t InternalDecodeCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitList *certs,
+                               SigkitList *crls)
+{
+    if (len < SIGKIT_MIN_DATA_SIZE) {
+        return SIGKIT_ERR_ARMOUR;
+    }
+    const bool isPem = SigkitStrNCmp(reinterpret_cast<const char *>(data), PEM_START, sizeof(PEM_START) - 1) == 0;
+    return isPem ? InternalDecodePemCertCrl(ctx, data, len, certs, crls)
+                 : InternalDecodeStreamCertCrl(ctx, data, len, certs, crls);
+}
+
+uint32_t InternalDecodeStreamCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitList *certs,
+                                     SigkitList *crls)
+{
+    const uint8_t *image = nullptr;
+    uint32_t status = CopyToImage(ctx, data, len, &image);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    uint32_t remaining = len;
+    while (remaining != 0) {
+        InternalCertGuard cert;
+        InternalCrlGuard crl;
+        uint32_t consumed = 0;
+        status = InternalDecodeObject(image, remaining, &cert, &crl, &consumed);
+        if (status != SIGKIT_OK) {
+            return remaining < MIN_OBJECT_SIZE ? SIGKIT_OK : status;
+        }
+        status = AppendObject(&cert, &crl, certs, crls);
+        if (status != SIGKIT_OK) {
+            return SIGKIT_TRAIL(status);
+        }
+        image += consumed;
+        remaining -= consumed;
+    }
+    return SIGKIT_OK;
+}
+
+uint32_t InternalAddCertToStore(SigkitVerifyCtx *ctx, const SigkitList &certs, uint32_t allowRoot)
+{
+    for (uint32_t i = 0; i < certs.count; ++i) {
+        SigkitX509Cert *const cert = static_cast<SigkitX509Cert *>(certs.items[i]);
+        if (cert == nullptr) {
+            continue;
+        }
+        if (allowRoot == 0) {
+            uint32_t isSelfSigned = 0;
+            const uint32_t status = SigkitX509IsSelfSigned(cert, &isSelfSigned);
+            if (status != SIGKIT_OK) {
+                return SIGKIT_FAIL(status, "Failed to check self sign for certificate.");
+            }
+            if (isSelfSigned == 1) {
+                SIGKIT_WARN(SIGKIT_OK, "There is a root certificate, which is not allowed when add crl or cms.");
+                continue;
+            }
+        }
+        const uint32_t status = SigkitPkiStoreAddCert(ctx, cert);
+        if (status != SIGKIT_OK && status != SIGKIT_ERR_CERT_DUPLICATE) {
+            return SIGKIT_FAIL(status, "Failed to add certificate into PKI context.");
+        }
+    }
+    return SIGKIT_OK;
+}
+
+uint32_t InternalAddCrlToStore(SigkitVerifyCtx *ctx, const SigkitList &crls)
+{
+    for (uint32_t i = 0; i < crls.count; ++i) {
+        const uint32_t status = SigkitPkiStoreAddCrl(ctx, static_cast<SigkitX509Crl *>(crls.items[i]));
+        if (status != SIGKIT_OK && status != SIGKIT_ERR_CRL_DUPLICATE) {
+            return status;
+        }
+    }
+    return SIGKIT_OK;
+}

@@ -1,0 +1,41 @@
+// Certificates and CRLs from DER or PEM data into lists and into the store.
+#ifndef VERIFY_LOAD_H
+#define VERIFY_LOAD_H
+
+#include <stdint.h>
+
+#include "core/context.h"
+#include "core/list.h"
+
+// Shorter data hold neither an object nor an armour.
+inline constexpr uint32_t SIGKIT_MIN_DATA_SIZE = 38;
+
+// Decodes certificates and CRLs. The images that they point into stay with the context.
+//
+//   ctx    in/out, takes one slot of `buffers` for DER data, and one for each PEM block that is kept.
+//   data   in, `len` octets, borrowed for the call only.
+//   certs  in/out, list to which SigkitX509Cert are appended, one share each.
+//   crls   in/out, list to which SigkitX509Crl are appended, one share each; null to drop CRLs.
+//
+// Returns SIGKIT_OK (also when nothing was found in PEM text), SIGKIT_ERR_ARMOUR, SIGKIT_ERR_LIST_FULL,
+// SIGKIT_ERR_NO_MEMORY or a decoding code. After a failure the lists hold what was decoded before it.
+[[nodiscard]] uint32_t InternalDecodeCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitList *certs,
+                                             SigkitList *crls);
+
+// The DER half of InternalDecodeCertCrl: objects back to back, with a tail of up to 32 octets tolerated.
+[[nodiscard]] uint32_t InternalDecodeStreamCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len,
+                                                   SigkitList *certs, SigkitList *crls);
+
+// Adds certificates to the store; ones that are there already are passed over.
+//
+//   allowRoot  in, 1 to accept self-signed certificates; with 0 they are skipped with a warning, so that data which
+//              comes with a package can never bring a trust anchor.
+//
+// Returns SIGKIT_OK, or, logged, the code of SigkitX509IsSelfSigned or SigkitPkiStoreAddCert.
+[[nodiscard]] uint32_t InternalAddCertToStore(SigkitVerifyCtx *ctx, const SigkitList &certs, uint32_t allowRoot);
+
+// Adds CRLs to the store; ones that are there already are passed over. Returns SIGKIT_OK or the code of
+// SigkitPkiStoreAddCrl.
+[[nodiscard]] uint32_t InternalAddCrlToStore(SigkitVerifyCtx *ctx, const SigkitList &crls);
+
+#endif

@@ -1,0 +1,173 @@
+#include "verify/pem.h"
+
+#include "core/guard.h"
+#include "core/log.h"
+#include "core/memory.h"
+#include "sigkit/sigkit.h"
+#include "sigkit/sigkit_host.h"
+#include "verify/base64.h"
+#include "x509/cert.h"
+#include "x509/crl.h"
+
+namespace
+{
+
+constexpr char BEGIN[] = "-----BEGIN";
+constexpr char END[] = "-----END";
+constexpr char DASHES[] = "-----";
+
+template <size_t Size>
+constexpr uint32_t TextLen(const char (&)[Size])
+{
+    return Size - 1;
+}
+
+// One kind of block.
+struct BlockKind {
+    const char *label; // what distinguishes it, behind "-----BEGIN "
+    uint32_t labelLen;
+    const char *begin; // its whole start marker
+    uint32_t beginLen;
+    const char *end;     // its whole end marker
+    uint32_t bodyOffset; // where the body starts, from the start marker
+};
+
+constexpr char CERT_BEGIN[] = "-----BEGIN CERTIFICATE-----";
+constexpr char CRL_BEGIN[] = "-----BEGIN X509 CRL-----";
+
+// The body of a certificate starts behind the line end, that of a CRL at it; Base64 skips line ends.
+constexpr BlockKind CERT_BLOCK = {
+    "CERTIFICATE", 11, CERT_BEGIN, TextLen(CERT_BEGIN), "-----END CERTIFICATE-----", TextLen(CERT_BEGIN) + 1};
+constexpr BlockKind CRL_BLOCK = {"X509 CRL",        8, CRL_BEGIN, TextLen(CRL_BEGIN), "-----END X509 CRL-----",
+                                 TextLen(CRL_BEGIN)};
+
+// The next place of one marker. Blocks are walked forwards, so a place that still lies ahead, or the knowledge that there
+// is none, serves the blocks that follow: however many blocks there are, the text is searched once for each marker.
+struct MarkerSearch {
+    const char *found = nullptr;
+    bool none = false;
+};
+
+const char *FindMarker(MarkerSearch *search, const char *from, const char *marker)
+{
+    if (!search->none && (search->found == nullptr || search->found < from)) {
+        search->found = SigkitStrStr(from, marker);
+        search->none = search->found == nullptr;
+    }
+    return search->none ? nullptr : search->found;
+}
+
+// A walk over the blocks of one text.
+struct Walk {
+    SigkitVerifyCtx *ctx;
+    SigkitList *certs;
+    SigkitList *crls; // may be null
+    MarkerSearch certEnd;
+    MarkerSearch crlEnd;
+};
+
+// Decodes the body of the block from `start` to `next` into a new block of DER.
+uint32_t DecodeBody(const BlockKind &kind, MarkerSearch *ends, const char *start, const char *next, uint8_t **der,
+                    uint32_t *len)
+{
+    const char *const body = start + kind.bodyOffset;
+    const char *const end = FindMarker(ends, start, kind.end);
+    if (end == nullptr || end < body || next - start < end - body) {
+        return SIGKIT_ERR_ARMOUR;
+    }
+    return InternalBase64Decode(body, end, der, len);
+}
+
+void InternalPemDecodeCert(Walk *walk, const char *start, const char *next)
+{
+    InternalBytesGuard der;
+    InternalCertGuard cert;
+    uint32_t len = 0;
+    uint32_t consumed = 0;
+    uint32_t status = DecodeBody(CERT_BLOCK, &walk->certEnd, start, next, &der.held, &len);
+    if (status == SIGKIT_OK) {
+        status = SigkitX509DecodeCert(der.held, len, &cert.held, &consumed);
+    }
+    if (status == SIGKIT_OK) {
+        status = SigkitListAdd(&walk->ctx->buffers, der.held);
+    }
+    if (status != SIGKIT_OK) {
+        (void)SIGKIT_TRAIL(status);
+        return;
+    }
+    if (SigkitListAdd(walk->certs, cert.held) != SIGKIT_OK) {
+        walk->ctx->buffers.count -= 1; // a block that is dropped keeps no image
+        return;
+    }
+    (void)der.Take();  // the context's
+    (void)cert.Take(); // the list's
+}
+
+void InternalPemDecodeCrl(Walk *walk, const char *start, const char *next)
+{
+    InternalBytesGuard der;
+    InternalCrlGuard crl;
+    uint32_t len = 0;
+    uint32_t consumed = 0;
+    uint32_t status = DecodeBody(CRL_BLOCK, &walk->crlEnd, start, next, &der.held, &len);
+    if (status == SIGKIT_OK) {
+        status = SigkitX509DecodeCrl(der.held, len, &crl.held, &consumed);
+    }
+    if (status == SIGKIT_OK && walk->crls == nullptr) {
+        return;
+    }
+    if (status == SIGKIT_OK) {
+        status = SigkitListAdd(&walk->ctx->buffers, der.held);
+    }
+    if (status != SIGKIT_OK) {
+        (void)SIGKIT_TRAIL(status);
+        return;
+    }
+    status = SigkitListAdd(walk->crls, crl.held);
+    if (status != SIGKIT_OK) {
+        walk->ctx->buffers.count -= 1; // a block that is dropped keeps no image
+        (void)SIGKIT_TRAIL(status);
+        return;
+    }
+    (void)der.Take(); // the context's
+    (void)crl.Take(); // the list's
+}
+
+bool IsKind(const BlockKind &kind, const char *start)
+{
+    return SigkitStrNCmp(start + TextLen(BEGIN) + 1, kind.label, kind.labelLen) == 0 &&
+           SigkitStrNCmp(start, kind.begin, kind.beginLen) == 0;
+}
+
+uint32_t WalkBlocks(Walk *walk, const char *text)
+{
+    for (const char *start = SigkitStrStr(text, BEGIN); start != nullptr;) {
+        const char *const end = SigkitStrStr(start, END);
+        const char *const close = end == nullptr ? nullptr : SigkitStrStr(end + TextLen(END), DASHES);
+        if (close == nullptr) {
+            return SIGKIT_ERR_ARMOUR;
+        }
+        const char *const next = close + TextLen(DASHES);
+        if (IsKind(CERT_BLOCK, start)) {
+            InternalPemDecodeCert(walk, start, next);
+        } else if (IsKind(CRL_BLOCK, start)) {
+            InternalPemDecodeCrl(walk, start, next);
+        }
+        start = SigkitStrStr(next, BEGIN);
+    }
+    return SIGKIT_OK;
+}
+
+} // namespace
+
+uint32_t InternalDecodePemCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitList *certs,
+                                  SigkitList *crls)
+{
+    InternalBytesGuard text;
+    const uint32_t status = InternalCopyBytes(&text.held, data, len, 1);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    Walk walk = {ctx, certs, crls, {}, {}};
+    return WalkBlocks(&walk, reinterpret_cast<const char *>(text.held));
+}

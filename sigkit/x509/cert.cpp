@@ -1,0 +1,81 @@
+#include "x509/cert.h"
+
+#include "asn1/decode.h"
+#include "sigkit/sigkit.h"
+#include "x509/name.h"
+#include "x509/pubkey.h"
+
+namespace
+{
+
+uint32_t VerifyCertSignature(const SigkitX509Cert &cert, const SigkitX509Cert &issuer, uint32_t *result)
+{
+    return SigkitX509PubKeyVerify(cert.encoded.data, cert.encoded.len, cert.signatureValue.data,
+                                  cert.signatureValue.len,
+                                  &issuer.tbsCertificate.subjectPublicKeyInfo.subjectPublicKey.rsaPublicKey,
+                                  &cert.signatureAlgorithm.algorithm, result);
+}
+
+} // namespace
+
+uint32_t SigkitX509DecodeCert(const uint8_t *data, uint32_t len, SigkitX509Cert **cert, uint32_t *consumed)
+{
+    if (data == nullptr || len == 0 || cert == nullptr || consumed == nullptr) {
+        return SIGKIT_ERR_PARAM;
+    }
+    void *record = nullptr;
+    const uint32_t status = SigkitAsnDecode(data, len, &g_itemSigkitX509Cert, 0, &record, consumed);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    *cert = static_cast<SigkitX509Cert *>(record);
+    (*cert)->refCount = 1;
+    return SIGKIT_OK;
+}
+
+void SigkitX509FreeCert(SigkitX509Cert *cert)
+{
+    if (cert == nullptr) {
+        return;
+    }
+    cert->refCount -= 1;
+    if (cert->refCount <= 0) {
+        SigkitAsnFree(cert, &g_itemSigkitX509Cert);
+    }
+}
+
+void InternalFreeCertEntry(void *cert)
+{
+    SigkitX509FreeCert(static_cast<SigkitX509Cert *>(cert));
+}
+
+uint32_t SigkitX509IsSelfSigned(SigkitX509Cert *cert, uint32_t *isSelfSigned)
+{
+    if (cert == nullptr || isSelfSigned == nullptr) {
+        return SIGKIT_ERR_PARAM;
+    }
+    *isSelfSigned = 0;
+    if (cert->issuerCert == cert) {
+        *isSelfSigned = 1;
+        return SIGKIT_OK;
+    }
+    if (SigkitCompareX509Name(&cert->tbsCertificate.subject, &cert->tbsCertificate.issuer) != 0) {
+        return SIGKIT_OK;
+    }
+    uint32_t verified = 0;
+    const uint32_t status = VerifyCertSignature(*cert, *cert, &verified);
+    if (status != SIGKIT_OK) {
+        return status;
+    }
+    if (verified == 1) {
+        cert->issuerCert = cert;
+        *isSelfSigned = 1;
+    }
+    return SIGKIT_OK;
+}
+
+bool InternalIsCertSignedBy(const SigkitX509Cert &cert, const SigkitX509Cert &issuer)
+{
+    uint32_t verified = 0;
+    return VerifyCertSignature(cert, issuer, &verified) == SIGKIT_OK && verified == 1;
+}

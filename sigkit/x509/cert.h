@@ -1,0 +1,47 @@
+// Certificates: decoding, shared lifetime, the self-signed test.
+#ifndef X509_CERT_H
+#define X509_CERT_H
+
+#include <stdint.h>
+
+#include "asn1/records.h"
+#include "core/guard.h"
+
+// Weights of key usage bits (RFC 5280, 4.2.1.3) where the BIT STRING has one content octet.
+enum : uint32_t {
+    SIGKIT_KEY_USAGE_CRL_SIGN = 0x02,
+    SIGKIT_KEY_USAGE_KEY_CERT_SIGN = 0x04,
+    SIGKIT_KEY_USAGE_DIGITAL_SIGNATURE = 0x80,
+};
+
+// Decodes one certificate from the start of `data`; octets behind it are left alone.
+//
+//   data      in, `len` octets, which the record points into: they must outlive it.
+//   cert      out, a record with one holder, to be released with SigkitX509FreeCert.
+//   consumed  out, octets that the certificate took.
+//
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null or empty argument, or a decoding code.
+[[nodiscard]] uint32_t SigkitX509DecodeCert(const uint8_t *data, uint32_t len, SigkitX509Cert **cert,
+                                            uint32_t *consumed);
+
+// Gives up one holder's share; the last one frees the record. Null is ignored.
+void SigkitX509FreeCert(SigkitX509Cert *cert);
+
+// Releases a list entry that is a certificate: a SigkitListDestructor.
+void InternalFreeCertEntry(void *cert);
+
+// Tells whether a certificate is self-signed: its subject is its issuer and its own key verifies it. A yes is remembered
+// in the certificate.
+//
+//   isSelfSigned  out, 1 or 0.
+//
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument, or the code of SigkitX509PubKeyVerify.
+[[nodiscard]] uint32_t SigkitX509IsSelfSigned(SigkitX509Cert *cert, uint32_t *isSelfSigned);
+
+// Tells whether the key of `issuer` verifies the signature of `cert`. Not checked: names, usages, dates. An error of the
+// check counts as no.
+[[nodiscard]] bool InternalIsCertSignedBy(const SigkitX509Cert &cert, const SigkitX509Cert &issuer);
+
+using InternalCertGuard = InternalGuard<SigkitX509Cert, SigkitX509FreeCert>;
+
+#endif

@@ -1,0 +1,33 @@
+// RSA public keys and the signatures that they verify.
+#ifndef X509_PUBKEY_H
+#define X509_PUBKEY_H
+
+#include <stdint.h>
+
+#include "asn1/records.h"
+#include "sigkit/sigkit_host.h"
+
+// Copies the public key of a certificate into two numbers.
+//
+//   exponent, modulus  out; on failure the exponent may be written already.
+//
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument, or SIGKIT_ERR_KEY_TOO_LONG, logged, when a number has more
+// than 512 octets.
+[[nodiscard]] uint32_t SigkitX509ExtractPublicKey(const SigkitX509Cert *cert, SigkitBigInt *exponent,
+                                                  SigkitBigInt *modulus);
+
+// Verifies a signature over `data`.
+//
+//   data       in, `dataLen` octets.
+//   signature  in, `signatureLen` octets.
+//   key        in.
+//   algorithm  in, identifier of the signature algorithm or of its digest.
+//   result     out, 1 when the signature holds, else 0. Not written on failure.
+//
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument and for a number of more than 512 octets, SIGKIT_ERR_ALGORITHM,
+// or the code of the callback that failed.
+[[nodiscard]] uint32_t SigkitX509PubKeyVerify(const uint8_t *data, uint32_t dataLen, const uint8_t *signature,
+                                              uint32_t signatureLen, const SigkitRsaPublicKey *key,
+                                              const SigkitAsnOcts *algorithm, uint32_t *result);
+
+#endif
