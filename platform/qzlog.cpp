@@ -1,0 +1,125 @@
+// The workstation's log service: syslog(3), or where the environment variable QZLOG says.
+//
+// A line reads "LEVEL MODULE FILE(LINE) FUNCTION: MESSAGE". Messages carry octets of the data being judged (names of
+// certificates, paths), so that none of them can forge a line or steer a terminal: carriage returns and line feeds at
+// the end are dropped, and every other control octet is written as \xNN. Octets from 0x80 on stay as they are, which
+// keeps UTF-8 readable. A message longer than 4095 octets is cut.
+#include "qzlog.h"
+
+#include <fcntl.h>
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr size_t MESSAGE_SIZE = 4096;                    // octets of a formatted message with its NUL
+constexpr size_t HEAD_SIZE = 512;                        // octets of what stands before it, with a NUL
+constexpr size_t RAW_SIZE = HEAD_SIZE + MESSAGE_SIZE;    // octets of both
+constexpr size_t ESCAPE_SIZE = 4;                        // octets of \xNN
+constexpr size_t LINE_SIZE = RAW_SIZE * ESCAPE_SIZE + 1; // both with every octet escaped, and the line feed
+
+struct Level {
+    int level;
+    int priority; // of syslog(3)
+    const char *name;
+};
+
+constexpr Level LEVELS[] = {{QZLOG_ERROR, LOG_ERR, "ERROR"},
+                            {QZLOG_WARNING, LOG_WARNING, "WARNING"},
+                            {QZLOG_INFO, LOG_INFO, "INFO"},
+                            {QZLOG_DEBUG, LOG_DEBUG, "DEBUG"}};
+constexpr Level OTHER_LEVEL = {0, LOG_NOTICE, "NOTICE"};
+
+const Level &FindLevel(int level)
+{
+    for (const Level &row : LEVELS) {
+        if (row.level == level) {
+            return row;
+        }
+    }
+    return OTHER_LEVEL;
+}
+
+// Writes `text` without the line ends behind it into `line`, which must hold four octets for each of its own, and
+// returns the octets written.
+size_t Escape(const char *text, char *line)
+{
+    constexpr char digits[] = "0123456789abcdef";
+    size_t length = strlen(text);
+    while (length > 0 && (text[length - 1] == '\n' || text[length - 1] == '\r')) {
+        --length;
+    }
+    size_t written = 0;
+    for (size_t i = 0; i < length; ++i) {
+        const unsigned char octet = static_cast<unsigned char>(text[i]);
+        if (octet >= 0x20 && octet != 0x7F) {
+            line[written++] = text[i];
+            continue;
+        }
+        line[written++] = '\\';
+        line[written++] = 'x';
+        line[written++] = digits[octet >> 4];
+        line[written++] = digits[octet & 0x0F];
+    }
+    return written;
+}
+
+// One write, so that lines of several processes that append to one file do not mix. A line that cannot be written is
+// lost: the log has nowhere to complain to.
+void WriteLine(int descriptor, const char *line, size_t length)
+{
+    const ssize_t written = write(descriptor, line, length);
+    (void)written;
+}
+
+// Tells whether the line went to the file.
+bool AppendLine(const char *path, const char *line, size_t length)
+{
+    const int descriptor = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (descriptor < 0) {
+        return false;
+    }
+    WriteLine(descriptor, line, length);
+    (void)close(descriptor);
+    return true;
+}
+
+// Takes a line that ends in a line feed. A file that cannot be opened falls back to syslog: better there than nowhere.
+void Emit(int priority, const char *line, size_t length)
+{
+    const char *const target = secure_getenv("QZLOG"); // a program with raised rights takes no path from its caller
+    if (target != nullptr && strcmp(target, "stderr") == 0) {
+        WriteLine(STDERR_FILENO, line, length);
+        return;
+    }
+    if (target != nullptr && target[0] != '\0' && AppendLine(target, line, length)) {
+        return;
+    }
+    syslog(LOG_USER | priority, "%.*s", static_cast<int>(length - 1), line);
+}
+
+} // namespace
+
+void qzlog(uint32_t moduleId, int level, const char *file, int line, const char *function, int /*reserved*/,
+           const char *format, ...)
+{
+    const Level &row = FindLevel(level);
+    char raw[RAW_SIZE] = {};
+    (void)snprintf(raw, HEAD_SIZE, "%s %u %s(%d) %s: ", row.name, moduleId, file, line, function);
+    va_list arguments;
+    va_start(arguments, format);
+    if (vsnprintf(raw + strlen(raw), MESSAGE_SIZE, format, arguments) < 0) {
+        (void)snprintf(raw + strlen(raw), MESSAGE_SIZE, "(message cannot be formatted)");
+    }
+    va_end(arguments);
+
+    char text[LINE_SIZE];
+    size_t length = Escape(raw, text);
+    text[length++] = '\n';
+    Emit(row.priority, text, length);
+}
