@@ -1,0 +1,58 @@
+// Members read back from a certificate, with libcrypto's decoder.
+#include "pkgsign/status.h"
+
+#include <openssl/x509.h>
+
+namespace
+{
+using Certificate = std::unique_ptr<X509, decltype(&X509_free)>;
+
+PkgsignStatus Decode(const PkgsignBytes &encoding, Certificate *certificateOut)
+{
+    const unsigned char *cursor = encoding.data();
+    certificateOut->reset(d2i_X509(nullptr, &cursor, static_cast<long>(encoding.size())));
+    if (*certificateOut == nullptr) {
+        return PkgsignFailCrypto("not a certificate");
+    }
+    return PkgsignOk();
+}
+
+PkgsignStatus EncodeLibcryptoName(X509_NAME *name, PkgsignBytes *nameOut)
+{
+    unsigned char *encoding = nullptr;
+    const int length = i2d_X509_NAME(name, &encoding);
+    if (length <= 0) {
+        return PkgsignFailCrypto("cannot encode a name");
+    }
+    nameOut->assign(encoding, encoding + length);
+    OPENSSL_free(encoding);
+    return PkgsignOk();
+}
+
+} // namespace
+
+PkgsignStatus PkgsignGetSubject(const PkgsignBytes &certificate, PkgsignBytes *nameOut)
+{
+    Certificate decoded(nullptr, X509_free);
+    const PkgsignStatus status = Decode(certificate, &decoded);
+    return status.ok ? EncodeLibcryptoName(X509_get_subject_name(decoded.get()), nameOut) : status;
+}
+
+PkgsignStatus PkgsignGetIssuer(const PkgsignBytes &certificate, PkgsignBytes *nameOut)
+{
+    Certificate decoded(nullptr, X509_free);
+    const PkgsignStatus status = Decode(certificate, &decoded);
+    return status.ok ? EncodeLibcryptoName(X509_get_issuer_name(decoded.get()), nameOut) : status;
+}
+
+PkgsignStatus PkgsignGetSerialNumber(const PkgsignBytes &certificate, PkgsignBytes *serialNumberOut)
+{
+    Certificate decoded(nullptr, X509_free);
+    const PkgsignStatus status = Decode(certificate, &decoded);
+    if (status.ok) {
+        const ASN1_INTEGER *serial = X509_get0_serialNumber(decoded.get());
+        const unsigned char *octets = ASN1_STRING_get0_data(serial);
+        serialNumberOut->assign(octets, octets + ASN1_STRING_length(serial));
+    }
+    return status;
+}

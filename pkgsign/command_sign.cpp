@@ -1,0 +1,112 @@
+#include "pkgsign/commands.h"
+#include "pkgsign/option_values.h"
+#include "pkgsign/status.h"
+#include "pkgsign/token_options.h"
+
+namespace
+{
+constexpr char HELP[] =
+    R"(Usage: pkgsign sign DIR --in FILE --out FILE [OPTION]...
+
+Signs a file with the PKI in DIR: makes a detached CMS signature with the
+code-signing key, and a timestamp token over it with the timestamping key.
+
+  --in FILE               the file to sign
+  --out FILE              where to write the signature; - is standard output
+  --format FORMAT         der (default), or PEM armour labelled cms or pkcs7
+  --digest DIGEST         sha256 (default), sha384 or sha512
+  --gen-time TIME         time in the timestamp token (default: now)
+  --no-timestamp          make no timestamp token
+  --no-signed-attributes  sign the file itself, without signed attributes
+  --help                  show this text
+
+Times are UTC, in the form 2026-01-31T12:00:00Z.
+)";
+
+struct SignOptions {
+    std::string in;
+    std::string out;
+    PkgsignFormat format = PkgsignFormat::Der;
+    PkgsignDigest digest = PkgsignDigest::Sha256;
+    int64_t genTime = 0;
+    bool timestamp = true;
+    bool signedAttributes = true;
+};
+
+PkgsignStatus ReadOptions(const PkgsignArguments &arguments, SignOptions *options)
+{
+    options->timestamp = !PkgsignHasOption(arguments, "no-timestamp");
+    options->signedAttributes = !PkgsignHasOption(arguments, "no-signed-attributes");
+    PkgsignStatus status = PkgsignReadRequiredOption(arguments, "in", &options->in);
+    if (status.ok) {
+        status = PkgsignReadRequiredOption(arguments, "out", &options->out);
+    }
+    if (status.ok) {
+        status = PkgsignReadFormatOption(arguments, &options->format);
+    }
+    if (status.ok) {
+        status = PkgsignReadDigestOption(arguments, &options->digest);
+    }
+    if (status.ok) {
+        status = PkgsignReadTimeOption(arguments, "gen-time", PkgsignNow(), &options->genTime);
+    }
+    if (status.ok && !options->timestamp && PkgsignHasOption(arguments, "gen-time")) {
+        return PkgsignFail("options '--gen-time' and '--no-timestamp' exclude each other");
+    }
+    return status;
+}
+
+PkgsignStatus DescribeMessage(const PkgsignPki &pki, const SignOptions &options, PkgsignMessageRequest *requestOut)
+{
+    requestOut->contentFile = options.in;
+    requestOut->signerCertificate = pki.signer.certificate;
+    requestOut->signerKey = pki.signer.key;
+    requestOut->certificates = {pki.signer.certificate, pki.issuingCa.certificate};
+    requestOut->digest = options.digest;
+    requestOut->signedAttributes = options.signedAttributes;
+    if (!options.timestamp) {
+        return PkgsignOk();
+    }
+    requestOut->timestamp = PkgsignTimestamp::Request;
+    return PkgsignDescribeToken(pki, options.genTime, options.digest, &requestOut->tokenRequest);
+}
+
+PkgsignStatus SignFile(const std::string &directory, const SignOptions &options)
+{
+    PkgsignPki pki;
+    PkgsignMessageRequest request;
+    PkgsignBytes message;
+    PkgsignStatus status = PkgsignReadPki(directory, &pki);
+    if (status.ok) {
+        status = DescribeMessage(pki, options, &request);
+    }
+    if (status.ok) {
+        status = PkgsignSignDetached(request, &message);
+    }
+    return status.ok ? PkgsignWriteMessage(options.out, options.format, message) : status;
+}
+
+PkgsignOutcome Run(const PkgsignArguments &arguments)
+{
+    SignOptions options;
+    const PkgsignStatus status = ReadOptions(arguments, &options);
+    return status.ok ? PkgsignFinish(SignFile(arguments.operands[0], options)) : PkgsignRefuse(status);
+}
+
+} // namespace
+
+PkgsignCommand PkgsignSignCommand()
+{
+    return {"sign",
+            "sign a file and timestamp the signature",
+            HELP,
+            {{"in", true},
+             {"out", true},
+             {"format", true},
+             {"digest", true},
+             {"gen-time", true},
+             {"no-timestamp"},
+             {"no-signed-attributes"}},
+            1,
+            Run};
+}

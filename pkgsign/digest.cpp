@@ -1,0 +1,87 @@
+#include "pkgsign/digest.h"
+#include "pkgsign/der.h"
+#include "pkgsign/status.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace
+{
+using DigestContext = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
+using File = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
+
+constexpr size_t PIECE_SIZE = 65536; // octets read at a time
+
+PkgsignStatus UpdateFromFile(std::FILE *file, const std::string &path, EVP_MD_CTX *context)
+{
+    PkgsignBytes piece(PIECE_SIZE);
+    size_t count = 0;
+    while ((count = std::fread(piece.data(), 1, piece.size(), file)) != 0) {
+        if (EVP_DigestUpdate(context, piece.data(), count) != 1) {
+            return PkgsignFailCrypto("cannot digest '" + path + "'");
+        }
+    }
+    if (std::ferror(file) != 0) {
+        return PkgsignFail("cannot read '" + path + "': " + std::strerror(errno));
+    }
+    return PkgsignOk();
+}
+
+} // namespace
+
+const EVP_MD *PkgsignDigestMethod(PkgsignDigest digest)
+{
+    switch (digest) {
+    case PkgsignDigest::Sha1:
+        return EVP_sha1();
+    case PkgsignDigest::Sha256:
+        return EVP_sha256();
+    case PkgsignDigest::Sha384:
+        return EVP_sha384();
+    case PkgsignDigest::Sha512:
+        return EVP_sha512();
+    }
+    return nullptr;
+}
+
+PkgsignBytes PkgsignDigestAlgorithm(PkgsignDigest digest)
+{
+    static constexpr const char *IDENTIFIERS[] = {"1.3.14.3.2.26", "2.16.840.1.101.3.4.2.1", "2.16.840.1.101.3.4.2.2",
+                                                  "2.16.840.1.101.3.4.2.3"};
+    return PkgsignDerSequence({PkgsignDerKnownIdentifier(IDENTIFIERS[static_cast<size_t>(digest)])});
+}
+
+PkgsignStatus PkgsignHash(PkgsignDigest digest, const PkgsignBytes &data, PkgsignBytes *hashOut)
+{
+    unsigned char hash[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    if (EVP_Digest(data.data(), data.size(), hash, &length, PkgsignDigestMethod(digest), nullptr) != 1) {
+        return PkgsignFailCrypto("cannot compute a digest");
+    }
+    hashOut->assign(hash, hash + length);
+    return PkgsignOk();
+}
+
+PkgsignStatus PkgsignHashFile(PkgsignDigest digest, const std::string &path, PkgsignBytes *hashOut)
+{
+    const File file(std::fopen(path.c_str(), "rb"), std::fclose);
+    if (file == nullptr) {
+        return PkgsignFail("cannot open '" + path + "': " + std::strerror(errno));
+    }
+    const DigestContext context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
+    if (context == nullptr || EVP_DigestInit_ex(context.get(), PkgsignDigestMethod(digest), nullptr) != 1) {
+        return PkgsignFailCrypto("cannot start a digest");
+    }
+    const PkgsignStatus status = UpdateFromFile(file.get(), path, context.get());
+    if (!status.ok) {
+        return status;
+    }
+    unsigned char hash[EVP_MAX_MD_SIZE];
+    unsigned int length = 0;
+    if (EVP_DigestFinal_ex(context.get(), hash, &length) != 1) {
+        return PkgsignFailCrypto("cannot digest '" + path + "'");
+    }
+    hashOut->assign(hash, hash + length);
+    return PkgsignOk();
+}

@@ -1,0 +1,38 @@
+// Values that several commands read from their options, and the way they write what they have made.
+#pragma once
+
+#include "pkgsign/arguments.h"
+
+#include <string>
+
+enum class PkgsignFormat { Der, Cms, Pkcs7 };
+
+// --name TIME. Absent: `fallback`.
+PkgsignStatus PkgsignReadTimeOption(const PkgsignArguments &arguments, const std::string &name, int64_t fallback,
+                                    int64_t *secondsOut);
+
+// --digest sha256|sha384|sha512. Absent: SHA-256.
+PkgsignStatus PkgsignReadDigestOption(const PkgsignArguments &arguments, PkgsignDigest *digestOut);
+
+// --format der|cms|pkcs7. Absent: DER.
+PkgsignStatus PkgsignReadFormatOption(const PkgsignArguments &arguments, PkgsignFormat *formatOut);
+
+// --name NUMBER, in decimal digits, from `least` to `most`. Absent: `fallback`.
+PkgsignStatus PkgsignReadNumberOption(const PkgsignArguments &arguments, const std::string &name, int64_t least,
+                                      int64_t most, int64_t fallback, int64_t *numberOut);
+
+// --name TEXT, which must be there and not be empty.
+PkgsignStatus PkgsignReadRequiredOption(const PkgsignArguments &arguments, const std::string &name,
+                                        std::string *valueOut);
+
+// Seconds since 1970 of the present instant.
+int64_t PkgsignNow();
+
+// Writes to a file, or to standard output when the path is "-".
+PkgsignStatus PkgsignWriteOutput(const std::string &path, const PkgsignBytes &data);
+
+// Writes a CMS message in the format asked for.
+PkgsignStatus PkgsignWriteMessage(const std::string &path, PkgsignFormat format, const PkgsignBytes &message);
+
+// Reads a file that holds DER, or PEM of whatever label, and yields the DER.
+PkgsignStatus PkgsignReadInput(const std::string &path, PkgsignBytes *derOut);

@@ -1,0 +1,291 @@
+// The release side: makes keys, certificates, CRLs, timestamp tokens and detached signatures, over libcrypto.
+//
+// Conventions
+//   - Every operation returns a PkgsignStatus. Outputs are written only on success.
+//   - Objects travel as their DER encoding, in a PkgsignBytes. Nothing returned here refers to what was passed in.
+//   - Times are seconds since 1970-01-01 00:00:00 UTC. They are encoded as UTCTime up to the year 2049 and as
+//     GeneralizedTime from 2050 on (RFC 5280, 4.1.2.5), unless a record says otherwise.
+//   - Object identifiers are text: dotted ("2.5.4.3") or a short name that libcrypto knows ("CN").
+//   - The records can describe objects that break the standards. That is meant: a verifier needs bad input to be
+//     tested with. The defaults describe good ones.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+struct evp_pkey_st; // libcrypto's EVP_PKEY
+
+using PkgsignBytes = std::vector<uint8_t>;
+
+// The outcome of an operation: `ok`, or else the reason as one line of text without a full stop.
+struct [[nodiscard]] PkgsignStatus {
+    bool ok = false;
+    std::string reason;
+};
+
+enum class PkgsignDigest { Sha1, Sha256, Sha384, Sha512 };
+
+// ---------------------------------------------------------------------------------------------------------- keys
+
+// A key pair. Copies share one key; the last copy frees it.
+using PkgsignKey = std::shared_ptr<evp_pkey_st>;
+
+// Makes an RSA key with public exponent 65537. bits: length of the modulus, 1024 to 16384.
+PkgsignStatus PkgsignGenerateRsaKey(int bits, PkgsignKey *keyOut);
+
+// Makes an elliptic curve key on P-256.
+PkgsignStatus PkgsignGenerateEcKey(PkgsignKey *keyOut);
+
+// Reads an unencrypted private key in PEM.
+PkgsignStatus PkgsignReadPrivateKey(const std::string &path, PkgsignKey *keyOut);
+
+// Writes a private key as unencrypted PEM (PKCS #8), readable by its owner only (mode 0600), as PkgsignWriteFile does.
+PkgsignStatus PkgsignWritePrivateKey(const std::string &path, const PkgsignKey &key);
+
+// --------------------------------------------------------------------------------------------------------- names
+
+// One attribute of a distinguished name. Each is an RDN of its own unless `joinPrevious` adds it to the RDN before it.
+struct PkgsignAttribute {
+    std::string type; // identifier, for instance "C", "O", "OU", "CN", "L", "ST", "emailAddress", "2.5.4.3"
+    std::string value;
+    bool joinPrevious = false;
+    int stringTag =
+        0; // universal tag of the value; 0: PrintableString for C, IA5String for emailAddress, else UTF8String
+};
+using PkgsignName = std::vector<PkgsignAttribute>;
+
+// Encodes a Name.
+PkgsignStatus PkgsignEncodeName(const PkgsignName &name, PkgsignBytes *nameOut);
+
+// ------------------------------------------------------------------------------------------------------ certificates
+
+// Bits of KeyUsage (RFC 5280, 4.2.1.3).
+inline constexpr uint32_t PKGSIGN_DIGITAL_SIGNATURE = 1u << 0;
+inline constexpr uint32_t PKGSIGN_NON_REPUDIATION = 1u << 1;
+inline constexpr uint32_t PKGSIGN_KEY_ENCIPHERMENT = 1u << 2;
+inline constexpr uint32_t PKGSIGN_DATA_ENCIPHERMENT = 1u << 3;
+inline constexpr uint32_t PKGSIGN_KEY_AGREEMENT = 1u << 4;
+inline constexpr uint32_t PKGSIGN_KEY_CERT_SIGN = 1u << 5;
+inline constexpr uint32_t PKGSIGN_CRL_SIGN = 1u << 6;
+inline constexpr uint32_t PKGSIGN_ENCIPHER_ONLY = 1u << 7;
+inline constexpr uint32_t PKGSIGN_DECIPHER_ONLY = 1u << 8;
+
+// Key purposes (RFC 5280, 4.2.1.12).
+inline constexpr char PKGSIGN_PURPOSE_CODE_SIGNING[] = "1.3.6.1.5.5.7.3.3";
+inline constexpr char PKGSIGN_PURPOSE_TIME_STAMPING[] = "1.3.6.1.5.5.7.3.8";
+
+enum class PkgsignBasicConstraints { Absent, NotCa, Ca };
+
+struct PkgsignExtension {
+    std::string identifier;
+    bool critical = false;
+    PkgsignBytes value; // the DER value that the extension's OCTET STRING wraps
+};
+
+struct PkgsignCertificateRequest {
+    int version = 3;                    // 1 leaves out the version member and every extension
+    PkgsignBytes serialNumber = {0x01}; // octets of the number, most significant first; taken as not negative
+    PkgsignName subject;
+    PkgsignName issuer;      // empty, and issuerDer empty too: the subject (a self-issued certificate)
+    PkgsignBytes subjectDer; // not empty: taken as the encoded subject name instead of `subject`
+    PkgsignBytes issuerDer;  // not empty: taken as the encoded issuer name instead of `issuer`
+    int64_t notBefore = 0;
+    int64_t notAfter = 0;
+
+    PkgsignBasicConstraints basicConstraints = PkgsignBasicConstraints::Absent; // critical when present
+    int pathLength = -1;                                                        // pathLenConstraint; negative: absent
+    uint32_t keyUsage = 0;                                                      // critical; 0: extension absent
+    std::vector<std::string> extendedKeyUsage; // in this order; empty: extension absent
+    bool extendedKeyUsageCritical = false;
+    bool subjectKeyIdentifier = true;         // SHA-1 of the subject's public key (RFC 5280, 4.2.1.2)
+    bool authorityKeyIdentifier = true;       // SHA-1 of the issuer's public key
+    std::vector<PkgsignExtension> extensions; // further ones, put last, in this order
+
+    PkgsignKey subjectKey; // its public half goes into the certificate
+    PkgsignKey issuerKey;  // signs; null: subjectKey (self-signed)
+    PkgsignDigest digest = PkgsignDigest::Sha256;
+};
+
+// Makes a certificate.
+PkgsignStatus PkgsignMakeCertificate(const PkgsignCertificateRequest &request, PkgsignBytes *certificateOut);
+
+// Yields the encoded subject name, issuer name or the serial number (octets, no leading zero) of a certificate.
+PkgsignStatus PkgsignGetSubject(const PkgsignBytes &certificate, PkgsignBytes *nameOut);
+PkgsignStatus PkgsignGetIssuer(const PkgsignBytes &certificate, PkgsignBytes *nameOut);
+PkgsignStatus PkgsignGetSerialNumber(const PkgsignBytes &certificate, PkgsignBytes *serialNumberOut);
+
+// Makes a random serial number of exactly `size` octets (1 to 20), positive and without a leading zero.
+PkgsignStatus PkgsignMakeSerialNumber(size_t size, PkgsignBytes *serialNumberOut);
+
+// --------------------------------------------------------------------------------------------------------------- CRLs
+
+struct PkgsignRevokedCertificate {
+    PkgsignBytes serialNumber;
+    int64_t revocationDate = 0;
+    int reasonCode = -1; // CRLReason (RFC 5280, 5.3.1); negative: entry without extensions
+};
+
+struct PkgsignCrlRequest {
+    PkgsignBytes issuerCertificate; // its subject name becomes the CRL's issuer
+    PkgsignKey issuerKey;
+    int version = 2; // 1 leaves out the version member and every extension
+    int64_t thisUpdate = 0;
+    int64_t nextUpdate = 0;
+    bool omitNextUpdate = false;
+    int64_t crlNumber = 1;              // negative: extension absent
+    bool authorityKeyIdentifier = true; // SHA-1 of issuerKey's public half
+    bool indirectCrl = false;           // true: a critical IssuingDistributionPoint with indirectCRL TRUE
+    std::vector<PkgsignExtension> extensions;
+    std::vector<PkgsignRevokedCertificate> revoked; // kept in this order
+    PkgsignDigest digest = PkgsignDigest::Sha256;
+};
+
+// Makes a CRL.
+PkgsignStatus PkgsignMakeCrl(const PkgsignCrlRequest &request, PkgsignBytes *crlOut);
+
+// ---------------------------------------------------------------------------------------------------------- timestamps
+
+struct PkgsignTokenRequest {
+    int64_t genTime = 0;     // encoded as GeneralizedTime in every year (RFC 3161, 2.4.2)
+    std::string genTimeText; // not empty: the octets of genTime, taken as they are
+    std::string policy = "1.3.6.1.4.1.99999.1";
+    PkgsignBytes serialNumber = {0x01};
+    PkgsignDigest imprintDigest = PkgsignDigest::Sha256;
+    PkgsignBytes imprintOver; // not empty: imprinted instead of the signature value (a token for something else)
+    PkgsignBytes tsaCertificate;
+    PkgsignKey tsaKey;
+    std::vector<PkgsignBytes> certificates; // embedded, in this order; tsaCertificate only if it is listed here too
+    PkgsignDigest signerDigest = PkgsignDigest::Sha256;
+    bool signedAttributes = true; // false: signed over the TSTInfo itself; such a token is not RFC 3161's
+    int signerInfoCount = 1;      // 0: nobody signs; 2: the same signer twice
+};
+
+// Makes a timestamp token (a ContentInfo) over `signature`, the signature value of a message's signer.
+PkgsignStatus PkgsignMakeToken(const PkgsignTokenRequest &request, const PkgsignBytes &signature,
+                               PkgsignBytes *tokenOut);
+
+// Wraps a token into a TimeStampResp whose status is "granted".
+PkgsignStatus PkgsignMakeTimestampResponse(const PkgsignBytes &token, PkgsignBytes *responseOut);
+
+// Takes the token out of a TimeStampResp. `encoding` may also be the bare token, which is then returned unchanged.
+// Anything else is refused.
+PkgsignStatus PkgsignGetToken(const PkgsignBytes &encoding, PkgsignBytes *tokenOut);
+
+// ------------------------------------------------------------------------------------------------------------ messages
+
+enum class PkgsignTimestamp {
+    None,    // no timestamp attribute
+    Request, // a token made by `tokenRequest` over the signature value
+    Raw,     // `rawToken`, whatever it is (one DER value)
+};
+
+struct PkgsignMessageRequest {
+    PkgsignBytes content;    // what is signed
+    std::string contentFile; // not empty: the file that is signed, read in pieces, instead of `content`
+    PkgsignBytes signerCertificate;
+    PkgsignKey signerKey;
+    std::vector<PkgsignBytes> certificates; // embedded, in this order; signerCertificate only if it is listed here too
+    PkgsignDigest digest = PkgsignDigest::Sha256;
+    bool signedAttributes = true; // false: signed over the content itself
+    int64_t signingTime = -1;     // signed attribute; negative: absent
+    PkgsignTimestamp timestamp = PkgsignTimestamp::None;
+    PkgsignTokenRequest tokenRequest;
+    PkgsignBytes rawToken;
+    int signerInfoCount = 1; // 0: nobody signs; 2: the same signer twice
+};
+
+// Makes a detached CMS signature (RFC 5652). The signer is named by issuer and serial number.
+PkgsignStatus PkgsignSignDetached(const PkgsignMessageRequest &request, PkgsignBytes *messageOut);
+
+// Yields the signature value of the first signer of a CMS message: what a timestamp token is made over.
+PkgsignStatus PkgsignGetSignatureValue(const PkgsignBytes &message, PkgsignBytes *signatureOut);
+
+// Puts a token into the unsigned attributes of the message's first signer, in place of a token that is already there.
+PkgsignStatus PkgsignEmbedToken(const PkgsignBytes &message, const PkgsignBytes &token, PkgsignBytes *messageOut);
+
+// ------------------------------------------------------------------------------------------------------- PEM and files
+
+inline constexpr char PKGSIGN_LABEL_CERTIFICATE[] = "CERTIFICATE";
+inline constexpr char PKGSIGN_LABEL_CRL[] = "X509 CRL";
+inline constexpr char PKGSIGN_LABEL_CMS[] = "CMS";
+inline constexpr char PKGSIGN_LABEL_PKCS7[] = "PKCS7";
+
+enum class PkgsignLineEnd { Lf, CrLf };
+
+// Returns `der` as one PEM block (RFC 7468) with lines of 64 characters. Blocks may be concatenated.
+std::string PkgsignArmour(const std::string &label, const PkgsignBytes &der,
+                          PkgsignLineEnd lineEnd = PkgsignLineEnd::Lf);
+
+// Yields the octets of the first PEM block in `data`, whatever its label; data that holds no block is returned
+// unchanged, as it is taken for DER.
+PkgsignStatus PkgsignUnarmour(const PkgsignBytes &data, PkgsignBytes *derOut);
+
+// Reads a whole file.
+PkgsignStatus PkgsignReadFile(const std::string &path, PkgsignBytes *dataOut);
+
+// Writes a file under a temporary name beside it, then renames, so that nobody sees half a file and an earlier one is
+// replaced. mode: permission bits before the umask.
+PkgsignStatus PkgsignWriteFile(const std::string &path, const PkgsignBytes &data, unsigned mode = 0666);
+PkgsignStatus PkgsignWriteFile(const std::string &path, const std::string &text, unsigned mode = 0666);
+
+// --------------------------------------------------------------------------------------------------------------- times
+
+// Reads an ISO 8601 time in UTC, exactly in the form "2026-01-31T12:00:00Z".
+PkgsignStatus PkgsignParseTime(const std::string &text, int64_t *secondsOut);
+
+// ------------------------------------------------------------------------------------------------- a development PKI
+
+// Octets of the root certificate. The verifier stores its trust anchor in an area of exactly this size.
+inline constexpr size_t PKGSIGN_ROOT_CERTIFICATE_SIZE = 1363;
+
+inline constexpr int64_t PKGSIGN_PKI_NOT_BEFORE = 1444896530;     // 2015-10-15 08:08:50 UTC
+inline constexpr int64_t PKGSIGN_PKI_ROOT_NOT_AFTER = 2549434130; // 2050-10-15 08:08:50 UTC
+inline constexpr int64_t PKGSIGN_PKI_NOT_AFTER = 2524608000;      // 2050-01-01 00:00:00 UTC
+
+struct PkgsignIdentity {
+    PkgsignBytes certificate;
+    PkgsignKey key;
+};
+
+// The texts must have 11 to 20 octets together: the room that the root certificate's fixed size leaves for them.
+struct PkgsignPkiRequest {
+    std::string organization = "Sigkit";
+    std::string rootName = "Root CA";           // the root's common name
+    int keyBits = 3072;                         // length of the subordinate keys; the root's is always 4096
+    int64_t notBefore = PKGSIGN_PKI_NOT_BEFORE; // of the subordinate certificates
+    int64_t notAfter = PKGSIGN_PKI_NOT_AFTER;
+    int64_t crlThisUpdate = PKGSIGN_PKI_NOT_BEFORE;
+    int64_t crlNextUpdate = PKGSIGN_PKI_NOT_AFTER;
+    PkgsignKey rootKey; // a null key is generated; rootKey must be RSA of 4096 bits
+    PkgsignKey issuingCaKey;
+    PkgsignKey signerKey;
+    PkgsignKey timestampKey;
+};
+
+struct PkgsignPki {
+    PkgsignIdentity root;      // self-signed
+    PkgsignIdentity issuingCa; // under the root
+    PkgsignIdentity signer;    // code signing, under the issuing CA
+    PkgsignIdentity timestamp; // time stamping, under the issuing CA
+    PkgsignBytes rootCrl;      // revokes nothing
+    PkgsignBytes issuingCaCrl; // revokes nothing
+};
+
+// Makes only the root certificate, of exactly PKGSIGN_ROOT_CERTIFICATE_SIZE octets.
+PkgsignStatus PkgsignMakeRoot(const PkgsignPkiRequest &request, PkgsignIdentity *rootOut);
+
+// Makes the whole PKI in memory.
+PkgsignStatus PkgsignMakePki(const PkgsignPkiRequest &request, PkgsignPki *pkiOut);
+
+// Whether the directory holds a file of a PKI.
+bool PkgsignHoldsPki(const std::string &directory);
+
+// Writes a PKI: <name>.der, <name>.pem and <name>.key for root, issuing-ca, signer and timestamp, root.crl and
+// issuing-ca.crl (DER). Makes the directory. force: replace a PKI that is already there; otherwise that is an error.
+PkgsignStatus PkgsignWritePki(const std::string &directory, const PkgsignPki &pki, bool force);
+
+// Reads what PkgsignWritePki has written.
+PkgsignStatus PkgsignReadPki(const std::string &directory, PkgsignPki *pkiOut);
