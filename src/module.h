@@ -1,0 +1,14 @@
+// What every source file of the tool tells the platform about itself.
+#ifndef SRC_MODULE_H
+#define SRC_MODULE_H
+
+#include <stdint.h>
+
+// The tool's number on the device, for its log and its memory.
+inline constexpr uint32_t MODULE_ID = 1014;
+
+// Logs an event of the function that this stands in. `line` is the number by which field support knows the event: it is
+// fixed, whatever happens to the source file. The file defines SOURCE_NAME, its base name without ending.
+#define LOG_EVENT(level, line, ...) qzlog(MODULE_ID, (level), SOURCE_NAME, (line), __func__, 0, __VA_ARGS__)
+
+#endif
