@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# Builds the tool with a development root, makes a signed package, verifies it, and shows four packages that are refused.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/bootstrap.sh build
+
+build=build/demo
+cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF >/dev/null
+cmake --build "$build" -j "$(nproc)" >/dev/null
+
+pki=$build/development-pki
+tool=$build/src/verify_tool
+pkgsign=$build/pkgsign/pkgsign
+package=$(mktemp -d)
+trap 'rm -rf "$package"' EXIT
+
+# verify TITLE EXPECTED-STATUS CHECKSUMS SIGNATURE CRLS: runs the tool, with the platform log on standard error.
+verify() {
+  local title=$1 expected=$2 status=0
+  printf '\n== %s\n' "$title"
+  QZLOG=stderr "$tool" -f CHECK_PKG_INTEGRITY -e "$3" -h "$4" -c "$5" || status=$?
+  printf 'exit status %d\n' "$status"
+  if [ "$status" -ne "$expected" ]; then
+    echo "demo.sh: expected exit status $expected" >&2
+    exit 1
+  fi
+}
+
+printf 'firmware image, version 1\n' >"$package/firmware.bin"
+(cd "$package" && sha256sum firmware.bin >checksums)
+yesterday=$(date -u -d yesterday +%Y-%m-%dT%H:%M:%SZ)
+
+"$pkgsign" crl "$pki" --out "$package/crls.pem" --format pem --with-certificates
+"$pkgsign" sign "$pki" --in "$package/checksums" --out "$package/checksums.cms" --format cms
+
+sed 's/^./z/' "$package/checksums" >"$package/tampered"
+"$pkgsign" crl "$pki" --out "$package/revoked.pem" --format pem --with-certificates \
+  --revoke "$pki/signer.pem,keyCompromise,$yesterday"
+"$pkgsign" sign "$pki" --in "$package/checksums" --out "$package/untimed.cms" --format cms --no-timestamp
+"$pkgsign" init "$package/other-pki" --root-name 'Other Root CA' >/dev/null
+"$pkgsign" crl "$package/other-pki" --out "$package/other.pem" --format pem
+"$pkgsign" sign "$package/other-pki" --in "$package/checksums" --out "$package/other.cms" --format cms
+
+verify 'the package' 0 "$package/checksums" "$package/checksums.cms" "$package/crls.pem"
+verify 'tampered checksum file' 255 "$package/tampered" "$package/checksums.cms" "$package/crls.pem"
+verify 'revoked signer' 2 "$package/checksums" "$package/checksums.cms" "$package/revoked.pem"
+verify 'no timestamp' 1 "$package/checksums" "$package/untimed.cms" "$package/crls.pem"
+verify 'signed under another root' 4 "$package/checksums" "$package/other.cms" "$package/other.pem"

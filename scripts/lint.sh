@@ -1,0 +1,15 @@
+#!/usr/bin/env bash
+# Formatting, clang-tidy and the rules of the house. Prints nothing when all is well.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/bootstrap.sh build test lint
+
+sources() { git ls-files '*.cpp' '*.h' '*.c'; }
+
+sources | xargs clang-format --dry-run --Werror
+tests/check_rules.py
+
+cmake --preset release >/dev/null
+git ls-files 'sigkit/*.cpp' 'src/*.cpp' 'platform/*.cpp' 'pkgsign/*.cpp' 'cmake/*.cpp' |
+  xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/release 2>/dev/null
