@@ -1,0 +1,279 @@
+#include "support.h"
+
+#include <tuple>
+
+namespace
+{
+const PkgsignBytes CONTENT = Octets("a list of checksums\r\nwith lines\n");
+
+PkgsignMessageRequest Request()
+{
+    PkgsignMessageRequest request;
+    request.content = CONTENT;
+    request.signerCertificate = TestPki().signer.certificate;
+    request.signerKey = TestPki().signer.key;
+    request.certificates = {TestPki().signer.certificate, TestPki().issuingCa.certificate};
+    return request;
+}
+
+PkgsignMessageRequest TimestampedRequest()
+{
+    PkgsignMessageRequest request = Request();
+    request.timestamp = PkgsignTimestamp::Request;
+    request.tokenRequest.genTime = 1700000000;
+    request.tokenRequest.tsaCertificate = TestPki().timestamp.certificate;
+    request.tokenRequest.tsaKey = TestPki().timestamp.key;
+    request.tokenRequest.certificates = {TestPki().timestamp.certificate};
+    return request;
+}
+
+PkgsignBytes Make(const PkgsignMessageRequest &request)
+{
+    PkgsignBytes message;
+    const PkgsignStatus status = PkgsignSignDetached(request, &message);
+    EXPECT_TRUE(status.ok) << status.reason;
+    return message;
+}
+
+class Message : public InDirectory
+{
+protected:
+    // openssl's verdict on a message in a file, over some content.
+    ProgramResult Verify(const std::string &message, const std::string &form, const PkgsignBytes &content) const
+    {
+        return RunOpenssl("cms -verify -binary -purpose any -inform " + form + " -in " + message + " -content " +
+                          Save("content", content) + " -CAfile " + Quoted("root.pem") + " -out " + Quoted("output"));
+    }
+
+    // openssl's textual account of a message.
+    std::string Print(const PkgsignBytes &message) const
+    {
+        return RunOpenssl("cms -cmsout -print -noout -inform DER -in " + Save("printed", message)).output;
+    }
+
+    // openssl's verdict on a token over the signature value of a message, with the token from the message's attribute.
+    ProgramResult VerifyToken(const PkgsignBytes &message, const PkgsignBytes &token) const
+    {
+        PkgsignBytes signature;
+        EXPECT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
+        return RunOpenssl("ts -verify -token_in -in " + Save("token", token) + " -data " +
+                          Save("signature", signature) + " -CAfile " + Quoted("root.pem") + " -untrusted " +
+                          Quoted("issuing-ca.pem"));
+    }
+};
+
+using Form = std::tuple<PkgsignDigest, bool, const char *>;
+
+class MessageForm : public Message, public ::testing::WithParamInterface<Form>
+{
+};
+
+TEST_P(MessageForm, IsAcceptedByOpenssl)
+{
+    const auto [digest, signedAttributes, form] = GetParam();
+    PkgsignMessageRequest request = TimestampedRequest();
+    request.digest = digest;
+    request.signedAttributes = signedAttributes;
+    const PkgsignBytes der = Make(request);
+    const std::string label = form;
+    const std::string message = label == "DER" ? Save("message", der) : Save("message", PkgsignArmour(label, der));
+    const std::string opensslForm = label == "DER" ? "DER" : "PEM";
+    const ProgramResult good = Verify(message, opensslForm, CONTENT);
+    EXPECT_EQ(0, good.status) << good.output;
+    EXPECT_NE(0, Verify(message, opensslForm, Octets("other content")).status);
+}
+
+std::string FormName(const ::testing::TestParamInfo<Form> &row)
+{
+    static const char *const DIGESTS[] = {"Sha1", "Sha256", "Sha384", "Sha512"};
+    const auto [digest, signedAttributes, form] = row.param;
+    return std::string(form) + DIGESTS[static_cast<int>(digest)] +
+           (signedAttributes ? "WithAttributes" : "WithoutAttributes");
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, MessageForm,
+                         ::testing::Combine(::testing::Values(PkgsignDigest::Sha256, PkgsignDigest::Sha384,
+                                                              PkgsignDigest::Sha512),
+                                            ::testing::Bool(), ::testing::Values("DER", "CMS", "PKCS7")),
+                         FormName);
+
+TEST_F(Message, ArmouredWithCrLfIsAcceptedByOpenssl)
+{
+    const std::string text = PkgsignArmour(PKGSIGN_LABEL_CMS, Make(Request()), PkgsignLineEnd::CrLf);
+    const ProgramResult result = Verify(Save("message", text), "PEM", CONTENT);
+    EXPECT_EQ(0, result.status) << result.output;
+}
+
+TEST_F(Message, SignsAFileLikeItsOctets)
+{
+    PkgsignMessageRequest request = Request();
+    const PkgsignBytes large(200000, 'x'); // more than is read at a time
+    Save("large", large);
+    request.contentFile = Path("large");
+    request.content.clear();
+    for (const bool signedAttributes : {true, false}) {
+        request.signedAttributes = signedAttributes;
+        const ProgramResult result = Verify(Save("message", Make(request)), "DER", large);
+        EXPECT_EQ(0, result.status) << result.output;
+    }
+}
+
+TEST_F(Message, FromAnEllipticCurveSignerIsAcceptedByOpenssl)
+{
+    PkgsignCertificateRequest certificate;
+    certificate.subject = {{"CN", "Curve"}};
+    certificate.notBefore = 1444896530;
+    certificate.notAfter = 2500000000;
+    ASSERT_TRUE(PkgsignGenerateEcKey(&certificate.subjectKey).ok);
+    PkgsignMessageRequest request = Request();
+    request.signerKey = certificate.subjectKey;
+    ASSERT_TRUE(PkgsignMakeCertificate(certificate, &request.signerCertificate).ok);
+    request.certificates = {request.signerCertificate};
+    Save("root.pem", PkgsignArmour(PKGSIGN_LABEL_CERTIFICATE, request.signerCertificate));
+    const ProgramResult result = Verify(Save("message", Make(request)), "DER", CONTENT);
+    EXPECT_EQ(0, result.status) << result.output;
+}
+
+TEST_F(Message, NamesItsSignerByIssuerAndSerialNumber)
+{
+    const std::string text = Print(Make(Request()));
+    EXPECT_NE(std::string::npos, text.find("d.issuerAndSerialNumber")) << text;
+}
+
+TEST_F(Message, CarriesNoTimestampUnlessAskedFor)
+{
+    EXPECT_EQ(std::string::npos, Print(Make(Request())).find("timeStampToken"));
+    EXPECT_NE(std::string::npos, Print(Make(TimestampedRequest())).find("timeStampToken"));
+}
+
+TEST_F(Message, CarriesRawTokenAndSigningTimeAsGiven)
+{
+    PkgsignMessageRequest request = Request();
+    request.timestamp = PkgsignTimestamp::Raw;
+    request.rawToken = {0x30, 0x03, 0x02, 0x01, 0x2A};
+    request.signingTime = 1700000000;
+    const PkgsignBytes message = Make(request);
+    EXPECT_TRUE(Contains(message, {0x31, 0x05, 0x30, 0x03, 0x02, 0x01, 0x2A}));
+    EXPECT_TRUE(Contains(message, Octets("231114221320Z")));
+    const ProgramResult result = Verify(Save("message", message), "DER", CONTENT);
+    EXPECT_EQ(0, result.status) << result.output;
+}
+
+TEST_F(Message, MayHaveNoSignerOrTwo)
+{
+    PkgsignMessageRequest request = Request();
+    PkgsignBytes signature;
+    request.signerInfoCount = 0;
+    const PkgsignBytes unsignedMessage = Make(request);
+    EXPECT_FALSE(PkgsignGetSignatureValue(unsignedMessage, &signature).ok);
+    EXPECT_NE(std::string::npos, Print(unsignedMessage).find("<EMPTY>"));
+    request.signerInfoCount = 2;
+    const std::string text = Print(Make(request));
+    const size_t first = text.find("d.issuerAndSerialNumber");
+    ASSERT_NE(std::string::npos, first);
+    EXPECT_NE(std::string::npos, text.find("d.issuerAndSerialNumber", first + 1));
+}
+
+TEST_F(Message, TokenIsMadeOverItsSignatureValue)
+{
+    PkgsignMessageRequest request = TimestampedRequest();
+    const PkgsignBytes message = Make(request);
+    PkgsignBytes signature;
+    PkgsignBytes token;
+    ASSERT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
+    ASSERT_TRUE(PkgsignMakeToken(request.tokenRequest, signature, &token).ok); // RSA signatures are repeatable
+    EXPECT_TRUE(Contains(message, token));
+    const ProgramResult result = VerifyToken(message, token);
+    EXPECT_EQ(0, result.status) << result.output;
+}
+
+TEST_F(Message, SignedByOpensslTakesAToken)
+{
+    ASSERT_TRUE(PkgsignWritePrivateKey(Path("signer.key"), TestPki().signer.key).ok);
+    Save("signer.pem", PkgsignArmour(PKGSIGN_LABEL_CERTIFICATE, TestPki().signer.certificate));
+    const ProgramResult made = RunOpenssl("cms -sign -binary -outform DER -in " + Save("in", CONTENT) + " -signer " +
+                                          Quoted("signer.pem") + " -inkey " + Quoted("signer.key") + " -certfile " +
+                                          Quoted("issuing-ca.pem") + " -out " + Quoted("made"));
+    ASSERT_EQ(0, made.status) << made.output;
+    PkgsignBytes message;
+    PkgsignBytes signature;
+    PkgsignBytes token;
+    PkgsignBytes stamped;
+    ASSERT_TRUE(PkgsignReadFile(Path("made"), &message).ok);
+    ASSERT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
+    ASSERT_TRUE(PkgsignMakeToken(TimestampedRequest().tokenRequest, signature, &token).ok);
+    ASSERT_TRUE(PkgsignEmbedToken(message, token, &stamped).ok);
+    EXPECT_TRUE(Contains(stamped, token));
+    const ProgramResult result = Verify(Save("stamped", stamped), "DER", CONTENT);
+    EXPECT_EQ(0, result.status) << result.output;
+    EXPECT_EQ(0, VerifyToken(stamped, token).status);
+}
+
+TEST_F(Message, NewTokenReplacesTheOldOne)
+{
+    const PkgsignBytes message = Make(TimestampedRequest());
+    PkgsignTokenRequest later = TimestampedRequest().tokenRequest;
+    later.genTime += 1;
+    PkgsignBytes signature;
+    PkgsignBytes token;
+    PkgsignBytes stamped;
+    ASSERT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
+    ASSERT_TRUE(PkgsignMakeToken(later, signature, &token).ok);
+    ASSERT_TRUE(PkgsignEmbedToken(message, token, &stamped).ok);
+    EXPECT_TRUE(Contains(stamped, Octets("20231114221321Z")));
+    EXPECT_FALSE(Contains(stamped, Octets("20231114221320Z")));
+}
+
+TEST_F(Message, TakesATokenFromOpensslTs)
+{
+    ASSERT_TRUE(PkgsignWritePrivateKey(Path("tsa.key"), TestPki().timestamp.key).ok);
+    Save("tsa.pem", PkgsignArmour(PKGSIGN_LABEL_CERTIFICATE, TestPki().timestamp.certificate));
+    Save("ts.cnf", "[tsa]\nserial=" + Path("serial") +
+                       "\ndefault_policy=1.2.3.4\ndigests=sha256\nsigner_digest=sha256\ness_cert_id_alg=sha256\n");
+    const PkgsignBytes message = Make(Request());
+    PkgsignBytes signature;
+    ASSERT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
+    const ProgramResult asked =
+        RunOpenssl("ts -query -cert -sha256 -data " + Save("signature", signature) + " -out " + Quoted("query"));
+    ASSERT_EQ(0, asked.status) << asked.output;
+    const ProgramResult answered =
+        RunOpenssl("ts -reply -config " + Quoted("ts.cnf") + " -section tsa -queryfile " + Quoted("query") +
+                   " -signer " + Quoted("tsa.pem") + " -inkey " + Quoted("tsa.key") + " -out " + Quoted("response"));
+    ASSERT_EQ(0, answered.status) << answered.output;
+    PkgsignBytes response;
+    PkgsignBytes token;
+    PkgsignBytes stamped;
+    ASSERT_TRUE(PkgsignReadFile(Path("response"), &response).ok);
+    ASSERT_TRUE(PkgsignGetToken(response, &token).ok);
+    ASSERT_TRUE(PkgsignEmbedToken(message, token, &stamped).ok);
+    EXPECT_EQ(0, VerifyToken(stamped, token).status);
+    EXPECT_EQ(0, Verify(Save("stamped", stamped), "DER", CONTENT).status);
+}
+
+TEST_F(Message, CannotBeMadeFromABadRequest)
+{
+    PkgsignBytes message;
+    PkgsignMessageRequest request = Request();
+    request.signerKey = nullptr;
+    EXPECT_FALSE(PkgsignSignDetached(request, &message).ok);
+    request = Request();
+    request.signerCertificate = Octets("text");
+    EXPECT_FALSE(PkgsignSignDetached(request, &message).ok);
+    request = Request();
+    request.contentFile = Path("missing");
+    EXPECT_FALSE(PkgsignSignDetached(request, &message).ok);
+    request = TimestampedRequest();
+    request.tokenRequest.tsaKey = nullptr;
+    EXPECT_FALSE(PkgsignSignDetached(request, &message).ok);
+    EXPECT_TRUE(message.empty());
+}
+
+TEST_F(Message, SomethingElseTakesNoToken)
+{
+    PkgsignBytes out;
+    EXPECT_FALSE(PkgsignEmbedToken(Octets("text"), {0x30, 0x00}, &out).ok);
+    EXPECT_FALSE(PkgsignGetSignatureValue(TestPki().root.certificate, &out).ok);
+    EXPECT_TRUE(out.empty());
+}
+
+} // namespace

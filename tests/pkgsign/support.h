@@ -1,0 +1,63 @@
+// What the tests of the release side share: cached keys, a PKI, a directory of their own, and other programs.
+#pragma once
+
+#include "pkgsign/pkgsign.h"
+
+#include <gtest/gtest.h>
+#include <openssl/x509.h>
+
+#include <memory>
+#include <string>
+
+// An RSA key that lives in the build tree, made when it is asked for the first time.
+PkgsignKey TestKey(const std::string &name, int bits = 2048);
+
+// A request for a PKI with cached keys.
+PkgsignPkiRequest TestPkiRequest();
+
+// That PKI. Made once per process.
+const PkgsignPki &TestPki();
+
+PkgsignBytes Octets(const std::string &text);
+
+// Whether `part` stands somewhere in `whole`.
+bool Contains(const PkgsignBytes &whole, const PkgsignBytes &part);
+
+using DecodedCertificate = std::unique_ptr<X509, decltype(&X509_free)>;
+DecodedCertificate DecodeCertificate(const PkgsignBytes &der);
+
+// Whether the certificate names itself as issuer and its own key verifies it.
+bool IsSelfSigned(X509 *certificate);
+
+// Versions as certificates and CRLs encode them: one less than their name.
+inline constexpr long ENCODED_VERSION_1 = 0;
+inline constexpr long ENCODED_VERSION_2 = 1;
+inline constexpr long ENCODED_VERSION_3 = 2;
+
+struct ProgramResult {
+    int status = -1;    // exit status
+    std::string output; // standard output and standard error
+};
+
+// Runs "openssl ARGUMENTS" or "pkgsign ARGUMENTS" by the shell.
+ProgramResult RunOpenssl(const std::string &arguments);
+ProgramResult RunPkgsign(const std::string &arguments);
+
+// A test with a directory of its own, which holds the test PKI's certificates as root.pem, issuing-ca.pem and
+// chain.pem (root and issuing CA).
+class InDirectory : public ::testing::Test
+{
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // The quoted path of a file in the directory, fit for the shell.
+    std::string Quoted(const std::string &name) const;
+    std::string Path(const std::string &name) const;
+
+    // Writes a file; returns its quoted path.
+    std::string Save(const std::string &name, const PkgsignBytes &data) const;
+    std::string Save(const std::string &name, const std::string &text) const;
+
+    std::string directory;
+};
