@@ -1,0 +1,357 @@
+// Whole packages through the tool as the upgrade procedure starts it: a process with four options, judged by its exit
+// status, its standard output and the platform log.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <time.h>
+
+#include <fstream>
+
+#include "pkgsign/pkgsign.h"
+#include "tests/support/process.h"
+
+namespace
+{
+
+// The development PKI whose root is built into the tool under test.
+const PkgsignPki &Pki()
+{
+    static const PkgsignPki pki = [] {
+        PkgsignPki read;
+        const PkgsignStatus status = PkgsignReadPki(DEVELOPMENT_PKI, &read);
+        EXPECT_TRUE(status.ok) << status.reason;
+        return read;
+    }();
+    return pki;
+}
+
+constexpr int64_t SIGNING_TIME = 1768478400; // 2026-01-15 12:00:00 UTC
+constexpr int64_t DAY = 86400;
+
+PkgsignBytes Bytes(const std::string &text)
+{
+    return PkgsignBytes(text.begin(), text.end());
+}
+
+class Package : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        Write("checksums", Bytes("f4d1b0 firmware.bin\n"));
+        crlRequests[0].issuerCertificate = Pki().root.certificate;
+        crlRequests[0].issuerKey = Pki().root.key;
+        crlRequests[1].issuerCertificate = Pki().issuingCa.certificate;
+        crlRequests[1].issuerKey = Pki().issuingCa.key;
+        for (PkgsignCrlRequest &request : crlRequests) {
+            request.thisUpdate = SIGNING_TIME - DAY;
+            request.nextUpdate = SIGNING_TIME + 30 * DAY;
+        }
+        message.content = Bytes("f4d1b0 firmware.bin\n");
+        message.signerCertificate = Pki().signer.certificate;
+        message.signerKey = Pki().signer.key;
+        message.certificates = {Pki().signer.certificate, Pki().issuingCa.certificate};
+        message.timestamp = PkgsignTimestamp::Request;
+        message.tokenRequest.genTime = SIGNING_TIME;
+        message.tokenRequest.tsaCertificate = Pki().timestamp.certificate;
+        message.tokenRequest.tsaKey = Pki().timestamp.key;
+        message.tokenRequest.certificates = {Pki().timestamp.certificate};
+    }
+
+    void Write(const std::string &name, const PkgsignBytes &data)
+    {
+        const PkgsignStatus status = PkgsignWriteFile(directory.File(name), data);
+        ASSERT_TRUE(status.ok) << status.reason;
+    }
+
+    // Writes CRL file and signature from the requests.
+    void Make()
+    {
+        std::string crls;
+        for (const PkgsignCrlRequest &request : crlRequests) {
+            PkgsignBytes crl;
+            const PkgsignStatus status = PkgsignMakeCrl(request, &crl);
+            ASSERT_TRUE(status.ok) << status.reason;
+            crls += PkgsignArmour(PKGSIGN_LABEL_CRL, crl);
+        }
+        Write("crls", Bytes(crls));
+        PkgsignBytes signature;
+        const PkgsignStatus status = PkgsignSignDetached(message, &signature);
+        ASSERT_TRUE(status.ok) << status.reason;
+        Write("signature", signature);
+    }
+
+    ProcessResult RunTool(std::vector<std::string> arguments)
+    {
+        arguments.insert(arguments.begin(), VERIFY_TOOL);
+        return RunProcess(arguments, {"QZLOG=" + directory.File("log")});
+    }
+
+    ProcessResult Verify()
+    {
+        return RunTool({"-f", "CHECK_PKG_INTEGRITY", "-h", directory.File("signature"), "-e",
+                        directory.File("checksums"), "-c", directory.File("crls")});
+    }
+
+    std::string Log()
+    {
+        PkgsignBytes text;
+        const PkgsignStatus status = PkgsignReadFile(directory.File("log"), &text);
+        EXPECT_TRUE(status.ok) << status.reason;
+        return std::string(text.begin(), text.end());
+    }
+
+    TemporaryDirectory directory;
+    PkgsignCrlRequest crlRequests[2];
+    PkgsignMessageRequest message;
+};
+
+bool Contains(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+TEST_F(Package, IsAcceptedWhenEverythingHolds)
+{
+    Make();
+    const ProcessResult result = Verify();
+    EXPECT_EQ(0, result.exitStatus) << result.output;
+    EXPECT_TRUE(Contains(Log(), "CheckSum file is valid.")) << Log();
+    EXPECT_TRUE(Contains(Log(), "VERIFY_TOOL: Execute ret(0).")) << Log();
+    EXPECT_FALSE(Contains(result.output, "[ERROR]")) << result.output;
+    EXPECT_EQ("", result.errors);
+}
+
+TEST_F(Package, IsAcceptedWithEachArmourAndDigest)
+{
+    for (const PkgsignDigest digest : {PkgsignDigest::Sha256, PkgsignDigest::Sha384, PkgsignDigest::Sha512}) {
+        for (const char *label : {PKGSIGN_LABEL_CMS, PKGSIGN_LABEL_PKCS7}) {
+            message.digest = digest;
+            message.tokenRequest.imprintDigest = digest;
+            message.tokenRequest.signerDigest = digest;
+            Make();
+            PkgsignBytes der;
+            ASSERT_TRUE(PkgsignReadFile(directory.File("signature"), &der).ok);
+            Write("signature", Bytes(PkgsignArmour(label, der)));
+            EXPECT_EQ(0, Verify().exitStatus) << label << static_cast<int>(digest);
+        }
+    }
+}
+
+TEST_F(Package, IsAcceptedWithoutSignedAttributes)
+{
+    message.signedAttributes = false;
+    Make();
+    EXPECT_EQ(0, Verify().exitStatus);
+}
+
+TEST_F(Package, WithOneOctetChangedIsRefusedAsNotMatching)
+{
+    Make();
+    Write("checksums", Bytes("f4d1b1 firmware.bin\n"));
+    EXPECT_EQ(255, Verify().exitStatus);
+    EXPECT_TRUE(Contains(Log(), "Verify signature not match.")) << Log();
+    EXPECT_FALSE(Contains(Log(), "CheckSum file is valid.")) << Log();
+}
+
+TEST_F(Package, OfARevokedSignerIsRefused)
+{
+    PkgsignRevokedCertificate entry;
+    ASSERT_TRUE(PkgsignGetSerialNumber(Pki().signer.certificate, &entry.serialNumber).ok);
+    entry.revocationDate = SIGNING_TIME - 1;
+    crlRequests[1].revoked = {entry};
+    Make();
+    const ProcessResult result = Verify();
+    EXPECT_EQ(0x02, result.exitStatus);
+    EXPECT_TRUE(Contains(result.output, "The certificate was revoked.")) << result.output;
+    EXPECT_TRUE(Contains(result.output, "(err:88200002)")) << result.output;
+    EXPECT_TRUE(Contains(Log(), "Verify signature error, code 88200002.")) << Log();
+}
+
+TEST_F(Package, SignedBeforeItsSignerWasRevokedIsAccepted)
+{
+    PkgsignRevokedCertificate entry;
+    ASSERT_TRUE(PkgsignGetSerialNumber(Pki().signer.certificate, &entry.serialNumber).ok);
+    entry.revocationDate = SIGNING_TIME + 1;
+    crlRequests[1].revoked = {entry};
+    Make();
+    EXPECT_EQ(0, Verify().exitStatus);
+}
+
+TEST_F(Package, WithoutATimestampIsRefused)
+{
+    message.timestamp = PkgsignTimestamp::None;
+    Make();
+    const ProcessResult result = Verify();
+    EXPECT_EQ(0x01, result.exitStatus);
+    EXPECT_TRUE(Contains(result.output, "InternalVerifyTimeStamp")) << result.output;
+}
+
+TEST_F(Package, WithATokenForAnotherSignatureIsRefused)
+{
+    message.tokenRequest.imprintOver = Bytes("another signature");
+    Make();
+    const ProcessResult result = Verify();
+    EXPECT_EQ(0x02, result.exitStatus);
+    EXPECT_TRUE(Contains(result.output, "the timestamp not match with target cms.")) << result.output;
+    EXPECT_TRUE(Contains(result.output, "(err:88200402)")) << result.output;
+}
+
+TEST_F(Package, TimestampedAfterItsCrlsEndedIsRefused)
+{
+    crlRequests[1].nextUpdate = SIGNING_TIME - 1;
+    Make();
+    const ProcessResult result = Verify();
+    EXPECT_EQ(0x12, result.exitStatus);
+    EXPECT_TRUE(Contains(result.output, "Found an expired CRL, it most likely cause NO CRL error.")) << result.output;
+}
+
+TEST_F(Package, WithoutTheRootsCrlIsRefused)
+{
+    crlRequests[0] = crlRequests[1];
+    Make();
+    EXPECT_EQ(0x12, Verify().exitStatus);
+}
+
+TEST_F(Package, UnderAnotherRootIsRefused)
+{
+    // The message's chain ends below a root that the tool does not hold.
+    message.certificates = {message.signerCertificate};
+    Make();
+    EXPECT_EQ(0x04, Verify().exitStatus);
+}
+
+TEST_F(Package, WithoutACrlFileIsRefused)
+{
+    Make();
+    const ProcessResult result = RunTool({"-f", "CHECK_PKG_INTEGRITY", "-h", directory.File("signature"), "-e",
+                                          directory.File("checksums")});
+    EXPECT_EQ(0x01, result.exitStatus);
+    EXPECT_TRUE(Contains(Log(), "Add CRL file  failed.")) << Log();
+    EXPECT_TRUE(Contains(result.output, "Empty file path.")) << result.output;
+}
+
+TEST_F(Package, WithMissingFilesIsRefusedNamingThem)
+{
+    Make();
+    const std::string missing = directory.File("missing");
+    ProcessResult result = RunTool({"-f", "CHECK_PKG_INTEGRITY", "-h", missing, "-e", directory.File("checksums"), "-c",
+                                    directory.File("crls")});
+    EXPECT_EQ(0x01, result.exitStatus);
+    EXPECT_TRUE(Contains(result.output, "Can not open file '" + missing + "'.")) << result.output;
+    result = RunTool({"-f", "CHECK_PKG_INTEGRITY", "-h", directory.File("signature"), "-e", missing, "-c",
+                      directory.File("crls")});
+    EXPECT_EQ(0x01, result.exitStatus);
+    EXPECT_TRUE(Contains(result.output, "Can't open file '" + missing + "'.")) << result.output;
+}
+
+TEST_F(Package, LinesOfTheLibraryEndInCarriageReturnAndLineFeed)
+{
+    Make();
+    Write("crls", Bytes(std::string(40, 'x')));
+    const ProcessResult result = Verify();
+    EXPECT_EQ(0x02, result.exitStatus);
+    EXPECT_TRUE(Contains(result.output, "[ERROR]sigkit_log.log(")) << result.output;
+    EXPECT_TRUE(Contains(result.output, "):(SigkitVerifyAddCrl):(err:88200102)\r\n")) << result.output;
+}
+
+TEST_F(Package, ContentLargerThanMemoryPiecesIsStreamed)
+{
+    PkgsignBytes content(4096 * 300 + 1);
+    for (size_t i = 0; i < content.size(); ++i) {
+        content[i] = static_cast<uint8_t>(i * 31 + i / 4096);
+    }
+    message.content = content;
+    Make();
+    Write("checksums", content);
+    EXPECT_EQ(0, Verify().exitStatus);
+    content.back() ^= 1;
+    Write("checksums", content);
+    EXPECT_EQ(255, Verify().exitStatus);
+}
+
+// ---- Packages made with the openssl command line alone -------------------------------------------------------------
+
+// Runs `openssl` in the package's directory.
+class OpensslPackage : public Package
+{
+protected:
+    void Openssl(const std::string &arguments)
+    {
+        const std::string command = "cd '" + directory.path + "' && openssl " + arguments;
+        const ProcessResult result = RunProcess({"sh", "-c", command});
+        ASSERT_EQ(0, result.exitStatus) << arguments << "\n" << result.errors;
+    }
+
+    void WriteText(const std::string &name, const std::string &text)
+    {
+        std::ofstream(directory.File(name)) << text;
+    }
+
+    // Makes a key, a request and a certificate under the development root or one made before.
+    void MakeCertificate(const std::string &name, const std::string &issuer, const std::string &extensions)
+    {
+        WriteText(name + ".ext", extensions);
+        Openssl("req -new -newkey rsa:2048 -nodes -sha256 -keyout " + name + ".key -out " + name +
+                ".csr -subj '/C=DE/O=Example/CN=" + name + "'");
+        Openssl("x509 -req -sha256 -in " + name + ".csr -out " + name + ".pem -days 3650 -CA " + issuer +
+                ".pem -CAkey " + issuer + ".key -CAcreateserial -extfile " + name + ".ext");
+    }
+
+    void MakeCrl(const std::string &issuer)
+    {
+        WriteText(issuer + ".index", "");
+        WriteText(issuer + ".number", "01\n");
+        WriteText(issuer + ".cnf", "[ca]\ndefault_ca=d\n[d]\ndatabase=" + issuer + ".index\ncrlnumber=" + issuer +
+                                       ".number\ndefault_md=sha256\ndefault_crl_days=30\n");
+        Openssl("ca -gencrl -config " + issuer + ".cnf -cert " + issuer + ".pem -keyfile " + issuer + ".key -out " +
+                issuer + ".crl");
+    }
+
+    std::string ReadText(const std::string &name)
+    {
+        PkgsignBytes data;
+        EXPECT_TRUE(PkgsignReadFile(directory.File(name), &data).ok) << name;
+        return std::string(data.begin(), data.end());
+    }
+};
+
+TEST_F(OpensslPackage, MadeWithTheCommandLineAloneIsAccepted)
+{
+    for (const char *name : {"root.pem", "root.key"}) {
+        PkgsignBytes data;
+        ASSERT_TRUE(PkgsignReadFile(std::string(DEVELOPMENT_PKI) + "/" + name, &data).ok);
+        Write(name, data);
+    }
+    const std::string leaf = "basicConstraints=CA:FALSE\nkeyUsage=critical,digitalSignature\n";
+    MakeCertificate("ca", "root", "basicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign\n");
+    MakeCertificate("signer", "ca", leaf + "extendedKeyUsage=codeSigning\n");
+    MakeCertificate("tsa", "ca", leaf + "extendedKeyUsage=critical,timeStamping\n");
+    MakeCrl("root");
+    MakeCrl("ca");
+    Write("crls", Bytes(ReadText("root.crl") + ReadText("ca.crl")));
+
+    Openssl("cms -sign -binary -in checksums -outform DER -out unstamped -signer signer.pem -inkey signer.key -certfile "
+            "ca.pem -md sha256");
+    PkgsignBytes unstamped;
+    ASSERT_TRUE(PkgsignReadFile(directory.File("unstamped"), &unstamped).ok);
+    PkgsignBytes value;
+    ASSERT_TRUE(PkgsignGetSignatureValue(unstamped, &value).ok);
+    Write("value", value);
+    WriteText("tsa.serial", "01\n");
+    WriteText("tsa.cnf", "[tsa]\ndefault_tsa=t\n[t]\nserial=tsa.serial\nsigner_cert=tsa.pem\nsigner_key=tsa.key\n"
+                         "signer_digest=sha256\ndefault_policy=1.2.3.4\ndigests=sha256\n");
+    Openssl("ts -query -data value -sha256 -cert -out query");
+    Openssl("ts -reply -config tsa.cnf -queryfile query -token_out -out token");
+    PkgsignBytes token;
+    ASSERT_TRUE(PkgsignReadFile(directory.File("token"), &token).ok);
+    PkgsignBytes stamped;
+    ASSERT_TRUE(PkgsignEmbedToken(unstamped, token, &stamped).ok);
+    Write("signature", stamped);
+
+    const ProcessResult result = Verify();
+    EXPECT_EQ(0, result.exitStatus) << result.output;
+    EXPECT_TRUE(Contains(Log(), "CheckSum file is valid.")) << Log();
+}
+
+} // namespace
