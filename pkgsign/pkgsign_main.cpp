@@ -4,10 +4,6 @@
 
 #include <cstdio>
 
-#ifndef PKGSIGN_VERSION
-#define PKGSIGN_VERSION "unknown"
-#endif
-
 namespace
 {
 constexpr int EXIT_MISUSE = 2;

@@ -4,8 +4,8 @@ set -euo pipefail
 
 packages_for() {
   case $1 in
-    build) echo g++ cmake make pkg-config libssl-dev openssl ;;
-    test) echo libgtest-dev libgmock-dev ca-certificates binutils python3 ;;
+    build) echo g++ cmake make pkg-config libssl-dev nlohmann-json3-dev openssl ;;
+    test) echo libgtest-dev libgmock-dev ca-certificates binutils mandoc python3 ;;
     coverage) echo gcovr ;;
     lint) echo clang-format clang-tidy ;;
     *) echo "bootstrap.sh: unknown set '$1'" >&2; exit 2 ;;

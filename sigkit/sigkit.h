@@ -109,6 +109,38 @@ typedef struct SigkitVerifyCreateParam {
     uint8_t reserved[64]; // zero
 } SigkitVerifyCreateParam;
 
+// A certificate's serial number.
+typedef struct SigkitCrlSerial {
+    uint8_t serial[32]; // content octets, left-aligned
+    uint32_t len;       // octets used, 1 to 32; 0: no serial number
+} SigkitCrlSerial;
+
+// What one CRL of a file says.
+typedef struct SigkitCrlInfo {
+    uint32_t verified;               // 1: a trusted issuer was found at the CRL's thisUpdate; else 0
+    int64_t thisUpdate;              // seconds since 1970-01-01 00:00:00 UTC (RFC 5280, section 5.1.2.4)
+    int64_t nextUpdate;              // seconds since 1970-01-01 00:00:00 UTC (RFC 5280, section 5.1.2.5)
+    char issuerName[256];            // as "C=..,O=..,CN=..", NUL-terminated; empty when it cannot be printed
+    SigkitCrlSerial issuerSerial;    // of the certificate that issued the CRL; `len` 0 when unknown or longer than 32
+    SigkitCrlSerial *revokedSerials; // owned: revoked CA certificates, `revokedCount` of them; null unless a root's CRL
+    int32_t revokedCount;
+    uint8_t reserved[68]; // zero
+} SigkitCrlInfo;
+
+// What the CRLs of a file say: one summary for each CRL, in the order of the file.
+typedef struct SigkitCrlBundle {
+    uint64_t size;           // sizeof(SigkitCrlBundle), 208 where pointers have 64 bits
+    SigkitCrlInfo *crls[16]; // owned; null where a CRL could not be summarised, and behind the last CRL
+    int32_t count;           // slots that are not null
+    uint8_t reserved[68];    // zero
+} SigkitCrlBundle;
+
+// Answers of SigkitCrlCompare.
+#define SIGKIT_CRL_EQUAL UINT32_C(0)        // the files are equally new
+#define SIGKIT_CRL_FIRST_NEWER UINT32_C(1)  // the first file is newer
+#define SIGKIT_CRL_SECOND_NEWER UINT32_C(2) // the second file is newer
+#define SIGKIT_CRL_CONFLICT UINT32_C(3)     // the files cannot be compared
+
 // ---- Context and trust material ------------------------------------------------------------------------------------
 
 // Creates a verify context with an empty store.
@@ -231,6 +263,68 @@ uint32_t SigkitVerifyDetachSignatureFinal(SigkitVerifyCtx *ctx, uint32_t *verdic
 // Returns SIGKIT_OK, an argument code, a code of reading the files, or what the three steps return.
 uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, const char *contentPath, const char *signaturePath,
                                           uint32_t *verdict);
+
+// ---- CRL files -----------------------------------------------------------------------------------------------------
+// May a CRL file replace another one? Both are summarised and the summaries compared. No signature over content is
+// involved, and the wall clock neither.
+
+// Summarises the CRLs in `data` and adds them, and the CA certificates beside them, to the store. The trust anchor must
+// be there already: a self-signed certificate in the data is skipped with a warning.
+//
+//   ctx   in/out. Copies the octets that it keeps. Its time of judgement is left at the last summarised CRL's
+//         thisUpdate; SigkitVerifyDetachSignatureBegin sets it anew.
+//   data  in, `len` octets, borrowed for the call only: DER objects back to back, or PEM text, with at least one CRL and
+//         at least one certificate.
+//   len   in, octets.
+//   out   out, the summaries, owned by the caller until SigkitCrlFree; they do not refer to the context. Null after any
+//         failure.
+//
+// Returns SIGKIT_OK or the first of these that applies:
+//   SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG   the context is null, or not a live context
+//   SIGKIT_ERR_PARAM                          `data` or `out` is null, or `len` is 0
+//   SIGKIT_ERR_CRL_LOAD                       the data do not decode, hold no CRL, no certificate or more than 16 of one
+//                                             kind, or could not be stored, or there is no memory
+//   SIGKIT_ERR_CRL_DECODE                     more than 16 CRLs were decoded
+// A CRL that cannot be summarised is logged and leaves its slot null. A CRL whose issuer is unknown or not trusted is
+// summarised with `verified` 0. After a failure, what was added to the store stays.
+uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitCrlBundle **out);
+
+// Summarises the CRLs of a file, as SigkitDecodeCrl does.
+//
+//   ctx   in/out.
+//   path  in, NUL-terminated, borrowed for the call only.
+//   out   out, as for SigkitDecodeCrl.
+//
+// Returns what SigkitDecodeCrl returns, or SIGKIT_ERR_PARAM (null or empty path), SIGKIT_ERR_FILE_OPEN,
+// SIGKIT_ERR_FILE_EMPTY, SIGKIT_ERR_FILE_TOO_BIG, SIGKIT_ERR_FILE_READ or SIGKIT_ERR_NO_MEMORY.
+uint32_t SigkitDecodeCrlFile(SigkitVerifyCtx *ctx, const char *path, SigkitCrlBundle **out);
+
+// Tells which of two files is newer. CRLs are paired by the printed names of their issuers. The newer file must account
+// for every issuer of the older one: by a CRL of that issuer, or by a root's CRL that revokes the issuer's certificate.
+//
+//   ctx            in, any live context.
+//   first, second  in, the summaries.
+//   result         out, SIGKIT_CRL_EQUAL, SIGKIT_CRL_FIRST_NEWER, SIGKIT_CRL_SECOND_NEWER or SIGKIT_CRL_CONFLICT.
+//
+// Returns SIGKIT_OK (SIGKIT_CRL_CONFLICT then means that each file is newer for some issuer) or the first of these that
+// applies:
+//   SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG   the context is null, or not a live context; no result
+//   SIGKIT_ERR_PARAM                          another argument is null; no result
+//   SIGKIT_ERR_CRL_BUNDLE_EMPTY               a file has no summary; no result
+//   SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED          a summary is missing, or its issuer is not trusted; SIGKIT_CRL_CONFLICT
+//   SIGKIT_ERR_CRL_ISSUER_TWICE               one file has two CRLs of one issuer; SIGKIT_CRL_CONFLICT
+//   SIGKIT_ERR_CRL_COVERAGE                   the newer file drops an issuer that it does not revoke;
+//                                             SIGKIT_CRL_CONFLICT
+uint32_t SigkitCrlCompare(SigkitVerifyCtx *ctx, const SigkitCrlBundle *first, const SigkitCrlBundle *second,
+                          uint32_t *result);
+
+// Frees summaries.
+//
+//   ctx     in, not null.
+//   bundle  in, from SigkitDecodeCrl or SigkitDecodeCrlFile; must not be used afterwards.
+//
+// Returns SIGKIT_OK, or SIGKIT_ERR_PARAM when an argument is null.
+uint32_t SigkitCrlFree(SigkitVerifyCtx *ctx, SigkitCrlBundle *bundle);
 
 #ifdef __cplusplus
 }

@@ -9,24 +9,9 @@
 #include "verify/file.h"
 #include "verify/image.h"
 #include "verify/load.h"
-#include "x509/cert.h"
-#include "x509/crl.h"
 
 namespace
 {
-
-void FreeCerts(SigkitList *certs)
-{
-    SigkitListFree(certs, InternalFreeCertEntry);
-}
-
-void FreeCrls(SigkitList *crls)
-{
-    SigkitListFree(crls, InternalFreeCrlEntry);
-}
-
-using CertsGuard = InternalGuard<SigkitList, FreeCerts>;
-using CrlsGuard = InternalGuard<SigkitList, FreeCrls>;
 
 uint32_t InternalCheckParamVerifyAddCert(const SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len)
 {
@@ -96,7 +81,7 @@ uint32_t SigkitVerifyAddCert(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t
         return status;
     }
     SigkitList certs = {};
-    const CertsGuard guard(&certs);
+    const InternalCertsGuard guard(&certs);
     status = InternalDecodeCertCrl(ctx, data, len, &certs, nullptr);
     if (status == SIGKIT_OK && certs.count == 0) {
         status = SIGKIT_ERR_UNKNOWN;
@@ -133,8 +118,8 @@ uint32_t SigkitVerifyAddCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t 
     }
     SigkitList certs = {};
     SigkitList crls = {};
-    const CertsGuard certsGuard(&certs);
-    const CrlsGuard crlsGuard(&crls);
+    const InternalCertsGuard certsGuard(&certs);
+    const InternalCrlsGuard crlsGuard(&crls);
     status = InternalDecodeCertCrl(ctx, data, len, &certs, &crls);
     if (status != SIGKIT_OK || crls.count == 0) {
         return SIGKIT_TRAIL(SIGKIT_ERR_CRL_LOAD); // whatever the cause was

@@ -5,7 +5,10 @@
 #include <stdint.h>
 
 #include "core/context.h"
+#include "core/guard.h"
 #include "core/list.h"
+#include "x509/cert.h"
+#include "x509/crl.h"
 
 // Shorter data hold neither an object nor an armour.
 inline constexpr uint32_t SIGKIT_MIN_DATA_SIZE = 38;
@@ -37,5 +40,19 @@ inline constexpr uint32_t SIGKIT_MIN_DATA_SIZE = 38;
 // Adds CRLs to the store; ones that are there already are passed over. Returns SIGKIT_OK or the code of
 // SigkitPkiStoreAddCrl.
 [[nodiscard]] uint32_t InternalAddCrlToStore(SigkitVerifyCtx *ctx, const SigkitList &crls);
+
+// Give up the shares that a list holds.
+inline void InternalFreeCerts(SigkitList *certs)
+{
+    SigkitListFree(certs, InternalFreeCertEntry);
+}
+
+inline void InternalFreeCrls(SigkitList *crls)
+{
+    SigkitListFree(crls, InternalFreeCrlEntry);
+}
+
+using InternalCertsGuard = InternalGuard<SigkitList, InternalFreeCerts>;
+using InternalCrlsGuard = InternalGuard<SigkitList, InternalFreeCrls>;
 
 #endif

@@ -1,0 +1,57 @@
+#include "crltool/crl_file.h"
+
+#include <stdio.h>
+
+CrlFile::~CrlFile()
+{
+    if (bundle != nullptr) {
+        (void)SigkitCrlFree(ctx, bundle);
+    }
+    if (ctx != nullptr) {
+        (void)SigkitVrfCtxFree(ctx);
+    }
+}
+
+uint32_t LoadCrlFile(const std::string &rootPath, const std::string &path, CrlFile *file, std::string *failedPath)
+{
+    file->path = path;
+    SigkitVerifyCreateParam param = {};
+    param.size = sizeof(param);
+    *failedPath = rootPath;
+    uint32_t status = SigkitVerifyCreateCtx(&file->ctx, &param);
+    if (status == SIGKIT_OK) {
+        status = SigkitVerifyAddCertFile(file->ctx, rootPath.c_str());
+    }
+    if (status == SIGKIT_OK) {
+        *failedPath = path;
+        status = SigkitDecodeCrlFile(file->ctx, path.c_str(), &file->bundle);
+    }
+    return status;
+}
+
+std::string LoadFailure(uint32_t status)
+{
+    switch (status) {
+    case SIGKIT_ERR_NO_MEMORY:
+        return "there is not enough memory";
+    case SIGKIT_ERR_PARAM:
+        return "the path is empty";
+    case SIGKIT_ERR_FILE_OPEN:
+        return "the file cannot be opened";
+    case SIGKIT_ERR_FILE_READ:
+        return "the file cannot be read";
+    case SIGKIT_ERR_FILE_EMPTY:
+        return "the file is empty";
+    case SIGKIT_ERR_FILE_TOO_BIG:
+        return "the file is larger than " + std::to_string(SIGKIT_MAX_FILE_SIZE) + " octets";
+    case SIGKIT_ERR_CRL_LOAD:
+        return "the file does not hold 1 to 16 CRLs with certificates of their issuers";
+    case SIGKIT_ERR_UNKNOWN:
+        return "the file holds no certificate";
+    default: {
+        char text[48] = {};
+        (void)snprintf(text, sizeof(text), "the file does not decode (%x)", status);
+        return text;
+    }
+    }
+}
