@@ -1,6 +1,10 @@
+#include <openssl/crypto.h>
+
 #include "src/verify_frame_main.h"
 
 int main(int argc, char **argv)
 {
+    // Nothing that the environment names (OPENSSL_CONF, and the modules that such a file names) may take part.
+    (void)OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr);
     return UPGRADE_MainExe(argc, argv);
 }

@@ -136,15 +136,23 @@ struct SigkitX509CertInfo {
 };
 ASN_ITEM(g_itemSigkitX509CertInfo, SigkitX509CertInfo);
 
+// Which certificates issued a record, as far as that was found out. Bit 0 stands for the record's own key, bit i for the
+// certificate whose place in the store is i.
+struct InternalIssuerVerdicts {
+    uint32_t known;
+    uint32_t issued;
+};
+
 // Certificate.
 struct SigkitX509Cert {
     SigkitAsnOcts encoded; // the whole TBSCertificate: what is signed
     SigkitX509CertInfo tbsCertificate;
     SigkitX509AlgoIdentifier signatureAlgorithm;
     SigkitAsnOcts signatureValue;
-    SigkitX509Cert
-        *issuerCert;  // verified issuer, or the certificate itself when self-signed; null until known. Not owned
-    int32_t refCount; // holders
+    SigkitX509Cert *issuerCert; // not owned: verified issuer, itself when self-signed, or null until known
+    int32_t refCount;           // holders
+    uint32_t storeIndex;        // place in the store, from 1; 0 outside it
+    InternalIssuerVerdicts issuerVerdicts;
 };
 ASN_ITEM(g_itemSigkitX509Cert, SigkitX509Cert);
 
@@ -207,6 +215,7 @@ struct SigkitX509Crl {
     SigkitX509AlgoIdentifier signatureAlgorithm;
     SigkitAsnOcts signatureValue;
     int32_t refCount; // holders
+    InternalIssuerVerdicts issuerVerdicts;
 };
 ASN_ITEM(g_itemSigkitX509Crl, SigkitX509Crl);
 

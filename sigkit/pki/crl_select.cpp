@@ -32,7 +32,7 @@ bool IsIndirect(const SigkitX509Crl &crl)
 }
 
 // Tells whether a CRL speaks about the certificate's issuer and hangs below the same root.
-bool IsInReach(SigkitVerifyCtx *ctx, const SigkitX509Crl &crl, const SigkitX509Cert &cert, const SigkitX509Cert *root)
+bool IsInReach(SigkitVerifyCtx *ctx, SigkitX509Crl &crl, const SigkitX509Cert &cert, const SigkitX509Cert *root)
 {
     if (cert.tbsCertificate.issuer.count == 0 || (!SameIssuer(crl, cert) && !IsIndirect(crl))) {
         return false;

@@ -6,7 +6,7 @@
 #include "pki/store.h"
 #include "sigkit/sigkit.h"
 #include "x509/cert.h"
-#include "x509/name.h"
+#include "x509/issuer.h"
 #include "x509/time.h"
 
 namespace
@@ -66,6 +66,26 @@ uint32_t WalkUp(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRevoc
     return SIGKIT_ERR_NO_ROOT;
 }
 
+// Validates the issuer of a CRL, or answers from memory.
+uint32_t ValidateNested(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRevocation)
+{
+    InternalPathMemory *const memory = &ctx->pki->memory;
+    const int32_t depth = ctx->pathDepth;
+    const InternalPathOutcome *const known = InternalRecallOutcome(memory, cert->storeIndex, depth);
+    if (known != nullptr) {
+        ctx->pathError = known->pathError != SIGKIT_OK ? known->pathError : ctx->pathError;
+        return known->status;
+    }
+    const uint32_t errorBefore = ctx->pathError;
+    ctx->pathError = SIGKIT_OK; // shows what this validation leaves there
+    ctx->pathDepth += 1;
+    const uint32_t status = WalkUp(ctx, cert, strictRevocation);
+    ctx->pathDepth -= 1;
+    InternalKeepOutcome(memory, cert->storeIndex, depth, {status, ctx->pathError});
+    ctx->pathError = ctx->pathError != SIGKIT_OK ? ctx->pathError : errorBefore;
+    return status;
+}
+
 } // namespace
 
 uint32_t SigkitPkiVerifyCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, int32_t isTopLevel, uint32_t strictRevocation,
@@ -75,19 +95,19 @@ uint32_t SigkitPkiVerifyCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, int32_t
         return SIGKIT_ERR_PARAM;
     }
     *ok = 0;
+    uint32_t status = SIGKIT_OK;
     if (isTopLevel != 0) {
+        InternalForgetOutcomes(&ctx->pki->memory);
         ctx->pathDepth = 1;
+        status = WalkUp(ctx, cert, strictRevocation);
+        ctx->pathDepth -= 1;
     } else if (ctx->pathDepth > SIGKIT_PATH_DEPTH_MAX) {
         (void)SIGKIT_FAIL(SIGKIT_OK, "The path of certificate is too deep.");
         return SIGKIT_ERR_PATH_TOO_DEEP;
     } else {
-        ctx->pathDepth += 1;
+        status = ValidateNested(ctx, cert, strictRevocation);
     }
-    const uint32_t status = WalkUp(ctx, cert, strictRevocation);
-    ctx->pathDepth -= 1;
-    if (status == SIGKIT_OK) {
-        *ok = 1;
-    }
+    *ok = status == SIGKIT_OK ? 1 : 0;
     return status;
 }
 
@@ -125,9 +145,9 @@ SigkitX509Cert *InternalFindCertIssuer(const SigkitList &certs, SigkitX509Cert *
             }
             continue;
         }
-        if (SigkitCompareX509Name(&info.subject, &cert->tbsCertificate.issuer) == 0 &&
-            (info.extensions.keyUsage & SIGKIT_KEY_USAGE_KEY_CERT_SIGN) != 0 &&
-            InternalIsCertSignedBy(*cert, *candidate)) {
+        const bool maySign = (info.extensions.keyUsage & SIGKIT_KEY_USAGE_KEY_CERT_SIGN) != 0;
+        bool issued = false;
+        if (maySign && InternalIsCertIssuedBy(cert, *candidate, &issued) == SIGKIT_OK && issued) {
             cert->issuerCert = candidate;
             return candidate;
         }

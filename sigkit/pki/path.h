@@ -10,10 +10,6 @@
 #include "asn1/records.h"
 #include "core/context.h"
 
-// Nested validations, and steps of a search for the root, that are allowed below the first: a chain has at most 11
-// certificates.
-inline constexpr int32_t SIGKIT_PATH_DEPTH_MAX = 10;
-
 // Validates a certificate at the context's verifyTime.
 //
 //   ctx               in/out; its pathDepth is 0 again after a top-level call, and pathError keeps the last failed

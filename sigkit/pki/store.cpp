@@ -4,6 +4,7 @@
 #include "sigkit/sigkit.h"
 #include "x509/cert.h"
 #include "x509/crl.h"
+#include "x509/issuer.h"
 #include "x509/name.h"
 #include "x509/oid.h"
 
@@ -37,6 +38,7 @@ uint32_t SigkitPkiInit(SigkitVerifyCtx *ctx)
     SigkitPkiCtx *store = nullptr;
     const uint32_t status = InternalNewRecord(&store);
     if (status == SIGKIT_OK) {
+        store->memory.literal = SIGKIT_PATH_LITERAL_MAX;
         ctx->pki = store;
     }
     return status;
@@ -58,7 +60,11 @@ uint32_t SigkitPkiStoreAddCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert)
     if (ctx == nullptr || cert == nullptr || ctx->pki == nullptr) {
         return SIGKIT_ERR_PARAM;
     }
-    return AddRecord(&ctx->pki->certs, cert, SIGKIT_ERR_CERT_DUPLICATE);
+    const uint32_t status = AddRecord(&ctx->pki->certs, cert, SIGKIT_ERR_CERT_DUPLICATE);
+    if (status == SIGKIT_OK) {
+        cert->storeIndex = ctx->pki->certs.count;
+    }
+    return status;
 }
 
 uint32_t SigkitPkiStoreAddCrl(SigkitVerifyCtx *ctx, SigkitX509Crl *crl)
@@ -87,7 +93,7 @@ SigkitX509Cert *SigkitPkiFindCertByIssuerSn(const SigkitVerifyCtx *ctx, const Si
     return nullptr;
 }
 
-SigkitX509Cert *SigkitPkiFindCrlIssuer(const SigkitVerifyCtx *ctx, const SigkitX509Crl *crl)
+SigkitX509Cert *SigkitPkiFindCrlIssuer(const SigkitVerifyCtx *ctx, SigkitX509Crl *crl)
 {
     if (ctx == nullptr || crl == nullptr || ctx->pki == nullptr) {
         return nullptr;
@@ -95,9 +101,9 @@ SigkitX509Cert *SigkitPkiFindCrlIssuer(const SigkitVerifyCtx *ctx, const SigkitX
     const SigkitList &certs = ctx->pki->certs;
     for (uint32_t i = 0; i < certs.count; ++i) {
         SigkitX509Cert *const cert = static_cast<SigkitX509Cert *>(certs.items[i]);
-        if (SigkitCompareX509Name(&cert->tbsCertificate.subject, &crl->tbsCertList.issuer) == 0 &&
-            (cert->tbsCertificate.extensions.keyUsage & SIGKIT_KEY_USAGE_CRL_SIGN) != 0 &&
-            InternalIsCrlSignedBy(*crl, *cert)) {
+        const bool maySign = (cert->tbsCertificate.extensions.keyUsage & SIGKIT_KEY_USAGE_CRL_SIGN) != 0;
+        bool issued = false;
+        if (maySign && InternalIsCrlIssuedBy(crl, *cert, &issued) == SIGKIT_OK && issued) {
             return cert;
         }
     }

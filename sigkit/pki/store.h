@@ -7,11 +7,13 @@
 #include "asn1/records.h"
 #include "core/context.h"
 #include "core/list.h"
+#include "pki/path_memory.h"
 
 // Certificates and CRLs in the order in which they were added; one share of each is the store's.
 struct SigkitPkiCtx {
     SigkitList certs; // SigkitX509Cert
     SigkitList crls;  // SigkitX509Crl
+    InternalPathMemory memory;
 };
 
 // Gives a context a new, empty store. Returns SIGKIT_OK, SIGKIT_ERR_PARAM when `ctx` is null, or SIGKIT_ERR_NO_MEMORY.
@@ -39,6 +41,6 @@ void SigkitPkiUninit(SigkitVerifyCtx *ctx);
 
 // Returns the first certificate that bears the CRL's issuer name, may sign CRLs and verifies this CRL, or null. Not
 // checked: its dates, its path and whether it is a CA. The store keeps its share.
-[[nodiscard]] SigkitX509Cert *SigkitPkiFindCrlIssuer(const SigkitVerifyCtx *ctx, const SigkitX509Crl *crl);
+[[nodiscard]] SigkitX509Cert *SigkitPkiFindCrlIssuer(const SigkitVerifyCtx *ctx, SigkitX509Crl *crl);
 
 #endif

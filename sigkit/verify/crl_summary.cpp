@@ -135,17 +135,17 @@ uint32_t DescribeIssuer(SigkitVerifyCtx *ctx, const SigkitX509Crl &crl, SigkitX5
 }
 
 // Summarises one CRL; null when that fails, which is logged.
-SigkitCrlInfo *InternalGetCrlInfo(SigkitVerifyCtx *ctx, const SigkitX509Crl &crl)
+SigkitCrlInfo *InternalGetCrlInfo(SigkitVerifyCtx *ctx, SigkitX509Crl *crl)
 {
     SummaryGuard info;
     uint32_t status = InternalNewRecord(&info.held);
     if (status == SIGKIT_OK) {
-        InternalGetCrlIssuerName(crl, info.held);
-        status = ConvertTimes(crl.tbsCertList, info.held);
+        InternalGetCrlIssuerName(*crl, info.held);
+        status = ConvertTimes(crl->tbsCertList, info.held);
     }
     if (status == SIGKIT_OK) {
-        SigkitX509Cert *const issuer = SigkitPkiFindCrlIssuer(ctx, &crl);
-        status = issuer == nullptr ? SIGKIT_OK : DescribeIssuer(ctx, crl, issuer, info.held);
+        SigkitX509Cert *const issuer = SigkitPkiFindCrlIssuer(ctx, crl);
+        status = issuer == nullptr ? SIGKIT_OK : DescribeIssuer(ctx, *crl, issuer, info.held);
     }
     if (status != SIGKIT_OK) {
         (void)SIGKIT_TRAIL(status);
@@ -193,8 +193,8 @@ uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len
     }
     bundle->size = sizeof(*bundle);
     for (uint32_t i = 0; i < crls.count; ++i) {
-        const SigkitX509Crl *const crl = static_cast<const SigkitX509Crl *>(crls.items[i]);
-        bundle->crls[i] = crl == nullptr ? nullptr : InternalGetCrlInfo(ctx, *crl);
+        SigkitX509Crl *const crl = static_cast<SigkitX509Crl *>(crls.items[i]);
+        bundle->crls[i] = crl == nullptr ? nullptr : InternalGetCrlInfo(ctx, crl);
         bundle->count += bundle->crls[i] == nullptr ? 0 : 1;
     }
     *out = bundle;

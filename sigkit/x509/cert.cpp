@@ -2,21 +2,7 @@
 
 #include "asn1/decode.h"
 #include "sigkit/sigkit.h"
-#include "x509/name.h"
-#include "x509/pubkey.h"
-
-namespace
-{
-
-uint32_t VerifyCertSignature(const SigkitX509Cert &cert, const SigkitX509Cert &issuer, uint32_t *result)
-{
-    return SigkitX509PubKeyVerify(cert.encoded.data, cert.encoded.len, cert.signatureValue.data,
-                                  cert.signatureValue.len,
-                                  &issuer.tbsCertificate.subjectPublicKeyInfo.subjectPublicKey.rsaPublicKey,
-                                  &cert.signatureAlgorithm.algorithm, result);
-}
-
-} // namespace
+#include "x509/issuer.h"
 
 uint32_t SigkitX509DecodeCert(const uint8_t *data, uint32_t len, SigkitX509Cert **cert, uint32_t *consumed)
 {
@@ -59,23 +45,11 @@ uint32_t SigkitX509IsSelfSigned(SigkitX509Cert *cert, uint32_t *isSelfSigned)
         *isSelfSigned = 1;
         return SIGKIT_OK;
     }
-    if (SigkitCompareX509Name(&cert->tbsCertificate.subject, &cert->tbsCertificate.issuer) != 0) {
-        return SIGKIT_OK;
-    }
-    uint32_t verified = 0;
-    const uint32_t status = VerifyCertSignature(*cert, *cert, &verified);
-    if (status != SIGKIT_OK) {
-        return status;
-    }
-    if (verified == 1) {
+    bool issued = false;
+    const uint32_t status = InternalIsCertIssuedBy(cert, *cert, &issued);
+    if (status == SIGKIT_OK && issued) {
         cert->issuerCert = cert;
         *isSelfSigned = 1;
     }
-    return SIGKIT_OK;
-}
-
-bool InternalIsCertSignedBy(const SigkitX509Cert &cert, const SigkitX509Cert &issuer)
-{
-    uint32_t verified = 0;
-    return VerifyCertSignature(cert, issuer, &verified) == SIGKIT_OK && verified == 1;
+    return status;
 }

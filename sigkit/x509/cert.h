@@ -38,10 +38,6 @@ void InternalFreeCertEntry(void *cert);
 // Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument, or the code of SigkitX509PubKeyVerify.
 [[nodiscard]] uint32_t SigkitX509IsSelfSigned(SigkitX509Cert *cert, uint32_t *isSelfSigned);
 
-// Tells whether the key of `issuer` verifies the signature of `cert`. Not checked: names, usages, dates. An error of the
-// check counts as no.
-[[nodiscard]] bool InternalIsCertSignedBy(const SigkitX509Cert &cert, const SigkitX509Cert &issuer);
-
 using InternalCertGuard = InternalGuard<SigkitX509Cert, SigkitX509FreeCert>;
 
 #endif

@@ -2,7 +2,6 @@
 
 #include "asn1/decode.h"
 #include "sigkit/sigkit.h"
-#include "x509/pubkey.h"
 
 uint32_t SigkitX509DecodeCrl(const uint8_t *data, uint32_t len, SigkitX509Crl **crl, uint32_t *consumed)
 {
@@ -33,14 +32,4 @@ void SigkitX509FreeCrl(SigkitX509Crl *crl)
 void InternalFreeCrlEntry(void *crl)
 {
     SigkitX509FreeCrl(static_cast<SigkitX509Crl *>(crl));
-}
-
-bool InternalIsCrlSignedBy(const SigkitX509Crl &crl, const SigkitX509Cert &issuer)
-{
-    uint32_t verified = 0;
-    const uint32_t status =
-        SigkitX509PubKeyVerify(crl.encoded.data, crl.encoded.len, crl.signatureValue.data, crl.signatureValue.len,
-                               &issuer.tbsCertificate.subjectPublicKeyInfo.subjectPublicKey.rsaPublicKey,
-                               &crl.signatureAlgorithm.algorithm, &verified);
-    return status == SIGKIT_OK && verified == 1;
 }

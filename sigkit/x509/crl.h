@@ -29,10 +29,6 @@ void SigkitX509FreeCrl(SigkitX509Crl *crl);
 // Releases a list entry that is a CRL: a SigkitListDestructor.
 void InternalFreeCrlEntry(void *crl);
 
-// Tells whether the key of `issuer` verifies the signature of `crl`. Not checked: names, usages, dates. An error of the
-// check counts as no.
-[[nodiscard]] bool InternalIsCrlSignedBy(const SigkitX509Crl &crl, const SigkitX509Cert &issuer);
-
 using InternalCrlGuard = InternalGuard<SigkitX509Crl, SigkitX509FreeCrl>;
 
 #endif

@@ -1,0 +1,40 @@
+#include "pki/path_memory.h"
+
+namespace
+{
+
+bool HasPlace(uint32_t storeIndex, int32_t depth)
+{
+    return storeIndex >= 1 && storeIndex <= SIGKIT_LIST_CAPACITY && depth >= 0 && depth <= SIGKIT_PATH_DEPTH_MAX;
+}
+
+} // namespace
+
+void InternalForgetOutcomes(InternalPathMemory *memory)
+{
+    memory->nested = 0;
+    for (uint32_t &known : memory->known) {
+        known = 0;
+    }
+}
+
+const InternalPathOutcome *InternalRecallOutcome(InternalPathMemory *memory, uint32_t storeIndex, int32_t depth)
+{
+    if (memory->nested < memory->literal) {
+        memory->nested += 1;
+        return nullptr;
+    }
+    if (!HasPlace(storeIndex, depth) || (memory->known[storeIndex - 1] & (1U << depth)) == 0) {
+        return nullptr;
+    }
+    return &memory->outcomes[storeIndex - 1][depth];
+}
+
+void InternalKeepOutcome(InternalPathMemory *memory, uint32_t storeIndex, int32_t depth,
+                         const InternalPathOutcome &outcome)
+{
+    if (HasPlace(storeIndex, depth)) {
+        memory->known[storeIndex - 1] |= 1U << depth;
+        memory->outcomes[storeIndex - 1][depth] = outcome;
+    }
+}

@@ -1,0 +1,20 @@
+// Who issued a certificate or CRL. What was found out is kept in the record, so that no signature is checked twice under
+// one key, however often path validation comes by.
+#ifndef X509_ISSUER_H
+#define X509_ISSUER_H
+
+#include <stdint.h>
+
+#include "asn1/records.h"
+
+// Tells whether a record bears the subject of `issuer` as its issuer name and the key of `issuer` verifies its signature
+// (RFC 5280, 6.1.3). Not checked: usages, dates.
+//
+//   record  in/out, keeps a yes or no about itself and about certificates that are stored; an error is never kept.
+//   issued  out, the answer; false on failure.
+//
+// Returns SIGKIT_OK, or the code of SigkitX509PubKeyVerify.
+[[nodiscard]] uint32_t InternalIsCertIssuedBy(SigkitX509Cert *record, const SigkitX509Cert &issuer, bool *issued);
+[[nodiscard]] uint32_t InternalIsCrlIssuedBy(SigkitX509Crl *record, const SigkitX509Cert &issuer, bool *issued);
+
+#endif
