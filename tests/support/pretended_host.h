@@ -1,0 +1,19 @@
+// A host without files or libcrypto. A signature holds under a key when its first octet is the modulus's last one, so a
+// test writes certificates and CRLs that verify by hand, and thousands of them cost nothing.
+#ifndef SUPPORT_PRETENDED_HOST_H
+#define SUPPORT_PRETENDED_HOST_H
+
+#include <stdint.h>
+
+#include <string>
+#include <vector>
+
+struct PretendedHost {
+    std::vector<std::string> lines; // "function code text"
+    uint32_t signatureChecks = 0;
+    int32_t liveBlocks = 0;
+};
+
+extern PretendedHost g_pretendedHost;
+
+#endif
