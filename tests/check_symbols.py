@@ -14,7 +14,7 @@ COMPILER_SUPPORT = {"memcpy", "memset", "memmove", "memcmp", "__stack_chk_fail",
 
 
 def declared(header: str) -> set[str]:
-    text = re.sub(r"//[^\n]*|__attribute__\(\(\w+\([^)]*\)\)\)", "", (ROOT / header).read_text())
+    text = re.sub(r"//[^\n]*|^#[^\n]*|__attribute__\(\(\w+\([^)]*\)\)\)", "", (ROOT / header).read_text(), flags=re.M)
     return set(re.findall(r"\b(\w+)\s*\([^;{}]*\)\s*;", text))
 
 
