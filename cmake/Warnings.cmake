@@ -7,4 +7,4 @@ target_compile_options(sigkit_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconv
 add_library(sigkit_procedural INTERFACE)
 target_compile_options(sigkit_procedural INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti
                                                    -fno-threadsafe-statics>)
-target_link_libraries(sigkit_procedural INTERFACE sigkit_warnings)
+target_link_libraries(sigkit_procedural INTERFACE sigkit_warnings sigkit_hardening)

@@ -1,0 +1,16 @@
+# What the compiler and the linker can do against an attacker who has found a mistake.
+include(CheckCXXCompilerFlag)
+include(CheckPIESupported)
+check_pie_supported()
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+check_cxx_compiler_flag(-fcf-protection=full SIGKIT_HAS_CF_PROTECTION)             # x86
+check_cxx_compiler_flag(-mbranch-protection=standard SIGKIT_HAS_BRANCH_PROTECTION) # aarch64
+
+add_library(sigkit_hardening INTERFACE)
+target_compile_options(sigkit_hardening INTERFACE
+  -fstack-protector-strong
+  $<$<BOOL:${SIGKIT_HAS_CF_PROTECTION}>:-fcf-protection=full>
+  $<$<BOOL:${SIGKIT_HAS_BRANCH_PROTECTION}>:-mbranch-protection=standard>
+  $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
+target_link_options(sigkit_hardening INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
