@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Checks what is built into a shipped program. Usage: check_hardening.py PROGRAM [--needs LIBRARY]...
+"""Checks what is built into a shipped program. Usage: check_hardening.py PROGRAM ARCHIVE...
 
 Reads the ELF file: position independence, protected relocations, stack and segments that are not executable or
-writable together, stack protector, fortified functions, control-flow protection, and that it needs no more than it
-should: no run-time library of C++, no clock, no network.
+writable together, stack protector, fortified functions, and that it needs no more than it should: no run-time library
+of C++, no clock, no network. Control-flow protection is looked for in the objects of the archives that the program is
+made of: the program itself only carries the mark when the C library's start-up objects do too.
 """
 import re
 import subprocess
@@ -25,9 +26,20 @@ def imports(program: str) -> set[str]:
     return {re.split(r"@", row.split()[7])[0] for row in rows if " UND " in row and len(row.split()) > 7}
 
 
-def faults(program: str, needs: set[str]) -> list[str]:
+def unprotected(archive: str) -> list[str]:
+    objects = re.split(r"^File: ", readelf(archive, "-h", "-n"), flags=re.M)[1:]
+    marks = {"X86-64": ("IBT", "SHSTK"), "AArch64": ("BTI", "PAC")}
+    found = [] if objects else [f"{archive} holds nothing"]
+    for text in objects:
+        wanted = next((mark for machine, mark in marks.items() if machine in text), ())
+        if not all(mark in text for mark in wanted):
+            found.append(f"no control-flow protection in {text.split()[0]}")
+    return found
+
+
+def faults(program: str) -> list[str]:
     found = []
-    header, segments, dynamic, notes = (readelf(program, option) for option in ("-h", "-l", "-d", "-n"))
+    header, segments, dynamic = (readelf(program, option) for option in ("-h", "-l", "-d"))
     if not re.search(r"Type:\s+DYN", header) or not re.search(r"FLAGS_1.*\bPIE\b", dynamic):
         found.append("not position independent")
     if "GNU_RELRO" not in segments or not re.search(r"BIND_NOW|FLAGS_1.*\bNOW\b", dynamic):
@@ -39,15 +51,11 @@ def faults(program: str, needs: set[str]) -> list[str]:
             found.append("executable stack")
     if "GNU_STACK" not in segments:
         found.append("no word about the stack")
-    if "x86-64" in header and not ("IBT" in notes and "SHSTK" in notes):
-        found.append("no control-flow protection")
-    if "AArch64" in header and "BTI" not in notes:
-        found.append("no branch target identification")
     if re.search(r"RPATH|RUNPATH", dynamic):
         found.append("a library search path of its own")
     needed = {re.sub(r"\.so.*", "", name) for name in re.findall(r"\(NEEDED\).*\[(.*)\]", dynamic)}
-    if needed != needs:
-        found.append(f"needs {sorted(needed)} instead of {sorted(needs)}")
+    if needed != {"libcrypto", "libc"}:
+        found.append(f"needs {sorted(needed)}")
     wanted = imports(program)
     if "__stack_chk_fail" not in wanted:
         found.append("no stack protector")
@@ -59,10 +67,9 @@ def faults(program: str, needs: set[str]) -> list[str]:
 
 
 def main() -> int:
-    program, needs = sys.argv[1], {"libcrypto", "libc"} | {name for name in sys.argv[2:] if name != "--needs"}
-    found = faults(program, needs)
+    found = faults(sys.argv[1]) + [fault for archive in sys.argv[2:] for fault in unprotected(archive)]
     for fault in found:
-        print(f"{program}: {fault}")
+        print(fault)
     return 1 if found else 0
 
 
