@@ -1,0 +1,213 @@
+#!/usr/bin/env python3
+"""Measures how strong the tests are: breaks the sources of sigkit/ and src/ in one place at a time and runs the tests.
+
+A mutant flips a comparison, moves a bound by one, negates a condition, drops a call, swaps two arguments or changes a
+constant. It is killed when a test fails, crashes or hangs; one that does not compile does not count. Works on copies of
+the tree, so the tree itself is never changed. Exits with 1 when fewer than --least percent are killed.
+"""
+import argparse
+import concurrent.futures
+import dataclasses
+import os
+import pathlib
+import queue
+import random
+import re
+import shutil
+import subprocess
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+ROOMS = ["core", "asn1", "x509", "pki", "verify"]
+TESTS = {
+    "core": "tests/core/core_test", "asn1": "tests/asn1/asn1_test", "x509": "tests/x509/x509_test",
+    "pki": "tests/pki/pki_test", "verify": "tests/verify/verify_test", "src": "tests/tool/tool_test",
+}
+FILTERS = {"path_cost_test": "-RandomStores.*"}
+
+
+@dataclasses.dataclass(frozen=True)
+class Mutant:
+    path: str
+    line: int  # from 0
+    kind: str
+    before: str
+    after: str
+
+    def __str__(self) -> str:
+        return f"{self.path}:{self.line + 1}: {self.kind}\n    - {self.before.strip()}\n    + {self.after.strip()}"
+
+
+def code_spans(line: str):
+    """The stretches of a line that are neither text, character nor comment."""
+    start = 0
+    for match in re.finditer(r'"(?:\\.|[^"\\])*"|\'(?:\\.|[^\'\\])*\'|//.*', line):
+        yield start, match.start()
+        start = match.end()
+    yield start, len(line)
+
+
+RULES = [
+    ("flips a comparison", r"(?<![=!<>])==(?!=)", "!="),
+    ("flips a comparison", r"!=", "=="),
+    ("moves a bound", r" < ", " <= "),
+    ("moves a bound", r" <= ", " < "),
+    ("moves a bound", r" > ", " >= "),
+    ("moves a bound", r" >= ", " > "),
+    ("flips a comparison", r" < ", " >= "),
+    ("flips a comparison", r" > ", " <= "),
+    ("weakens a condition", r"&&", "||"),
+    ("weakens a condition", r"\|\|", "&&"),
+    ("negates a condition", r"\bif \((.*)\) \{$", r"if (!(\1)) {"),
+    ("negates a condition", r"\bwhile \((.*)\) \{$", r"while (!(\1)) {"),
+    ("changes a constant", r"\bSIGKIT_OK\b", "SIGKIT_ERR_UNKNOWN"),
+    ("changes a constant", r"\bSIGKIT_ERR_(?!UNKNOWN)\w+", "SIGKIT_ERR_UNKNOWN"),
+    ("changes a constant", r"\btrue\b", "false"),
+    ("changes a constant", r"\bfalse\b", "true"),
+    ("changes a constant", r"(?<![\w.\[])0(?![\w.])", "1"),
+    ("changes a constant", r"(?<![\w.\[])1(?![\w.])", "2"),
+    ("changes a constant", r"(?<![\w.\[])([2-9]|[1-9]\d+)(?![\w.])", lambda m: str(int(m.group(1)) + 1)),
+    ("changes a constant", r"\b0x([0-9A-Fa-f]+)\b", lambda m: hex(int(m.group(1), 16) ^ 1)),
+    ("swaps arguments", r"\((\w+(?:[.>-]+\w+)*), (\w+(?:[.>-]+\w+)*)\)", r"(\2, \1)"),
+    ("swaps arguments", r", (\w+(?:[.>-]+\w+)*), (\w+(?:[.>-]+\w+)*)\)", r", \2, \1)"),
+    ("changes an operation", r" \+ ", " - "),
+    ("changes an operation", r" - ", " + "),
+    ("changes an operation", r" \+= ", " -= "),
+    ("changes an operation", r" -= ", " += "),
+    ("changes an operation", r" \|= ", " = "),
+    ("drops a negation", r"(?<![\w)])!(?=[\w(])", ""),
+]
+CALL = re.compile(r"^\s+(?:\(void\))?[A-Za-z_]\w*\(.*\);$")
+
+
+def mutants_of(path: pathlib.Path) -> list[Mutant]:
+    name = str(path.relative_to(ROOT))
+    found = []
+    for number, line in enumerate(path.read_text().splitlines()):
+        if re.match(r"\s*(#|//|static_assert|using |namespace|template)", line):
+            continue
+        if CALL.match(line):
+            found.append(Mutant(name, number, "drops a call", line, ";"))
+        for kind, pattern, replacement in RULES:
+            for match in re.finditer(pattern, line):
+                if any(a <= match.start() and match.end() <= b for a, b in code_spans(line)) or "if \\(" in pattern:
+                    after = line[:match.start()] + match.expand(replacement) + line[match.end():] \
+                        if isinstance(replacement, str) else line[:match.start()] + replacement(match) + line[match.end():]
+                    if after != line:
+                        found.append(Mutant(name, number, kind, line, after))
+    return found
+
+
+def room_of(path: str) -> str:
+    parts = path.split("/")
+    return "src" if parts[0] == "src" else parts[1]
+
+
+class Workplace:
+    """A copy of the tree with a build of its own."""
+
+    def __init__(self, directory: pathlib.Path):
+        self.tree = directory / "tree"
+        self.build = directory / "build"
+        ignored = shutil.ignore_patterns("build*", ".git", "corpus")
+        shutil.copytree(ROOT, self.tree, ignore=ignored, dirs_exist_ok=True)
+        self.run(["cmake", "-S", self.tree, "-B", self.build, "-DCMAKE_BUILD_TYPE=Debug", "-DBUILD_TESTING=ON",
+                  "-DCMAKE_CXX_FLAGS=-O1 -g0"], check=True)
+        self.make(check=True)
+
+    def run(self, command, **options):
+        return subprocess.run([str(word) for word in command], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                              stdin=subprocess.DEVNULL, **options)
+
+    def make(self, **options):
+        return self.run(["cmake", "--build", self.build], **options)
+
+    def programs(self, room: str) -> list[pathlib.Path]:
+        """The tests, those of the mutant's own room first."""
+        everything = sorted(path for path in self.build.glob("tests/*/*_test")
+                            if os.access(path, os.X_OK) and path.parent.name != "pkgsign")
+        return sorted(everything, key=lambda path: path != self.build / TESTS.get(room, ""))
+
+    def is_killed(self, room: str, seconds: int) -> bool:
+        for program in self.programs(room):
+            command = [program, "--gtest_fail_fast", "--gtest_brief=1"]
+            if program.name in FILTERS:
+                command.append("--gtest_filter=" + FILTERS[program.name])
+            try:
+                if self.run(command, timeout=seconds, cwd=program.parent).returncode != 0:
+                    return True
+            except subprocess.TimeoutExpired:
+                return True
+        return False
+
+    def judge(self, mutant: Mutant, seconds: int) -> str:
+        path = self.tree / mutant.path
+        original = path.read_text()
+        lines = original.splitlines(keepends=True)
+        lines[mutant.line] = mutant.after + "\n"
+        path.write_text("".join(lines))
+        try:
+            if self.make().returncode != 0:
+                return "does not compile"
+            return "killed" if self.is_killed(room_of(mutant.path), seconds) else "survived"
+        finally:
+            path.write_text(original)
+
+
+def main() -> int:
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--sample", type=int, default=500, help="mutants that compile to judge; 0: all (default 500)")
+    parser.add_argument("--only", default="", help="regular expression: judge only files whose path it is found in")
+    parser.add_argument("--seed", type=int, default=1, help="chooses the sample (default 1)")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count())
+    parser.add_argument("--seconds", type=int, default=60, help="after which a test hangs (default 60)")
+    parser.add_argument("--least", type=float, default=95.0, help="percent to be killed (default 95)")
+    parser.add_argument("--work", type=pathlib.Path, default=ROOT / "build" / "mutation")
+    arguments = parser.parse_args()
+
+    sources = [path for room in ROOMS for path in sorted((ROOT / "sigkit" / room).glob("*.cpp"))]
+    sources += sorted((ROOT / "src").glob("*.cpp"))
+    chosen = [mutant for path in sources if re.search(arguments.only, str(path.relative_to(ROOT)))
+              for mutant in mutants_of(path)]
+    random.Random(arguments.seed).shuffle(chosen)
+    print(f"{len(chosen)} mutants can be made", flush=True)
+
+    workplaces = queue.Queue()
+    for number in range(arguments.jobs):
+        workplaces.put(Workplace(arguments.work / str(number)))
+    baseline = workplaces.get()
+    if baseline.is_killed("core", arguments.seconds):
+        sys.exit("the tests fail before anything is broken")
+    workplaces.put(baseline)
+
+    counts = {"killed": 0, "survived": 0, "does not compile": 0}
+    pending = iter(chosen)
+
+    def judge_next():
+        workplace = workplaces.get()
+        try:
+            while True:
+                judged = counts["killed"] + counts["survived"]
+                mutant = next(pending, None)
+                if mutant is None or (arguments.sample and judged >= arguments.sample):
+                    return
+                verdict = workplace.judge(mutant, arguments.seconds)
+                counts[verdict] += 1
+                if verdict == "survived":
+                    print(f"survived: {mutant}", flush=True)
+        finally:
+            workplaces.put(workplace)
+
+    with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
+        for future in [pool.submit(judge_next) for _ in range(arguments.jobs)]:
+            future.result()
+
+    judged = counts["killed"] + counts["survived"]
+    percent = 100.0 * counts["killed"] / judged if judged else 0.0
+    print(f"{counts['killed']} of {judged} mutants killed ({percent:.1f} %), "
+          f"{counts['does not compile']} did not compile")
+    return 0 if percent >= arguments.least else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
