@@ -13,7 +13,7 @@ find "$build" -name '*.gcda' -delete
 ctest --preset coverage -j "$(nproc)" --progress
 
 report=(gcovr --root . --object-directory "$build" --filter 'sigkit/' --filter 'src/' --exclude-unreachable-branches
-        --exclude-throw-branches)
+        --exclude-throw-branches --exclude-directories '.*CompilerId.*')
 "${report[@]}"
 "${report[@]}" --branches | tail -n 4
 if [ $# -ge 1 ]; then
