@@ -403,7 +403,7 @@ int32_t SigkitCryptoVerifyCreateCtx(SigkitCryptoCtx **out)
     }
     (void)memset_s(block, CONTEXT_SIZE, 0, CONTEXT_SIZE);
     SigkitCryptoCtx *const ctx = static_cast<SigkitCryptoCtx *>(block);
-    ctx->size = CONTEXT_SIZE;
+    *ctx = {CONTEXT_SIZE, nullptr, nullptr}; // whatever became of the zeroing: the pointers are freed with the record
     *out = ctx;
     return 0;
 }

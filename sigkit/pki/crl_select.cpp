@@ -18,8 +18,13 @@ void FreeCandidates(SigkitList *candidates)
     SigkitListFree(candidates, SigkitFree);
 }
 
+void FreeCandidate(SigkitCrlCandidate *candidate)
+{
+    SigkitFree(candidate);
+}
+
 using CandidatesGuard = InternalGuard<SigkitList, FreeCandidates>;
-using CandidateGuard = InternalGuard<void, SigkitFree>;
+using CandidateGuard = InternalGuard<SigkitCrlCandidate, FreeCandidate>;
 
 bool SameIssuer(const SigkitX509Crl &crl, const SigkitX509Cert &cert)
 {
@@ -43,15 +48,15 @@ bool IsInReach(SigkitVerifyCtx *ctx, SigkitX509Crl &crl, const SigkitX509Cert &c
 
 uint32_t AddCandidate(SigkitList *candidates, uint32_t score, SigkitX509Crl *crl)
 {
-    CandidateGuard block;
-    uint32_t status = SigkitMallocWith0(&block.held, sizeof(SigkitCrlCandidate));
+    CandidateGuard candidate;
+    uint32_t status = InternalNewRecord(&candidate.held);
     if (status != SIGKIT_OK) {
         return status;
     }
-    *static_cast<SigkitCrlCandidate *>(block.held) = {score, crl};
-    status = SigkitListAdd(candidates, block.held);
+    *candidate.held = {score, crl};
+    status = SigkitListAdd(candidates, candidate.held);
     if (status == SIGKIT_OK) {
-        (void)block.Take(); // the list's
+        (void)candidate.Take(); // the list's
     }
     return status;
 }
