@@ -1,0 +1,426 @@
+#include "tests/faults/scenarios.h"
+
+#include "sigkit/sigkit.h"
+#include "tests/faults/materials.h"
+#include "tests/support/process.h"
+
+namespace
+{
+
+const char CONTENT[] = "f4d1b0 firmware.bin\n";
+
+struct Package {
+    uint32_t derCrls = 2;
+    PkgsignBytes root = AllParties().root.certificate;
+    PkgsignBytes crls = GoodCrls();
+    PkgsignBytes message = MakeMessage(MessageRequest(CONTENT));
+    std::string content = CONTENT;
+};
+
+uint32_t Size(const PkgsignBytes &bytes)
+{
+    return static_cast<uint32_t>(bytes.size());
+}
+
+// A context that frees itself.
+struct Context {
+    SigkitVerifyCtx *ctx = nullptr;
+    uint32_t status = SIGKIT_OK;
+
+    Context()
+    {
+        SigkitVerifyCreateParam param = {};
+        param.size = sizeof(param);
+        status = SigkitVerifyCreateCtx(&ctx, &param);
+    }
+    ~Context()
+    {
+        if (ctx != nullptr) {
+            (void)SigkitVrfCtxFree(ctx);
+        }
+    }
+    Context(const Context &) = delete;
+    Context &operator=(const Context &) = delete;
+};
+
+uint32_t Load(const Context &context, const Package &package)
+{
+    uint32_t status = context.status;
+    if (status == SIGKIT_OK) {
+        status = SigkitVerifyAddCert(context.ctx, package.root.data(), Size(package.root));
+    }
+    if (status == SIGKIT_OK) {
+        status = SigkitVerifyAddCrl(context.ctx, package.crls.data(), Size(package.crls));
+    }
+    return status;
+}
+
+Outcome Stream(const Context &context, const Package &package)
+{
+    Outcome outcome;
+    outcome.status = SigkitVerifyDetachSignatureBegin(context.ctx, package.message.data(), Size(package.message));
+    const PkgsignBytes content = Octets(package.content);
+    const uint32_t half = Size(content) / 2;
+    const uint32_t pieces[][2] = {{0, half}, {half, Size(content) - half}};
+    for (const auto &piece : pieces) {
+        if (outcome.status == SIGKIT_OK && piece[1] != 0) {
+            outcome.status = SigkitVerifyDetachSignatureUpdate(context.ctx, content.data() + piece[0], piece[1]);
+        }
+    }
+    if (outcome.status == SIGKIT_OK) {
+        outcome.status = SigkitVerifyDetachSignatureFinal(context.ctx, &outcome.answer);
+    }
+    return outcome;
+}
+
+Outcome Verify(const Package &package)
+{
+    const Context context;
+    const uint32_t status = Load(context, package);
+    return status == SIGKIT_OK ? Stream(context, package) : Outcome{status, 0};
+}
+
+// The same from files.
+struct Files {
+    TemporaryDirectory directory;
+
+    explicit Files(const Package &package)
+    {
+        Write("root", package.root);
+        Write("crls", package.crls);
+        Write("message", package.message);
+        Write("content", Octets(package.content));
+    }
+    void Write(const std::string &name, const PkgsignBytes &bytes) const
+    {
+        (void)PkgsignWriteFile(directory.File(name), bytes).ok;
+    }
+};
+
+Outcome VerifyFiles(const Files &files, uint32_t times)
+{
+    const Context context;
+    Outcome outcome = {context.status, 0};
+    if (outcome.status == SIGKIT_OK) {
+        outcome.status = SigkitVerifyAddCertFile(context.ctx, files.directory.File("root").c_str());
+    }
+    if (outcome.status == SIGKIT_OK) {
+        outcome.status = SigkitVerifyAddCrlFile(context.ctx, files.directory.File("crls").c_str());
+    }
+    outcome.answer = 1;
+    for (uint32_t i = 0; i < times && outcome.status == SIGKIT_OK && outcome.answer == 1; ++i) {
+        outcome.status = SigkitVerifyDetachSignatureQuick(context.ctx, files.directory.File("content").c_str(),
+                                                          files.directory.File("message").c_str(), &outcome.answer);
+    }
+    outcome.answer = outcome.status == SIGKIT_OK ? outcome.answer : 0;
+    return outcome;
+}
+
+Outcome Compare(const PkgsignBytes &first, const PkgsignBytes &second)
+{
+    const Context context;
+    Outcome outcome = {context.status, SIGKIT_CRL_CONFLICT};
+    SigkitCrlBundle *bundles[2] = {};
+    const PkgsignBytes *const inputs[2] = {&first, &second};
+    const PkgsignBytes &root = AllParties().root.certificate;
+    if (outcome.status == SIGKIT_OK) {
+        outcome.status = SigkitVerifyAddCert(context.ctx, root.data(), Size(root));
+    }
+    for (int i = 0; i < 2 && outcome.status == SIGKIT_OK; ++i) {
+        outcome.status = SigkitDecodeCrl(context.ctx, inputs[i]->data(), Size(*inputs[i]), &bundles[i]);
+    }
+    if (outcome.status == SIGKIT_OK) {
+        outcome.status = SigkitCrlCompare(context.ctx, bundles[0], bundles[1], &outcome.answer);
+    }
+    for (SigkitCrlBundle *const bundle : bundles) {
+        if (bundle != nullptr) {
+            (void)SigkitCrlFree(context.ctx, bundle);
+        }
+    }
+    return outcome;
+}
+
+// ---- Packages that differ from the good one in one thing -------------------------------------------------------------
+
+using Change = std::function<void(Package *)>;
+
+Package Changed(const Change &change)
+{
+    Package package;
+    change(&package);
+    return package;
+}
+
+Change WithMessage(const std::function<void(PkgsignMessageRequest *)> &change)
+{
+    return [change](Package *package) {
+        PkgsignMessageRequest request = MessageRequest(package->content);
+        change(&request);
+        package->message = MakeMessage(request);
+    };
+}
+
+Change WithCrl(const Party &issuer, const std::function<void(PkgsignCrlRequest *)> &change)
+{
+    return [issuer, change](Package *package) {
+        const bool isRoot = issuer.key == AllParties().root.key;
+        PkgsignCrlRequest request = CrlRequest(issuer);
+        change(&request);
+        const Party &other = isRoot ? AllParties().issuingCa : AllParties().root;
+        package->crls = Join({MakeCrl(request), MakeCrl(CrlRequest(other))});
+    };
+}
+
+// A message by a signer whose certificate differs from the good one's.
+Change WithSigner(const std::function<void(PkgsignCertificateRequest *)> &change)
+{
+    return WithMessage([change](PkgsignMessageRequest *message) {
+        PkgsignCertificateRequest request = CertificateRequest("Another signer", &AllParties().issuingCa);
+        request.basicConstraints = PkgsignBasicConstraints::NotCa;
+        request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
+        request.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+        change(&request);
+        const Party signer = Certify(request);
+        message->signerCertificate = signer.certificate;
+        message->signerKey = signer.key;
+        message->certificates = {signer.certificate, AllParties().issuingCa.certificate};
+    });
+}
+
+PkgsignRevokedCertificate Revoked(const Party &party, int reason)
+{
+    PkgsignRevokedCertificate revoked;
+    (void)PkgsignGetSerialNumber(party.certificate, &revoked.serialNumber).ok;
+    revoked.revocationDate = PACKAGE_TIME - PACKAGE_DAY;
+    revoked.reasonCode = reason;
+    return revoked;
+}
+
+Change WithRevoked(const Party &issuer, const Party &party, int reason)
+{
+    return WithCrl(issuer, [party, reason](PkgsignCrlRequest *crl) { crl->revoked = {Revoked(party, reason)}; });
+}
+
+struct Variant {
+    const char *name;
+    Outcome expected;
+    Change change;
+};
+
+std::vector<Variant> AcceptedVariants()
+{
+    const Parties &all = AllParties();
+    return {
+        {"Good", {SIGKIT_OK, 1}, [](Package *) {}},
+        {"GoodPem",
+         {SIGKIT_OK, 1},
+         [](Package *package) {
+             package->derCrls = 0;
+             package->root = Pem(PKGSIGN_LABEL_CERTIFICATE, package->root);
+             package->crls = Join({Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().root))),
+                                   Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().issuingCa)))});
+             package->message = Pem(PKGSIGN_LABEL_CMS, package->message);
+         }},
+        {"GoodPkcs7Armour", {SIGKIT_OK, 1}, [](Package *p) { p->message = Pem(PKGSIGN_LABEL_PKCS7, p->message); }},
+        {"GoodSha384", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->digest = PkgsignDigest::Sha384; })},
+        {"GoodSha512", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->digest = PkgsignDigest::Sha512; })},
+        {"GoodSigningTime", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->signingTime = PACKAGE_TIME; })},
+        {"GoodImprintSha512", {SIGKIT_OK, 1}, WithMessage([](auto *m) {
+             m->tokenRequest.imprintDigest = PkgsignDigest::Sha512;
+         })},
+        {"GoodCaInCrlFile",
+         {SIGKIT_OK, 1},
+         [](Package *package) {
+             PkgsignMessageRequest request = MessageRequest(package->content);
+             request.certificates = {AllParties().signer.certificate};
+             package->message = MakeMessage(request);
+             package->crls = Join({AllParties().issuingCa.certificate, package->crls});
+         }},
+        {"GoodRevokedLater",
+         {SIGKIT_OK, 1},
+         WithCrl(all.issuingCa,
+                 [](PkgsignCrlRequest *crl) {
+                     crl->revoked = {Revoked(AllParties().signer, 5)};
+                     crl->revoked[0].revocationDate = PACKAGE_TIME + PACKAGE_DAY;
+                 })},
+        {"NobodySignsNothing",
+         {SIGKIT_OK, 1},
+         [](Package *package) {
+             PkgsignMessageRequest request = MessageRequest("");
+             request.signerInfoCount = 0;
+             request.timestamp = PkgsignTimestamp::None;
+             package->content = "";
+             package->message = MakeMessage(request);
+         }},
+    };
+}
+
+std::vector<Variant> RefusedVariants()
+{
+    const Parties &all = AllParties();
+    return {
+        {"Tampered", {SIGKIT_OK, 0}, [](Package *p) { p->content[3] = 'x'; }},
+        {"NobodySignsContent", {SIGKIT_ERR_NOT_BEGUN, 0}, WithMessage([](auto *m) {
+             m->signerInfoCount = 0;
+             m->timestamp = PkgsignTimestamp::None;
+         })},
+        {"NoTimestamp", {SIGKIT_ERR_PARAM, 0}, WithMessage([](auto *m) { m->timestamp = PkgsignTimestamp::None; })},
+        {"TokenOverAnother", {SIGKIT_ERR_TIMESTAMP_IMPRINT, 0}, WithMessage([](auto *m) {
+             m->tokenRequest.imprintOver = Octets("another");
+         })},
+        {"TokenByCodeSigner", {SIGKIT_ERR_CERT_USAGE, 0}, WithMessage([](auto *m) {
+             m->tokenRequest.tsaCertificate = AllParties().signer.certificate;
+             m->tokenRequest.tsaKey = AllParties().signer.key;
+         })},
+        {"TokenByAnotherKey", {SIGKIT_ERR_SIGNATURE, 0}, WithMessage([](auto *m) {
+             m->tokenRequest.tsaKey = AllParties().signer.key;
+         })},
+        {"TokenSignerUnknown", {SIGKIT_ERR_TIMESTAMP_SIGNER, 0}, WithMessage([](auto *m) {
+             m->tokenRequest.certificates = {};
+         })},
+        {"SignedByAnotherKey", {SIGKIT_ERR_SIGNATURE, 0}, WithMessage([](auto *m) {
+             m->signerKey = AllParties().timestamp.key;
+         })},
+        {"SignerUnknown", {SIGKIT_ERR_SIGNER_NOT_FOUND, 0}, WithMessage([](auto *m) {
+             m->certificates = {AllParties().issuingCa.certificate};
+         })},
+        {"RevokedSigner", {SIGKIT_ERR_CERT_REVOKED, 0}, WithRevoked(all.issuingCa, all.signer, 1)},
+        {"RevokedTimestamp", {SIGKIT_ERR_CERT_REVOKED, 0}, WithRevoked(all.issuingCa, all.timestamp, -1)},
+        {"RevokedCa", {SIGKIT_ERR_CERT_REVOKED, 0}, WithRevoked(all.root, all.issuingCa, 0)},
+        {"ExpiredSigner", {SIGKIT_ERR_CERT_EXPIRED, 0}, WithSigner([](auto *r) { r->notAfter = PACKAGE_TIME - 1; })},
+        {"SignerNotYetValid", {SIGKIT_ERR_CERT_NOT_YET_VALID, 0}, WithSigner([](auto *r) {
+             r->notBefore = PACKAGE_TIME + 1;
+         })},
+        {"SignerMayNotSignCode", {SIGKIT_ERR_CERT_USAGE, 0}, WithSigner([](auto *r) {
+             r->extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING};
+         })},
+        {"ExpiredCrl",
+         {SIGKIT_ERR_NO_CRL, 0},
+         WithCrl(all.issuingCa, [](PkgsignCrlRequest *crl) { crl->nextUpdate = PACKAGE_TIME - 1; })},
+        {"NoCrlOfTheRoot",
+         {SIGKIT_ERR_NO_CRL, 0},
+         [](Package *p) { p->crls = MakeCrl(CrlRequest(AllParties().issuingCa)); }},
+        {"OtherRoot", {SIGKIT_ERR_NO_ROOT, 0}, [](Package *p) { p->root = AllParties().otherRoot.certificate; }},
+        {"CrlsAreGarbage", {SIGKIT_ERR_CRL_LOAD, 0}, [](Package *p) { p->crls = PkgsignBytes(100, 0x30); }},
+        {"MessageIsGarbage", {SIGKIT_ERR_CMS_DECODE, 0}, [](Package *p) { p->message = PkgsignBytes(100, 0x30); }},
+        {"MessageTooShort", {SIGKIT_ERR_ARMOUR, 0}, [](Package *p) { p->message.resize(37); }},
+    };
+}
+
+void AddVerifications(std::vector<Scenario> *scenarios)
+{
+    for (const auto &variants : {AcceptedVariants(), RefusedVariants()}) {
+        for (const Variant &variant : variants) {
+            const Package package = Changed(variant.change);
+            scenarios->push_back({variant.name, Kind::VERIFICATION, variant.expected,
+                                  [package] { return Verify(package); }, package.derCrls});
+        }
+    }
+    for (const uint32_t times : {1U, 2U}) {
+        const auto files = std::make_shared<Files>(Package());
+        scenarios->push_back({times == 1 ? "GoodFiles" : "GoodFilesTwice",
+                              Kind::VERIFICATION,
+                              {SIGKIT_OK, 1},
+                              [files, times] { return VerifyFiles(*files, times); },
+                              2,
+                              times});
+    }
+    const auto tampered = std::make_shared<Files>(Changed([](Package *p) { p->content += "x"; }));
+    scenarios->push_back(
+        {"TamperedFiles", Kind::VERIFICATION, {SIGKIT_OK, 0}, [tampered] { return VerifyFiles(*tampered, 1); }, 2, 1});
+}
+
+// What loading alone comes to, where the operation gets `data` on a fresh context.
+using Load1 = uint32_t (*)(SigkitVerifyCtx *, const uint8_t *, uint32_t);
+
+void AddLoadings(std::vector<Scenario> *scenarios)
+{
+    const PkgsignBytes root = AllParties().root.certificate;
+    const PkgsignBytes crl = MakeCrl(CrlRequest(AllParties().root));
+    std::vector<PkgsignBytes> crls;
+    for (int64_t i = 0; i < 17; ++i) {
+        PkgsignCrlRequest request = CrlRequest(AllParties().root);
+        request.crlNumber = i;
+        crls.push_back(MakeCrl(request));
+    }
+    const std::vector<PkgsignBytes> sixteen(crls.begin(), crls.end() - 1);
+    const struct {
+        const char *name;
+        Load1 load;
+        PkgsignBytes data;
+        uint32_t status;
+    } rows[] = {
+        {"LoadCert", SigkitVerifyAddCert, root, SIGKIT_OK},
+        {"LoadCertPem", SigkitVerifyAddCert, Pem(PKGSIGN_LABEL_CERTIFICATE, root), SIGKIT_OK},
+        {"LoadCertAmongCrls", SigkitVerifyAddCert, Join({crl, root}), SIGKIT_OK},
+        {"LoadNoCert", SigkitVerifyAddCert, crl, SIGKIT_ERR_UNKNOWN},
+        {"LoadCrls", SigkitVerifyAddCrl, Join(sixteen), SIGKIT_OK},
+        {"LoadTooManyCrls", SigkitVerifyAddCrl, Join(crls), SIGKIT_ERR_CRL_LOAD},
+        {"LoadCrlWithRoot", SigkitVerifyAddCrl, Join({root, crl}), SIGKIT_OK},
+    };
+    for (const auto &row : rows) {
+        scenarios->push_back({row.name,
+                              Kind::LOADING,
+                              {row.status, 0},
+                              [row] {
+                                  const Context context;
+                                  return context.status != SIGKIT_OK
+                                             ? Outcome{context.status, 0}
+                                             : Outcome{row.load(context.ctx, row.data.data(), Size(row.data)), 0};
+                              },
+                              0});
+    }
+}
+
+void AddComparisons(std::vector<Scenario> *scenarios)
+{
+    const Parties &all = AllParties();
+    const PkgsignBytes ca = all.issuingCa.certificate;
+    PkgsignCrlRequest later = CrlRequest(all.root);
+    later.thisUpdate += PACKAGE_DAY;
+    PkgsignCrlRequest revoking = later;
+    revoking.revoked = {Revoked(all.issuingCa, 1)};
+    PkgsignCrlRequest caLater = CrlRequest(all.issuingCa);
+    caLater.thisUpdate += PACKAGE_DAY;
+    const PkgsignBytes both = Join({ca, GoodCrls()});
+    const PkgsignBytes rootLater = Join({ca, MakeCrl(later), MakeCrl(CrlRequest(all.issuingCa))});
+    const PkgsignBytes caOnlyLater = Join({ca, MakeCrl(CrlRequest(all.root)), MakeCrl(caLater)});
+    const PkgsignBytes dropped = Join({ca, MakeCrl(later)});
+    const PkgsignBytes droppedAndRevoked = Join({ca, MakeCrl(revoking)});
+    const struct {
+        const char *name;
+        PkgsignBytes first;
+        PkgsignBytes second;
+        Outcome expected;
+    } rows[] = {
+        {"CompareEqual", both, both, {SIGKIT_OK, SIGKIT_CRL_EQUAL}},
+        {"CompareSecondNewer", both, rootLater, {SIGKIT_OK, SIGKIT_CRL_SECOND_NEWER}},
+        {"CompareFirstNewer", rootLater, both, {SIGKIT_OK, SIGKIT_CRL_FIRST_NEWER}},
+        {"CompareConflict", rootLater, caOnlyLater, {SIGKIT_OK, SIGKIT_CRL_CONFLICT}},
+        {"CompareDropped", both, dropped, {SIGKIT_ERR_CRL_COVERAGE, SIGKIT_CRL_CONFLICT}},
+        {"CompareDroppedAndRevoked", both, droppedAndRevoked, {SIGKIT_OK, SIGKIT_CRL_SECOND_NEWER}},
+        {"CompareTwice", both, Join({both, MakeCrl(later)}), {SIGKIT_ERR_CRL_ISSUER_TWICE, SIGKIT_CRL_CONFLICT}},
+        {"CompareWithoutCerts", both, GoodCrls(), {SIGKIT_ERR_CRL_LOAD, SIGKIT_CRL_CONFLICT}},
+    };
+    for (const auto &row : rows) {
+        scenarios->push_back(
+            {row.name, Kind::COMPARISON, row.expected, [row] { return Compare(row.first, row.second); }, 0});
+    }
+}
+
+std::vector<Scenario> MakeScenarios()
+{
+    std::vector<Scenario> scenarios;
+    AddVerifications(&scenarios);
+    AddLoadings(&scenarios);
+    AddComparisons(&scenarios);
+    return scenarios;
+}
+
+} // namespace
+
+const std::vector<Scenario> &Scenarios()
+{
+    static const std::vector<Scenario> scenarios = MakeScenarios();
+    return scenarios;
+}
