@@ -124,7 +124,8 @@ Bytes TlvLong(uint8_t identifier, const Bytes &content, uint8_t octets)
 {
     Bytes length = {static_cast<uint8_t>(0x80 | octets)};
     for (int index = octets - 1; index >= 0; --index) {
-        length.push_back(index < 8 ? static_cast<uint8_t>(static_cast<uint64_t>(content.size()) >> (8 * index)) : 0);
+        const uint64_t octet = index < 8 ? static_cast<uint64_t>(content.size()) >> (8 * index) : 0;
+        length.push_back(static_cast<uint8_t>(octet));
     }
     return TlvRawLength(identifier, length, content);
 }
