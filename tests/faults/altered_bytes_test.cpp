@@ -5,7 +5,7 @@
 #include <set>
 
 #include "sigkit/sigkit.h"
-#include "tests/faults/materials.h"
+#include "tests/support/parties.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 #include "tests/faults/scenarios.h"
 
 #include "sigkit/sigkit.h"
-#include "tests/faults/materials.h"
+#include "tests/support/parties.h"
 #include "tests/support/process.h"
 
 namespace

@@ -1,10 +1,9 @@
-// Packages of every kind: good ones, and one for each way to be refused.
-#ifndef FAULTS_MATERIALS_H
-#define FAULTS_MATERIALS_H
+// A root, a CA, signers and what they sign: the material of good packages, to be changed in one thing by a test.
+#ifndef SUPPORT_PARTIES_H
+#define SUPPORT_PARTIES_H
 
 #include <stdint.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 

@@ -1,4 +1,4 @@
-#include "tests/faults/materials.h"
+#include "tests/support/parties.h"
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -11,14 +11,14 @@ constexpr int KEY_BITS = 1024; // small, as thousands of signatures are checked
 void Must(const PkgsignStatus &status)
 {
     if (!status.ok) {
-        (void)fprintf(stderr, "materials: %s\n", status.reason.c_str());
+        (void)fprintf(stderr, "parties: %s\n", status.reason.c_str());
         abort();
     }
 }
 
 PkgsignName NameOf(const std::string &commonName)
 {
-    return {{"C", "XX"}, {"O", "Faults"}, {"CN", commonName}};
+    return {{"C", "XX"}, {"O", "Test"}, {"CN", commonName}};
 }
 
 uint8_t NextSerial()

@@ -1,0 +1,166 @@
+// Contexts and the arguments of every operation.
+#include "core/context.h"
+
+#include "sigkit/sigkit.h"
+#include "tests/support/library_test.h"
+
+namespace
+{
+
+struct Context : LibraryTest {
+    SigkitVerifyCtx *ctx = nullptr;
+
+    void SetUp() override
+    {
+        LibraryTest::SetUp();
+        SigkitVerifyCreateParam param = {};
+        param.size = sizeof(param);
+        ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&ctx, &param));
+    }
+
+    void TearDown() override
+    {
+        ctx->size = SIGKIT_VERIFY_CTX_SIZE;
+        EXPECT_STATUS(SIGKIT_OK, SigkitVrfCtxFree(ctx));
+        LibraryTest::TearDown();
+    }
+
+    // Calls every operation that tests its context with a code, and returns what each says.
+    std::vector<uint32_t> CallAll(SigkitVerifyCtx *context)
+    {
+        const uint8_t data[64] = {};
+        uint32_t verdict = 7;
+        SigkitCrlBundle bundle = {};
+        SigkitCrlBundle *out = nullptr;
+        return {SigkitVerifyAddCert(context, data, 64),
+                SigkitVerifyAddCertFile(context, "x"),
+                SigkitVerifyAddCrl(context, data, 64),
+                SigkitVerifyDetachSignatureBegin(context, data, 64),
+                SigkitVerifyDetachSignatureUpdate(context, data, 64),
+                SigkitVerifyDetachSignatureFinal(context, &verdict),
+                SigkitVerifyDetachSignatureQuick(context, "x", "x", &verdict),
+                SigkitDecodeCrl(context, data, 64, &out),
+                SigkitDecodeCrlFile(context, "x", &out),
+                SigkitCrlCompare(context, &bundle, &bundle, &verdict)};
+    }
+};
+
+} // namespace
+
+TEST_F(Context, IsCreatedEmpty)
+{
+    EXPECT_EQ(384u, ctx->size);
+    EXPECT_EQ(0u, ctx->buffers.count);
+    EXPECT_EQ(0u, ctx->handles.count);
+    EXPECT_EQ(0u, ctx->crlLocked);
+    EXPECT_EQ(0, ctx->verifyTime);
+    EXPECT_EQ(0u, ctx->pathError);
+    EXPECT_EQ(0, ctx->pathDepth);
+    EXPECT_NE(nullptr, ctx->pki);
+}
+
+TEST_F(Context, IsNotCreatedFromWrongParameters)
+{
+    SigkitVerifyCtx *other = nullptr;
+    SigkitVerifyCreateParam param = {};
+    param.size = 72;
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitVerifyCreateCtx(nullptr, &param));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitVerifyCreateCtx(&other, nullptr));
+    for (const uint64_t size : {UINT64_C(0), UINT64_C(71), UINT64_C(73), UINT64_C(72) << 32}) {
+        param.size = size;
+        EXPECT_STATUS(SIGKIT_ERR_CTX_TAG, SigkitVerifyCreateCtx(&other, &param));
+    }
+    EXPECT_EQ(nullptr, other);
+    EXPECT_TRUE(Lines().empty());
+}
+
+TEST_F(Context, IsNotCreatedWithoutMemory)
+{
+    SigkitVerifyCreateParam param = {};
+    param.size = 72;
+    for (const uint32_t n : {1u, 2u}) {
+        SigkitVerifyCtx *other = nullptr;
+        FailAllocation(n);
+        EXPECT_STATUS(SIGKIT_ERR_NO_MEMORY, SigkitVerifyCreateCtx(&other, &param));
+        EXPECT_EQ(nullptr, other);
+    }
+}
+
+TEST_F(Context, NullIsRefusedByEveryOperation)
+{
+    for (const uint32_t status : CallAll(nullptr)) {
+        EXPECT_STATUS(SIGKIT_ERR_CTX_NULL, status);
+    }
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitVerifyAddCrlFile(nullptr, "x"));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitVrfCtxFree(nullptr));
+    EXPECT_TRUE(Lines().empty());
+}
+
+TEST_F(Context, AnotherTagIsRefusedByEveryOperation)
+{
+    for (const uint64_t size : {UINT64_C(0), UINT64_C(383), UINT64_C(385), (UINT64_C(1) << 32) + 384}) {
+        ctx->size = size;
+        for (const uint32_t status : CallAll(ctx)) {
+            EXPECT_STATUS(SIGKIT_ERR_CTX_TAG, status);
+        }
+        EXPECT_STATUS(SIGKIT_ERR_CTX_TAG, SigkitVerifyAddCrlFile(ctx, "x"));
+        EXPECT_STATUS(SIGKIT_ERR_CTX_TAG, SigkitVerifyAddCrlFile(ctx, nullptr));
+    }
+    EXPECT_TRUE(Lines().empty());
+}
+
+TEST_F(Context, IsFreedWhateverItsTag)
+{
+    SigkitVerifyCreateParam param = {};
+    param.size = 72;
+    SigkitVerifyCtx *other = nullptr;
+    ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&other, &param));
+    other->size = 0;
+    EXPECT_STATUS(SIGKIT_OK, SigkitVrfCtxFree(other));
+}
+
+TEST_F(Context, MissingArgumentsAreToldUnderTheNameOfTheirCheck)
+{
+    const uint8_t data[64] = {};
+    uint32_t verdict = 7;
+    const struct {
+        uint32_t status;
+        const char *line;
+    } rows[] = {
+        {SigkitVerifyAddCert(ctx, nullptr, 64), "E InternalCheckParamVerifyAddCert 88100001 -"},
+        {SigkitVerifyAddCert(ctx, data, 0), "E InternalCheckParamVerifyAddCert 88100001 -"},
+        {SigkitVerifyAddCertFile(ctx, nullptr), "E InternalCheckParamVerifyAddCertFile 88100001 -"},
+        {SigkitVerifyAddCrl(ctx, nullptr, 64), "E InternalCheckParamVerifyAddCrl 88100001 -"},
+        {SigkitVerifyAddCrl(ctx, data, 0), "E InternalCheckParamVerifyAddCrl 88100001 -"},
+        {SigkitVerifyDetachSignatureBegin(ctx, nullptr, 64),
+         "E InternalCheckParamVerifyDetachSignatureBegin 88100001 -"},
+        {SigkitVerifyDetachSignatureBegin(ctx, data, 0), "E InternalCheckParamVerifyDetachSignatureBegin 88100001 -"},
+        {SigkitVerifyDetachSignatureUpdate(ctx, nullptr, 64),
+         "E InternalCheckParmVerifyDetachSignatureUpdate 88100001 -"},
+        {SigkitVerifyDetachSignatureFinal(ctx, nullptr), "E InternalCheckParamVerifyDetachSignatureFinal 88100001 -"},
+        {SigkitVerifyDetachSignatureQuick(ctx, nullptr, "x", &verdict),
+         "E InternalCheckParamVerifyDetachSignatureQuick 88100001 -"},
+        {SigkitVerifyDetachSignatureQuick(ctx, "x", nullptr, &verdict),
+         "E InternalCheckParamVerifyDetachSignatureQuick 88100001 -"},
+        {SigkitVerifyDetachSignatureQuick(ctx, "x", "x", nullptr),
+         "E InternalCheckParamVerifyDetachSignatureQuick 88100001 -"},
+    };
+    std::vector<std::string> expected;
+    for (const auto &row : rows) {
+        EXPECT_STATUS(SIGKIT_ERR_PARAM, row.status) << row.line;
+        expected.push_back(row.line);
+    }
+    EXPECT_EQ(expected, LineTexts());
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitVerifyAddCrlFile(ctx, nullptr));
+    EXPECT_EQ(expected.size(), Lines().size()) << "no line about a missing path of CRLs";
+}
+
+TEST_F(Context, ALockedOneTakesNoCrls)
+{
+    const uint8_t data[64] = {};
+    ctx->crlLocked = 1;
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitVerifyAddCrl(ctx, nullptr, 64)) << "the arguments come first";
+    ResetRecordingHost();
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOCKED, SigkitVerifyAddCrl(ctx, data, 64));
+    EXPECT_EQ(std::vector<std::string>{"E SigkitVerifyAddCrl 88200101 -"}, LineTexts());
+}

@@ -1,0 +1,465 @@
+// Begin, Update and Final, and what a message must bring.
+#include "tests/verify/verify_fixture.h"
+
+namespace
+{
+
+const char CONTENT[] = "f4d1b0 firmware.bin\n";
+
+class Signature : public VerifyTest
+{
+protected:
+    void SetUp() override
+    {
+        VerifyTest::SetUp();
+        LoadTrust();
+    }
+
+    // Begin, one Update and Final; the first failure, or SIGKIT_OK with the verdict.
+    uint32_t Verify(const PkgsignMessageRequest &request, const std::string &content = CONTENT)
+    {
+        uint32_t status = Begin(request);
+        if (status == SIGKIT_OK && !content.empty()) {
+            status = Update(content);
+        }
+        return status == SIGKIT_OK ? Final() : status;
+    }
+};
+
+// The trail of a failure of Begin that arose in the signer's own check.
+Texts SignerTrail(const std::string &code, const Texts &before)
+{
+    Texts trail = before;
+    trail.push_back("E InternalVerifyCms " + code + " -");
+    trail.push_back("E SigkitVerifyDetachSignatureBegin " + code + " -");
+    return trail;
+}
+
+// The trail of a failure of Begin that arose in the timestamp token.
+Texts TokenTrail(const std::string &code, Texts before)
+{
+    before.push_back("E InternalVerifyTimeStamp " + code + " -");
+    return SignerTrail(code, before);
+}
+
+PkgsignCertificateRequest SignerRequest()
+{
+    PkgsignCertificateRequest request = CertificateRequest("Another signer", &AllParties().issuingCa);
+    request.basicConstraints = PkgsignBasicConstraints::NotCa;
+    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
+    request.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    return request;
+}
+
+PkgsignMessageRequest SignedBy(const Party &signer)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.signerCertificate = signer.certificate;
+    request.signerKey = signer.key;
+    request.certificates = {signer.certificate, AllParties().issuingCa.certificate};
+    return request;
+}
+
+} // namespace
+
+TEST_F(Signature, OfTheContentIsAuthentic)
+{
+    EXPECT_STATUS(SIGKIT_OK, Verify(MessageRequest(CONTENT)));
+    EXPECT_EQ(1u, verdict);
+    EXPECT_EQ(PACKAGE_TIME, ctx->verifyTime);
+    EXPECT_EQ(0u, ctx->handles.count);
+    EXPECT_TRUE(Lines().empty());
+}
+
+TEST_F(Signature, OfOtherContentIsAVerdictAndNoFailure)
+{
+    EXPECT_STATUS(SIGKIT_OK, Verify(MessageRequest(CONTENT), "f4d1b0 firmware.biN\n"));
+    EXPECT_EQ(0u, verdict);
+    EXPECT_STATUS(SIGKIT_OK, Verify(MessageRequest(CONTENT), ""));
+    EXPECT_EQ(0u, verdict);
+    EXPECT_EQ(0u, ctx->handles.count);
+    EXPECT_TRUE(Lines().empty());
+}
+
+TEST_F(Signature, ContentMayComeInPiecesOfAnyLength)
+{
+    const std::string content = CONTENT;
+    ASSERT_STATUS(SIGKIT_OK, Begin(MessageRequest(content)));
+    for (const char character : content) {
+        EXPECT_STATUS(SIGKIT_OK, Update(std::string(1, character)));
+        EXPECT_STATUS(SIGKIT_OK, Update(""));
+    }
+    EXPECT_STATUS(SIGKIT_OK, Final());
+    EXPECT_EQ(1u, verdict);
+}
+
+TEST_F(Signature, OfEmptyContentNeedsNoUpdate)
+{
+    EXPECT_STATUS(SIGKIT_OK, Verify(MessageRequest(""), ""));
+    EXPECT_EQ(1u, verdict);
+}
+
+TEST_F(Signature, EachDigestIsUsed)
+{
+    const struct {
+        PkgsignDigest digest;
+        uint32_t aoid;
+    } rows[] = {{PkgsignDigest::Sha256, 43}, {PkgsignDigest::Sha384, 44}, {PkgsignDigest::Sha512, 45}};
+    for (const auto &row : rows) {
+        PkgsignMessageRequest request = MessageRequest(CONTENT);
+        request.digest = row.digest;
+        request.tokenRequest.imprintDigest = row.digest;
+        g_recordingHost.mdAlgorithms.clear();
+        EXPECT_STATUS(SIGKIT_OK, Verify(request));
+        EXPECT_EQ(1u, verdict);
+        // The imprint, the token's content, which is SHA-256 throughout, and the content.
+        EXPECT_EQ((std::vector<uint32_t>{row.aoid, 43, row.aoid}), g_recordingHost.mdAlgorithms);
+    }
+}
+
+TEST_F(Signature, AnUnsupportedDigestIsRefusedEvenBeforeItIsUsed)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.digest = PkgsignDigest::Sha1;
+    EXPECT_STATUS(SIGKIT_ERR_SIGNATURE, Begin(request));
+    EXPECT_EQ(SignerTrail("88200309", {"E SigkitPkcs7DetachedSignatureVerify 88200310 -"}), LineTexts());
+}
+
+TEST_F(Signature, WithoutSignedAttributesIsOverTheContentItself)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.signedAttributes = false;
+    EXPECT_STATUS(SIGKIT_OK, Verify(request));
+    EXPECT_EQ(1u, verdict);
+    EXPECT_STATUS(SIGKIT_OK, Verify(request, "f4d1b0 firmware.biN\n"));
+    EXPECT_EQ(0u, verdict);
+}
+
+TEST_F(Signature, WithoutSignedAttributesAndWithAnUnsupportedDigestIsRefused)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.signedAttributes = false;
+    request.digest = PkgsignDigest::Sha1;
+    EXPECT_STATUS(SIGKIT_ERR_ALGORITHM, Begin(request));
+    EXPECT_EQ(SignerTrail("88200310", {"E InternalCreateVerifyHandle 88200310 -"}), LineTexts());
+}
+
+TEST_F(Signature, InPemIsDecoded)
+{
+    const PkgsignBytes message = MakeMessage(MessageRequest(CONTENT));
+    for (const char *const label : {PKGSIGN_LABEL_CMS, PKGSIGN_LABEL_PKCS7}) {
+        ASSERT_STATUS(SIGKIT_OK, Begin(Pem(label, message)));
+        ASSERT_STATUS(SIGKIT_OK, Update(CONTENT));
+        EXPECT_STATUS(SIGKIT_OK, Final());
+        EXPECT_EQ(1u, verdict);
+    }
+    EXPECT_EQ(4u, ctx->buffers.count) << "the trust anchor's, the CRLs' and one for each message";
+}
+
+TEST_F(Signature, BrokenArmourIsRefusedAlikeAndToldDifferently)
+{
+    const std::string body = "\n" + std::string(40, 'A') + "\n";
+    const struct {
+        std::string text;
+        const char *line;
+    } rows[] = {
+        {"-----BEGIN CMS-----" + body, "E InternalPemDecodeCms 88200305 -"},
+        {"-----BEGIN PKCS7-----" + body, "E InternalPemDecodeCms ffffffff -"},
+        {"-----BEGIN CMS-----" + body + "-----END PKCS7-----", "E InternalPemDecodeCms 88200305 -"},
+    };
+    for (const auto &row : rows) {
+        ResetRecordingHost();
+        EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(Octets(row.text)));
+        EXPECT_TRUE(HasLine(row.line)) << testing::PrintToString(LineTexts());
+        EXPECT_EQ("E SigkitVerifyDetachSignatureBegin 88200308 -", LineTexts().back());
+    }
+    EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(Octets("-----BEGIN CERTIFICATE-----" + body)));
+    EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(Octets("-----BEGIN CMS-----\xff" + body + "-----END CMS-----")));
+    EXPECT_EQ(2u, ctx->buffers.count) << "the trust anchor's and the CRLs'";
+}
+
+TEST_F(Signature, AMessageThatDoesNotDecodeIsRefused)
+{
+    EXPECT_STATUS(SIGKIT_ERR_ARMOUR, Begin(PkgsignBytes(37, 0x30)));
+    EXPECT_TRUE(Lines().empty());
+    EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(PkgsignBytes(38, 0x02)));
+    PkgsignMessageRequest twice = MessageRequest(CONTENT);
+    twice.signerInfoCount = 2;
+    EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(twice));
+    EXPECT_EQ(nullptr, ctx->images) << "the image of a failed decode is freed at once";
+}
+
+TEST_F(Signature, ACallersBufferMayGoAfterBegin)
+{
+    PkgsignBytes message = MakeMessage(MessageRequest(CONTENT));
+    ASSERT_STATUS(SIGKIT_OK, Begin(message));
+    std::fill(message.begin(), message.end(), uint8_t{0xEE});
+    ASSERT_STATUS(SIGKIT_OK, Update(CONTENT));
+    EXPECT_STATUS(SIGKIT_OK, Final());
+    EXPECT_EQ(1u, verdict);
+    PkgsignMessageRequest again = MessageRequest(CONTENT);
+    again.certificates = {}; // they are in the store, and so must be their octets
+    again.tokenRequest.certificates = {};
+    EXPECT_STATUS(SIGKIT_OK, Verify(again));
+    EXPECT_EQ(1u, verdict);
+}
+
+TEST_F(Signature, OfNobodyIsAcceptedOverNothingAndRefusedOverContent)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.signerInfoCount = 0;
+    request.timestamp = PkgsignTimestamp::None;
+    ASSERT_STATUS(SIGKIT_OK, Begin(request));
+    EXPECT_STATUS(SIGKIT_ERR_NOT_BEGUN, Update(CONTENT));
+    EXPECT_EQ(Texts{"E SigkitVerifyDetachSignatureUpdate 88200307 -"}, LineTexts());
+    EXPECT_STATUS(SIGKIT_OK, Final());
+    EXPECT_EQ(1u, verdict);
+}
+
+TEST_F(Signature, UpdateBeforeBeginIsRefused)
+{
+    EXPECT_STATUS(SIGKIT_ERR_NOT_BEGUN, Update(CONTENT));
+}
+
+TEST_F(Signature, ASecondFinalHasNothingToJudge)
+{
+    EXPECT_STATUS(SIGKIT_OK, Verify(MessageRequest(CONTENT), "other"));
+    EXPECT_EQ(0u, verdict);
+    EXPECT_STATUS(SIGKIT_OK, Final());
+    EXPECT_EQ(1u, verdict);
+}
+
+TEST_F(Signature, ASecondBeginSharesTheCheckOfTheSameDigest)
+{
+    ASSERT_STATUS(SIGKIT_OK, Begin(MessageRequest(CONTENT)));
+    ASSERT_STATUS(SIGKIT_OK, Begin(MessageRequest(CONTENT)));
+    EXPECT_EQ(1u, ctx->handles.count);
+    g_recordingHost.lines.clear();
+    EXPECT_STATUS(SIGKIT_ERR_DIGEST_CONFLICT, Begin(MessageRequest("other")));
+    EXPECT_EQ(SignerTrail("88200303", {"E InternalAddSignerInfoToVerifyProcess 88200303 -"}), LineTexts());
+    PkgsignMessageRequest longer = MessageRequest(CONTENT);
+    longer.digest = PkgsignDigest::Sha512;
+    ASSERT_STATUS(SIGKIT_OK, Begin(longer));
+    EXPECT_EQ(2u, ctx->handles.count);
+    ASSERT_STATUS(SIGKIT_OK, Update(CONTENT));
+    EXPECT_STATUS(SIGKIT_OK, Final());
+    EXPECT_EQ(1u, verdict);
+}
+
+TEST_F(Signature, TheLastSignatureCheckDecides)
+{
+    PkgsignMessageRequest wrong = MessageRequest("other");
+    PkgsignMessageRequest right = MessageRequest(CONTENT);
+    wrong.signedAttributes = false;
+    right.signedAttributes = false;
+    for (const bool rightLast : {false, true}) {
+        ASSERT_STATUS(SIGKIT_OK, Begin(rightLast ? wrong : right));
+        ASSERT_STATUS(SIGKIT_OK, Begin(rightLast ? right : wrong));
+        ASSERT_STATUS(SIGKIT_OK, Update(CONTENT));
+        EXPECT_STATUS(SIGKIT_OK, Final());
+        EXPECT_EQ(rightLast ? 1u : 0u, verdict);
+    }
+    // A digest check that matches changes nothing; one that does not ends the walk.
+    ASSERT_STATUS(SIGKIT_OK, Begin(wrong));
+    ASSERT_STATUS(SIGKIT_OK, Begin(MessageRequest(CONTENT)));
+    ASSERT_STATUS(SIGKIT_OK, Update(CONTENT));
+    EXPECT_STATUS(SIGKIT_OK, Final());
+    EXPECT_EQ(0u, verdict);
+    ASSERT_STATUS(SIGKIT_OK, Begin(MessageRequest("other")));
+    ASSERT_STATUS(SIGKIT_OK, Begin(right));
+    ASSERT_STATUS(SIGKIT_OK, Update(CONTENT));
+    EXPECT_STATUS(SIGKIT_OK, Final());
+    EXPECT_EQ(0u, verdict);
+}
+
+TEST_F(Signature, SeventeenChecksDoNotFit)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.signedAttributes = false;
+    const PkgsignBytes message = MakeMessage(request);
+    for (int i = 0; i < 16; ++i) {
+        ASSERT_STATUS(SIGKIT_OK, Begin(message));
+    }
+    EXPECT_STATUS(SIGKIT_ERR_LIST_FULL, Begin(message));
+    EXPECT_EQ(SignerTrail("88000501", {"E InternalCreateVerifyHandle 88000501 -"}), LineTexts());
+    EXPECT_STATUS(SIGKIT_ERR_LIST_FULL, Begin(MessageRequest(CONTENT)));
+}
+
+TEST_F(Signature, OfAnUnknownSignerIsRefused)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.certificates = {AllParties().issuingCa.certificate};
+    EXPECT_STATUS(SIGKIT_ERR_SIGNER_NOT_FOUND, Begin(request));
+    EXPECT_EQ(SignerTrail("88200301", {}), LineTexts());
+}
+
+TEST_F(Signature, OfASelfSignedSignerInTheMessageIsRefused)
+{
+    PkgsignCertificateRequest request = CertificateRequest("Self", nullptr);
+    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
+    request.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    EXPECT_STATUS(SIGKIT_ERR_SIGNER_NOT_FOUND, Begin(SignedBy(Certify(request))));
+    EXPECT_EQ("W InternalAddCertToStore 0 There is a root certificate, which is not allowed when add crl or cms.",
+              LineTexts()[0]);
+}
+
+TEST_F(Signature, OfASignerThatMayNotSignCodeIsRefused)
+{
+    std::vector<PkgsignCertificateRequest> requests(4, SignerRequest());
+    requests[0].keyUsage = 0; // no extension
+    requests[1].keyUsage = PKGSIGN_NON_REPUDIATION;
+    requests[2].extendedKeyUsage = {};                                                            // no extension
+    requests[3].extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING, PKGSIGN_PURPOSE_CODE_SIGNING}; // the first counts
+    uint8_t serial = 0xA0;
+    for (PkgsignCertificateRequest &request : requests) {
+        request.serialNumber = {++serial};
+        ResetRecordingHost();
+        EXPECT_STATUS(SIGKIT_ERR_CERT_USAGE, Begin(SignedBy(Certify(request))));
+        EXPECT_EQ(SignerTrail("88200007", {"E InternalVerifyIssuerCert 88200007 -"}), LineTexts());
+    }
+}
+
+TEST_F(Signature, OfAnExpiredSignerIsRefused)
+{
+    PkgsignCertificateRequest request = SignerRequest();
+    request.notAfter = PACKAGE_TIME - 1;
+    EXPECT_STATUS(SIGKIT_ERR_CERT_EXPIRED, Begin(SignedBy(Certify(request))));
+    EXPECT_EQ(SignerTrail("88200014",
+                          {"W InternalVerifyCertificate 88200014 Check date for certificate failed, verify may fail.",
+                           "E InternalVerifyIssuerCert 88200014 -"}),
+              LineTexts());
+}
+
+TEST_F(Signature, ByAnotherKeyIsRefused)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.signerKey = AllParties().timestamp.key;
+    EXPECT_STATUS(SIGKIT_ERR_SIGNATURE, Begin(request));
+    EXPECT_EQ(SignerTrail("88200309", {}), LineTexts());
+    request.signedAttributes = false; // nothing is checked before the content is there
+    EXPECT_STATUS(SIGKIT_OK, Verify(request));
+    EXPECT_EQ(0u, verdict);
+}
+
+TEST_F(Signature, WithoutATokenIsRefused)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.timestamp = PkgsignTimestamp::None;
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, Begin(request));
+    EXPECT_EQ(TokenTrail("88100001", {}), LineTexts());
+}
+
+TEST_F(Signature, WithAnyOtherValueForATokenIsRefused)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.timestamp = PkgsignTimestamp::Raw;
+    request.rawToken = {0x04, 0x02, 0x41, 0x42};
+    EXPECT_EQ(0x88u, Begin(request) >> 24);
+    EXPECT_EQ(0, ctx->verifyTime);
+}
+
+TEST_F(Signature, WithATokenOverAnotherSignatureIsRefused)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.tokenRequest.imprintOver = Octets("another signature");
+    EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_IMPRINT, Begin(request));
+    EXPECT_EQ(TokenTrail("88200402", {"E InternalVerifyTstInfo 88200402 the timestamp not match with target cms."}),
+              LineTexts());
+    EXPECT_EQ(0, ctx->verifyTime);
+}
+
+TEST_F(Signature, WithATokenOfAnUnsupportedDigestIsRefused)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.tokenRequest.imprintDigest = PkgsignDigest::Sha1;
+    EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_HASH, Begin(request));
+    EXPECT_EQ(TokenTrail("88200016", {"E InternalVerifyTstInfo 88200016 -"}), LineTexts());
+}
+
+TEST_F(Signature, WithATokenOfNoTimeIsRefused)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.tokenRequest.genTimeText = "20220101000000.5Z";
+    EXPECT_STATUS(SIGKIT_ERR_TIME_FORMAT, Begin(request));
+    EXPECT_EQ(TokenTrail("88000301", {"E InternalVerifyTstInfo 88000301 -"}), LineTexts());
+}
+
+TEST_F(Signature, WithATokenOfAnUnknownSignerIsRefused)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.tokenRequest.certificates = {};
+    EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_SIGNER, Begin(request));
+    EXPECT_EQ(TokenTrail("88200401", {"E InternalVerifyTsSignerInfo 88200401 -"}), LineTexts());
+    EXPECT_EQ(PACKAGE_TIME, ctx->verifyTime) << "the time stays, whatever follows";
+}
+
+TEST_F(Signature, WithATokenByACodeSignerIsRefused)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.tokenRequest.tsaCertificate = AllParties().signer.certificate;
+    request.tokenRequest.tsaKey = AllParties().signer.key;
+    EXPECT_STATUS(SIGKIT_ERR_CERT_USAGE, Begin(request));
+    EXPECT_EQ(
+        TokenTrail("88200007", {"E InternalVerifyIssuerCert 88200007 -", "E InternalVerifyTsSignerInfo 88200007 -"}),
+        LineTexts());
+}
+
+TEST_F(Signature, WithATokenByAnotherKeyIsRefused)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.tokenRequest.tsaKey = AllParties().signer.key;
+    EXPECT_STATUS(SIGKIT_ERR_SIGNATURE, Begin(request));
+    EXPECT_EQ(
+        TokenTrail("88200309", {"E InternalVerifyAttributeSign 88200309 -", "E InternalVerifyTsSignerInfo 88200309 -"}),
+        LineTexts());
+    ResetRecordingHost();
+    request.tokenRequest.signedAttributes = false;
+    EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_SIGNATURE, Begin(request));
+    EXPECT_EQ(TokenTrail("88200403", {"E InternalVerifyTsSignerInfo 88200403 verify timestamp signature failed."}),
+              LineTexts());
+}
+
+TEST_F(Signature, WithAnAlteredTokenIsRefused)
+{
+    const PkgsignBytes message = MakeMessage(MessageRequest(CONTENT));
+    std::string text(message.begin(), message.end());
+    const size_t time = text.find("20220101000000Z");
+    ASSERT_NE(std::string::npos, time);
+    text[time + 13] = '1'; // a second later; the imprint is as it was
+    EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_SIGNATURE, Begin(Octets(text)));
+    EXPECT_EQ(TokenTrail("88200403", {"E InternalVerifyAttributeSign 88200403 verify timestamp signature failed.",
+                                      "E InternalVerifyTsSignerInfo 88200403 -"}),
+              LineTexts());
+    EXPECT_EQ(PACKAGE_TIME + 1, ctx->verifyTime);
+}
+
+TEST_F(Signature, WithATokenWithoutSignedAttributesIsAuthentic)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.tokenRequest.signedAttributes = false;
+    EXPECT_STATUS(SIGKIT_OK, Verify(request));
+    EXPECT_EQ(1u, verdict);
+}
+
+TEST_F(Signature, WithATokenOfNobodyIsAcceptedByDesign)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.tokenRequest.signerInfoCount = 0;
+    EXPECT_STATUS(SIGKIT_OK, Verify(request));
+    EXPECT_EQ(1u, verdict);
+}
+
+TEST_F(Signature, RevocationOfTheTimestampAuthorityCountsFromTheBeginning)
+{
+    PkgsignCrlRequest crl = CrlRequest(AllParties().issuingCa);
+    PkgsignRevokedCertificate revoked;
+    ASSERT_TRUE(PkgsignGetSerialNumber(AllParties().timestamp.certificate, &revoked.serialNumber).ok);
+    revoked.revocationDate = PACKAGE_TIME + PACKAGE_DAY;
+    revoked.reasonCode = 1;
+    crl.revoked = {revoked};
+    crl.thisUpdate += 1;
+    ASSERT_STATUS(SIGKIT_OK, AddCrl(MakeCrl(crl)));
+    ResetRecordingHost();
+    EXPECT_STATUS(SIGKIT_ERR_CERT_REVOKED, Begin(MessageRequest(CONTENT)));
+    EXPECT_TRUE(HasLine("E InternalCheckCrlOfCert 88200002 The certificate was revoked.\r\n"));
+}
