@@ -4,8 +4,10 @@ include(CheckPIESupported)
 check_pie_supported()
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
+set(CMAKE_REQUIRED_FLAGS -Werror) # some compilers only warn about a flag of another machine
 check_cxx_compiler_flag(-fcf-protection=full SIGKIT_HAS_CF_PROTECTION)             # x86
 check_cxx_compiler_flag(-mbranch-protection=standard SIGKIT_HAS_BRANCH_PROTECTION) # aarch64
+unset(CMAKE_REQUIRED_FLAGS)
 
 add_library(sigkit_hardening INTERFACE)
 target_compile_options(sigkit_hardening INTERFACE

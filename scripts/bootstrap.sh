@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing and says which. Usage: scripts/bootstrap.sh [build|test|coverage|lint]...
+# Installs the Debian packages that are missing and says which. Usage: scripts/bootstrap.sh [build|test|fuzz|coverage|lint]...
 set -euo pipefail
 
 packages_for() {
   case $1 in
     build) echo g++ cmake make pkg-config libssl-dev nlohmann-json3-dev openssl ;;
     test) echo libgtest-dev libgmock-dev ca-certificates binutils mandoc python3 ;;
+    fuzz) echo clang libclang-rt-dev llvm ;;
     coverage) echo gcovr ;;
     lint) echo clang-format clang-tidy ;;
     *) echo "bootstrap.sh: unknown set '$1'" >&2; exit 2 ;;

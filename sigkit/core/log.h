@@ -23,8 +23,8 @@ inline constexpr uint32_t SIGKIT_LOG_MESSAGE_SIZE = 2048;
 //   function   in, the caller's name.
 //   errorCode  in, the failure that is told, or 0.
 //   format     in, printf-style with its arguments, or null for a line that tells only the code.
-void SigkitLogCallback(int level, const char *file, int line, const char *function, uint32_t errorCode,
-                       const char *format, ...);
+[[gnu::format(printf, 6, 7)]] void SigkitLogCallback(int level, const char *file, int line, const char *function,
+                                                     uint32_t errorCode, const char *format, ...);
 
 // Logs `code` as an error with a text and returns `code` unchanged. Use SIGKIT_FAIL.
 [[gnu::format(printf, 4, 5)]] uint32_t InternalLogFailure(int line, const char *function, uint32_t code,

@@ -1,0 +1,189 @@
+#include "fuzz/seeds.h"
+
+#include "fuzz/support/armour.h"
+#include "fuzz/support/container.h"
+#include "fuzz/support/pki.h"
+#include "fuzz/support/tlv.h"
+
+namespace
+{
+
+PkgsignBytes Text(const std::string &text)
+{
+    return PkgsignBytes(text.begin(), text.end());
+}
+
+PkgsignBytes Join(const std::vector<PkgsignBytes> &parts)
+{
+    PkgsignBytes joined;
+    for (const PkgsignBytes &part : parts) {
+        joined.insert(joined.end(), part.begin(), part.end());
+    }
+    return joined;
+}
+
+void AddAll(std::vector<Seed> *seeds, const char *target, const char *name, const std::vector<PkgsignBytes> &objects)
+{
+    for (size_t i = 0; i < objects.size(); ++i) {
+        seeds->push_back({target, name + std::to_string(i), objects[i]});
+    }
+}
+
+// As many entries as a CRL may have, and one more.
+std::vector<PkgsignBytes> LongCrls()
+{
+    std::vector<uint8_t> serials;
+    for (uint8_t serial = 1; serial <= 20; ++serial) {
+        serials.push_back(serial);
+    }
+    const PkgsignBytes full = FuzzCrl({FUZZ_CA_A, 30, false, serials, 1});
+    serials.push_back(21);
+    return {full, FuzzCrl({FUZZ_CA_A, 31, false, serials, 1})};
+}
+
+// Headers without end: elements within elements, and lengths that promise what is not there.
+PkgsignBytes Nested()
+{
+    PkgsignBytes octets;
+    for (int i = 0; i < 60; ++i) {
+        octets.insert(octets.end(), {0x30, 0x84, 0x00, 0x00, 0x00, static_cast<uint8_t>(6 * (59 - i))});
+    }
+    return octets;
+}
+
+void AddMessages(std::vector<Seed> *seeds)
+{
+    const PkgsignMessageRequest request = FuzzMessageRequest(Text("checksum"));
+    const PkgsignBytes message = FuzzMessage(request);
+    seeds->push_back({"signed_data", "message", message});
+    seeds->push_back({"signed_data", "nested", Nested()});
+    seeds->push_back({"signed_data", "truncated", PkgsignBytes(message.begin(), message.begin() + 900)});
+    PkgsignBytes token;
+    if (!PkgsignMakeToken(request.tokenRequest, PkgsignBytes(128, 1), &token).ok) {
+        return;
+    }
+    seeds->push_back({"signed_data", "token", token});
+    TlvForest forest = TlvParse(token);
+    for (const TlvNode *const node : TlvAll(&forest)) {
+        // The one OCTET STRING that wraps a SEQUENCE.
+        if (node->identifier == 0x04 && node->nested && node->children.front().identifier == 0x30) {
+            seeds->push_back({"tst_info", "plain", TlvEncode(node->children)});
+            TlvNode full = node->children.front();
+            full.children.push_back(TlvParseOne({0x30, 0x03, 0x02, 0x01, 0x01})); // accuracy
+            full.children.push_back(TlvLeaf(0x01, {0xFF}));                       // ordering
+            full.children.push_back(TlvLeaf(0x02, {0x00, 0x80}));                 // nonce
+            full.children.push_back(TlvParseOne({0xA0, 0x02, 0x05, 0x00}));       // tsa
+            full.children.push_back(TlvParseOne({0xA1, 0x02, 0x30, 0x00}));       // extensions
+            seeds->push_back({"tst_info", "full", TlvEncode(full)});
+            break;
+        }
+    }
+}
+
+void AddTexts(std::vector<Seed> *seeds)
+{
+    const std::vector<std::string> texts = {"QUJDRA==",     "QUJD",  "QUI=\r\n", "QU\nJD  \nREVG", "A",
+                                            "====",         "QU JD", "\r\r",     "QU*D\x7F\x01/+", "    ",
+                                            "QUJDR\xC3\xA9"};
+    for (size_t i = 0; i < texts.size(); ++i) {
+        seeds->push_back({"base64", "text" + std::to_string(i), Text(texts[i])});
+    }
+}
+
+void AddFiles(std::vector<Seed> *seeds)
+{
+    const std::vector<PkgsignBytes> &certs = FuzzCertificates();
+    const std::vector<PkgsignBytes> &crls = FuzzCrls();
+    const PkgsignBytes both = Join({certs[FUZZ_CERT_CA_A], crls[FUZZ_CRL_CA_A], certs[FUZZ_CERT_TSA]});
+    const PkgsignBytes pem = FuzzArmourObjects(both, false);
+    const PkgsignBytes end = Text("-----END CERTIFICATE-----\n");
+    const PkgsignBytes broken = Join({Text("-----BEGIN CERTIFICATE-----\nQUJD\n"), end, pem});
+    const PkgsignBytes other = Join({FuzzArmour("PRIVATE KEY", {1, 2, 3}, false), pem});
+    const PkgsignBytes endless = Text("-----BEGIN X509 CRL-----\n-----BEGIN CERTIFICATE-----\nQUJDREVGR0hJSktMTU5P\n");
+    const std::vector<PkgsignBytes> files = {both,  pem,     FuzzArmourObjects(both, true),     broken,
+                                             other, endless, Join({both, PkgsignBytes(20, 0)}), Nested()};
+    for (const char *const target : {"add_cert", "add_crl"}) {
+        AddAll(seeds, target, "file", files);
+    }
+    seeds->push_back({"add_cert", "root", FuzzRootCertificate()});
+    seeds->push_back({"add_cert", "many", Join(std::vector<PkgsignBytes>(17, certs[FUZZ_CERT_CRL_ISSUER]))});
+    seeds->push_back({"add_crl", "many", Join(std::vector<PkgsignBytes>(17, crls[FUZZ_CRL_INDIRECT]))});
+    seeds->push_back({"add_crl", "root", Join({FuzzRootCertificate(), crls[FUZZ_CRL_ROOT]})});
+}
+
+void AddPair(std::vector<Seed> *seeds, const char *name, const PkgsignBytes &first, const PkgsignBytes &second,
+             uint8_t flags = 0)
+{
+    FuzzContainer container;
+    container.flags[0] = flags;
+    container.parts = {first, second, {}};
+    seeds->push_back({"crl_compare", name, FuzzPack(container)});
+}
+
+void AddComparisons(std::vector<Seed> *seeds)
+{
+    const std::vector<PkgsignBytes> &certs = FuzzCertificates();
+    const std::vector<PkgsignBytes> &crls = FuzzCrls();
+    const PkgsignBytes &ca = certs[FUZZ_CERT_CA_A];
+    const PkgsignBytes newer = FuzzCrl({FUZZ_CA_A, 40, false, {}, -1, 0, FUZZ_GEN_TIME});
+    const PkgsignBytes newerRoot = FuzzCrl({FUZZ_ROOT, 41, false, {FUZZ_SERIAL_CA_A}, 1, 0, FUZZ_GEN_TIME});
+    const PkgsignBytes old = Join({ca, crls[FUZZ_CRL_ROOT], crls[FUZZ_CRL_CA_A]});
+    AddPair(seeds, "equal", old, old);
+    AddPair(seeds, "newer", old, Join({ca, crls[FUZZ_CRL_ROOT], newer}));
+    AddPair(seeds, "newer_pem", old, Join({ca, crls[FUZZ_CRL_ROOT], newer}), FUZZ_ARMOUR_CRLS);
+    AddPair(seeds, "conflict", Join({ca, newerRoot, crls[FUZZ_CRL_CA_A]}), Join({ca, crls[FUZZ_CRL_ROOT], newer}));
+    AddPair(seeds, "dropped", old, Join({ca, newerRoot}));
+    AddPair(seeds, "twice", old, Join({ca, crls[FUZZ_CRL_ROOT], crls[FUZZ_CRL_CA_A], newer}));
+    AddPair(seeds, "stranger", old, Join({certs[FUZZ_CERT_CA_B], crls[14]}));
+    AddPair(seeds, "one_more", old, Join({certs[FUZZ_CERT_CA_B], old, crls[FUZZ_CRL_CA_B]}));
+    AddPair(seeds, "indirect", Join({certs[10], crls[FUZZ_CRL_INDIRECT], crls[FUZZ_CRL_ROOT]}), old);
+    AddPair(seeds, "cycle", Join({certs[5], certs[6], certs[7], certs[8], crls[6], crls[FUZZ_CRL_CA_B]}), old);
+}
+
+void AddCommandLines(std::vector<Seed> *seeds)
+{
+    const std::string operation = "-f\nCHECK_PKG_INTEGRITY\n";
+    const std::vector<std::string> lines = {
+        operation + "-h\n@/m\n-e\n@/e\n-c\n@/c\n",
+        operation + "-h\n@/m.cms\n-e\n@/e\n-c\n@/c.pem\n",
+        operation + "-hm.p7s\n-ee\n-cc\n",
+        operation + "-h\n@/m\n-e\n@/e.other\n-c\n@/c\n",
+        operation + "-h\n@/m\n-e\n@/e\n-c\n@/c.revoked\n",
+        operation + "-h\n@/m\n-e\n@/e\n-c\n@/c.stranger\n",
+        operation + "-h\n@/m.unsigned\n-e\n@/empty\n-c\n@/c\n",
+        operation + "-h\n@/m.unsigned\n-e\n@/e\n-c\n@/c\n",
+        operation + "-h\n@/m.unsigned\n-e\n@/directory\n-c\n@/c\n",
+        operation + "-h\n@/m.untimed\n-e\n@/e\n-c\n@/c\n",
+        operation + "-h\n@/m.cut\n-e\n@/e\n-c\n@/c\n",
+        operation + "-h\n@/large\n-e\n@/directory\n-c\n@/loop\n",
+        operation + "-h\nlink\n-e\n@/directory\n-c\nc\n",
+        operation + "-h\n@/none\n-e\n\n-c\n" + std::string(200, 'x') + "\n",
+        "-f\n" + std::string(40, 'C') + "\n",
+        "-f\nOTHER\n-q\n",
+        "--\n-f\n",
+        "-c\n",
+        "a\nb\nc\nd\ne\nf\ng\nh\ni\nj\nk\n",
+    };
+    for (size_t i = 0; i < lines.size(); ++i) {
+        seeds->push_back({"command_line", "line" + std::to_string(i), Text(lines[i])});
+    }
+}
+
+} // namespace
+
+std::vector<Seed> MakeSeeds()
+{
+    std::vector<Seed> seeds;
+    AddAll(&seeds, "certificate", "certificate", FuzzCertificates());
+    AddAll(&seeds, "crl", "crl", FuzzCrls());
+    AddAll(&seeds, "crl", "long", LongCrls());
+    seeds.push_back({"certificate", "nested", Nested()});
+    seeds.push_back({"crl", "nested", Nested()});
+    AddMessages(&seeds);
+    AddTexts(&seeds);
+    AddFiles(&seeds);
+    AddDetachedSeeds(&seeds);
+    AddComparisons(&seeds);
+    AddCommandLines(&seeds);
+    return seeds;
+}

@@ -1,0 +1,18 @@
+// The seeds of the targets.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "pkgsign/pkgsign.h"
+
+struct Seed {
+    std::string target;
+    std::string name;
+    PkgsignBytes octets;
+};
+
+std::vector<Seed> MakeSeeds();
+
+// Those of the detached signature's target.
+void AddDetachedSeeds(std::vector<Seed> *seeds);

@@ -1,0 +1,58 @@
+#include "fuzz/support/elements.h"
+
+namespace
+{
+
+constexpr uint8_t LONG_FORM = 0x80;
+constexpr size_t MAX_LENGTH_OCTETS = 4;
+
+} // namespace
+
+bool ElementRead(const uint8_t *data, size_t size, Element *out)
+{
+    if (size < 2) {
+        return false;
+    }
+    size_t header = 2;
+    size_t length = data[1];
+    if ((data[1] & LONG_FORM) != 0) {
+        const size_t octets = data[1] & ~LONG_FORM & 0xFFu;
+        if (octets == 0 || octets > MAX_LENGTH_OCTETS || size < 2 + octets) {
+            return false;
+        }
+        length = 0;
+        for (size_t i = 0; i < octets; ++i) {
+            length = (length << 8) | data[2 + i];
+        }
+        header += octets;
+    }
+    if (length > size - header) {
+        return false;
+    }
+    *out = {data[0], data, data + header, length};
+    return true;
+}
+
+bool ElementChildren(const Element &element, std::vector<Element> *out)
+{
+    out->clear();
+    for (size_t at = 0; at < element.length;) {
+        Element child;
+        if (!ElementRead(element.content + at, element.length - at, &child)) {
+            return false;
+        }
+        out->push_back(child);
+        at = static_cast<size_t>(child.content + child.length - element.content);
+    }
+    return true;
+}
+
+PkgsignBytes ElementContent(const Element &element)
+{
+    return PkgsignBytes(element.content, element.content + element.length);
+}
+
+PkgsignBytes ElementEncoding(const Element &element)
+{
+    return PkgsignBytes(element.begin, element.content + element.length);
+}

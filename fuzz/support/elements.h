@@ -1,0 +1,24 @@
+// Elements read in place, for the second opinion: no trees, no copies, no leniency but that of the length's form.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "pkgsign/pkgsign.h"
+
+struct Element {
+    uint8_t identifier = 0;
+    const uint8_t *begin = nullptr; // of the identifier
+    const uint8_t *content = nullptr;
+    size_t length = 0; // of the content
+};
+
+// Reads the element at `data`. Tells whether there is a whole one within `size` octets.
+bool ElementRead(const uint8_t *data, size_t size, Element *out);
+
+// Reads the elements that make up the whole content of another one. Tells whether they do.
+bool ElementChildren(const Element &element, std::vector<Element> *out);
+
+PkgsignBytes ElementContent(const Element &element);
+PkgsignBytes ElementEncoding(const Element &element);

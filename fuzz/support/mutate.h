@@ -1,0 +1,24 @@
+// The structure-aware mutator: changes elements rather than octets, and makes the signatures true again, so that what it
+// makes is judged by the rules behind the decoder.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "fuzz/support/container.h"
+
+// The most objects that the mutator puts into a CRL file.
+inline constexpr size_t FUZZ_MAX_OBJECTS = 24;
+
+// Mutates a detached signature's input: a message, a CRL file and content. Has libFuzzer's interface.
+size_t FuzzMutateDetached(uint8_t *data, size_t size, size_t maxSize, unsigned int seed);
+
+// Mutates the input of the comparison: two CRL files.
+size_t FuzzMutateCrlFiles(uint8_t *data, size_t size, size_t maxSize, unsigned int seed);
+
+// Mutates one object, or several one behind the other, without signing anything again.
+size_t FuzzMutateObjects(uint8_t *data, size_t size, size_t maxSize, unsigned int seed);
+
+// Takes some parts from one input and the others from another one.
+size_t FuzzCross(const uint8_t *data1, size_t size1, const uint8_t *data2, size_t size2, uint8_t *out, size_t maxSize,
+                 unsigned int seed);

@@ -1,0 +1,12 @@
+// Changes of single elements, whatever they mean.
+#pragma once
+
+#include "fuzz/support/random.h"
+#include "fuzz/support/tlv.h"
+
+// Makes one change somewhere in a forest: an identifier, a length, content, or an element more, fewer or elsewhere.
+// `donor` is where elements may be copied from; it may be the forest itself.
+void FuzzMutateElement(TlvForest *forest, const TlvForest &donor, FuzzRandom *random);
+
+// Puts octets in the place of an element's content.
+void FuzzSetContent(TlvNode *node, PkgsignBytes content);

@@ -1,0 +1,31 @@
+// A second opinion about a yes: the same octets judged over libcrypto by other code, which shares nothing with the
+// library but the standards of the formats.
+//
+// It asks for what must be true of every authentic message, whatever the library is lenient about:
+//   - some certificate in reach is signed, over certificates of CAs, by the key of the trust anchor;
+//   - its key has signed attributes with the digest of the content, or the content itself;
+//   - a TSTInfo beside that signature bears the digest of the signature;
+//   - the certificate is valid at that TSTInfo's time and may sign code;
+//   - a CRL that is signed by a certificate below the trust anchor speaks about its issuer, or is indirect, and does not
+//     revoke it at that time.
+// Structures are looked for at every offset, so that nothing depends on how the library finds its way to them.
+#pragma once
+
+#include <vector>
+
+#include "pkgsign/pkgsign.h"
+
+// Fails when the message is no proof that the content is authentic.
+//
+//   anchor   in, the certificate that is trusted.
+//   files    in, CRL files and messages, DER or PEM, in which certificates and CRLs may be.
+//   message  in, the signature message, DER or PEM.
+void FuzzRequireAuthentic(const PkgsignBytes &anchor, const std::vector<PkgsignBytes> &files,
+                          const PkgsignBytes &message, const PkgsignBytes &content);
+
+// Tells whether a message has a signer. One without is accepted by design, and settled by the first piece of content: only
+// a file without any content stays accepted.
+bool FuzzHasSigner(const PkgsignBytes &message);
+
+// Returns the DER octets in a file: those of each PEM block, or the file itself.
+std::vector<PkgsignBytes> FuzzUnarmour(const PkgsignBytes &file);

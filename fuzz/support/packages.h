@@ -1,0 +1,10 @@
+// Files for the command line: a package that is authentic and many that are not.
+#pragma once
+
+#include <string>
+
+// Writes them into a new directory and returns its path.
+std::string FuzzWritePackages();
+
+// Removes the directory and everything in it.
+void FuzzRemovePackages(const std::string &directory);

@@ -1,0 +1,31 @@
+// The mutator's choices. Every one follows from the seed that libFuzzer gives, so that a run can be repeated.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+struct FuzzRandom {
+    uint64_t state = 0;
+};
+
+// Returns the next 64 bits (the SplitMix64 sequence).
+inline uint64_t FuzzNext(FuzzRandom *random)
+{
+    random->state += 0x9E3779B97F4A7C15u;
+    uint64_t mixed = random->state;
+    mixed = (mixed ^ (mixed >> 30)) * 0xBF58476D1CE4E5B9u;
+    mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EBu;
+    return mixed ^ (mixed >> 31);
+}
+
+// Returns a number below `bound`, or 0 when `bound` is 0.
+inline size_t FuzzBelow(FuzzRandom *random, size_t bound)
+{
+    return bound == 0 ? 0 : static_cast<size_t>(FuzzNext(random) % bound);
+}
+
+// Tells yes `chances` times out of 100.
+inline bool FuzzChance(FuzzRandom *random, size_t chances)
+{
+    return FuzzBelow(random, 100) < chances;
+}

@@ -1,0 +1,15 @@
+// What holds for the store of every context.
+#pragma once
+
+#include <cstdint>
+
+#include "sigkit/sigkit.h"
+
+// Reads every octet that a stored record points to: what a context keeps lives as long as the context. Fails when a
+// record has no holder.
+void FuzzCheckStore(const SigkitVerifyCtx *ctx);
+
+uint32_t FuzzCountCrls(const SigkitVerifyCtx *ctx);
+
+// Tells whether the store holds a self-signed certificate.
+bool FuzzHoldsAnchor(const SigkitVerifyCtx *ctx);
