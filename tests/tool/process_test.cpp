@@ -1,0 +1,100 @@
+// The tool as a process: its exit status, what it prints, and where the platform's log goes.
+#include <gtest/gtest.h>
+
+#include "pkgsign/pkgsign.h"
+#include "tests/support/process.h"
+
+namespace
+{
+
+using Words = std::vector<std::string>;
+
+ProcessResult RunTool(const Words &arguments, const Words &environment = {"QZLOG=stderr"},
+                      const char *tool = VERIFY_TOOL)
+{
+    Words command = {tool};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return RunProcess(command, environment);
+}
+
+bool Contains(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+const Words MISSING_FILES = {"-f", "CHECK_PKG_INTEGRITY", "-h", "/nonexistent/m",
+                             "-e", "/nonexistent/e",      "-c", "/nonexistent/c"};
+
+} // namespace
+
+TEST(Tool, WithoutArgumentsFails)
+{
+    const ProcessResult result = RunTool({});
+    EXPECT_EQ(255, result.exitStatus);
+    EXPECT_EQ("", result.output) << "standard output belongs to the library";
+    EXPECT_EQ("ERROR 1014 verify_frame_main(111) UPGRADE_CmdExe: VERIFY_TOOL: Cannot find opcode().\n"
+              "ERROR 1014 verify_frame_main(130) UPGRADE_MainExe: Verify VKB Command exec fail!\n",
+              result.errors);
+}
+
+TEST(Tool, WithAnUnknownOperationFails)
+{
+    const ProcessResult result = RunTool({"-f", "CHECK_PKG", "-h", "m", "-e", "e", "-c", "c"});
+    EXPECT_EQ(255, result.exitStatus);
+    EXPECT_EQ("", result.output);
+}
+
+TEST(Tool, EndsWithTheLowOctetOfTheStatus)
+{
+    const ProcessResult result = RunTool(MISSING_FILES);
+    EXPECT_EQ(0x01, result.exitStatus) << "of 88000101";
+    const std::string text = "):(InternalReadFile):Can not open file '/nonexistent/c'.";
+    EXPECT_EQ(0u, result.output.find("[ERROR]sigkit_log.log("));
+    EXPECT_TRUE(Contains(result.output, text + "(err:88000101)\r\n")) << result.output;
+    EXPECT_TRUE(Contains(result.errors, "ERROR 1014 upgrade_sigkit_sdk_callback(283) SigkitLogPrint: sigkit_log.log("));
+    EXPECT_TRUE(Contains(result.errors, text + "\n")) << result.errors;
+    EXPECT_TRUE(Contains(result.errors, "VERIFY_TOOL: Execute ret(")) << result.errors;
+}
+
+TEST(Tool, LogsToTheFileThatTheEnvironmentNames)
+{
+    const TemporaryDirectory directory;
+    const ProcessResult result = RunTool(MISSING_FILES, {"QZLOG=" + directory.File("log")});
+    EXPECT_EQ("", result.errors);
+    PkgsignBytes log;
+    ASSERT_TRUE(PkgsignReadFile(directory.File("log"), &log).ok);
+    EXPECT_TRUE(Contains(std::string(log.begin(), log.end()), "InternalReadFile"));
+}
+
+TEST(Tool, LogsToTheSystemWhereNothingElseIsNamedOrCanBeOpened)
+{
+    for (const char *const target : {"QZLOG=", "QZLOG=/nonexistent/log"}) {
+        const ProcessResult result = RunTool(MISSING_FILES, {target});
+        EXPECT_EQ(0x01, result.exitStatus);
+        EXPECT_EQ("", result.errors);
+        EXPECT_FALSE(Contains(result.output, "VERIFY_TOOL")) << "never to standard output";
+    }
+}
+
+TEST(Tool, EscapesControlOctetsInThePlatformsLogAndPrintsThemAsTheyAre)
+{
+    Words arguments = MISSING_FILES;
+    arguments[7] = "/nonexistent/\x1b[2J\n[ERROR]forged";
+    const ProcessResult result = RunTool(arguments);
+    EXPECT_TRUE(Contains(result.errors, "/nonexistent/\\x1b[2J\\x0a[ERROR]forged")) << result.errors;
+    EXPECT_TRUE(Contains(result.output, "Can not open file '/nonexistent/\x1b[2J\n[ERROR]forged'."));
+}
+
+TEST(Tool, OverTheDevicesSharedLibrariesDoesTheSame)
+{
+    const ProcessResult result = RunTool(MISSING_FILES, {"QZLOG=stderr"}, VERIFY_TOOL_ON_STAND_IN);
+    const ProcessResult same = RunTool(MISSING_FILES);
+    EXPECT_EQ(same.exitStatus, result.exitStatus);
+    EXPECT_EQ(same.output, result.output);
+    EXPECT_EQ(same.errors, result.errors);
+    const ProcessResult needs = RunProcess({"readelf", "-d", VERIFY_TOOL_ON_STAND_IN});
+    for (const char *const library : {"[libqzlog.so]", "[libqzosax.so]", "[libannexk.so]", "[libcrypto.so"}) {
+        EXPECT_TRUE(Contains(needs.output, library)) << needs.output;
+    }
+    EXPECT_FALSE(Contains(needs.output, "[libstdc++"));
+}
