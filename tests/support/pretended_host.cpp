@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
 
 struct SigkitCryptoCtx {
@@ -16,9 +17,11 @@ extern "C" {
 
 uint32_t SigkitMalloc(void **out, size_t size)
 {
-    *out = size == 0 ? nullptr : malloc(size);
+    g_pretendedHost.allocations += 1;
+    const bool fails = g_pretendedHost.allocations == g_pretendedHost.failAt;
+    *out = size == 0 || fails ? nullptr : malloc(size);
     g_pretendedHost.liveBlocks += *out == nullptr ? 0 : 1;
-    return 0;
+    return fails ? SIGKIT_ERR_NO_MEMORY : SIGKIT_OK;
 }
 
 void SigkitFree(void *block)
@@ -77,11 +80,12 @@ size_t SigkitFileGetSize(void *)
     return 0;
 }
 
-void SigkitLogPrint(int, const char *, int, const char *function, uint32_t errorCode, const char *message)
+void SigkitLogPrint(int level, const char *, int, const char *function, uint32_t errorCode, const char *message)
 {
     char code[16] = {};
     (void)snprintf(code, sizeof(code), " %x ", errorCode);
-    g_pretendedHost.lines.push_back(function + std::string(code) + (message == nullptr ? "" : message));
+    g_pretendedHost.lines.push_back((level == 0 ? "E " : "W ") + std::string(function) + code +
+                                    (message == nullptr || message[0] == '\0' ? "-" : message));
 }
 
 int32_t SigkitMdCreateCtx(SigkitMdCtx **)

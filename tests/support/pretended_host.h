@@ -9,9 +9,11 @@
 #include <vector>
 
 struct PretendedHost {
-    std::vector<std::string> lines; // "function code text"
+    std::vector<std::string> lines; // level letter, function, code in hexadecimal, text
     uint32_t signatureChecks = 0;
     int32_t liveBlocks = 0;
+    uint32_t allocations = 0;
+    uint32_t failAt = 0; // number of the allocation that fails, from 1; 0 for none
 };
 
 extern PretendedHost g_pretendedHost;

@@ -8,7 +8,7 @@
 #include "pki/path.h"
 #include "pki/store.h"
 #include "sigkit/sigkit.h"
-#include "tests/path_cost/store_writer.h"
+#include "tests/pki/store_writer.h"
 #include "tests/support/pretended_host.h"
 
 namespace
@@ -60,7 +60,7 @@ WrittenCert RandomCert(Dice *dice, const std::vector<WrittenCert> &others)
     cert.cA = dice->Chance(85);
     cert.mayCertSign = dice->Chance(90);
     cert.mayCrlSign = dice->Chance(90);
-    cert.expired = dice->Chance(7);
+    cert.notAfter = dice->Chance(7) ? JUDGED_AT - 1 : cert.notAfter;
     return cert;
 }
 
@@ -71,10 +71,14 @@ WrittenCrl RandomCrl(Dice *dice, const std::vector<WrittenCert> &certs)
     crl.issuer = dice->Chance(95) ? issuer.subject : RandomName(dice);
     crl.issuerKey = dice->Chance(95) ? issuer.key : static_cast<uint8_t>(1 + dice->UpTo(3));
     crl.indirect = dice->Chance(25);
-    crl.expired = dice->Chance(10);
+    crl.nextUpdate = dice->Chance(10) ? JUDGED_AT - 1 : crl.nextUpdate;
     const uint32_t entries = dice->UpTo(2);
     for (uint32_t i = 0; i < entries; ++i) {
-        crl.entries.push_back({static_cast<uint8_t>(1 + dice->UpTo(7)), dice->UpTo(6), dice->Chance(50)});
+        WrittenEntry entry;
+        entry.serial = static_cast<uint8_t>(1 + dice->UpTo(7));
+        entry.reason = dice->UpTo(6);
+        entry.date = dice->Chance(50) ? JUDGED_AT + DAY : JUDGED_AT - DAY;
+        crl.entries.push_back(entry);
     }
     return crl;
 }
@@ -82,7 +86,7 @@ WrittenCrl RandomCrl(Dice *dice, const std::vector<WrittenCert> &certs)
 WrittenStore RandomStore(Dice *dice)
 {
     WrittenStore store;
-    store.certs.push_back({"A", "A", 1, 1, 1, true, true, true, false});
+    store.certs.push_back({"A", "A"});
     const uint32_t certs = 1U + dice->UpTo(5);
     for (uint32_t i = 0; i < certs; ++i) {
         store.certs.push_back(RandomCert(dice, store.certs));

@@ -1,4 +1,6 @@
-#include "tests/path_cost/store_writer.h"
+#include "tests/pki/store_writer.h"
+
+#include <time.h>
 
 namespace
 {
@@ -9,6 +11,16 @@ using namespace der;
 Bytes Signature(uint8_t key, uint8_t counter)
 {
     return BitString(0, {key, counter, 0x5A, 0x5A});
+}
+
+Bytes Time(int64_t seconds)
+{
+    const time_t instant = static_cast<time_t>(seconds);
+    struct tm parts = {};
+    char text[32] = {};
+    (void)gmtime_r(&instant, &parts);
+    (void)strftime(text, sizeof(text), "%Y%m%d%H%M%SZ", &parts);
+    return UtcTime(text + 2); // without the century
 }
 
 Bytes SubjectKey(uint8_t key)
@@ -24,7 +36,7 @@ Bytes EncodeCert(const WrittenCert &cert, uint8_t counter)
     tbs.serialNumber = Integer(cert.serial);
     tbs.issuer = NameOf(cert.issuer);
     tbs.subject = NameOf(cert.subject);
-    tbs.validity = cert.expired ? Validity(UtcTime("200101000000Z"), UtcTime("210101000000Z")) : Validity();
+    tbs.validity = Validity(Time(cert.notBefore), Time(cert.notAfter));
     tbs.subjectPublicKeyInfo = SubjectKey(cert.key);
     tbs.extensions = CertExtensions({BasicConstraintsExtension(cert.cA), KeyUsageExtension(BitString(1, {usage}))});
     Certificate whole;
@@ -37,11 +49,12 @@ Bytes EncodeCrl(const WrittenCrl &crl, uint8_t counter)
 {
     TbsCertList tbs;
     tbs.issuer = NameOf(crl.issuer);
-    tbs.nextUpdate = UtcTime(crl.expired ? "210601000000Z" : "390101000000Z");
+    tbs.nextUpdate = crl.nextUpdateText.empty() ? Time(crl.nextUpdate) : UtcTime(crl.nextUpdateText);
     std::vector<Bytes> entries;
     for (const WrittenEntry &entry : crl.entries) {
-        const Bytes date = UtcTime(entry.future ? "230101000000Z" : "210301000000Z");
-        entries.push_back(RevokedEntry(Integer(entry.serial), date, ReasonExtensions(entry.reason)));
+        const Member extensions = entry.reason < 0 ? Member() : ReasonExtensions(entry.reason);
+        const Bytes date = entry.dateText.empty() ? Time(entry.date) : UtcTime(entry.dateText);
+        entries.push_back(RevokedEntry(Integer(entry.serial), date, extensions));
     }
     if (!entries.empty()) {
         tbs.revokedCertificates = Sequence(entries);

@@ -1,6 +1,6 @@
 // Stores full of certificates and CRLs with pretended signatures.
-#ifndef PATH_COST_STORE_WRITER_H
-#define PATH_COST_STORE_WRITER_H
+#ifndef PKI_STORE_WRITER_H
+#define PKI_STORE_WRITER_H
 
 #include <stdint.h>
 
@@ -14,6 +14,9 @@
 // The instant at which stores are judged: 2022-01-01.
 inline constexpr int64_t JUDGED_AT = 1640995200;
 
+inline constexpr int64_t DAY = 86400;
+inline constexpr int64_t YEAR = 365 * DAY;
+
 struct WrittenCert {
     std::string subject;
     std::string issuer;
@@ -23,21 +26,24 @@ struct WrittenCert {
     bool cA = true;
     bool mayCertSign = true;
     bool mayCrlSign = true;
-    bool expired = false;
+    int64_t notBefore = JUDGED_AT - YEAR;
+    int64_t notAfter = JUDGED_AT + YEAR;
 };
 
 struct WrittenEntry {
     uint8_t serial = 1;
-    int64_t reason = 0;
-    bool future = false; // revoked after the instant of judgement
+    int64_t reason = -1; // negative: none is given
+    int64_t date = JUDGED_AT - DAY;
+    std::string dateText = ""; // not empty: in the place of the date
 };
 
 struct WrittenCrl {
     std::string issuer;
     uint8_t issuerKey = 1;
     bool indirect = false;
-    bool expired = false;
-    std::vector<WrittenEntry> entries;
+    int64_t nextUpdate = JUDGED_AT + YEAR;
+    std::string nextUpdateText = ""; // not empty: in the place of nextUpdate
+    std::vector<WrittenEntry> entries = {};
     std::string algorithm = "1.2.840.113549.1.1.11"; // sha256WithRSAEncryption
 };
 

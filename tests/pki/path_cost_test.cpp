@@ -4,7 +4,7 @@
 #include "pki/path.h"
 #include "pki/store.h"
 #include "sigkit/sigkit.h"
-#include "tests/path_cost/store_writer.h"
+#include "tests/pki/store_writer.h"
 #include "tests/support/pretended_host.h"
 
 namespace
@@ -100,7 +100,7 @@ TEST(PathCost, ErrorsOfSignatureChecksAreToldEachTime)
     ASSERT_EQ(SIGKIT_ERR_PATH_TOO_DEEP, Validate(store, SIGKIT_PATH_LITERAL_MAX).status);
     size_t told = 0;
     for (const std::string &line : g_pretendedHost.lines) {
-        told += line == "SigkitX509PubKeyVerify 88200310 " ? 1 : 0;
+        told += line == "E SigkitX509PubKeyVerify 88200310 -" ? 1 : 0;
     }
     // Under each of the two keys of that name, in each of the eleven validations.
     EXPECT_EQ(22u, told);

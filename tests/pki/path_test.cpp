@@ -1,0 +1,183 @@
+#include "tests/pki/pki_fixture.h"
+
+namespace
+{
+
+using Path = PkiTest;
+
+const char DATE_TEXT[] = "Check date for certificate failed, verify may fail.";
+
+// A chain of `length` certificates, the root included, with a CRL of each issuer.
+WrittenStore Chain(uint8_t length)
+{
+    WrittenStore chain;
+    chain.certs.push_back({"0", "0"});
+    for (uint8_t i = 1; i < length; ++i) {
+        const std::string issuer = std::to_string(i - 1);
+        WrittenCrl crl;
+        crl.issuer = issuer;
+        crl.issuerKey = i;
+        chain.certs.push_back({std::to_string(i), issuer, static_cast<uint8_t>(i + 1), i, i});
+        chain.crls.push_back(crl);
+    }
+    return chain;
+}
+
+} // namespace
+
+TEST_F(Path, OfASignerBelowACaIsValid)
+{
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER));
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER, 1));
+    EXPECT_STATUS(SIGKIT_OK, Judge(CA));
+    EXPECT_TRUE(LogLines().empty());
+    EXPECT_EQ(0u, ctx->pathError);
+}
+
+TEST_F(Path, NullIsRefused)
+{
+    Load();
+    uint32_t ok = 7;
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiVerifyCert(nullptr, Cert(0), 1, 0, &ok));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiVerifyCert(ctx, nullptr, 1, 0, &ok));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiVerifyCert(ctx, Cert(0), 1, 0, nullptr));
+    EXPECT_EQ(7u, ok);
+}
+
+TEST_F(Path, OfTheTrustAnchorNeedsNoCrl)
+{
+    store.crls.erase(store.crls.begin(), store.crls.end() - 1);
+    store.crls[0].issuer = "Nobody";
+    EXPECT_STATUS(SIGKIT_OK, Judge(ROOT));
+}
+
+TEST_F(Path, EndsOfTheValidityPeriodAreInside)
+{
+    WrittenCert &signer = store.certs[SIGNER];
+    const struct {
+        int64_t notBefore;
+        int64_t notAfter;
+        uint32_t status;
+        const char *code;
+    } rows[] = {
+        {JUDGED_AT, JUDGED_AT, SIGKIT_OK, ""},
+        {JUDGED_AT + 1, JUDGED_AT + 2, SIGKIT_ERR_CERT_NOT_YET_VALID, "88200013"},
+        {JUDGED_AT - 2, JUDGED_AT - 1, SIGKIT_ERR_CERT_EXPIRED, "88200014"},
+    };
+    for (const auto &row : rows) {
+        signer.notBefore = row.notBefore;
+        signer.notAfter = row.notAfter;
+        EXPECT_STATUS(row.status, Judge(SIGNER));
+        if (row.status != SIGKIT_OK) {
+            EXPECT_EQ(Texts{std::string("W InternalVerifyCertificate ") + row.code + " " + DATE_TEXT}, LogLines());
+        }
+    }
+}
+
+TEST_F(Path, BeforeAnyTimestampNothingIsValid)
+{
+    Load();
+    ctx->verifyTime = 0;
+    EXPECT_STATUS(SIGKIT_ERR_CERT_NOT_YET_VALID, JudgeLoaded(SIGNER));
+    EXPECT_STATUS(SIGKIT_ERR_CERT_NOT_YET_VALID, JudgeLoaded(ROOT));
+    ctx->verifyTime = -1;
+    EXPECT_STATUS(SIGKIT_ERR_CERT_NOT_YET_VALID, JudgeLoaded(SIGNER)) << "times are signed";
+}
+
+TEST_F(Path, OfACertificateWithoutReadableDatesIsRefused)
+{
+    Load();
+    Cert(SIGNER)->tbsCertificate.validity.notAfter.len = 12;
+    EXPECT_STATUS(SIGKIT_ERR_TIME_FORMAT, JudgeLoaded(SIGNER));
+    EXPECT_EQ(Texts{std::string("W InternalVerifyCertificate 88000301 ") + DATE_TEXT}, LogLines());
+}
+
+TEST_F(Path, WithoutARootIsRefused)
+{
+    store.certs[CA].issuerKey = 9;
+    EXPECT_STATUS(SIGKIT_ERR_NO_ROOT, Judge(SIGNER));
+    EXPECT_EQ(SIGKIT_ERR_NO_ROOT, ctx->pathError);
+    EXPECT_TRUE(LogLines().empty());
+}
+
+TEST_F(Path, AnIssuerMustBeACaThatMaySignCertificates)
+{
+    store.certs[CA].cA = false;
+    EXPECT_STATUS(SIGKIT_ERR_NO_ROOT, Judge(SIGNER));
+    store.certs[CA].cA = true;
+    store.certs[CA].mayCertSign = false;
+    EXPECT_STATUS(SIGKIT_ERR_NO_ROOT, Judge(SIGNER));
+}
+
+TEST_F(Path, ADecoyWithTheIssuersNameIsPassedOver)
+{
+    store.certs.insert(store.certs.begin() + 1, {"CA", "Root", 9, 1, 9});
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER + 1));
+    EXPECT_EQ(Cert(2), Cert(3)->issuerCert);
+}
+
+TEST_F(Path, ARememberedIssuerIsTheOnlyOne)
+{
+    Load();
+    Cert(SIGNER)->issuerCert = Cert(ROOT); // not its issuer, but remembered
+    EXPECT_EQ(Cert(ROOT), InternalFindCertIssuer(ctx->pki->certs, Cert(SIGNER)));
+    Cert(ROOT)->tbsCertificate.extensions.basicConstraints.cA = 0;
+    EXPECT_EQ(nullptr, InternalFindCertIssuer(ctx->pki->certs, Cert(SIGNER)));
+}
+
+TEST_F(Path, WithoutAnyCrlOfTheIssuerIsRefused)
+{
+    store.crls.pop_back();
+    EXPECT_STATUS(SIGKIT_ERR_NO_CRL, Judge(SIGNER));
+    EXPECT_EQ(Texts{"E InternalFindBestCrlOfCert 0 Can't find CRL for certificate."}, LogLines());
+    EXPECT_EQ(SIGKIT_ERR_NO_CRL, ctx->pathError);
+}
+
+TEST_F(Path, WithoutTheRootsCrlTheCrlOfTheCaDoesNotCount)
+{
+    store.crls.erase(store.crls.begin());
+    EXPECT_STATUS(SIGKIT_ERR_NO_CRL, Judge(SIGNER));
+    EXPECT_EQ((Texts{"E InternalFindBestCrlOfCert 0 Can't find CRL for certificate.",
+                     "E InternalFindBestCrlOfCert 88200012 Verify CRL failed."}),
+              LogLines());
+}
+
+TEST_F(Path, OfElevenCertificatesIsValidAndOfTwelveNot)
+{
+    store = Chain(11);
+    EXPECT_STATUS(SIGKIT_OK, Judge(10));
+    store = Chain(12);
+    EXPECT_STATUS(SIGKIT_ERR_NO_ROOT, Judge(11));
+    EXPECT_EQ(Texts{"E InternalFindCertRoot ffffffff find path too deep."}, LogLines());
+    EXPECT_STATUS(SIGKIT_OK, JudgeLoaded(10));
+}
+
+TEST_F(Path, ThatNestsTooDeepIsRefused)
+{
+    Load();
+    uint32_t ok = 7;
+    ctx->pathDepth = 11;
+    EXPECT_STATUS(SIGKIT_ERR_PATH_TOO_DEEP, SigkitPkiVerifyCert(ctx, Cert(ROOT), 0, 0, &ok));
+    EXPECT_EQ(0u, ok);
+    EXPECT_EQ(11, ctx->pathDepth);
+    EXPECT_EQ(Texts{"E SigkitPkiVerifyCert 0 The path of certificate is too deep."}, LogLines());
+    ctx->pathDepth = 10;
+    EXPECT_STATUS(SIGKIT_OK, SigkitPkiVerifyCert(ctx, Cert(ROOT), 0, 0, &ok));
+    EXPECT_EQ(10, ctx->pathDepth);
+    ctx->pathDepth = 0;
+}
+
+TEST_F(Path, AlongACycleOfCrossSignedCertificatesEnds)
+{
+    store.certs = {{"Root", "Root", 1, 1, 1}, {"A", "B", 2, 3, 2}, {"B", "A", 3, 2, 3}};
+    EXPECT_STATUS(SIGKIT_ERR_NO_ROOT, Judge(1));
+    EXPECT_STATUS(SIGKIT_ERR_NO_ROOT, JudgeLoaded(2));
+}
+
+TEST_F(Path, OfASelfIssuedCertificateThatIsNotSelfSignedGoesOn)
+{
+    store.certs = {{"CA", "CA", 1, 1, 1}, {"CA", "CA", 2, 1, 2}};
+    store.crls = {WrittenCrl()};
+    store.crls[0].issuer = "CA";
+    EXPECT_STATUS(SIGKIT_OK, Judge(1));
+}

@@ -1,0 +1,135 @@
+#include "tests/pki/pki_fixture.h"
+
+namespace
+{
+
+using Store = PkiTest;
+
+} // namespace
+
+TEST_F(Store, IsMadeAndTornDownWithItsContext)
+{
+    SigkitVerifyCtx empty = {};
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiInit(nullptr));
+    ASSERT_STATUS(SIGKIT_OK, SigkitPkiInit(&empty));
+    EXPECT_EQ(0u, empty.pki->certs.count);
+    EXPECT_EQ(0u, empty.pki->crls.count);
+    SigkitPkiUninit(&empty);
+    EXPECT_EQ(nullptr, empty.pki);
+    SigkitPkiUninit(&empty);
+    SigkitPkiUninit(nullptr);
+}
+
+TEST_F(Store, IsNotMadeWithoutMemory)
+{
+    SigkitVerifyCtx empty = {};
+    g_pretendedHost.failAt = g_pretendedHost.allocations + 1;
+    EXPECT_STATUS(SIGKIT_ERR_NO_MEMORY, SigkitPkiInit(&empty));
+    EXPECT_EQ(nullptr, empty.pki);
+}
+
+TEST_F(Store, TakesNothingWithoutRecordOrStore)
+{
+    Load();
+    SigkitVerifyCtx empty = {};
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiStoreAddCert(nullptr, Cert(0)));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiStoreAddCert(ctx, nullptr));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiStoreAddCert(&empty, Cert(0)));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiStoreAddCrl(nullptr, Crl(0)));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiStoreAddCrl(ctx, nullptr));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiStoreAddCrl(&empty, Crl(0)));
+    EXPECT_TRUE(LogLines().empty());
+}
+
+TEST_F(Store, TakesASignatureOnce)
+{
+    Load();
+    EXPECT_EQ(1, Cert(ROOT)->refCount);
+    EXPECT_STATUS(SIGKIT_ERR_CERT_DUPLICATE, SigkitPkiStoreAddCert(ctx, Cert(ROOT)));
+    EXPECT_STATUS(SIGKIT_ERR_CRL_DUPLICATE, SigkitPkiStoreAddCrl(ctx, Crl(0)));
+    EXPECT_EQ(1, Cert(ROOT)->refCount);
+    EXPECT_EQ(1, Crl(0)->refCount);
+    SigkitX509Cert other = *Cert(ROOT); // another record, everything else changed
+    other.tbsCertificate = {};
+    EXPECT_STATUS(SIGKIT_ERR_CERT_DUPLICATE, SigkitPkiStoreAddCert(ctx, &other));
+    EXPECT_EQ(3u, ctx->pki->certs.count);
+}
+
+TEST_F(Store, KeepsOlderAndNewerCrlsOfOneIssuer)
+{
+    store.crls.push_back(store.crls[0]);
+    Load();
+    EXPECT_EQ(3u, ctx->pki->crls.count);
+}
+
+TEST_F(Store, HoldsSixteenOfEach)
+{
+    Load();
+    std::vector<SigkitX509Cert> certs(14);
+    std::vector<SigkitX509Crl> crls(15);
+    uint8_t octets[16] = {};
+    for (uint32_t i = 0; i < certs.size(); ++i) {
+        octets[i] = static_cast<uint8_t>(i);
+        certs[i].signatureValue = {1, 0, 0, 3, &octets[i]};
+        certs[i].refCount = 1;
+        EXPECT_STATUS(i < 13 ? SIGKIT_OK : SIGKIT_ERR_LIST_FULL, SigkitPkiStoreAddCert(ctx, &certs[i]));
+        EXPECT_EQ(i < 13 ? 2 : 1, certs[i].refCount);
+    }
+    for (uint32_t i = 0; i < crls.size(); ++i) {
+        octets[i] = static_cast<uint8_t>(i);
+        crls[i].signatureValue = {1, 0, 0, 3, &octets[i]};
+        crls[i].refCount = 1;
+        EXPECT_STATUS(i < 14 ? SIGKIT_OK : SIGKIT_ERR_LIST_FULL, SigkitPkiStoreAddCrl(ctx, &crls[i]));
+        EXPECT_EQ(i < 14 ? 2 : 1, crls[i].refCount);
+    }
+}
+
+TEST_F(Store, FindsTheFirstCertificateOfIssuerAndSerial)
+{
+    store.certs.push_back({"Decoy", "CA", 4, 2, 3}); // the signer's issuer and serial, another key
+    Load();
+    const SigkitX509CertInfo &signer = Cert(SIGNER)->tbsCertificate;
+    EXPECT_EQ(Cert(SIGNER), SigkitPkiFindCertByIssuerSn(ctx, &signer.issuer, &signer.serialNumber));
+    const SigkitX509CertInfo &ca = Cert(CA)->tbsCertificate;
+    EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, &ca.subject, &ca.serialNumber));
+    EXPECT_EQ(Cert(CA), SigkitPkiFindCertByIssuerSn(ctx, &ca.issuer, &ca.serialNumber));
+}
+
+TEST_F(Store, FindsNoCertificateWithoutNameOrSerial)
+{
+    Load();
+    const SigkitX509CertInfo &signer = Cert(SIGNER)->tbsCertificate;
+    const SigkitX509Name noName = {};
+    const SigkitAsnOcts noSerial = {};
+    SigkitVerifyCtx empty = {};
+    EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(nullptr, &signer.issuer, &signer.serialNumber));
+    EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(&empty, &signer.issuer, &signer.serialNumber));
+    EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, nullptr, &signer.serialNumber));
+    EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, &signer.issuer, nullptr));
+    EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, &noName, &signer.serialNumber));
+    EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, &signer.issuer, &noSerial));
+}
+
+TEST_F(Store, FindsTheIssuerOfACrlByNameUsageAndSignature)
+{
+    // In the order of the store: right name and no right to sign CRLs, right name and another key, the issuer.
+    store.certs = {
+        {"Root", "Root", 1, 1, 1}, {"CA", "Root", 2, 1, 2}, {"CA", "Root", 3, 1, 3}, {"CA", "Root", 2, 1, 4}};
+    store.certs[1].mayCrlSign = false;
+    store.certs[3].cA = false; // not asked for
+    store.certs[3].notAfter = JUDGED_AT - DAY;
+    Load();
+    EXPECT_EQ(Cert(3), SigkitPkiFindCrlIssuer(ctx, Crl(1)));
+    EXPECT_EQ(Cert(ROOT), SigkitPkiFindCrlIssuer(ctx, Crl(0)));
+    EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(nullptr, Crl(0)));
+    EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(ctx, nullptr));
+    SigkitVerifyCtx empty = {};
+    EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(&empty, Crl(0)));
+}
+
+TEST_F(Store, FindsNoIssuerWhoseKeyDoesNotVerify)
+{
+    store.crls[1].issuerKey = 9;
+    Load();
+    EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(ctx, Crl(1)));
+}
