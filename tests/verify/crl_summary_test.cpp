@@ -1,0 +1,269 @@
+// Summaries of CRL files.
+#include "tests/support/process.h"
+#include "tests/verify/verify_fixture.h"
+
+namespace
+{
+
+class CrlSummary : public VerifyTest
+{
+protected:
+    void SetUp() override
+    {
+        VerifyTest::SetUp();
+        ASSERT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate));
+    }
+
+    void TearDown() override
+    {
+        Release();
+        VerifyTest::TearDown();
+    }
+
+    void Release()
+    {
+        if (bundle != nullptr) {
+            EXPECT_STATUS(SIGKIT_OK, SigkitCrlFree(ctx, bundle));
+            bundle = nullptr;
+        }
+    }
+
+    uint32_t Decode(const PkgsignBytes &data)
+    {
+        Release();
+        g_recordingHost.lines.clear();
+        return SigkitDecodeCrl(ctx, data.data(), Size(data), &bundle);
+    }
+
+    SigkitCrlBundle *bundle = nullptr;
+};
+
+PkgsignBytes Ca()
+{
+    return AllParties().issuingCa.certificate;
+}
+
+PkgsignBytes RootCrl(const std::vector<PkgsignBytes> &revoked = {}, int64_t later = 0)
+{
+    PkgsignCrlRequest request = CrlRequest(AllParties().root);
+    request.thisUpdate += later;
+    for (const PkgsignBytes &serial : revoked) {
+        PkgsignRevokedCertificate entry;
+        entry.serialNumber = serial;
+        entry.revocationDate = PACKAGE_TIME;
+        request.revoked.push_back(entry);
+    }
+    return MakeCrl(request);
+}
+
+PkgsignBytes CaCrl(int64_t later = 0)
+{
+    PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
+    request.thisUpdate += later;
+    return MakeCrl(request);
+}
+
+const char LOAD_FAILED[] = "E SigkitDecodeCrl 88200102 -";
+
+} // namespace
+
+TEST_F(CrlSummary, TellsWhatEachCrlSays)
+{
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), RootCrl({{0x01, 0x02}, {0x80}}), CaCrl(PACKAGE_DAY)})));
+    EXPECT_EQ(208u, bundle->size);
+    ASSERT_EQ(2, bundle->count);
+    const SigkitCrlInfo &root = *bundle->crls[0];
+    EXPECT_EQ(1u, root.verified);
+    EXPECT_EQ(PACKAGE_TIME - 10 * PACKAGE_DAY, root.thisUpdate);
+    EXPECT_EQ(PACKAGE_TIME + 10 * PACKAGE_DAY, root.nextUpdate);
+    EXPECT_STREQ("C=XX,O=Test,CN=Root", root.issuerName);
+    PkgsignBytes serial;
+    ASSERT_TRUE(PkgsignGetSerialNumber(AllParties().root.certificate, &serial).ok);
+    EXPECT_EQ(serial, PkgsignBytes(root.issuerSerial.serial, root.issuerSerial.serial + root.issuerSerial.len));
+    ASSERT_EQ(2, root.revokedCount);
+    EXPECT_EQ(2u, root.revokedSerials[0].len);
+    EXPECT_EQ(0x02, root.revokedSerials[0].serial[1]);
+    EXPECT_EQ(1u, root.revokedSerials[1].len) << "as decoded, without its leading zero";
+    EXPECT_EQ(0x80, root.revokedSerials[1].serial[0]);
+    const SigkitCrlInfo &ca = *bundle->crls[1];
+    EXPECT_EQ(1u, ca.verified);
+    EXPECT_STREQ("C=XX,O=Test,CN=CA", ca.issuerName);
+    EXPECT_EQ(0, ca.revokedCount);
+    EXPECT_EQ(nullptr, ca.revokedSerials);
+    EXPECT_EQ(ca.thisUpdate, ctx->verifyTime) << "left at the last CRL's";
+    EXPECT_EQ(2u, StoredCerts());
+    EXPECT_EQ(2u, StoredCrls());
+    EXPECT_TRUE(Lines().empty());
+}
+
+TEST_F(CrlSummary, OnlyARootsCrlTellsWhatItRevokes)
+{
+    PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
+    PkgsignRevokedCertificate entry;
+    entry.serialNumber = {7};
+    request.revoked = {entry};
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), RootCrl(), MakeCrl(request)})));
+    EXPECT_EQ(nullptr, bundle->crls[1]->revokedSerials);
+    EXPECT_EQ(0, bundle->crls[1]->revokedCount);
+    EXPECT_EQ(nullptr, bundle->crls[0]->revokedSerials) << "no entries, no list";
+}
+
+TEST_F(CrlSummary, SerialsOfMoreThanThirtyTwoOctetsAreLeftOut)
+{
+    const PkgsignBytes longest(32, 0x11);
+    const PkgsignBytes longer(33, 0x11);
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), RootCrl({longer, longest})})));
+    ASSERT_EQ(1, bundle->crls[0]->revokedCount);
+    EXPECT_EQ(32u, bundle->crls[0]->revokedSerials[0].len);
+}
+
+TEST_F(CrlSummary, OfAnUnknownIssuerIsUnverified)
+{
+    PkgsignCrlRequest request = CrlRequest(AllParties().otherRoot);
+    request.nextUpdate += 1;
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), MakeCrl(request), RootCrl()})));
+    ASSERT_EQ(2, bundle->count);
+    EXPECT_EQ(0u, bundle->crls[0]->verified);
+    EXPECT_EQ(0u, bundle->crls[0]->issuerSerial.len);
+    EXPECT_STREQ("C=XX,O=Test,CN=Other Root", bundle->crls[0]->issuerName);
+    EXPECT_EQ(1u, bundle->crls[1]->verified);
+}
+
+TEST_F(CrlSummary, OfAnIssuerThatHasExpiredIsUnverified)
+{
+    PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
+    request.thisUpdate = PACKAGE_TIME + 301 * PACKAGE_DAY;
+    request.nextUpdate = request.thisUpdate + PACKAGE_DAY;
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), MakeCrl(request)})));
+    EXPECT_EQ(0u, bundle->crls[0]->verified);
+    EXPECT_NE(0u, bundle->crls[0]->issuerSerial.len) << "found, and not trusted";
+    SigkitCrlBundle *const unverified = bundle;
+    bundle = nullptr;
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), RootCrl()})));
+    uint32_t result = 9;
+    EXPECT_STATUS(SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED, SigkitCrlCompare(ctx, bundle, unverified, &result));
+    EXPECT_STATUS(SIGKIT_OK, SigkitCrlFree(ctx, unverified));
+}
+
+TEST_F(CrlSummary, ACrlWithoutAReadableTimeLeavesAGap)
+{
+    PkgsignCrlRequest broken = CrlRequest(AllParties().root);
+    broken.omitNextUpdate = true;
+    PkgsignRevokedCertificate entry; // stands where nextUpdate should
+    entry.serialNumber = {7};
+    broken.revoked = {entry};
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), MakeCrl(broken), RootCrl(), CaCrl()})));
+    EXPECT_EQ(nullptr, bundle->crls[0]);
+    EXPECT_EQ(2, bundle->count);
+    EXPECT_NE(nullptr, bundle->crls[2]) << "later CRLs keep their places";
+    EXPECT_TRUE(HasLine("E InternalGetCrlInfo 88000301 -"));
+    uint32_t result = 9;
+    EXPECT_STATUS(SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED, SigkitCrlCompare(ctx, bundle, bundle, &result));
+}
+
+TEST_F(CrlSummary, AnIssuerNameThatCannotBePrintedIsEmpty)
+{
+    PkgsignCertificateRequest request = CertificateRequest("Odd", &AllParties().root);
+    request.subject = {{"2.5.4.5", "1"}};
+    const Party odd = Certify(request);
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({odd.certificate, MakeCrl(CrlRequest(odd))})));
+    EXPECT_STREQ("", bundle->crls[0]->issuerName);
+    g_recordingHost.strcpyS.failAt = g_recordingHost.strcpyS.calls + 1;
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), RootCrl()})));
+    EXPECT_STREQ("", bundle->crls[0]->issuerName);
+    EXPECT_TRUE(HasLine("W InternalGetCrlIssuerName ffffffff -"));
+}
+
+TEST_F(CrlSummary, DataWithoutCertificatesAreRefusedAndTheirCrlsStay)
+{
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, Decode(RootCrl()));
+    EXPECT_EQ(nullptr, bundle);
+    EXPECT_EQ(1u, StoredCrls());
+    EXPECT_EQ(Texts{LOAD_FAILED}, LineTexts());
+}
+
+TEST_F(CrlSummary, DataWithoutCrlsAreRefused)
+{
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, Decode(Ca()));
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, Decode(PkgsignBytes(50, 0x02)));
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, Decode(PkgsignBytes(37, 0x30)));
+    EXPECT_EQ(Texts{LOAD_FAILED}, LineTexts());
+    EXPECT_EQ(1u, StoredCerts());
+}
+
+TEST_F(CrlSummary, ASelfSignedCertificateInTheDataIsSkipped)
+{
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({AllParties().otherRoot.certificate, RootCrl()})));
+    EXPECT_EQ(1u, StoredCerts());
+    EXPECT_EQ(
+        Texts{"W InternalAddCertToStore 0 There is a root certificate, which is not allowed when add crl or cms."},
+        LineTexts());
+}
+
+TEST_F(CrlSummary, SixteenCrlsAreSummarisedAndSeventeenRefused)
+{
+    PkgsignBytes data = Ca();
+    for (int64_t i = 0; i < 16; ++i) {
+        data = Join({data, RootCrl({}, i)});
+    }
+    ASSERT_STATUS(SIGKIT_OK, Decode(data));
+    EXPECT_EQ(16, bundle->count);
+    EXPECT_NE(nullptr, bundle->crls[15]);
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, Decode(Join({data, RootCrl({}, 16)})));
+    EXPECT_EQ("E InternalDecodeStreamCertCrl 88000501 -", LineTexts()[0]);
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, Decode(Join({Ca(), RootCrl({}, 17)}))) << "the store is full";
+}
+
+TEST_F(CrlSummary, OutlivesItsContext)
+{
+    SigkitVerifyCreateParam param = {};
+    param.size = sizeof(param);
+    SigkitVerifyCtx *other = nullptr;
+    ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&other, &param));
+    const PkgsignBytes root = AllParties().root.certificate;
+    ASSERT_STATUS(SIGKIT_OK, SigkitVerifyAddCert(other, root.data(), Size(root)));
+    const PkgsignBytes data = Join({Ca(), RootCrl({{5}})});
+    ASSERT_STATUS(SIGKIT_OK, SigkitDecodeCrl(other, data.data(), Size(data), &bundle));
+    ASSERT_STATUS(SIGKIT_OK, SigkitVrfCtxFree(other));
+    EXPECT_STREQ("C=XX,O=Test,CN=Root", bundle->crls[0]->issuerName);
+    EXPECT_EQ(5, bundle->crls[0]->revokedSerials[0].serial[0]);
+    uint32_t result = 9;
+    EXPECT_STATUS(SIGKIT_OK, SigkitCrlCompare(ctx, bundle, bundle, &result));
+    EXPECT_EQ(SIGKIT_CRL_EQUAL, result);
+}
+
+TEST_F(CrlSummary, MissingArgumentsAreRefused)
+{
+    const PkgsignBytes data = RootCrl();
+    SigkitCrlBundle *out = reinterpret_cast<SigkitCrlBundle *>(this);
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitDecodeCrl(ctx, nullptr, 5, &out));
+    EXPECT_EQ(nullptr, out);
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitDecodeCrl(ctx, data.data(), 0, &out));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitDecodeCrlFile(ctx, nullptr, &out));
+    EXPECT_EQ((Texts{"E InternalCheckParamDecodeCrl 88100001 -", "E InternalCheckParamDecodeCrl 88100001 -",
+                     "E InternalCheckParamDecodeCrlFile 88100001 -"}),
+              LineTexts());
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitDecodeCrl(ctx, data.data(), Size(data), nullptr));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitDecodeCrlFile(ctx, "x", nullptr));
+    EXPECT_EQ(3u, Lines().size()) << "no line about a missing place for the answer";
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitCrlFree(nullptr, out));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitCrlFree(ctx, nullptr));
+}
+
+TEST_F(CrlSummary, IsMadeFromFilesInDerAndPem)
+{
+    const TemporaryDirectory directory;
+    const PkgsignBytes pem = Join({Pem(PKGSIGN_LABEL_CERTIFICATE, Ca()), Pem(PKGSIGN_LABEL_CRL, RootCrl())});
+    ASSERT_TRUE(PkgsignWriteFile(directory.File("pem"), pem).ok);
+    ASSERT_TRUE(PkgsignWriteFile(directory.File("der"), Join({Ca(), RootCrl()})).ok);
+    for (const char *const name : {"pem", "der"}) {
+        ASSERT_STATUS(SIGKIT_OK, SigkitDecodeCrlFile(ctx, directory.File(name).c_str(), &bundle));
+        EXPECT_EQ(1, bundle->count);
+        EXPECT_EQ(1u, bundle->crls[0]->verified);
+        Release();
+    }
+    const std::string missing = directory.File("missing");
+    EXPECT_STATUS(SIGKIT_ERR_FILE_OPEN, SigkitDecodeCrlFile(ctx, missing.c_str(), &bundle));
+    EXPECT_EQ("E SigkitDecodeCrlFile 88000101 -", LineTexts().back());
+    EXPECT_EQ(nullptr, bundle);
+}
