@@ -110,7 +110,7 @@ TEST_F(DecodeMap, MissingArgumentsAreRefused)
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitDecodeMap(&buf, nullptr, &consumed, &kExtensions));
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitDecodeMap(&buf, &extensions, nullptr, &kExtensions));
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitDecodeMap(&buf, &extensions, &consumed, nullptr));
-    uint32_t flags = 0;
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitOidToExku(&buf, nullptr, &consumed, &kExtensions));
-    EXPECT_EQ(0u, flags);
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitBitsToInt(&buf, nullptr, &consumed, &kExtensions));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitBitsToInt(nullptr, &extensions.keyUsage, &consumed, &kExtensions));
 }

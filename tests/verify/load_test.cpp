@@ -1,4 +1,6 @@
 // Certificates and CRLs from DER and PEM.
+#include "verify/load.h"
+
 #include "tests/verify/verify_fixture.h"
 
 namespace
@@ -225,12 +227,39 @@ TEST_F(Load, SixteenCrlsFitAStore)
 TEST_F(Load, SeventeenCertificatesDoNotFitOneInput)
 {
     PkgsignBytes certs;
-    PkgsignBytes pem;
     for (uint8_t i = 1; i <= 17; ++i) {
         certs = Join({certs, NumberedCert(i)});
-        pem = Join({pem, CertPem(NumberedCert(i))});
     }
     EXPECT_STATUS(SIGKIT_ERR_LIST_FULL, AddCert(certs));
     EXPECT_EQ((Texts{"E InternalDecodeStreamCertCrl 88000501 -", "E SigkitVerifyAddCert 88000501 -"}), LineTexts());
     EXPECT_EQ(0u, StoredCerts());
+}
+
+TEST_F(Load, ASeventeenthPemBlockIsDropped)
+{
+    PkgsignBytes certs;
+    PkgsignBytes crls;
+    for (uint8_t i = 1; i <= 17; ++i) {
+        certs = Join({certs, CertPem(NumberedCert(i))});
+        crls = Join({crls, CrlPem(NumberedCrl(i))});
+    }
+    EXPECT_STATUS(SIGKIT_OK, AddCert(certs));
+    EXPECT_EQ(16u, StoredCerts());
+    EXPECT_EQ(Texts{"E InternalPemDecodeCert 88000501 -"}, LineTexts()) << "there are sixteen images already";
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(crls));
+    EXPECT_EQ(0u, StoredCrls());
+}
+
+TEST_F(Load, ABlockThatItsListCannotTakeKeepsNoImage)
+{
+    SigkitList full = {};
+    full.count = SIGKIT_LIST_CAPACITY;
+    SigkitList none = {};
+    const PkgsignBytes cert = CertPem(Root());
+    const PkgsignBytes crl = CrlPem(RootCrl());
+    EXPECT_STATUS(SIGKIT_OK, InternalDecodeCertCrl(ctx, cert.data(), Size(cert), &full, &none));
+    EXPECT_TRUE(Lines().empty()) << "a certificate goes silently";
+    EXPECT_STATUS(SIGKIT_OK, InternalDecodeCertCrl(ctx, crl.data(), Size(crl), &none, &full));
+    EXPECT_EQ(Texts{"E InternalPemDecodeCrl 88000501 -"}, LineTexts());
+    EXPECT_EQ(0u, ctx->buffers.count);
 }

@@ -1,0 +1,110 @@
+// Verification of files in one call.
+#include "tests/support/process.h"
+#include "tests/verify/verify_fixture.h"
+
+namespace
+{
+
+const char CONTENT[] = "f4d1b0 firmware.bin\n";
+
+struct Quick : VerifyTest {
+    TemporaryDirectory directory;
+    std::string content;
+    std::string signature;
+
+    void SetUp() override
+    {
+        VerifyTest::SetUp();
+        LoadTrust();
+        content = Write("content", Octets(CONTENT));
+        signature = Write("signature", MakeMessage(MessageRequest(CONTENT)));
+    }
+
+    std::string Write(const std::string &name, const PkgsignBytes &bytes)
+    {
+        EXPECT_TRUE(PkgsignWriteFile(directory.File(name), bytes).ok);
+        return directory.File(name);
+    }
+
+    uint32_t Verify(const std::string &contentPath, const std::string &signaturePath)
+    {
+        g_recordingHost.lines.clear();
+        verdict = 7;
+        return SigkitVerifyDetachSignatureQuick(ctx, contentPath.c_str(), signaturePath.c_str(), &verdict);
+    }
+
+    uint32_t Verify()
+    {
+        return Verify(content, signature);
+    }
+};
+
+} // namespace
+
+TEST_F(Quick, TellsTheVerdict)
+{
+    EXPECT_STATUS(SIGKIT_OK, Verify());
+    EXPECT_EQ(1u, verdict);
+    EXPECT_STATUS(SIGKIT_OK, Verify(Write("other", Octets("other")), signature));
+    EXPECT_EQ(0u, verdict);
+    EXPECT_STATUS(SIGKIT_OK, Verify()) << "one context serves any number of verifications";
+    EXPECT_EQ(1u, verdict);
+    EXPECT_TRUE(Lines().empty());
+}
+
+TEST_F(Quick, StreamsContentInPieces)
+{
+    for (const size_t size : {0u, 1u, 4095u, 4096u, 4097u, 100000u}) {
+        const std::string text(size, 'x');
+        const std::string path = Write("content", Octets(text));
+        const std::string message = Write("message", MakeMessage(MessageRequest(text)));
+        const uint32_t fed = g_recordingHost.mdUpdate.calls;
+        EXPECT_STATUS(SIGKIT_OK, Verify(path, message));
+        EXPECT_EQ(1u, verdict) << size;
+        // The imprint and the token's content are hashed in one piece each.
+        EXPECT_EQ((size + 4095) / 4096 + 2, g_recordingHost.mdUpdate.calls - fed);
+    }
+}
+
+TEST_F(Quick, AMissingOrEmptyPathIsTold)
+{
+    EXPECT_STATUS(SIGKIT_ERR_FILE_OPEN, Verify(content, directory.File("missing")));
+    EXPECT_EQ((Texts{"E InternalReadFile 88000101 Can not open file '" + directory.File("missing") + "'.",
+                     "E SigkitVerifyDetachSignatureQuick 88000101 -"}),
+              LineTexts());
+    EXPECT_EQ(0u, verdict);
+    EXPECT_STATUS(SIGKIT_ERR_FILE_OPEN, Verify(directory.File("missing"), signature));
+    EXPECT_EQ((Texts{"E InternalUpdateContent 88000101 Can't open file '" + directory.File("missing") + "'.",
+                     "E SigkitVerifyDetachSignatureQuick 88000101 -"}),
+              LineTexts());
+    EXPECT_STATUS(SIGKIT_OK, Final()) << "the check that was begun is still there";
+    EXPECT_EQ(0u, verdict);
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, Verify("", signature));
+    EXPECT_EQ(
+        (Texts{"E InternalUpdateContent 88100001 Empty file path.", "E SigkitVerifyDetachSignatureQuick 88100001 -"}),
+        LineTexts());
+    EXPECT_STATUS(SIGKIT_OK, Final());
+}
+
+TEST_F(Quick, AnUpdateThatFailsIsTold)
+{
+    PkgsignMessageRequest nobody = MessageRequest(CONTENT);
+    nobody.signerInfoCount = 0;
+    nobody.timestamp = PkgsignTimestamp::None;
+    EXPECT_STATUS(SIGKIT_ERR_NOT_BEGUN, Verify(content, Write("nobody", MakeMessage(nobody))));
+    EXPECT_EQ((Texts{"E SigkitVerifyDetachSignatureUpdate 88200307 -", "E InternalUpdateContent 88200307 -",
+                     "E SigkitVerifyDetachSignatureQuick 88200307 -"}),
+              LineTexts());
+}
+
+TEST_F(Quick, BeginAfterItReadsNoStaleMemory)
+{
+    ASSERT_STATUS(SIGKIT_OK, Verify());
+    PkgsignMessageRequest again = MessageRequest(CONTENT);
+    again.certificates = {}; // taken from the message whose buffer is gone
+    again.tokenRequest.certificates = {};
+    ASSERT_STATUS(SIGKIT_OK, Begin(again));
+    ASSERT_STATUS(SIGKIT_OK, Update(CONTENT));
+    EXPECT_STATUS(SIGKIT_OK, Final());
+    EXPECT_EQ(1u, verdict);
+}
