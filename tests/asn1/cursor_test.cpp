@@ -9,7 +9,7 @@ const uint8_t kThree[] = {0x10, 0x20, 0x30};
 
 class Cursor : public LibraryTest
 {
-  protected:
+protected:
     SigkitDecodeBuf buf = {kThree, 3, 0};
     uint8_t octet = 0xA5;
 };

@@ -35,7 +35,7 @@ inline SigkitAsnTemplate FlaggedEntry(const SigkitAsnItem *item, int flags)
 
 class DecodeTest : public LibraryTest
 {
-  protected:
+protected:
     // Decodes at the start of `element`, which stands behind a few other octets and ends the input.
     uint32_t Decode(SigkitAsnDecodeFunc decode, const der::Bytes &element, void *out, const SigkitAsnTemplate *entry)
     {

@@ -46,7 +46,7 @@ SigkitAsnTemplate ExplicitInt(uint32_t offset, uint32_t tagNo, uint16_t flags = 
 
 class DecodeSeq : public DecodeTest
 {
-  protected:
+protected:
     // Makes the item under test: a SEQUENCE, or a BIT STRING, of these members.
     void Use(const std::vector<SigkitAsnTemplate> &entries, uint32_t tag = 16)
     {

@@ -35,7 +35,7 @@ Bytes Numbers(uint32_t count)
 
 class DecodeSetof : public DecodeTest
 {
-  protected:
+protected:
     void SetUp() override
     {
         DecodeTest::SetUp();
@@ -197,11 +197,11 @@ TEST_F(DecodeSetof, RefusesNullArguments)
 
 class DecodeSetofViews : public DecodeTest
 {
-  protected:
+protected:
     // Decodes three elements into views with these flags on each element.
     void Run(uint16_t flags)
     {
-        const SigkitAsnTemplate elementEntry = {&g_itemSigkitAsnOcts,    0, ASN_MODE_UNIVERSAL, flags,
+        const SigkitAsnTemplate elementEntry = {&g_itemSigkitAsnOcts,   0, ASN_MODE_UNIVERSAL, flags,
                                                 offsetof(Views, count), 3};
         const SigkitAsnItem item = {&elementEntry, &g_skvAsnFuncSetOf, 0, 1, 17, 1, sizeof(Views)};
         const SigkitAsnTemplate entry = EntryOf(&item);

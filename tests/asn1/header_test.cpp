@@ -122,7 +122,8 @@ TEST_P(DecodeLength, YieldsTheLengthOrTellsWhyNot)
         EXPECT_EQ(c.length, length);
         EXPECT_EQ(1 + c.octets.size(), buf.pos);
     }
-    const std::vector<std::string> lines = c.line == nullptr ? std::vector<std::string>() : std::vector{std::string(c.line)};
+    const std::vector<std::string> lines =
+        c.line == nullptr ? std::vector<std::string>() : std::vector{std::string(c.line)};
     EXPECT_EQ(lines, LineTexts());
 }
 

@@ -38,7 +38,7 @@ int32_t CompareTens(const void *first, const void *second)
 
 class List : public LibraryTest
 {
-  protected:
+protected:
     void SetUp() override
     {
         LibraryTest::SetUp();
@@ -229,7 +229,7 @@ TEST_F(ListSort, SortsEveryOrderOfFourEntries)
 
 class CandidateOrder : public LibraryTest
 {
-  protected:
+protected:
     // Sorts candidates of these scores; gives their original positions in the new order.
     static std::vector<size_t> SortedPositions(const std::vector<uint32_t> &scores)
     {

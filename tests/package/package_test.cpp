@@ -224,8 +224,8 @@ TEST_F(Package, UnderAnotherRootIsRefused)
 TEST_F(Package, WithoutACrlFileIsRefused)
 {
     Make();
-    const ProcessResult result = RunTool({"-f", "CHECK_PKG_INTEGRITY", "-h", directory.File("signature"), "-e",
-                                          directory.File("checksums")});
+    const ProcessResult result =
+        RunTool({"-f", "CHECK_PKG_INTEGRITY", "-h", directory.File("signature"), "-e", directory.File("checksums")});
     EXPECT_EQ(0x01, result.exitStatus);
     EXPECT_TRUE(Contains(Log(), "Add CRL file  failed.")) << Log();
     EXPECT_TRUE(Contains(result.output, "Empty file path.")) << result.output;
@@ -235,12 +235,12 @@ TEST_F(Package, WithMissingFilesIsRefusedNamingThem)
 {
     Make();
     const std::string missing = directory.File("missing");
-    ProcessResult result = RunTool({"-f", "CHECK_PKG_INTEGRITY", "-h", missing, "-e", directory.File("checksums"), "-c",
-                                    directory.File("crls")});
+    ProcessResult result = RunTool(
+        {"-f", "CHECK_PKG_INTEGRITY", "-h", missing, "-e", directory.File("checksums"), "-c", directory.File("crls")});
     EXPECT_EQ(0x01, result.exitStatus);
     EXPECT_TRUE(Contains(result.output, "Can not open file '" + missing + "'.")) << result.output;
-    result = RunTool({"-f", "CHECK_PKG_INTEGRITY", "-h", directory.File("signature"), "-e", missing, "-c",
-                      directory.File("crls")});
+    result = RunTool(
+        {"-f", "CHECK_PKG_INTEGRITY", "-h", directory.File("signature"), "-e", missing, "-c", directory.File("crls")});
     EXPECT_EQ(0x01, result.exitStatus);
     EXPECT_TRUE(Contains(result.output, "Can't open file '" + missing + "'.")) << result.output;
 }
@@ -331,8 +331,9 @@ TEST_F(OpensslPackage, MadeWithTheCommandLineAloneIsAccepted)
     MakeCrl("ca");
     Write("crls", Bytes(ReadText("root.crl") + ReadText("ca.crl")));
 
-    Openssl("cms -sign -binary -in checksums -outform DER -out unstamped -signer signer.pem -inkey signer.key -certfile "
-            "ca.pem -md sha256");
+    Openssl(
+        "cms -sign -binary -in checksums -outform DER -out unstamped -signer signer.pem -inkey signer.key -certfile "
+        "ca.pem -md sha256");
     PkgsignBytes unstamped;
     ASSERT_TRUE(PkgsignReadFile(directory.File("unstamped"), &unstamped).ok);
     PkgsignBytes value;
