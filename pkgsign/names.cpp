@@ -48,6 +48,7 @@ PkgsignStatus PkgsignEncodeName(const PkgsignName &name, PkgsignBytes *nameOut)
         groups.back().push_back(encoded);
     }
     std::vector<PkgsignBytes> rdns;
+    rdns.reserve(groups.size());
     for (const std::vector<PkgsignBytes> &group : groups) {
         rdns.push_back(PkgsignDerSetOf(group));
     }

@@ -26,7 +26,7 @@ uint32_t ReadValue(SigkitDecodeBuf *buf, uint32_t length, uint32_t tag, uint32_t
     if (length == 0) {
         return SIGKIT_ERR_ASN_INTEGER; // the octet just read belongs to what follows
     }
-    uint32_t number = static_cast<uint32_t>(static_cast<int8_t>(octet));
+    uint32_t number = octet | ((octet & 0x80) != 0 ? 0xFFFFFF00U : 0U); // two's complement
     for (uint32_t i = 1; i < length; ++i) {
         number = (number << 8) | buf->data[buf->pos];
         buf->pos += 1;

@@ -70,12 +70,6 @@ uint32_t InternalLogFailure(int line, const char *function, uint32_t code, const
     return code;
 }
 
-uint32_t InternalLogTrail(int line, const char *function, uint32_t code)
-{
-    SigkitLogCallback(SIGKIT_LOG_ERROR, SIGKIT_LOG_TAG, line, function, code, nullptr);
-    return code;
-}
-
 void InternalLogWarning(int line, const char *function, uint32_t code, const char *format, ...)
 {
     va_list arguments;

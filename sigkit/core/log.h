@@ -31,7 +31,11 @@ inline constexpr uint32_t SIGKIT_LOG_MESSAGE_SIZE = 2048;
                                                           const char *format, ...);
 
 // Logs `code` as an error without a text and returns `code` unchanged. Use SIGKIT_TRAIL.
-uint32_t InternalLogTrail(int line, const char *function, uint32_t code);
+inline uint32_t InternalLogTrail(int line, const char *function, uint32_t code)
+{
+    SigkitLogCallback(SIGKIT_LOG_ERROR, SIGKIT_LOG_TAG, line, function, code, nullptr);
+    return code;
+}
 
 // Logs a warning; `code` may be 0. Use SIGKIT_WARN.
 [[gnu::format(printf, 4, 5)]] void InternalLogWarning(int line, const char *function, uint32_t code, const char *format,

@@ -204,7 +204,7 @@ uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *d
         return SIGKIT_ERR_ARMOUR;
     }
     InternalMessageGuard message;
-    if (DecodeMessage(ctx, data, len, &message.held) != SIGKIT_OK) {
+    if (DecodeMessage(ctx, data, len, &message.held) != SIGKIT_OK || message.held == nullptr) {
         return SIGKIT_TRAIL(SIGKIT_ERR_CMS_DECODE); // whatever the cause was
     }
     const SigkitPkcs7SignedData &signedData = message.held->content;

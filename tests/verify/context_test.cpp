@@ -1,35 +1,22 @@
 // Contexts and the arguments of every operation.
 #include "core/context.h"
 
-#include "sigkit/sigkit.h"
-#include "tests/support/library_test.h"
+#include "tests/verify/verify_fixture.h"
 
 namespace
 {
 
-struct Context : LibraryTest {
-    SigkitVerifyCtx *ctx = nullptr;
-
-    void SetUp() override
-    {
-        LibraryTest::SetUp();
-        SigkitVerifyCreateParam param = {};
-        param.size = sizeof(param);
-        ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&ctx, &param));
-    }
-
+struct Context : VerifyTest {
     void TearDown() override
     {
         ctx->size = SIGKIT_VERIFY_CTX_SIZE;
-        EXPECT_STATUS(SIGKIT_OK, SigkitVrfCtxFree(ctx));
-        LibraryTest::TearDown();
+        VerifyTest::TearDown();
     }
 
     // Calls every operation that tests its context with a code, and returns what each says.
     std::vector<uint32_t> CallAll(SigkitVerifyCtx *context)
     {
         const uint8_t data[64] = {};
-        uint32_t verdict = 7;
         SigkitCrlBundle bundle = {};
         SigkitCrlBundle *out = nullptr;
         return {SigkitVerifyAddCert(context, data, 64),
@@ -122,7 +109,6 @@ TEST_F(Context, IsFreedWhateverItsTag)
 TEST_F(Context, MissingArgumentsAreToldUnderTheNameOfTheirCheck)
 {
     const uint8_t data[64] = {};
-    uint32_t verdict = 7;
     const struct {
         uint32_t status;
         const char *line;
