@@ -1,0 +1,192 @@
+// Mistakes that verifiers have made, one test for each that no other test shows.
+#include <algorithm>
+#include <functional>
+
+#include "sigkit/sigkit_host.h"
+#include "tests/support/der_records.h"
+#include "tests/verify/verify_fixture.h"
+
+namespace
+{
+
+const char CONTENT[] = "f4d1b0 firmware.bin\n";
+
+class KnownMistakes : public VerifyTest
+{
+protected:
+    uint32_t Verify(const PkgsignBytes &message, const std::string &content = CONTENT)
+    {
+        verdict = 0;
+        uint32_t status = Begin(message);
+        if (status == SIGKIT_OK) {
+            status = Update(content);
+        }
+        const uint32_t ended = Final(); // empties the checks in every case
+        verdict = status == SIGKIT_OK ? verdict : 0;
+        return status == SIGKIT_OK ? ended : status;
+    }
+};
+
+PkgsignBytes GoodMessage()
+{
+    return MakeMessage(MessageRequest(CONTENT));
+}
+
+// A message whose token nobody signs, with a TSTInfo of the test's own.
+PkgsignBytes MessageWithTstInfo(const std::function<void(der::TstInfo *, const PkgsignBytes &digest)> &change)
+{
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.timestamp = PkgsignTimestamp::None;
+    const PkgsignBytes untimed = MakeMessage(request);
+    PkgsignBytes signature;
+    EXPECT_TRUE(PkgsignGetSignatureValue(untimed, &signature).ok);
+    PkgsignBytes digest(32);
+    uint32_t len = 0;
+    SigkitMdCtx *md = nullptr;
+    EXPECT_EQ(0, SigkitMdCreateCtx(&md));
+    EXPECT_EQ(0, SigkitMdInit(md, 43));
+    EXPECT_EQ(0, SigkitMdUpdate(md, signature.data(), Size(signature)));
+    EXPECT_EQ(0, SigkitMdFinal(md, digest.data(), &len, md));
+    SigkitMdDestoryCtx(md);
+
+    der::TstInfo info;
+    info.genTime = der::GeneralizedTime("20220101000000Z");
+    change(&info, digest);
+    der::SignedData token;
+    token.encapContentInfo =
+        der::Sequence({der::Oid("1.2.840.113549.1.9.16.1.4"), der::Explicit(0, der::OctetString(der::Encode(info)))});
+    token.signerInfos = der::Set({});
+    PkgsignBytes timed;
+    const PkgsignStatus status = PkgsignEmbedToken(untimed, der::MessageOf(token), &timed);
+    EXPECT_TRUE(status.ok) << status.reason;
+    return timed;
+}
+
+PkgsignBytes MessageWithImprint(const std::function<der::Bytes(const PkgsignBytes &digest)> &hashedMessage)
+{
+    return MessageWithTstInfo([&](der::TstInfo *info, const PkgsignBytes &digest) {
+        info->messageImprint =
+            der::MessageImprint(der::AlgorithmIdentifier("2.16.840.1.101.3.4.2.1"), hashedMessage(digest));
+    });
+}
+
+PkgsignBytes MessageWithTime(const der::Bytes &genTime)
+{
+    return MessageWithTstInfo([&](der::TstInfo *info, const PkgsignBytes &digest) {
+        info->messageImprint =
+            der::MessageImprint(der::AlgorithmIdentifier("2.16.840.1.101.3.4.2.1"), der::OctetString(digest));
+        info->genTime = genTime;
+    });
+}
+
+} // namespace
+
+TEST_F(KnownMistakes, ADecoyWithTheSignersIssuerAndSerialDoesNotSpeakForIt)
+{
+    // Another key below the same CA name and serial number, made by somebody else, is in the store first.
+    PkgsignCertificateRequest request = CertificateRequest("Signer", &AllParties().issuingCa);
+    ASSERT_TRUE(PkgsignGetSerialNumber(AllParties().signer.certificate, &request.serialNumber).ok);
+    request.basicConstraints = PkgsignBasicConstraints::NotCa;
+    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
+    request.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    request.issuerKey = request.subjectKey;
+    const Party decoy = Certify(request);
+    LoadTrust(Join({decoy.certificate, GoodCrls()}));
+    EXPECT_STATUS(SIGKIT_ERR_NO_ROOT, Verify(GoodMessage())) << "the first in the store is the one that is judged";
+    PkgsignMessageRequest byDecoy = MessageRequest(CONTENT);
+    byDecoy.signerKey = decoy.key;
+    EXPECT_STATUS(SIGKIT_ERR_NO_ROOT, Verify(MakeMessage(byDecoy)));
+}
+
+TEST_F(KnownMistakes, AForgedCertificateWithARealOnesSignatureIsNotTrusted)
+{
+    PkgsignBytes forged = AllParties().signer.certificate;
+    const PkgsignBytes name = Octets("Signer");
+    const auto place = std::search(forged.begin(), forged.end(), name.begin(), name.end());
+    ASSERT_NE(forged.end(), place);
+    *place = 'X';
+    LoadTrust(Join({forged, GoodCrls()}));
+    EXPECT_STATUS(SIGKIT_ERR_NO_ROOT, Verify(GoodMessage())) << "the real one is taken for a duplicate";
+}
+
+TEST_F(KnownMistakes, CertificatesThatComeFromEverywhereAreSharedSafely)
+{
+    const Parties &all = AllParties();
+    LoadTrust(Join({all.issuingCa.certificate, all.signer.certificate, all.timestamp.certificate, GoodCrls()}));
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.tokenRequest.certificates = {all.timestamp.certificate, all.issuingCa.certificate};
+    EXPECT_STATUS(SIGKIT_OK, Verify(MakeMessage(request)));
+    EXPECT_EQ(1u, verdict);
+    EXPECT_EQ(4u, StoredCerts());
+}
+
+TEST_F(KnownMistakes, AnImprintMustBeAsLongAsItsDigest)
+{
+    LoadTrust();
+    const struct {
+        const char *name;
+        std::function<der::Bytes(const PkgsignBytes &)> hashedMessage;
+    } rows[] = {
+        {"empty", [](const PkgsignBytes &) { return der::OctetString({}); }},
+        {"one octet", [](const PkgsignBytes &d) { return der::OctetString({d[0]}); }},
+        {"31 octets", [](const PkgsignBytes &d) { return der::OctetString(PkgsignBytes(d.begin(), d.end() - 1)); }},
+        {"33 octets",
+         [](const PkgsignBytes &d) {
+             return der::OctetString(Join({d, {0}}));
+         }},
+        {"constructed", [](const PkgsignBytes &d) { return der::Tlv(0x24, der::OctetString(d)); }},
+    };
+    for (const auto &row : rows) {
+        EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_IMPRINT, Verify(MessageWithImprint(row.hashedMessage))) << row.name;
+    }
+    // The octets count, whatever their type is called.
+    for (const uint8_t tag : der::Bytes{0x01, 0x03, 0x04, 0x05, 0x06, 0x0C, 0x30, 0x31, 0x80, 0xA0}) {
+        EXPECT_STATUS(SIGKIT_OK, Verify(MessageWithImprint([&](const PkgsignBytes &d) { return der::Tlv(tag, d); })))
+            << static_cast<int>(tag);
+        EXPECT_EQ(1u, verdict);
+    }
+}
+
+TEST_F(KnownMistakes, ATimeMustBeATime)
+{
+    LoadTrust();
+    const der::Bytes text = der::Text("20220101000000Z");
+    for (uint32_t identifier = 0; identifier < 256; ++identifier) {
+        const uint8_t octet = static_cast<uint8_t>(identifier);
+        if ((octet & 0x1F) == 0x1F || (octet & 0x1F) == 24) {
+            continue; // a tag in several octets, and the one that is a GeneralizedTime
+        }
+        EXPECT_NE(SIGKIT_OK, Verify(MessageWithTime(der::Tlv(octet, text)))) << identifier;
+    }
+    EXPECT_STATUS(SIGKIT_OK, Verify(MessageWithTime(der::Tlv(0x18, text))));
+    EXPECT_STATUS(SIGKIT_ERR_TIME_FORMAT, Verify(MessageWithTime(der::Tlv(0x18, {}))));
+    EXPECT_STATUS(SIGKIT_ERR_TIME_FORMAT, Verify(MessageWithTime(der::Tlv(0x38, der::Tlv(0x18, text)))));
+    EXPECT_STATUS(SIGKIT_OK, Verify(MessageWithTime(der::UtcTime("220101000000Z")))) << "by design";
+}
+
+TEST_F(KnownMistakes, WithoutItsSignedAttributesAMessageSpeaksForTheirEncodingByDesign)
+{
+    // What was signed is the encoding of the attributes (RFC 5652, 5.4). A message that loses them says that its
+    // signature is over the content itself, and so it is when the content is that encoding.
+    LoadTrust();
+    const PkgsignBytes message = GoodMessage();
+    const size_t attributes = [&] {
+        const PkgsignBytes digestAttribute = {0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x03};
+        const auto place = std::search(message.begin(), message.end(), digestAttribute.begin(), digestAttribute.end());
+        return static_cast<size_t>(place - message.begin()) - 4; // the [0] and the first SEQUENCE begin before it
+    }();
+    ASSERT_EQ(0xA0, message[attributes]);
+    const size_t length = message[attributes + 1];
+    ASSERT_LT(length, 0x80u);
+    const auto begin = message.begin() + static_cast<ptrdiff_t>(attributes);
+    PkgsignBytes encoding(begin, begin + 2 + static_cast<ptrdiff_t>(length));
+    encoding[0] = 0x31;
+
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.content = encoding;
+    request.signedAttributes = false; // the same signature, as PKCS #1 v1.5 has no randomness
+    EXPECT_STATUS(SIGKIT_OK, Verify(MakeMessage(request), std::string(encoding.begin(), encoding.end())));
+    EXPECT_EQ(1u, verdict);
+    EXPECT_STATUS(SIGKIT_OK, Verify(MakeMessage(request)));
+    EXPECT_EQ(0u, verdict) << "never for the content that the attributes speak of";
+}
