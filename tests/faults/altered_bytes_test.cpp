@@ -53,6 +53,16 @@ bool IsAccepted(const Package &package)
     return status == SIGKIT_OK && verdict == 1;
 }
 
+// Where each element of a DER message begins.
+void FindElements(const PkgsignBytes &der, const std::vector<std::string> &places, std::vector<size_t> *elements)
+{
+    for (size_t i = 0; i < der.size(); ++i) {
+        if (places[i].find(" tag") != std::string::npos) {
+            elements->push_back(i);
+        }
+    }
+}
+
 // The place of each octet of a DER message: a path of positions from the outside in, such as "/0/1", with " tag" or
 // " len" behind it for the octets of a header.
 void NamePlaces(const PkgsignBytes &der, size_t from, size_t to, const std::string &path,
@@ -121,6 +131,19 @@ std::set<std::string> FreePlacesOfCertificate(const std::string &certificate)
     return {certificate + "/1/0 tag", certificate + "/1/1 tag", certificate + "/2"};
 }
 
+std::set<std::string> AllFreePlaces()
+{
+    std::set<std::string> expected = FreePlaces("/0");
+    // The unsigned attribute around the token, and the wrappers around the token's content: what they hold counts.
+    expected.insert({"/0/1/0/4/0/6/0/0 tag", "/0/1/0/4/0/6/0/1 tag"});
+    expected.insert({std::string(TOKEN) + "/1/0/2/1 tag", std::string(TOKEN) + "/1/0/2/1/0 tag"});
+    expected.merge(FreePlaces(TOKEN));
+    expected.merge(FreePlacesOfCertificate("/0/1/0/3/0"));
+    expected.merge(FreePlacesOfCertificate("/0/1/0/3/1"));
+    expected.merge(FreePlacesOfCertificate(std::string(TOKEN) + "/1/0/3/0"));
+    return expected;
+}
+
 } // namespace
 
 TEST(AlteredBytes, NoTruncatedFileIsAccepted)
@@ -132,6 +155,40 @@ TEST(AlteredBytes, NoTruncatedFileIsAccepted)
             Package cut = good;
             (cut.*file).resize(length);
             ASSERT_FALSE(IsAccepted(cut)) << length << " of " << (good.*file).size();
+        }
+    }
+}
+
+TEST(AlteredBytes, NoOtherLengthIsAcceptedWhereASignatureCovers)
+{
+    const Package good;
+    std::vector<std::string> places(good.message.size());
+    NamePlaces(good.message, 0, good.message.size(), "", &places);
+    std::vector<size_t> elements;
+    FindElements(good.message, places, &elements);
+    const PkgsignBytes lengths[] = {{0x7F},
+                                    {0x80},
+                                    {0x81, 0xFF},
+                                    {0x82, 0xFF, 0xFF},
+                                    {0x83, 0xFF, 0xFF, 0xFF},
+                                    {0x84, 0x7F, 0xFF, 0xFF, 0xFF},
+                                    {0x84, 0xFF, 0xFF, 0xFF, 0xFF},
+                                    {0x85, 0x00, 0x00, 0x00, 0x00, 0x05},
+                                    {0xFF}};
+    EXPECT_LT(150u, elements.size());
+    const std::set<std::string> freePlaces = AllFreePlaces();
+    for (const size_t element : elements) {
+        for (const PkgsignBytes &length : lengths) {
+            Package altered = good;
+            const size_t old =
+                (altered.message[element + 1] & 0x80) == 0 ? 1 : 1 + (altered.message[element + 1] & 0x7F);
+            const auto octets = altered.message.begin() + static_cast<ptrdiff_t>(element) + 1;
+            altered.message.erase(octets, octets + static_cast<ptrdiff_t>(old));
+            altered.message.insert(altered.message.begin() + static_cast<ptrdiff_t>(element) + 1, length.begin(),
+                                   length.end());
+            const std::string place = places[element].substr(0, places[element].find(' ')) + " len";
+            ASSERT_TRUE(!IsAccepted(altered) || freePlaces.count(place) == 1)
+                << place << " " << static_cast<int>(length[0]);
         }
     }
 }
@@ -159,13 +216,5 @@ TEST(AlteredBytes, OnlyTurnedBitsThatNobodySignedAreAccepted)
             accepted.insert(places[bit / 8]);
         }
     }
-    std::set<std::string> expected = FreePlaces("/0");
-    // The unsigned attribute around the token, and the wrappers around the token's content: what they hold counts.
-    expected.insert({"/0/1/0/4/0/6/0/0 tag", "/0/1/0/4/0/6/0/1 tag"});
-    expected.insert({std::string(TOKEN) + "/1/0/2/1 tag", std::string(TOKEN) + "/1/0/2/1/0 tag"});
-    expected.merge(FreePlaces(TOKEN));
-    expected.merge(FreePlacesOfCertificate("/0/1/0/3/0"));
-    expected.merge(FreePlacesOfCertificate("/0/1/0/3/1"));
-    expected.merge(FreePlacesOfCertificate(std::string(TOKEN) + "/1/0/3/0"));
-    EXPECT_EQ(expected, accepted);
+    EXPECT_EQ(AllFreePlaces(), accepted);
 }
