@@ -1,0 +1,12 @@
+/* Leaves a mark when it is loaded: a file whose name the environment tells. */
+#include <stdio.h>
+#include <stdlib.h>
+
+__attribute__((constructor)) static void LeaveMark(void)
+{
+    const char *const path = getenv("HOSTILE_MARK");
+    FILE *const file = path == NULL ? NULL : fopen(path, "w");
+    if (file != NULL) {
+        (void)fclose(file);
+    }
+}

@@ -1,0 +1,139 @@
+// The tool among hostile files, streams and settings.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/package/package_fixture.h"
+
+namespace
+{
+
+// Scripts run in the package's directory. In them `tool` is the tool on the package; H, E and C name other files.
+struct HostileProcess : Package {
+    ProcessResult Script(const std::string &script)
+    {
+        const std::string tool = "tool() { " VERIFY_TOOL " -f CHECK_PKG_INTEGRITY -h ${H:-signature} "
+                                 "-e ${E:-checksums} -c ${C:-crls}; }\n";
+        return RunProcess({"/bin/sh", "-c", "cd " + directory.path + "\n" + tool + script},
+                          {"QZLOG=" + directory.File("log")});
+    }
+
+    ProcessResult VerifyWith(const std::string &signature, const std::string &content, const std::string &crls)
+    {
+        return RunTool({"-f", "CHECK_PKG_INTEGRITY", "-h", signature, "-e", content, "-c", crls});
+    }
+
+    ProcessResult VerifyIn(const std::vector<std::string> &environment)
+    {
+        return RunProcess({VERIFY_TOOL, "-f", "CHECK_PKG_INTEGRITY", "-h", directory.File("signature"), "-e",
+                           directory.File("checksums"), "-c", directory.File("crls")},
+                          environment);
+    }
+};
+
+} // namespace
+
+TEST_F(HostileProcess, DirectoriesDevicesAndLoopsAreRefused)
+{
+    Make();
+    ASSERT_EQ(0, symlink("loop", directory.File("loop").c_str()));
+    const std::string signature = directory.File("signature");
+    const std::string content = directory.File("checksums");
+    const std::string crls = directory.File("crls");
+    const struct {
+        std::string path;
+        int asSignature;
+        int asContent;
+        int asCrls;
+    } rows[] = {
+        {directory.path, 0x06, 255, 0x06}, // a size without end; no content
+        {"/dev/null", 0x04, 255, 0x04},    // no size; no content
+        {"/dev/zero", 0x04, -2, 0x04},     // content without end is not tried here
+        {directory.File("loop"), 1, 1, 1}, {directory.File("signature") + "/x", 1, 1, 1},
+    };
+    for (const auto &row : rows) {
+        EXPECT_EQ(row.asSignature, VerifyWith(row.path, content, crls).exitStatus) << row.path;
+        EXPECT_EQ(row.asCrls, VerifyWith(signature, content, row.path).exitStatus) << row.path;
+        if (row.asContent != -2) {
+            EXPECT_EQ(row.asContent, VerifyWith(signature, row.path, crls).exitStatus) << row.path;
+        }
+    }
+}
+
+TEST_F(HostileProcess, LongPathsAreCutAndOpenNothing)
+{
+    Make();
+    for (const size_t length : {128u, 4096u, 100000u}) {
+        std::string path(length + 1, 'x');
+        path[0] = '/';
+        EXPECT_EQ(1, VerifyWith(path, path, path).exitStatus) << length;
+    }
+}
+
+TEST_F(HostileProcess, ContentFromAPipeIsStreamedAndASignatureIsNot)
+{
+    Make();
+    ASSERT_EQ(0, mkfifo(directory.File("pipe").c_str(), 0600));
+    // The content grows while it is read.
+    const std::string feed = "(head -c 5 checksums; sleep 0.2; tail -c +6 checksums) > pipe & ";
+    EXPECT_EQ(0, Script(feed + "E=pipe tool").exitStatus);
+    EXPECT_EQ(255, Script("(cat checksums; sleep 0.2; echo more) > pipe & E=pipe tool").exitStatus);
+    EXPECT_EQ(255, Script("head -c 5 checksums > pipe & E=pipe tool").exitStatus) << "it shrinks";
+    EXPECT_EQ(0x04, Script("cat signature > pipe & H=pipe tool").exitStatus) << "a pipe has no size";
+    EXPECT_EQ(0x04, Script("cat crls > pipe & C=pipe tool").exitStatus);
+}
+
+TEST_F(HostileProcess, AStandardOutputThatTakesNothingChangesNoAnswer)
+{
+    Make();
+    for (const char *const streams : {" >&-", " >/dev/full", " >&- 2>&- <&-"}) {
+        EXPECT_EQ(0, Script("tool" + std::string(streams)).exitStatus) << streams;
+        EXPECT_EQ(1, Script("C=missing; tool" + std::string(streams)).exitStatus) << streams;
+    }
+}
+
+TEST_F(HostileProcess, AReaderOfTheLogThatGoesAwayChangesNoAnswer)
+{
+    Make();
+    EXPECT_EQ("0\n", Script("(tool; echo $? > status) | true; sleep 0.1; cat status").output);
+    EXPECT_EQ("1\n", Script("C=missing; (tool; echo $? > status) | true; sleep 0.1; cat status").output);
+}
+
+TEST_F(HostileProcess, NoModuleOrConfigurationOfTheEnvironmentIsLoaded)
+{
+    Make();
+    const std::string configuration = "openssl_conf = init\n[init]\nproviders = list\n[list]\nhostile = hostile\n"
+                                      "[hostile]\nmodule = " HOSTILE_MODULE "\nactivate = 1\n";
+    Write("openssl.cnf", Bytes(configuration));
+    const std::string mark = directory.File("mark");
+    const std::vector<std::string> environment = {"OPENSSL_CONF=" + directory.File("openssl.cnf"),
+                                                  "OPENSSL_MODULES=" + directory.path, "HOSTILE_MARK=" + mark,
+                                                  "OPENSSL_ENGINES=" + directory.path, "QZLOG=/dev/null"};
+    EXPECT_EQ(0, VerifyIn(environment).exitStatus);
+    EXPECT_NE(0, access(mark.c_str(), F_OK)) << "the module was loaded";
+    (void)RunProcess({"openssl", "dgst", "-sha256", directory.File("checksums")}, environment);
+    EXPECT_EQ(0, access(mark.c_str(), F_OK)) << "the module would leave no mark anywhere";
+}
+
+TEST_F(HostileProcess, LocaleTimeZoneAndAllocatorSettingsChangeNoAnswer)
+{
+    Make();
+    for (const char *const setting : {"LC_ALL=tr_TR.UTF-8", "LANG=xx", "TZ=Pacific/Kiritimati", "MALLOC_PERTURB_=165",
+                                      "MALLOC_CHECK_=3", "MALLOC_ARENA_MAX=1", "POSIXLY_CORRECT=1"}) {
+        EXPECT_EQ(0, VerifyIn({setting, "QZLOG=/dev/null"}).exitStatus) << setting;
+    }
+}
+
+#ifdef NDEBUG // slower builds leave it out: it reads eight gigabytes
+
+TEST_F(HostileProcess, OneOctetBehindFourGigabytesIsMissed)
+{
+    const std::string content = directory.File("checksums");
+    ASSERT_EQ(0, truncate(content.c_str(), 0x100000010));
+    message.contentFile = content;
+    Make();
+    EXPECT_EQ(0, Verify().exitStatus);
+    EXPECT_EQ(0, Script("printf x | dd of=checksums bs=1 seek=4294967311 conv=notrunc 2>/dev/null").exitStatus);
+    EXPECT_EQ(255, Verify().exitStatus);
+}
+
+#endif

@@ -1,0 +1,90 @@
+// CRLs into the store, and what refuses them.
+#include "tests/support/process.h"
+#include "tests/verify/verify_fixture.h"
+
+namespace
+{
+
+class LoadCrl : public VerifyTest
+{
+protected:
+    static PkgsignBytes NumberedCrl(int64_t number)
+    {
+        PkgsignCrlRequest request = CrlRequest(AllParties().root);
+        request.crlNumber = number;
+        return MakeCrl(request);
+    }
+};
+
+} // namespace
+
+TEST_F(LoadCrl, TheSameCrlTwiceDoesNotHideTheNext)
+{
+    EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({NumberedCrl(1), NumberedCrl(1), NumberedCrl(2)})));
+    EXPECT_EQ(2u, StoredCrls());
+}
+
+TEST_F(LoadCrl, WhatFitsTheStoreStaysWhenTheRestDoesNot)
+{
+    PkgsignBytes fifteen;
+    for (int64_t i = 0; i < 15; ++i) {
+        fifteen = Join({fifteen, NumberedCrl(i)});
+    }
+    ASSERT_STATUS(SIGKIT_OK, AddCrl(fifteen));
+    ResetRecordingHost();
+    EXPECT_STATUS(SIGKIT_ERR_LIST_FULL,
+                  AddCrl(Join({NumberedCrl(15), NumberedCrl(16), AllParties().issuingCa.certificate})));
+    EXPECT_EQ(Texts{"E SigkitVerifyAddCrl 88000501 -"}, LineTexts());
+    EXPECT_EQ(16u, StoredCrls());
+    EXPECT_EQ(0u, StoredCerts()) << "certificates come after all CRLs";
+    EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({NumberedCrl(3), AllParties().issuingCa.certificate})))
+        << "one that is there already needs no room";
+    EXPECT_EQ(1u, StoredCerts());
+}
+
+TEST_F(LoadCrl, AShortTailIsTolerated)
+{
+    EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({NumberedCrl(1), PkgsignBytes(1, 0x30)})));
+    EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({NumberedCrl(2), PkgsignBytes(32, 0x00)})));
+    EXPECT_EQ(2u, StoredCrls());
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(Join({NumberedCrl(3), PkgsignBytes(33, 0x00)})));
+    EXPECT_EQ(2u, StoredCrls());
+}
+
+TEST_F(LoadCrl, ThirtyEightOctetsAreLookedAt)
+{
+    for (const uint32_t len : {37u, 38u}) {
+        ResetRecordingHost();
+        EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(PkgsignBytes(len, 0x02)));
+        EXPECT_EQ(Texts{"E SigkitVerifyAddCrl 88200102 -"}, LineTexts());
+        EXPECT_EQ(len == 37 ? 0u : 1u, ctx->buffers.count);
+    }
+}
+
+TEST_F(LoadCrl, ALockedContextRefusesAFileToo)
+{
+    const TemporaryDirectory directory;
+    ASSERT_TRUE(PkgsignWriteFile(directory.File("crl"), NumberedCrl(1)).ok);
+    for (const uint32_t lock : {1u, 0x80000000u}) {
+        ResetRecordingHost();
+        ctx->crlLocked = lock;
+        EXPECT_STATUS(SIGKIT_ERR_CRL_LOCKED, SigkitVerifyAddCrlFile(ctx, directory.File("crl").c_str()));
+        EXPECT_EQ("E SigkitVerifyAddCrl 88200101 -", LineTexts()[0]);
+        EXPECT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate))
+            << "certificates are not locked out";
+    }
+    ctx->crlLocked = 0;
+    EXPECT_STATUS(SIGKIT_OK, SigkitVerifyAddCrlFile(ctx, directory.File("crl").c_str()));
+    EXPECT_EQ(1u, StoredCrls());
+}
+
+TEST_F(LoadCrl, AFailureInsideAFileIsToldByBothOperations)
+{
+    const TemporaryDirectory directory;
+    ASSERT_TRUE(PkgsignWriteFile(directory.File("junk"), PkgsignBytes(50, 0x02)).ok);
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, SigkitVerifyAddCrlFile(ctx, directory.File("junk").c_str()));
+    EXPECT_EQ((Texts{"E SigkitVerifyAddCrl 88200102 -", "E SigkitVerifyAddCrlFile 88200102 -"}), LineTexts());
+    ResetRecordingHost();
+    EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, SigkitVerifyAddCertFile(ctx, directory.File("junk").c_str()));
+    EXPECT_EQ((Texts{"E SigkitVerifyAddCert 88300001 -", "E SigkitVerifyAddCertFile 88300001 -"}), LineTexts());
+}
