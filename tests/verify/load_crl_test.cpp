@@ -70,21 +70,20 @@ TEST_F(LoadCrl, ALockedContextRefusesAFileToo)
         ctx->crlLocked = lock;
         EXPECT_STATUS(SIGKIT_ERR_CRL_LOCKED, SigkitVerifyAddCrlFile(ctx, directory.File("crl").c_str()));
         EXPECT_EQ("E SigkitVerifyAddCrl 88200101 -", LineTexts()[0]);
-        EXPECT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate))
-            << "certificates are not locked out";
+        EXPECT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate)) << "certificates are not locked out";
     }
     ctx->crlLocked = 0;
     EXPECT_STATUS(SIGKIT_OK, SigkitVerifyAddCrlFile(ctx, directory.File("crl").c_str()));
     EXPECT_EQ(1u, StoredCrls());
 }
 
-TEST_F(LoadCrl, AFailureInsideAFileIsToldByBothOperations)
+TEST_F(LoadCrl, AFailureInsideAFileIsToldOnce)
 {
     const TemporaryDirectory directory;
     ASSERT_TRUE(PkgsignWriteFile(directory.File("junk"), PkgsignBytes(50, 0x02)).ok);
     EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, SigkitVerifyAddCrlFile(ctx, directory.File("junk").c_str()));
-    EXPECT_EQ((Texts{"E SigkitVerifyAddCrl 88200102 -", "E SigkitVerifyAddCrlFile 88200102 -"}), LineTexts());
+    EXPECT_EQ(Texts{"E SigkitVerifyAddCrl 88200102 -"}, LineTexts());
     ResetRecordingHost();
     EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, SigkitVerifyAddCertFile(ctx, directory.File("junk").c_str()));
-    EXPECT_EQ((Texts{"E SigkitVerifyAddCert 88300001 -", "E SigkitVerifyAddCertFile 88300001 -"}), LineTexts());
+    EXPECT_EQ(Texts{"E SigkitVerifyAddCert 88300001 -"}, LineTexts());
 }

@@ -79,7 +79,7 @@ TEST_F(PemBlocks, ACertificateBeginsOneCharacterBehindItsMarkerAndACrlAtOnce)
 
 TEST_F(PemBlocks, LabelsThatOnlyBeginAlikeAreSkippedSilently)
 {
-    for (const char *const label : {"CERTIFICATE REQUEST", "CERTIFICATES", "CERTIFICATE----", "TRUSTED CERTIFICATE",
+    for (const char *const label : {"CERTIFICATE REQUEST", "CERTIFICATES", "CERTIFICATE---+", "TRUSTED CERTIFICATE",
                                     "certificate", " CERTIFICATE", "X509 CRLS", "X509 CRL2", "PUBLIC KEY", ""}) {
         SCOPED_TRACE(label);
         ResetRecordingHost();
