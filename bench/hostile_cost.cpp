@@ -1,0 +1,232 @@
+// What files that are made to hold the verifier up cost it: seconds and signature checks, one line a file.
+#include <time.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include <openssl/bn.h>
+#include <openssl/core_names.h>
+#include <openssl/evp.h>
+#include <openssl/param_build.h>
+
+#include "pkgsign/pkgsign.h"
+#include "sigkit/sigkit.h"
+#include "sigkit/sigkit_host.h"
+
+static uint32_t g_signatureChecks = 0;
+
+extern "C" int32_t __real_SigkitCryptoVerifyFinal(SigkitCryptoCtx *ctx, const uint8_t *signature, uint32_t len,
+                                                  int32_t *verified);
+extern "C" int32_t __wrap_SigkitCryptoVerifyFinal(SigkitCryptoCtx *ctx, const uint8_t *signature, uint32_t len,
+                                                  int32_t *verified)
+{
+    ++g_signatureChecks;
+    return __real_SigkitCryptoVerifyFinal(ctx, signature, len, verified);
+}
+
+namespace
+{
+
+using Bytes = PkgsignBytes;
+
+constexpr int64_t NOW = 1640995200;
+constexpr int64_t YEAR = 365 * 86400;
+
+void Must(const PkgsignStatus &status)
+{
+    if (!status.ok) {
+        std::fprintf(stderr, "hostile_cost: %s\n", status.reason.c_str());
+        std::exit(1);
+    }
+}
+
+PkgsignKey MakeKey(int bits)
+{
+    PkgsignKey key;
+    Must(PkgsignGenerateRsaKey(bits, &key));
+    return key;
+}
+
+PkgsignName Name(const std::string &commonName)
+{
+    return {{"C", "XX"}, {"CN", commonName}};
+}
+
+// One of a set of certificates: `subject` with `subjectKey`, signed by `issuerKey`.
+Bytes Cert(const PkgsignName &subject, const PkgsignName &issuer, const PkgsignKey &subjectKey,
+           const PkgsignKey &issuerKey, uint8_t serial)
+{
+    PkgsignCertificateRequest request;
+    request.serialNumber = {serial};
+    request.subject = subject;
+    request.issuer = issuer;
+    request.notBefore = NOW - YEAR;
+    request.notAfter = NOW + YEAR;
+    request.basicConstraints = PkgsignBasicConstraints::Ca;
+    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE | PKGSIGN_KEY_CERT_SIGN | PKGSIGN_CRL_SIGN;
+    request.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    request.subjectKey = subjectKey;
+    request.issuerKey = issuerKey;
+    Bytes certificate;
+    Must(PkgsignMakeCertificate(request, &certificate));
+    return certificate;
+}
+
+Bytes Crl(const Bytes &issuer, const PkgsignKey &key, int64_t number)
+{
+    PkgsignCrlRequest request;
+    request.issuerCertificate = issuer;
+    request.issuerKey = key;
+    request.thisUpdate = NOW - 1000 + number;
+    request.nextUpdate = NOW + YEAR;
+    request.crlNumber = number;
+    Bytes crl;
+    Must(PkgsignMakeCrl(request, &crl));
+    return crl;
+}
+
+void Append(Bytes *file, const Bytes &part)
+{
+    file->insert(file->end(), part.begin(), part.end());
+}
+
+struct Input {
+    std::string name;
+    Bytes root;
+    Bytes file;
+};
+
+// A CA whose key was rolled over, with sixteen CRLs that only their own issuer covers.
+Input RolledOver(int bits)
+{
+    const PkgsignKey keys[3] = {MakeKey(bits), MakeKey(bits), MakeKey(bits)};
+    const PkgsignName root = Name("Root");
+    const PkgsignName ca = Name("CA");
+    Input input;
+    input.name = "16 CRLs that cover their own issuer, RSA " + std::to_string(bits);
+    input.root = Cert(root, root, keys[0], keys[0], 1);
+    const Bytes rolled = Cert(ca, ca, keys[2], keys[1], 3);
+    Append(&input.file, Cert(ca, root, keys[1], keys[0], 2));
+    Append(&input.file, rolled);
+    for (int64_t i = 0; i < 16; ++i) {
+        Append(&input.file, Crl(rolled, keys[2], i));
+    }
+    return input;
+}
+
+// The public half of a key with another exponent; what it signs can never be verified.
+PkgsignKey WithExponent(const PkgsignKey &key, const BIGNUM *exponent)
+{
+    BIGNUM *modulus = nullptr;
+    EVP_PKEY_get_bn_param(key.get(), OSSL_PKEY_PARAM_RSA_N, &modulus);
+    OSSL_PARAM_BLD *const builder = OSSL_PARAM_BLD_new();
+    OSSL_PARAM_BLD_push_BN(builder, OSSL_PKEY_PARAM_RSA_N, modulus);
+    OSSL_PARAM_BLD_push_BN(builder, OSSL_PKEY_PARAM_RSA_E, exponent);
+    OSSL_PARAM *const parameters = OSSL_PARAM_BLD_to_param(builder);
+    EVP_PKEY_CTX *const ctx = EVP_PKEY_CTX_new_from_name(nullptr, "RSA", nullptr);
+    EVP_PKEY *made = nullptr;
+    EVP_PKEY_fromdata_init(ctx);
+    EVP_PKEY_fromdata(ctx, &made, EVP_PKEY_PUBLIC_KEY, parameters);
+    EVP_PKEY_CTX_free(ctx);
+    OSSL_PARAM_free(parameters);
+    OSSL_PARAM_BLD_free(builder);
+    BN_free(modulus);
+    return PkgsignKey(made, EVP_PKEY_free);
+}
+
+// Fifteen certificates and sixteen CRLs of one name, each of which might have issued each, none of which did; the
+// exponents are as long as libcrypto takes.
+Input EveryIssuer(int bits, int exponentBits)
+{
+    const PkgsignKey signer = MakeKey(bits);
+    BIGNUM *const exponent = BN_new();
+    BN_set_bit(exponent, exponentBits - 1);
+    BN_set_bit(exponent, 0);
+    for (int i = 1; i < exponentBits - 1; ++i) {
+        BN_set_bit(exponent, i); // every bit costs a multiplication
+    }
+    const PkgsignName name = Name("CA");
+    Input input;
+    input.name = "15 certificates and 16 CRLs of one name, RSA " + std::to_string(bits) + ", exponents of " +
+                 std::to_string(exponentBits) + " bits";
+    input.root = Cert(name, name, signer, signer, 1);
+    const PkgsignKey stranger = MakeKey(bits);
+    for (uint8_t i = 0; i < 15; ++i) {
+        Append(&input.file,
+               Cert(name, name, WithExponent(MakeKey(bits), exponent), stranger, static_cast<uint8_t>(i + 2)));
+    }
+    for (int64_t i = 0; i < 16; ++i) {
+        Append(&input.file, Crl(input.root, stranger, i));
+    }
+    BN_free(exponent);
+    return input;
+}
+
+Input Pem(const char *name, const std::string &text)
+{
+    Input input;
+    input.name = std::string("2 MB of ") + name;
+    input.file.reserve(2000000);
+    while (input.file.size() + text.size() <= 2000000) {
+        input.file.insert(input.file.end(), text.begin(), text.end());
+    }
+    return input;
+}
+
+double Seconds()
+{
+    struct timespec now = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+// Loads the file, and summarises it, which validates the issuer of each CRL.
+void Measure(const Input &input)
+{
+    SigkitVerifyCreateParam param = {};
+    param.size = sizeof(param);
+    SigkitVerifyCtx *ctx = nullptr;
+    SigkitCrlBundle *bundle = nullptr;
+    if (SigkitVerifyCreateCtx(&ctx, &param) != SIGKIT_OK) {
+        return;
+    }
+    if (!input.root.empty()) {
+        (void)SigkitVerifyAddCert(ctx, input.root.data(), static_cast<uint32_t>(input.root.size()));
+    }
+    g_signatureChecks = 0;
+    const double begin = Seconds();
+    const uint32_t status = SigkitDecodeCrl(ctx, input.file.data(), static_cast<uint32_t>(input.file.size()), &bundle);
+    const double end = Seconds();
+    std::fprintf(stderr, "%-72s %8zu octets %5u checks %7.3f s CPU  %x\n", input.name.c_str(), input.file.size(),
+                 g_signatureChecks, end - begin, status);
+    if (bundle != nullptr) {
+        (void)SigkitCrlFree(ctx, bundle);
+    }
+    (void)SigkitVrfCtxFree(ctx);
+}
+
+} // namespace
+
+int main()
+{
+    Measure(RolledOver(2048));
+    Measure(RolledOver(4096));
+    Measure(EveryIssuer(2048, 17));
+    Measure(EveryIssuer(4096, 64));
+    Measure(EveryIssuer(3072, 3072));
+    Measure(Pem("start markers", "-----BEGIN CERTIFICATE-----\n"));
+    Measure(Pem("start markers of CRLs and certificates", "-----BEGIN X509 CRL-----\n-----BEGIN CERTIFICATE-----\n"));
+    Input blank = Pem("blank lines in a block", "\n");
+    const std::string begin = "-----BEGIN CERTIFICATE-----\n";
+    const std::string finish = "-----END CERTIFICATE-----\n";
+    std::copy(begin.begin(), begin.end(), blank.file.begin());
+    std::copy(finish.begin(), finish.end(), blank.file.end() - static_cast<ptrdiff_t>(finish.size()));
+    Measure(blank);
+    Measure(Pem("blocks without their own end", "-----BEGIN CERTIFICATE-----\nQUJD\n-----END OTHER-----\n"));
+    Measure(Pem("nested headers", "-----BEGIN CERTIFICATE----------BEGIN X509 CRL----------END-----"));
+    Measure(Pem("blocks of four characters", "-----BEGIN X509 CRL-----\nQUJD\n-----END X509 CRL-----\n"));
+    return 0;
+}
