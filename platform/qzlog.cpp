@@ -14,6 +14,8 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <atomic>
+
 namespace
 {
 
@@ -77,30 +79,52 @@ void WriteLine(int descriptor, const char *line, size_t length)
     (void)written;
 }
 
-// Tells whether the line went to the file.
-bool AppendLine(const char *path, const char *line, size_t length)
-{
-    const int descriptor = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (descriptor < 0) {
-        return false;
-    }
-    WriteLine(descriptor, line, length);
-    (void)close(descriptor);
-    return true;
-}
+// Where lines go instead of a descriptor, and the state before the first line.
+constexpr int TO_SYSLOG = -1;
+constexpr int NOT_OPENED = -2;
 
-// Takes a line that ends in a line feed. A file that cannot be opened falls back to syslog: better there than nowhere.
-void Emit(int priority, const char *line, size_t length)
+// Opened with the first line and kept: a hostile file can cause tens of thousands of lines.
+std::atomic<int> g_descriptor{NOT_OPENED};
+
+// A file that cannot be opened falls back to syslog: better there than nowhere.
+int OpenTarget()
 {
     const char *const target = secure_getenv("QZLOG"); // a program with raised rights takes no path from its caller
-    if (target != nullptr && strcmp(target, "stderr") == 0) {
-        WriteLine(STDERR_FILENO, line, length);
+    if (target == nullptr || target[0] == '\0') {
+        return TO_SYSLOG;
+    }
+    if (strcmp(target, "stderr") == 0) {
+        return STDERR_FILENO;
+    }
+    const int descriptor = open(target, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    return descriptor < 0 ? TO_SYSLOG : descriptor;
+}
+
+int Descriptor()
+{
+    int descriptor = g_descriptor.load();
+    if (descriptor != NOT_OPENED) {
+        return descriptor;
+    }
+    const int opened = OpenTarget();
+    if (g_descriptor.compare_exchange_strong(descriptor, opened)) {
+        return opened;
+    }
+    if (opened > STDERR_FILENO) { // another thread was first
+        (void)close(opened);
+    }
+    return descriptor;
+}
+
+// Takes a line that ends in a line feed.
+void Emit(int priority, const char *line, size_t length)
+{
+    const int descriptor = Descriptor();
+    if (descriptor == TO_SYSLOG) {
+        syslog(LOG_USER | priority, "%.*s", static_cast<int>(length - 1), line);
         return;
     }
-    if (target != nullptr && target[0] != '\0' && AppendLine(target, line, length)) {
-        return;
-    }
-    syslog(LOG_USER | priority, "%.*s", static_cast<int>(length - 1), line);
+    WriteLine(descriptor, line, length);
 }
 
 } // namespace
@@ -109,7 +133,8 @@ void qzlog(uint32_t moduleId, int level, const char *file, int line, const char 
            const char *format, ...)
 {
     const Level &row = FindLevel(level);
-    char raw[RAW_SIZE] = {};
+    char raw[RAW_SIZE];
+    raw[0] = '\0';
     (void)snprintf(raw, HEAD_SIZE, "%s %u %s(%d) %s: ", row.name, moduleId, file, line, function);
     va_list arguments;
     va_start(arguments, format);
