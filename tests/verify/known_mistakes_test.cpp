@@ -3,8 +3,7 @@
 #include <functional>
 
 #include "sigkit/sigkit_host.h"
-#include "tests/support/der_records.h"
-#include "tests/verify/verify_fixture.h"
+#include "tests/verify/crafted_message.h"
 
 namespace
 {
@@ -33,50 +32,39 @@ PkgsignBytes GoodMessage()
 }
 
 // A message whose token nobody signs, with a TSTInfo of the test's own.
-PkgsignBytes MessageWithTstInfo(const std::function<void(der::TstInfo *, const PkgsignBytes &digest)> &change)
+PkgsignBytes MessageWithTstInfo(const std::function<void(der::TstInfo *, const PkgsignBytes &signature)> &change)
 {
     PkgsignMessageRequest request = MessageRequest(CONTENT);
     request.timestamp = PkgsignTimestamp::None;
-    const PkgsignBytes untimed = MakeMessage(request);
+    const PkgsignBytes message = MakeMessage(request);
     PkgsignBytes signature;
-    EXPECT_TRUE(PkgsignGetSignatureValue(untimed, &signature).ok);
-    PkgsignBytes digest(32);
-    uint32_t len = 0;
-    SigkitMdCtx *md = nullptr;
-    EXPECT_EQ(0, SigkitMdCreateCtx(&md));
-    EXPECT_EQ(0, SigkitMdInit(md, 43));
-    EXPECT_EQ(0, SigkitMdUpdate(md, signature.data(), Size(signature)));
-    EXPECT_EQ(0, SigkitMdFinal(md, digest.data(), &len, md));
-    SigkitMdDestoryCtx(md);
-
-    der::TstInfo info;
-    info.genTime = der::GeneralizedTime("20220101000000Z");
-    change(&info, digest);
-    der::SignedData token;
-    token.encapContentInfo =
-        der::Sequence({der::Oid("1.2.840.113549.1.9.16.1.4"), der::Explicit(0, der::OctetString(der::Encode(info)))});
-    token.signerInfos = der::Set({});
+    EXPECT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
+    der::TstInfo info = CraftTstInfo(signature);
+    change(&info, signature);
     PkgsignBytes timed;
-    const PkgsignStatus status = PkgsignEmbedToken(untimed, der::MessageOf(token), &timed);
-    EXPECT_TRUE(status.ok) << status.reason;
+    EXPECT_TRUE(PkgsignEmbedToken(message, CraftToken(info), &timed).ok);
     return timed;
 }
 
 PkgsignBytes MessageWithImprint(const std::function<der::Bytes(const PkgsignBytes &digest)> &hashedMessage)
 {
-    return MessageWithTstInfo([&](der::TstInfo *info, const PkgsignBytes &digest) {
+    return MessageWithTstInfo([&](der::TstInfo *info, const PkgsignBytes &signature) {
         info->messageImprint =
-            der::MessageImprint(der::AlgorithmIdentifier("2.16.840.1.101.3.4.2.1"), hashedMessage(digest));
+            der::MessageImprint(der::AlgorithmIdentifier("2.16.840.1.101.3.4.2.1"), hashedMessage(Sha256(signature)));
     });
 }
 
 PkgsignBytes MessageWithTime(const der::Bytes &genTime)
 {
-    return MessageWithTstInfo([&](der::TstInfo *info, const PkgsignBytes &digest) {
-        info->messageImprint =
-            der::MessageImprint(der::AlgorithmIdentifier("2.16.840.1.101.3.4.2.1"), der::OctetString(digest));
-        info->genTime = genTime;
-    });
+    return MessageWithTstInfo([&](der::TstInfo *info, const PkgsignBytes &) { info->genTime = genTime; });
+}
+
+// A message of the good signer whose messageDigest has this value.
+PkgsignBytes MessageWithDigest(const der::Bytes &value)
+{
+    return CraftMessage(AllParties().signer,
+                        {der::Attribute("1.2.840.113549.1.9.3", {der::Oid("1.2.840.113549.1.7.1")}),
+                         der::Attribute("1.2.840.113549.1.9.4", {value})});
 }
 
 } // namespace
@@ -144,6 +132,30 @@ TEST_F(KnownMistakes, AnImprintMustBeAsLongAsItsDigest)
         EXPECT_STATUS(SIGKIT_OK, Verify(MessageWithImprint([&](const PkgsignBytes &d) { return der::Tlv(tag, d); })))
             << static_cast<int>(tag);
         EXPECT_EQ(1u, verdict);
+    }
+}
+
+TEST_F(KnownMistakes, AMessageDigestMustBeTheDigest)
+{
+    LoadTrust();
+    const der::Bytes digest = Sha256(Octets(CONTENT));
+    for (uint32_t identifier = 0; identifier < 256; ++identifier) {
+        if ((identifier & 0x1F) == 0x1F) {
+            continue; // a tag in several octets
+        }
+        // The octets count, whatever their type is called.
+        const der::Bytes value = der::Tlv(static_cast<uint8_t>(identifier), digest);
+        EXPECT_STATUS(SIGKIT_OK, Verify(MessageWithDigest(value))) << identifier;
+        EXPECT_EQ(1u, verdict) << identifier;
+        EXPECT_STATUS(SIGKIT_OK, Verify(MessageWithDigest(value), "other content")) << identifier;
+        EXPECT_EQ(0u, verdict) << identifier;
+    }
+    const der::Bytes wrong[] = {der::OctetString({}), der::Tlv(0x24, der::OctetString(digest)),
+                                der::OctetString(der::Bytes(digest.begin(), digest.end() - 1)),
+                                der::OctetString(Join({digest, {0}})), der::Bytes{}};
+    for (const der::Bytes &value : wrong) {
+        Verify(MessageWithDigest(value));
+        EXPECT_EQ(0u, verdict) << testing::PrintToString(value);
     }
 }
 

@@ -1,5 +1,5 @@
 // Trust anchors and the certificates beside CRLs: which may enter the store, and who owns their octets.
-#include "tests/verify/crafted_message.h"
+#include "tests/verify/verify_fixture.h"
 #include "verify/load.h"
 
 namespace
@@ -68,10 +68,10 @@ TEST_F(LoadCert, RootsBesideCrlsAreDroppedOneByOne)
 {
     const std::string warning =
         "W InternalAddCertToStore 0 There is a root certificate, which is not allowed when add crl or cms.";
-    const PkgsignBytes pem = Join({Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().root.certificate),
-                                   Pem(PKGSIGN_LABEL_CRL, RootCrl()),
-                                   Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().otherRoot.certificate),
-                                   Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().signer.certificate)});
+    const PkgsignBytes pem =
+        Join({Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().root.certificate), Pem(PKGSIGN_LABEL_CRL, RootCrl()),
+              Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().otherRoot.certificate),
+              Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().signer.certificate)});
     EXPECT_STATUS(SIGKIT_OK, AddCrl(pem));
     EXPECT_EQ((Texts{warning, warning}), LineTexts());
     EXPECT_EQ(1u, StoredCerts());

@@ -1,5 +1,5 @@
 // Which argument is judged first, and what a fresh context holds.
-#include "tests/verify/crafted_message.h"
+#include "tests/verify/verify_fixture.h"
 
 namespace
 {
