@@ -1,9 +1,12 @@
 #include "tests/support/recording_platform.h"
 
+#include <malloc.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+
+#include <algorithm>
 
 RecordingPlatform g_recordingPlatform;
 
@@ -69,6 +72,8 @@ void *qzax_mallocsubstandard(uint32_t moduleId, size_t size, uint32_t flags, con
     if (block != nullptr) {
         memset(block, FILL, size);
         ++platform.liveBlocks;
+        platform.liveOctets += malloc_usable_size(block);
+        platform.peakOctets = std::max(platform.peakOctets, platform.liveOctets);
     }
     if (platform.recordMemory) {
         platform.allocationCalls.push_back({moduleId, size, flags, function, line, block});
@@ -80,6 +85,7 @@ void qzax_freesub(void *block, const char *function, int line)
 {
     RecordingPlatform &platform = g_recordingPlatform;
     --platform.liveBlocks;
+    platform.liveOctets -= malloc_usable_size(block);
     if (platform.recordMemory) {
         platform.releaseCalls.push_back({block, function, line});
     }

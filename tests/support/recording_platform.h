@@ -53,6 +53,8 @@ struct RecordingPlatform {
     uint32_t failAt = 0;           // number of the call that fails, from 1; 0 for none
     bool failAllFromThere = false; // that call and every later one
     int32_t liveBlocks = 0;        // given out and not yet released
+    size_t liveOctets = 0;         // of those blocks
+    size_t peakOctets = 0;         // the most that they ever were
 };
 
 extern RecordingPlatform g_recordingPlatform;

@@ -1,0 +1,162 @@
+// What a verification takes at most: stack and heap that a device must have.
+#include <pthread.h>
+#include <string.h>
+#include <sys/mman.h>
+
+#include <functional>
+
+#include "tests/support/process.h"
+#include "tests/verify/verify_fixture.h"
+
+namespace
+{
+
+constexpr size_t STACK_MAX = 64 * 1024;
+constexpr size_t HEAP_MAX = 10 * 1024 * 1024;
+constexpr size_t FILE_MAX = 2000000; // octets of a CRL file and of a signature file
+
+const char CONTENT[] = "f4d1b0 firmware.bin\n";
+
+struct Bounds : VerifyTest {
+    TemporaryDirectory directory;
+
+    std::string Write(const std::string &name, const PkgsignBytes &bytes)
+    {
+        EXPECT_TRUE(PkgsignWriteFile(directory.File(name), bytes).ok);
+        return directory.File(name);
+    }
+};
+
+// An extension of so many octets that nobody knows.
+PkgsignExtension Padding(size_t size)
+{
+    PkgsignExtension extension;
+    extension.identifier = "1.3.6.1.4.1.99999.2";
+    extension.value = PkgsignBytes(size, 0x05);
+    return extension;
+}
+
+#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__) // other builds keep more on the stack
+
+constexpr size_t AREA = 1024 * 1024;
+constexpr uint8_t PAINT = 0xC7;
+
+void *Call(void *work)
+{
+    (*static_cast<const std::function<void()> *>(work))();
+    return nullptr;
+}
+
+// Octets of a fresh stack that were written while `work` ran.
+size_t StackTouched(const std::function<void()> &work)
+{
+    void *const area = mmap(nullptr, AREA, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    EXPECT_NE(MAP_FAILED, area);
+    memset(area, PAINT, AREA);
+    pthread_attr_t attributes;
+    pthread_t thread;
+    EXPECT_EQ(0, pthread_attr_init(&attributes));
+    EXPECT_EQ(0, pthread_attr_setstack(&attributes, area, AREA));
+    EXPECT_EQ(0, pthread_create(&thread, &attributes, Call, const_cast<std::function<void()> *>(&work)));
+    EXPECT_EQ(0, pthread_join(thread, nullptr));
+    (void)pthread_attr_destroy(&attributes);
+    const uint8_t *const bytes = static_cast<const uint8_t *>(area);
+    size_t untouched = 0;
+    while (untouched < AREA && bytes[untouched] == PAINT) {
+        ++untouched;
+    }
+    (void)munmap(area, AREA);
+    return AREA - untouched;
+}
+
+// A CA whose new certificate is covered by its own CRLs alone, so that validation nests as deep as it may.
+struct RolledOverCa {
+    Party oldCa;
+    Party newCa;
+    PkgsignBytes crls;
+
+    RolledOverCa()
+    {
+        oldCa = Certify(CertificateRequest("Rolled Over CA", &AllParties().root));
+        newCa = Certify(CertificateRequest("Rolled Over CA", &oldCa));
+        const PkgsignBytes crl = MakeCrl(CrlRequest(newCa));
+        crls = Join({oldCa.certificate, newCa.certificate, MakeCrl(CrlRequest(AllParties().root)), crl});
+    }
+};
+
+PkgsignMessageRequest MessageBelow(const Party &ca)
+{
+    PkgsignCertificateRequest request = CertificateRequest("Deep Timestamps", &ca);
+    request.basicConstraints = PkgsignBasicConstraints::NotCa;
+    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
+    request.extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING};
+    const Party authority = Certify(request);
+    PkgsignMessageRequest message = MessageRequest(CONTENT);
+    message.tokenRequest.tsaCertificate = authority.certificate;
+    message.tokenRequest.tsaKey = authority.key;
+    message.tokenRequest.certificates = {authority.certificate};
+    return message;
+}
+
+#endif
+
+} // namespace
+
+#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__)
+
+TEST_F(Bounds, TheDeepestValidationFitsSixtyFourKilobytesOfStack)
+{
+    const RolledOverCa ca;
+    LoadTrust(ca.crls);
+    const PkgsignBytes message = MakeMessage(MessageBelow(ca.newCa));
+    uint32_t status = 0;
+    const size_t bare = StackTouched([] {});
+    const size_t touched = StackTouched([&] { status = Begin(message); });
+    EXPECT_STATUS(SIGKIT_ERR_PATH_TOO_DEEP, status);
+    EXPECT_LT(bare, touched);
+    EXPECT_GT(STACK_MAX, touched - bare);
+    printf("%zu octets of stack\n", touched - bare);
+}
+
+#endif
+
+TEST_F(Bounds, TheLargestFilesFitTenMegabytesOfHeap)
+{
+    std::vector<PkgsignBytes> parts;
+    for (const Party *const issuer : {&AllParties().root, &AllParties().issuingCa}) {
+        for (int64_t number = 0; number < 8; ++number) {
+            PkgsignCrlRequest request = CrlRequest(*issuer);
+            request.crlNumber = number;
+            request.thisUpdate += number;
+            request.extensions.push_back(Padding(124000));
+            parts.push_back(MakeCrl(request));
+        }
+    }
+    PkgsignCertificateRequest signer = CertificateRequest("Large Signer", &AllParties().issuingCa);
+    signer.basicConstraints = PkgsignBasicConstraints::NotCa;
+    signer.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
+    signer.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    signer.extensions.push_back(Padding(FILE_MAX - 8000));
+    const Party large = Certify(signer);
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.signerCertificate = large.certificate;
+    request.signerKey = large.key;
+    request.certificates = {large.certificate, AllParties().issuingCa.certificate};
+    const PkgsignBytes crls = Join(parts);
+    const PkgsignBytes message = MakeMessage(request);
+    for (const PkgsignBytes *const file : {&crls, &message}) {
+        ASSERT_GE(FILE_MAX, file->size());
+        ASSERT_LE(FILE_MAX - FILE_MAX / 100, file->size());
+    }
+
+    ASSERT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate));
+    g_recordingPlatform.peakOctets = g_recordingPlatform.liveOctets;
+    ASSERT_STATUS(SIGKIT_OK, SigkitVerifyAddCrlFile(ctx, Write("crls", crls).c_str()));
+    ASSERT_STATUS(SIGKIT_OK, SigkitVerifyDetachSignatureQuick(ctx, Write("content", Octets(CONTENT)).c_str(),
+                                                              Write("signature", message).c_str(), &verdict));
+    EXPECT_EQ(1u, verdict);
+    EXPECT_EQ(16u, StoredCrls());
+    EXPECT_LT(2 * FILE_MAX, g_recordingPlatform.peakOctets) << "the heap was not watched";
+    EXPECT_GT(HEAP_MAX, g_recordingPlatform.peakOctets);
+    printf("%zu octets of heap\n", g_recordingPlatform.peakOctets);
+}
