@@ -174,6 +174,9 @@ void *__wrap_SigkitFileOpen(const char *path, const char *mode)
 
 size_t __wrap_SigkitFileRead(void *buffer, size_t size, void *file)
 {
+    if (g_recordingHost.beforeFileRead) {
+        g_recordingHost.beforeFileRead();
+    }
     return Fails(g_recordingHost.fileRead) ? 0 : __real_SigkitFileRead(buffer, size, file);
 }
 

@@ -7,6 +7,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -56,6 +57,7 @@ struct RecordingHost {
     WatchedCall strcatS;
     WatchedCall vsnprintfS;
 
+    std::function<void()> beforeFileRead;   // runs before each SigkitFileRead, when there is one
     std::optional<size_t> toldFileSize;     // what every successful SigkitFileGetSize tells instead of the truth
     std::vector<uint32_t> mdAlgorithms;     // of every SigkitMdInit that was handed on
     std::vector<uint32_t> cryptoAlgorithms; // of every SigkitCryptoVerifyInit that was handed on

@@ -1,4 +1,8 @@
 // Verification of files in one call.
+#include <unistd.h>
+
+#include <functional>
+
 #include "tests/support/process.h"
 #include "tests/verify/verify_fixture.h"
 
@@ -64,6 +68,48 @@ TEST_F(Quick, StreamsContentInPieces)
         // The imprint and the token's content are hashed in one piece each.
         EXPECT_EQ((size + 4095) / 4096 + 2, g_recordingHost.mdUpdate.calls - fed);
     }
+}
+
+TEST_F(Quick, ContentThatChangesWhileItIsReadIsJudgedAsItWasRead)
+{
+    const std::string text(3 * 4096, 'x');
+    const std::string message = Write("message", MakeMessage(MessageRequest(text)));
+    const struct {
+        const char *name;
+        std::function<void(const std::string &path)> change;
+        uint32_t verdict;
+    } rows[] = {
+        {"shrinks", [](const std::string &path) { EXPECT_EQ(0, truncate(path.c_str(), 5000)); }, 0},
+        {"is emptied", [](const std::string &path) { EXPECT_EQ(0, truncate(path.c_str(), 0)); }, 0},
+        {"grows", [](const std::string &path) { EXPECT_EQ(0, truncate(path.c_str(), 4 * 4096)); }, 0},
+        {"vanishes", [](const std::string &path) { EXPECT_EQ(0, unlink(path.c_str())); }, 1},
+    };
+    for (const auto &row : rows) {
+        const std::string path = Write("content", Octets(text));
+        uint32_t reads = 0;
+        g_recordingHost.beforeFileRead = [&] {
+            if (++reads == 3) { // the message, the first piece of the content, and now the second
+                row.change(path);
+            }
+        };
+        EXPECT_STATUS(SIGKIT_OK, Verify(path, message)) << row.name;
+        EXPECT_EQ(row.verdict, verdict) << row.name;
+    }
+}
+
+TEST_F(Quick, ASignatureFileThatChangesWhileItIsReadIsReadWholeOrNotAtAll)
+{
+    // The host reads 4096 octets ahead, when it asks for the size.
+    const PkgsignBytes message =
+        Join({Pem(PKGSIGN_LABEL_CMS, MakeMessage(MessageRequest(CONTENT))), Octets(std::string(4096, '\n'))});
+    off_t size = static_cast<off_t>(message.size()) + 100;
+    g_recordingHost.beforeFileRead = [&] { EXPECT_EQ(0, truncate(signature.c_str(), size)); };
+    signature = Write("signature", message);
+    EXPECT_STATUS(SIGKIT_OK, Verify());
+    EXPECT_EQ(1u, verdict) << "it ends where it did when it was opened";
+    size = 100;
+    signature = Write("signature", message);
+    EXPECT_STATUS(SIGKIT_ERR_FILE_READ, Verify());
 }
 
 TEST_F(Quick, AMissingOrEmptyPathIsTold)
