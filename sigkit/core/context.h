@@ -27,12 +27,29 @@ struct SigkitVerifyCtx {
     uint32_t pathError;    // code of the last failed CRL selection; a diagnostic
     int32_t pathDepth;     // nested path validations
     InternalImage *images; // owned chain: the DER signature messages seen, see verify/image.h
-    uint8_t reserved[64];  // zero
+    uint32_t hostFailure;  // first failure of the host that a search passed over, see InternalPassOver
+    uint8_t reserved[60];  // zero
 };
 
 static_assert(sizeof(SigkitVerifyCtx) == SIGKIT_VERIFY_CTX_SIZE, "the size tag is the record's own size");
 static_assert(sizeof(SigkitVerifyCreateParam) == SIGKIT_CREATE_PARAM_SIZE, "hosts fill in 72 octets");
 static_assert(offsetof(SigkitVerifyCtx, verifyTime) == 296, "fields lie where the documented layout has them");
+
+// Tells whether a status comes from the machine (memory, a callback, a bounds-checked function) and not from what a file
+// says: the library's own codes about files begin with 88.
+[[nodiscard]] inline bool InternalIsHostFailure(uint32_t status)
+{
+    return status == SIGKIT_ERR_NO_MEMORY || (status != SIGKIT_OK && status >> 24 != 0x88);
+}
+
+// Notes what made a search go on to the next block, candidate or CRL. When it was the machine, what was left behind may
+// be the very CRL that revokes: the search goes on as if the file were at fault, but the context trusts no path any more.
+inline void InternalPassOver(SigkitVerifyCtx *ctx, uint32_t status)
+{
+    if (ctx->hostFailure == SIGKIT_OK && InternalIsHostFailure(status)) {
+        ctx->hostFailure = status;
+    }
+}
 
 // Tests a context that a host handed in. Returns SIGKIT_OK, SIGKIT_ERR_CTX_NULL or SIGKIT_ERR_CTX_TAG.
 [[nodiscard]] inline uint32_t InternalCheckContext(const SigkitVerifyCtx *ctx)

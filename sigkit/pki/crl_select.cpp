@@ -1,5 +1,6 @@
 #include "pki/crl_select.h"
 
+#include "core/context.h"
 #include "core/guard.h"
 #include "core/log.h"
 #include "core/memory.h"
@@ -148,6 +149,7 @@ uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candi
             *best = crl;
             return SIGKIT_OK;
         }
+        InternalPassOver(ctx, last);
     }
     (void)SIGKIT_FAIL(last, "Verify CRL failed.");
     return last != SIGKIT_OK ? last : SIGKIT_ERR_CRL_UNVERIFIED;

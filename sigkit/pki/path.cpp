@@ -1,5 +1,6 @@
 #include "pki/path.h"
 
+#include "core/context.h"
 #include "core/log.h"
 #include "pki/crl_select.h"
 #include "pki/revocation.h"
@@ -61,7 +62,7 @@ uint32_t WalkUp(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRevoc
         if (status != SIGKIT_OK || step == Step::TRUSTED) {
             return status;
         }
-        cert = InternalFindCertIssuer(ctx->pki->certs, cert);
+        cert = InternalFindCertIssuer(ctx, cert);
     }
     return SIGKIT_ERR_NO_ROOT;
 }
@@ -101,6 +102,7 @@ uint32_t SigkitPkiVerifyCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, int32_t
         ctx->pathDepth = 1;
         status = WalkUp(ctx, cert, strictRevocation);
         ctx->pathDepth -= 1;
+        status = status == SIGKIT_OK ? ctx->hostFailure : status;
     } else if (ctx->pathDepth > SIGKIT_PATH_DEPTH_MAX) {
         (void)SIGKIT_FAIL(SIGKIT_OK, "The path of certificate is too deep.");
         return SIGKIT_ERR_PATH_TOO_DEEP;
@@ -131,8 +133,9 @@ uint32_t InternalVerifyCertificate(const SigkitX509Cert &cert, int64_t verifyTim
     return status;
 }
 
-SigkitX509Cert *InternalFindCertIssuer(const SigkitList &certs, SigkitX509Cert *cert)
+SigkitX509Cert *InternalFindCertIssuer(SigkitVerifyCtx *ctx, SigkitX509Cert *cert)
 {
+    const SigkitList &certs = ctx->pki->certs;
     for (uint32_t i = 0; i < certs.count; ++i) {
         SigkitX509Cert *const candidate = static_cast<SigkitX509Cert *>(certs.items[i]);
         const SigkitX509CertInfo &info = candidate->tbsCertificate;
@@ -145,12 +148,16 @@ SigkitX509Cert *InternalFindCertIssuer(const SigkitList &certs, SigkitX509Cert *
             }
             continue;
         }
-        const bool maySign = (info.extensions.keyUsage & SIGKIT_KEY_USAGE_KEY_CERT_SIGN) != 0;
+        if ((info.extensions.keyUsage & SIGKIT_KEY_USAGE_KEY_CERT_SIGN) == 0) {
+            continue;
+        }
         bool issued = false;
-        if (maySign && InternalIsCertIssuedBy(cert, *candidate, &issued) == SIGKIT_OK && issued) {
+        const uint32_t status = InternalIsCertIssuedBy(cert, *candidate, &issued);
+        if (status == SIGKIT_OK && issued) {
             cert->issuerCert = candidate;
             return candidate;
         }
+        InternalPassOver(ctx, status);
     }
     return nullptr;
 }
@@ -163,12 +170,14 @@ SigkitX509Cert *InternalFindCertRoot(SigkitVerifyCtx *ctx, SigkitX509Cert *cert,
         return nullptr;
     }
     uint32_t isSelfSigned = 0;
-    if (SigkitX509IsSelfSigned(cert, &isSelfSigned) != SIGKIT_OK) {
+    const uint32_t status = SigkitX509IsSelfSigned(cert, &isSelfSigned);
+    if (status != SIGKIT_OK) {
+        InternalPassOver(ctx, status);
         return nullptr;
     }
     if (isSelfSigned == 1) {
         return cert;
     }
-    SigkitX509Cert *const issuer = InternalFindCertIssuer(ctx->pki->certs, cert);
+    SigkitX509Cert *const issuer = InternalFindCertIssuer(ctx, cert);
     return issuer == nullptr ? nullptr : InternalFindCertRoot(ctx, issuer, depth + 1);
 }

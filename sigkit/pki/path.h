@@ -31,9 +31,9 @@
 // SIGKIT_ERR_CERT_EXPIRED.
 [[nodiscard]] uint32_t InternalVerifyCertificate(const SigkitX509Cert &cert, int64_t verifyTime);
 
-// Returns the certificate of `certs` that issued `cert`, or null: a CA that bears its issuer name, may sign certificates
-// and verifies it. The issuer is remembered, and later searches find that record only.
-[[nodiscard]] SigkitX509Cert *InternalFindCertIssuer(const SigkitList &certs, SigkitX509Cert *cert);
+// Returns the stored certificate that issued `cert`, or null: a CA that bears its issuer name, may sign certificates and
+// verifies it. The issuer is remembered, and later searches find that record only.
+[[nodiscard]] SigkitX509Cert *InternalFindCertIssuer(SigkitVerifyCtx *ctx, SigkitX509Cert *cert);
 
 // Returns the self-signed certificate at the end of the chain above `cert`, `cert` itself when it is self-signed, or
 // null. `depth` is 0 for the first step; it bounds the recursion.

@@ -1,5 +1,6 @@
 #include "pki/store.h"
 
+#include "core/context.h"
 #include "core/memory.h"
 #include "sigkit/sigkit.h"
 #include "x509/cert.h"
@@ -93,7 +94,7 @@ SigkitX509Cert *SigkitPkiFindCertByIssuerSn(const SigkitVerifyCtx *ctx, const Si
     return nullptr;
 }
 
-SigkitX509Cert *SigkitPkiFindCrlIssuer(const SigkitVerifyCtx *ctx, SigkitX509Crl *crl)
+SigkitX509Cert *SigkitPkiFindCrlIssuer(SigkitVerifyCtx *ctx, SigkitX509Crl *crl)
 {
     if (ctx == nullptr || crl == nullptr || ctx->pki == nullptr) {
         return nullptr;
@@ -101,11 +102,15 @@ SigkitX509Cert *SigkitPkiFindCrlIssuer(const SigkitVerifyCtx *ctx, SigkitX509Crl
     const SigkitList &certs = ctx->pki->certs;
     for (uint32_t i = 0; i < certs.count; ++i) {
         SigkitX509Cert *const cert = static_cast<SigkitX509Cert *>(certs.items[i]);
-        const bool maySign = (cert->tbsCertificate.extensions.keyUsage & SIGKIT_KEY_USAGE_CRL_SIGN) != 0;
+        if ((cert->tbsCertificate.extensions.keyUsage & SIGKIT_KEY_USAGE_CRL_SIGN) == 0) {
+            continue;
+        }
         bool issued = false;
-        if (maySign && InternalIsCrlIssuedBy(crl, *cert, &issued) == SIGKIT_OK && issued) {
+        const uint32_t status = InternalIsCrlIssuedBy(crl, *cert, &issued);
+        if (status == SIGKIT_OK && issued) {
             return cert;
         }
+        InternalPassOver(ctx, status);
     }
     return nullptr;
 }

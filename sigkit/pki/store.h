@@ -41,6 +41,6 @@ void SigkitPkiUninit(SigkitVerifyCtx *ctx);
 
 // Returns the first certificate that bears the CRL's issuer name, may sign CRLs and verifies this CRL, or null. Not
 // checked: its dates, its path and whether it is a CA. The store keeps its share.
-[[nodiscard]] SigkitX509Cert *SigkitPkiFindCrlIssuer(const SigkitVerifyCtx *ctx, SigkitX509Crl *crl);
+[[nodiscard]] SigkitX509Cert *SigkitPkiFindCrlIssuer(SigkitVerifyCtx *ctx, SigkitX509Crl *crl);
 
 #endif

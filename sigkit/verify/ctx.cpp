@@ -43,7 +43,9 @@ uint32_t InternalCheckParamVerifyAddCertFile(const SigkitVerifyCtx *ctx, const c
 // Adds the certificates that came with CRLs. They are a courtesy: trouble with them is only told.
 void AddCourtesyCerts(SigkitVerifyCtx *ctx, const SigkitList &certs, const char *function)
 {
-    const uint32_t status = certs.count == 0 ? SIGKIT_ERR_UNKNOWN : InternalAddCertToStore(ctx, certs, 0);
+    uint32_t status = InternalAddCertToStore(ctx, certs, 0);
+    InternalPassOver(ctx, status);
+    status = certs.count == 0 ? SIGKIT_ERR_UNKNOWN : status;
     if (status != SIGKIT_OK) {
         InternalLogWarning(__LINE__, function, status, "Failed to add certificate into store.");
     }

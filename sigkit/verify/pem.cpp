@@ -1,5 +1,6 @@
 #include "verify/pem.h"
 
+#include "core/context.h"
 #include "core/guard.h"
 #include "core/log.h"
 #include "core/memory.h"
@@ -92,6 +93,7 @@ void InternalPemDecodeCert(Walk *walk, const char *start, const char *next)
         status = SigkitListAdd(&walk->ctx->buffers, der.held);
     }
     if (status != SIGKIT_OK) {
+        InternalPassOver(walk->ctx, status);
         (void)SIGKIT_TRAIL(status);
         return;
     }
@@ -120,6 +122,7 @@ void InternalPemDecodeCrl(Walk *walk, const char *start, const char *next)
         status = SigkitListAdd(&walk->ctx->buffers, der.held);
     }
     if (status != SIGKIT_OK) {
+        InternalPassOver(walk->ctx, status);
         (void)SIGKIT_TRAIL(status);
         return;
     }

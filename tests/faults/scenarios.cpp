@@ -11,6 +11,7 @@ const char CONTENT[] = "f4d1b0 firmware.bin\n";
 
 struct Package {
     uint32_t derCrls = 2;
+    bool needsEveryCrl = false;
     PkgsignBytes root = AllParties().root.certificate;
     PkgsignBytes crls = GoodCrls();
     PkgsignBytes message = MakeMessage(MessageRequest(CONTENT));
@@ -201,6 +202,34 @@ Change WithRevoked(const Party &issuer, const Party &party, int reason)
     return WithCrl(issuer, [party, reason](PkgsignCrlRequest *crl) { crl->revoked = {Revoked(party, reason)}; });
 }
 
+// An older CRL that says nothing and a newer one, by this party, that revokes: a verifier that loses the newer one says yes.
+Change WithNewerCrl(const Party &issuer, const Party &party, const std::string &label = "")
+{
+    return [issuer, party, label](Package *package) {
+        PkgsignCrlRequest newer = CrlRequest(issuer);
+        newer.thisUpdate += 1;
+        newer.crlNumber += 1;
+        newer.revoked = {Revoked(party, 1)};
+        std::vector<PkgsignBytes> crls = {MakeCrl(CrlRequest(AllParties().root)),
+                                          MakeCrl(CrlRequest(AllParties().issuingCa)), MakeCrl(newer)};
+        for (PkgsignBytes &crl : crls) {
+            crl = label.empty() ? crl : Pem(label, crl);
+        }
+        package->crls = Join(crls);
+        package->needsEveryCrl = true;
+    };
+}
+
+// The same after the CA rolled its key over: its new certificate comes with the CRLs.
+Change WithNewerCrlOfNewKey(const Party &party)
+{
+    const Party newCa = Certify(CertificateRequest("CA", &AllParties().root));
+    return [newCa, party](Package *package) {
+        WithNewerCrl(newCa, party)(package);
+        package->crls = Join({package->crls, newCa.certificate});
+    };
+}
+
 struct Variant {
     const char *name;
     Outcome expected;
@@ -286,6 +315,12 @@ std::vector<Variant> RefusedVariants()
          })},
         {"RevokedSigner", {SIGKIT_ERR_CERT_REVOKED, 0}, WithRevoked(all.issuingCa, all.signer, 1)},
         {"RevokedTimestamp", {SIGKIT_ERR_CERT_REVOKED, 0}, WithRevoked(all.issuingCa, all.timestamp, -1)},
+        {"RevokedByNewerCrl", {SIGKIT_ERR_CERT_REVOKED, 0}, WithNewerCrl(all.issuingCa, all.signer)},
+        {"RevokedByNewerPemCrl",
+         {SIGKIT_ERR_CERT_REVOKED, 0},
+         WithNewerCrl(all.issuingCa, all.signer, PKGSIGN_LABEL_CRL)},
+        {"RevokedByNewKey", {SIGKIT_ERR_CERT_REVOKED, 0}, WithNewerCrlOfNewKey(all.signer)},
+        {"TimestampRevokedByNewerCrl", {SIGKIT_ERR_CERT_REVOKED, 0}, WithNewerCrl(all.issuingCa, all.timestamp)},
         {"RevokedCa", {SIGKIT_ERR_CERT_REVOKED, 0}, WithRevoked(all.root, all.issuingCa, 0)},
         {"ExpiredSigner", {SIGKIT_ERR_CERT_EXPIRED, 0}, WithSigner([](auto *r) { r->notAfter = PACKAGE_TIME - 1; })},
         {"SignerNotYetValid", {SIGKIT_ERR_CERT_NOT_YET_VALID, 0}, WithSigner([](auto *r) {
@@ -313,7 +348,7 @@ void AddVerifications(std::vector<Scenario> *scenarios)
         for (const Variant &variant : variants) {
             const Package package = Changed(variant.change);
             scenarios->push_back({variant.name, Kind::VERIFICATION, variant.expected,
-                                  [package] { return Verify(package); }, package.derCrls});
+                                  [package] { return Verify(package); }, package.derCrls, 0, package.needsEveryCrl});
         }
     }
     for (const uint32_t times : {1U, 2U}) {

@@ -22,8 +22,9 @@ struct Scenario {
     Kind kind;
     Outcome expected; // when nothing fails
     std::function<Outcome()> run;
-    uint32_t derCrls = 0;      // CRLs of its material that are not in PEM
-    uint32_t contentFiles = 0; // how often it reads content from a file
+    uint32_t derCrls = 0;       // CRLs of its material that are not in PEM
+    uint32_t contentFiles = 0;  // how often it reads content from a file
+    bool needsEveryCrl = false; // without one of its CRLs the answer is yes
 };
 
 // All scenarios, their material made once for the process.

@@ -120,9 +120,9 @@ TEST_F(Path, ARememberedIssuerIsTheOnlyOne)
 {
     Load();
     Cert(SIGNER)->issuerCert = Cert(ROOT); // not its issuer, but remembered
-    EXPECT_EQ(Cert(ROOT), InternalFindCertIssuer(ctx->pki->certs, Cert(SIGNER)));
+    EXPECT_EQ(Cert(ROOT), InternalFindCertIssuer(ctx, Cert(SIGNER)));
     Cert(ROOT)->tbsCertificate.extensions.basicConstraints.cA = 0;
-    EXPECT_EQ(nullptr, InternalFindCertIssuer(ctx->pki->certs, Cert(SIGNER)));
+    EXPECT_EQ(nullptr, InternalFindCertIssuer(ctx, Cert(SIGNER)));
 }
 
 TEST_F(Path, WithoutAnyCrlOfTheIssuerIsRefused)
