@@ -43,7 +43,7 @@ PkgsignMessageRequest SmallMessage(const PkgsignPki &pki)
     request.signerCertificate = pki.signer.certificate;
     request.signerKey = pki.signer.key;
     request.certificates = {pki.signer.certificate, pki.issuingCa.certificate};
-    request.timestamp = PkgsignTimestamp::Made;
+    request.timestamp = PkgsignTimestamp::Request;
     request.tokenRequest.genTime = NOW;
     request.tokenRequest.tsaCertificate = pki.timestamp.certificate;
     request.tokenRequest.tsaKey = pki.timestamp.key;

@@ -229,7 +229,9 @@ const char *SigkitGetVersion(void);
 //
 // Returns SIGKIT_OK or the first failure: the argument codes as above (a length of 0 is SIGKIT_ERR_PARAM),
 // SIGKIT_ERR_ARMOUR (fewer than 38 octets), SIGKIT_ERR_CMS_DECODE, then the codes of the timestamp token
-// (SIGKIT_ERR_PARAM when there is none), of the signer's certificate and of its signature.
+// (SIGKIT_ERR_PARAM when there is none), of the signer's certificate and of its signature. When memory or a callback
+// failed in a place that passes over what cannot be used (a PEM block, a candidate for an issuer, a CRL), no certificate
+// is trusted on that context any more and the failure's code is returned: what was lost might have revoked.
 // Deliberate: a message without a signer is accepted and opens no check.
 uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
