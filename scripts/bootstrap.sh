@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing and says which. Usage: scripts/bootstrap.sh [build|test|fuzz|coverage|lint]...
+# Installs the Debian packages that are missing and says which. Usage: scripts/bootstrap.sh [build|test|fuzz|coverage|lint|docs]...
 set -euo pipefail
 
 packages_for() {
@@ -9,6 +9,7 @@ packages_for() {
     fuzz) echo clang libclang-rt-dev llvm ;;
     coverage) echo gcovr ;;
     lint) echo clang-format clang-tidy ;;
+    docs) echo doxygen graphviz mandoc python3 ;;
     *) echo "bootstrap.sh: unknown set '$1'" >&2; exit 2 ;;
   esac
 }

@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Draws the pictures, holds the documents to the sources, and makes the reference of the public headers in
+# build/docs/html. Prints nothing when all is well. A picture whose text has not changed is left alone.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/bootstrap.sh docs
+
+for text in docs/pictures/*.dot; do
+  picture=${text%.dot}.svg
+  drawn=$(dot -Tsvg "$text")
+  # The version of the program that draws stands in a comment.
+  if ! diff -q <(grep -v '^<!-- Generated\|^ -->' <<<"$drawn") <(grep -v '^<!-- Generated\|^ -->' "$picture") >/dev/null 2>&1; then
+    printf '%s\n' "$drawn" >"$picture"
+  fi
+done
+
+tests/check_docs.py
+mkdir -p build/docs
+doxygen docs/Doxyfile

@@ -1,0 +1,136 @@
+#!/usr/bin/env python3
+"""Holds the documents to the sources. Exits with 1 and names each place that disagrees.
+
+Status codes: docs/troubleshooting.md has one row for each code of sigkit/sigkit.h, with its name and its exit status, and
+no document names a code that does not exist.
+Links: every relative link of README.md, CONTRIBUTING.md and docs/ leads to a file and, where it names one, to a heading.
+Examples: a block that says where its text comes from is that text.
+Pages: every man page is one that mandoc finds nothing to say about.
+Pictures: what a .dot says stands in the .svg that was drawn from it.
+"""
+import html
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+HEADER = "sigkit/sigkit.h"
+TABLE = "docs/troubleshooting.md"
+
+DEFINITION = re.compile(r"#define (SIGKIT_(?:OK|ERR_\w+)) UINT32_C\((0|0x[0-9A-F]{8})\)")
+ROW = re.compile(r"^\| ([0-9A-F]{8}) \| `(SIGKIT_\w+)` \| (\d+) \|", re.M)
+CODE = re.compile(r"(?<![0-9A-Za-z])(88[0-9A-Fa-f]{6})(?![0-9A-Za-z])")
+NAME = re.compile(r"\bSIGKIT_ERR_\w+")
+LINK = re.compile(r"(?<!!)\[[^\]\n]*\]\(([^)\s]+)\)|!\[[^\]\n]*\]\(([^)\s]+)\)")
+QUOTED = re.compile(r"<!-- from (\S+) -->\n```\w*\n(.*?)```", re.S)
+
+
+def tracked(*patterns: str) -> list[str]:
+    """Files of the tree, those not yet added included."""
+    return subprocess.run(["git", "-C", str(ROOT), "ls-files", "--cached", "--others", "--exclude-standard", *patterns],
+                          check=True, capture_output=True, text=True).stdout.split()
+
+
+def read(path: str) -> str:
+    return (ROOT / path).read_text()
+
+
+def without_code(text: str) -> str:
+    """Blanks out fenced blocks, which hold no links and no headings."""
+    return re.sub(r"^```.*?^```", "", text, flags=re.S | re.M)
+
+
+def check_rows(defined: dict[str, int]) -> list[str]:
+    rows = ROW.findall(read(TABLE))
+    problems = [f"{TABLE}: {name} is not in {HEADER}" for _, name, _ in rows if name not in defined]
+    for code, name, status in rows:
+        if name in defined and (int(code, 16) != defined[name] or int(status) != defined[name] & 0xFF):
+            problems.append(f"{TABLE}: {name} is {defined[name]:08X}, exit status {defined[name] & 0xFF}")
+    for name in defined:
+        count = sum(row[1] == name for row in rows)
+        if count != 1:
+            problems.append(f"{TABLE}: {name} has {count} rows")
+    return problems
+
+
+def check_exit_statuses(defined: dict[str, int]) -> list[str]:
+    """The table of exit statuses lists each code under its own low octet."""
+    problems = []
+    for status, codes in re.findall(r"^\| (\d+) \| ((?:[0-9a-f]{8}(?:, )?)+)", read(TABLE), re.M):
+        problems += [f"{TABLE}: {code} does not end as {status}" for code in re.findall(r"\w{8}", codes)
+                     if int(code, 16) & 0xFF != int(status)]
+    return problems
+
+
+def check_mentions(path: str, defined: dict[str, int]) -> list[str]:
+    text = read(path)
+    known = set(defined.values())
+    problems = [f"{path}: no status code {code}" for code in CODE.findall(text) if int(code, 16) not in known]
+    return problems + [f"{path}: no status code {name}" for name in NAME.findall(text) if name not in defined]
+
+
+def anchors(path: str) -> set[str]:
+    headings = re.findall(r"^#+ (.*)$", without_code(read(path)), re.M)
+    return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
+
+
+def check_links(path: str) -> list[str]:
+    problems = []
+    for link in (first or second for first, second in LINK.findall(without_code(read(path)))):
+        if re.match(r"[a-z]+:", link):
+            continue
+        name, _, anchor = link.partition("#")
+        target = (ROOT / path).parent / name if name else ROOT / path
+        if not target.exists():
+            problems.append(f"{path}: no file {link}")
+        elif anchor and anchor not in anchors(str(target.resolve().relative_to(ROOT))):
+            problems.append(f"{path}: no heading {link}")
+    return problems
+
+
+def check_quotes(path: str) -> list[str]:
+    return [f"{path}: not the text of {source}" for source, text in QUOTED.findall(read(path))
+            if not (ROOT / source).is_file() or text not in read(source)]
+
+
+def check_page(path: str) -> list[str]:
+    lint = subprocess.run(["mandoc", "-Tlint", "-Wwarning", str(ROOT / path)], capture_output=True, text=True)
+    return lint.stdout.splitlines() if lint.returncode != 0 or lint.stdout else []
+
+
+def check_picture(path: str) -> list[str]:
+    """Compares the lines of text, in whatever order they were drawn."""
+    picture = pathlib.Path(path).with_suffix(".svg")
+    if not (ROOT / picture).is_file():
+        return [f"{path}: no {picture}"]
+    labels = re.findall(r'label="([^"]*)"', read(path))
+    said = sorted(line for label in labels for line in label.split("\\n"))
+    texts = re.findall(r"<text[^>]*>([^<]*)</text>", read(str(picture)))
+    drawn = sorted(html.unescape(text).replace("\u00a0", " ") for text in texts)
+    return [] if said == drawn else [f"{path}: {picture} was drawn from another text"]
+
+
+def main() -> int:
+    defined = {name: int(value, 16) for name, value in DEFINITION.findall(read(HEADER))}
+    documents = ["README.md", *tracked("CONTRIBUTING.md", "SECURITY.md", "docs/*.md")]
+    pages = tracked("docs/man/*")
+    if len(defined) < 50 or not pages or len(documents) < 2:
+        print("too little was found to check")
+        return 1
+    problems = check_rows(defined) + check_exit_statuses(defined)
+    for path in documents:
+        problems += check_mentions(path, defined) + check_links(path) + check_quotes(path)
+    for path in tracked("docs/*.dot"):
+        problems += check_picture(path)
+    if shutil.which("mandoc"):
+        problems += [problem for page in pages for problem in check_page(page)]
+    else:
+        print("mandoc is not there: the man pages were not checked")
+    print("\n".join(problems), end="\n" if problems else "")
+    return 1 if problems else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

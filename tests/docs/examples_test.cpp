@@ -1,0 +1,208 @@
+// The examples of the host guide: what they accept and what they refuse.
+#include <cstdio>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "pkgsign/pkgsign.h"
+#include "tests/support/process.h"
+
+namespace
+{
+
+const std::string CONTENT = "f4d1b0 firmware.bin\n";
+constexpr int64_t SIGNING_TIME = 1768478400; // 2026-01-15 12:00:00 UTC
+constexpr int64_t DAY = 86400;
+
+PkgsignBytes Bytes(const std::string &text)
+{
+    return PkgsignBytes(text.begin(), text.end());
+}
+
+const PkgsignPki &Pki()
+{
+    static const PkgsignPki pki = [] {
+        PkgsignPki read;
+        const PkgsignStatus status = PkgsignReadPki(DEVELOPMENT_PKI, &read);
+        EXPECT_TRUE(status.ok) << status.reason;
+        return read;
+    }();
+    return pki;
+}
+
+// One of the programs, and how its log tells errors and warnings.
+struct Example {
+    const char *name;
+    std::string program;
+    bool readsContentFromInput;
+    std::string error;
+    std::string warning;
+};
+
+void PrintTo(const Example &example, std::ostream *out)
+{
+    *out << example.name;
+}
+
+const Example EXAMPLES[] = {{"VerifyStream", VERIFY_STREAM, true, "error Internal", "warning Sigkit"},
+                            {"VerifyMemory", VERIFY_MEMORY, false, "E Internal", "W Sigkit"}};
+
+class HostExample : public testing::TestWithParam<Example>
+{
+protected:
+    void SetUp() override
+    {
+        Write("root", Pki().root.certificate);
+        Write("content", Bytes(CONTENT));
+        WriteCrls({});
+        message.content = Bytes(CONTENT);
+        message.signerCertificate = Pki().signer.certificate;
+        message.signerKey = Pki().signer.key;
+        message.certificates = {Pki().signer.certificate, Pki().issuingCa.certificate};
+        message.timestamp = PkgsignTimestamp::Request;
+        message.tokenRequest.genTime = SIGNING_TIME;
+        message.tokenRequest.tsaCertificate = Pki().timestamp.certificate;
+        message.tokenRequest.tsaKey = Pki().timestamp.key;
+        message.tokenRequest.certificates = {Pki().timestamp.certificate};
+        WriteMessage();
+    }
+
+    void Write(const std::string &name, const PkgsignBytes &data)
+    {
+        const PkgsignStatus status = PkgsignWriteFile(directory.File(name), data);
+        ASSERT_TRUE(status.ok) << status.reason;
+    }
+
+    void WriteMessage()
+    {
+        PkgsignBytes signature;
+        const PkgsignStatus status = PkgsignSignDetached(message, &signature);
+        ASSERT_TRUE(status.ok) << status.reason;
+        Write("signature", signature);
+    }
+
+    // The CRLs of root and issuing CA; the latter's has the entries.
+    void WriteCrls(const std::vector<PkgsignRevokedCertificate> &revoked)
+    {
+        PkgsignBytes crls = Pki().rootCrl;
+        PkgsignCrlRequest request;
+        request.issuerCertificate = Pki().issuingCa.certificate;
+        request.issuerKey = Pki().issuingCa.key;
+        request.thisUpdate = SIGNING_TIME - DAY;
+        request.nextUpdate = SIGNING_TIME + DAY;
+        request.revoked = revoked;
+        PkgsignBytes crl;
+        const PkgsignStatus status = PkgsignMakeCrl(request, &crl);
+        ASSERT_TRUE(status.ok) << status.reason;
+        crls.insert(crls.end(), crl.begin(), crl.end());
+        Write("crls", crls);
+    }
+
+    ProcessResult Run()
+    {
+        const std::string content = directory.File("content");
+        const std::string arguments =
+            directory.File("root") + " " + directory.File("crls") + " " + directory.File("signature");
+        const std::string separator = GetParam().readsContentFromInput ? " <" : " ";
+        return RunProcess({"/bin/sh", "-c", GetParam().program + " " + arguments + separator + content});
+    }
+
+    void ExpectRefused(const std::string &code)
+    {
+        const ProcessResult result = Run();
+        EXPECT_EQ(1, result.exitStatus);
+        EXPECT_EQ("not authentic (" + code + ")", result.output.substr(0, result.output.find('\n')));
+    }
+
+    TemporaryDirectory directory;
+    PkgsignMessageRequest message;
+};
+
+TEST_P(HostExample, AcceptsAnAuthenticContentWithoutAnErrorInTheLog)
+{
+    const ProcessResult result = Run();
+    EXPECT_EQ(0, result.exitStatus);
+    EXPECT_EQ("authentic (00000000)", result.output.substr(0, result.output.find('\n')));
+    // The CRL file of this test brings no certificates, which is told as a warning.
+    EXPECT_NE(std::string::npos, result.errors.find(GetParam().warning)) << result.errors;
+    EXPECT_EQ(std::string::npos, result.errors.find(GetParam().error)) << result.errors;
+}
+
+TEST_P(HostExample, AcceptsEachDigest)
+{
+    for (const PkgsignDigest digest : {PkgsignDigest::Sha256, PkgsignDigest::Sha384, PkgsignDigest::Sha512}) {
+        message.digest = digest;
+        message.tokenRequest.imprintDigest = digest;
+        WriteMessage();
+        EXPECT_EQ(0, Run().exitStatus);
+    }
+}
+
+TEST_P(HostExample, RefusesAnotherContent)
+{
+    Write("content", Bytes("f4d1b1 firmware.bin\n"));
+    ExpectRefused("00000000");
+}
+
+TEST_P(HostExample, RefusesARevokedSigner)
+{
+    PkgsignRevokedCertificate revoked = {{}, SIGNING_TIME - DAY, -1};
+    ASSERT_TRUE(PkgsignGetSerialNumber(Pki().signer.certificate, &revoked.serialNumber).ok);
+    WriteCrls({revoked});
+    ExpectRefused("88200002");
+    const std::string log = Run().errors;
+    EXPECT_NE(std::string::npos, log.find(GetParam().error + "CheckCrlOfCert")) << log;
+    EXPECT_NE(std::string::npos, log.find("The certificate was revoked.")) << log;
+}
+
+TEST_P(HostExample, RefusesAForgedSignature)
+{
+    message.signerKey = Pki().timestamp.key;
+    WriteMessage();
+    ExpectRefused("88200309");
+}
+
+TEST_P(HostExample, RefusesASignatureFileThatIsMissing)
+{
+    ASSERT_EQ(0, std::remove(directory.File("signature").c_str()));
+    EXPECT_NE(0, Run().exitStatus);
+}
+
+INSTANTIATE_TEST_SUITE_P(Guide, HostExample, testing::ValuesIn(EXAMPLES), testing::PrintToStringParamName());
+
+class ArenaExample : public HostExample
+{
+};
+
+TEST_P(ArenaExample, LeavesNothingInTheArena)
+{
+    const ProcessResult result = Run();
+    EXPECT_NE(std::string::npos, result.output.find(" octets at most, 0 left\n")) << result.output;
+}
+
+INSTANTIATE_TEST_SUITE_P(Guide, ArenaExample, testing::Values(EXAMPLES[1]), testing::PrintToStringParamName());
+
+class StreamExample : public HostExample
+{
+};
+
+TEST_P(StreamExample, RefusesAMessageWithoutASignerOverAnEmptyContent)
+{
+    message.content = {};
+    message.signerInfoCount = 0;
+    WriteMessage();
+    Write("content", {});
+    ExpectRefused("88200307");
+}
+
+TEST_P(StreamExample, AcceptsAnEmptyContentThatIsSigned)
+{
+    message.content = {};
+    WriteMessage();
+    Write("content", {});
+    EXPECT_EQ(0, Run().exitStatus);
+}
+
+INSTANTIATE_TEST_SUITE_P(Guide, StreamExample, testing::Values(EXAMPLES[0]), testing::PrintToStringParamName());
+
+} // namespace
