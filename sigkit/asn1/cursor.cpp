@@ -11,19 +11,6 @@ uint32_t SigkitBufInit(SigkitDecodeBuf *buf, const uint8_t *data, uint32_t size)
     return SIGKIT_OK;
 }
 
-uint32_t SigkitBufGet(SigkitDecodeBuf *buf, uint8_t *octet)
-{
-    if (buf == nullptr || octet == nullptr) {
-        return SIGKIT_ERR_PARAM;
-    }
-    if (buf->pos >= buf->size) {
-        return SIGKIT_ERR_BUFFER_END;
-    }
-    *octet = buf->data[buf->pos];
-    buf->pos += 1;
-    return SIGKIT_OK;
-}
-
 uint32_t SigkitBufSeek(SigkitDecodeBuf *buf, int32_t delta, int32_t whence)
 {
     if (buf == nullptr) {

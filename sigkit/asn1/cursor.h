@@ -4,6 +4,8 @@
 
 #include <stdint.h>
 
+#include "sigkit/sigkit.h"
+
 // A reader over `size` octets at `data`; always pos <= size.
 struct SigkitDecodeBuf {
     const uint8_t *data; // not owned
@@ -16,7 +18,18 @@ struct SigkitDecodeBuf {
 
 // Reads one octet. Returns SIGKIT_OK, SIGKIT_ERR_PARAM when a pointer is null, or SIGKIT_ERR_BUFFER_END with nothing
 // changed.
-[[nodiscard]] uint32_t SigkitBufGet(SigkitDecodeBuf *buf, uint8_t *octet);
+[[nodiscard]] inline uint32_t SigkitBufGet(SigkitDecodeBuf *buf, uint8_t *octet)
+{
+    if (buf == nullptr || octet == nullptr) {
+        return SIGKIT_ERR_PARAM;
+    }
+    if (buf->pos >= buf->size) {
+        return SIGKIT_ERR_BUFFER_END;
+    }
+    *octet = buf->data[buf->pos];
+    buf->pos += 1;
+    return SIGKIT_OK;
+}
 
 // The only origin that SigkitBufSeek knows: the current position.
 inline constexpr int32_t SIGKIT_SEEK_CURRENT = 1;

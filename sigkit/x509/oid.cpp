@@ -83,9 +83,14 @@ const SigkitAsnOcts *SigkitFindOid(uint32_t aoid)
 
 uint32_t SigkitFindAoid(const SigkitAsnOcts *oid)
 {
-    for (int32_t i = 0; i < g_skvOidCount; ++i) {
-        if (SigkitCompareAsnOcts(&g_skvOIDTable[i].oid, oid) == 0) {
-            return g_skvOIDTable[i].aoid;
+    if (oid == nullptr || oid->data == nullptr || oid->len == 0) {
+        return AOID_UNKNOWN;
+    }
+    const uint32_t last = oid->len - 1; // where those of one family differ
+    for (const SigkitOidInfo &row : g_skvOIDTable) {
+        if (row.oid.len == oid->len && row.oid.data[last] == oid->data[last] &&
+            SigkitCompareAsnOcts(&row.oid, oid) == 0) {
+            return row.aoid;
         }
     }
     return AOID_UNKNOWN;
