@@ -23,7 +23,7 @@ else()
   add_custom_command(
     OUTPUT ${sigkit_trust_anchor_file}
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${SIGKIT_DEVELOPMENT_PKI}
-    COMMAND $<TARGET_FILE:pkgsign> init ${SIGKIT_DEVELOPMENT_PKI}
+    COMMAND pkgsign init ${SIGKIT_DEVELOPMENT_PKI}
     COMMENT "Making a development PKI"
     VERBATIM)
   add_custom_target(development_pki DEPENDS ${sigkit_trust_anchor_file})

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that are missing and says which. Usage: scripts/bootstrap.sh [build|test|fuzz|coverage|lint|docs]...
+# Installs the Debian packages that are missing and says which. Usage: scripts/bootstrap.sh [SET]...
+# Sets: build test fuzz coverage lint docs release cross
 set -euo pipefail
 
 packages_for() {
@@ -10,6 +11,8 @@ packages_for() {
     coverage) echo gcovr ;;
     lint) echo clang-format clang-tidy ;;
     docs) echo doxygen graphviz mandoc python3 ;;
+    release) echo binutils debootstrap dpkg-dev fakeroot file lintian python3 ;;
+    cross) echo g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user ;;
     *) echo "bootstrap.sh: unknown set '$1'" >&2; exit 2 ;;
   esac
 }

@@ -28,13 +28,10 @@ const PkgsignKey &Key()
     return key;
 }
 
-SigkitBigInt Number(const char *name)
+SigkitBigInt ToNumber(const BIGNUM *number)
 {
-    BIGNUM *number = nullptr;
-    EXPECT_EQ(1, EVP_PKEY_get_bn_param(Key().get(), name, &number));
     SigkitBigInt out = {};
     out.len = static_cast<uint32_t>(BN_bn2bin(number, out.data));
-    BN_free(number);
     return out;
 }
 
@@ -51,8 +48,8 @@ Bytes Sign(const std::string &data, const EVP_MD *digest = EVP_sha256())
 }
 
 struct Signatures : testing::Test {
-    SigkitBigInt exponent = Number("e");
-    SigkitBigInt modulus = Number("n");
+    SigkitBigInt exponent = ToNumber(RSA_get0_e(EVP_PKEY_get0_RSA(Key().get())));
+    SigkitBigInt modulus = ToNumber(RSA_get0_n(EVP_PKEY_get0_RSA(Key().get())));
     uint32_t hash = 43;
     SigkitCryptoCtx *ctx = nullptr;
 

@@ -1,0 +1,103 @@
+# What `cmake --install` puts where. Components: library (libsigkit.so.2), development (headers, archive, pkg-config and
+# CMake files, documents), tool (verify_tool), crl_compare (apart, because it needs the run-time library of C++, which a
+# device may lack) and pkgsign (the release side, which no device needs).
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# ---- The library: its installed target carries neither the source folder nor the flags of this build ---------------
+
+set_target_properties(sigkit PROPERTIES
+  INTERFACE_INCLUDE_DIRECTORIES "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>"
+  INTERFACE_LINK_LIBRARIES ""
+  DEFINE_SYMBOL "") # the objects are the same for both kinds
+set(sigkit_libraries sigkit)
+
+if(BUILD_SHARED_LIBS)
+  set(map ${CMAKE_CURRENT_LIST_DIR}/install/sigkit.map)
+  target_link_options(sigkit PRIVATE LINKER:--version-script=${map})
+  set_property(TARGET sigkit APPEND PROPERTY LINK_DEPENDS ${map})
+  # The archive beside it, of the same objects.
+  add_library(sigkit_static STATIC $<TARGET_OBJECTS:sigkit>)
+  set_target_properties(sigkit_static PROPERTIES OUTPUT_NAME sigkit LINKER_LANGUAGE C)
+  list(APPEND sigkit_libraries sigkit_static)
+endif()
+
+install(TARGETS ${sigkit_libraries} EXPORT SigkitTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES sigkit/sigkit.h sigkit/sigkit_host.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sigkit
+  COMPONENT development)
+
+# ---- How others find it --------------------------------------------------------------------------------------------
+
+set(package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/Sigkit)
+set(generated ${PROJECT_BINARY_DIR}/install)
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/install/SigkitConfig.cmake.in ${generated}/SigkitConfig.cmake
+  INSTALL_DESTINATION ${package_directory})
+write_basic_package_version_file(${generated}/SigkitConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${generated}/SigkitConfig.cmake ${generated}/SigkitConfigVersion.cmake
+  DESTINATION ${package_directory} COMPONENT development)
+install(EXPORT SigkitTargets NAMESPACE Sigkit:: DESTINATION ${package_directory} COMPONENT development)
+
+# The .pc file finds the others from where it lies, so that a tree may be installed elsewhere or moved; not so when a
+# folder was given as an absolute path.
+set(SIGKIT_PC_PREFIX ${CMAKE_INSTALL_PREFIX})
+if(NOT IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+  file(RELATIVE_PATH SIGKIT_PC_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+  string(REGEX REPLACE "/$" "" SIGKIT_PC_PREFIX "\${pcfiledir}/${SIGKIT_PC_PREFIX}")
+endif()
+foreach(kind LIBDIR INCLUDEDIR)
+  set(SIGKIT_PC_${kind} "\${prefix}/${CMAKE_INSTALL_${kind}}")
+  if(IS_ABSOLUTE ${CMAKE_INSTALL_${kind}})
+    set(SIGKIT_PC_${kind} ${CMAKE_INSTALL_${kind}})
+  endif()
+endforeach()
+configure_file(${CMAKE_CURRENT_LIST_DIR}/install/sigkit.pc.in ${generated}/sigkit.pc @ONLY)
+install(FILES ${generated}/sigkit.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# ---- Programs ------------------------------------------------------------------------------------------------------
+
+install(TARGETS verify_tool DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+install(TARGETS pkgsign DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT pkgsign)
+if(TARGET crl_compare)
+  install(TARGETS crl_compare DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT crl_compare)
+endif()
+if(BUILD_SHARED_LIBS)
+  # A tree outside the system's own folders finds its library; in them the dynamic linker does. Relative, so that the
+  # programs are the same octets wherever they are installed.
+  file(RELATIVE_PATH from_bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  foreach(program verify_tool crl_compare)
+    if(TARGET ${program} AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+      set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
+    endif()
+  endforeach()
+endif()
+
+# ---- Manual pages and documents ------------------------------------------------------------------------------------
+
+# Manual page `page` goes with the component that it describes.
+function(sigkit_install_manual_page page)
+  get_filename_component(name ${page} NAME_WE)
+  string(REGEX MATCH "[1-9]$" section ${page})
+  set(component development)
+  if(name STREQUAL "pkgsign" OR name STREQUAL "crl_compare")
+    set(component ${name})
+  elseif(section EQUAL 1)
+    set(component tool)
+  endif()
+  if(name STREQUAL "crl_compare" AND NOT TARGET crl_compare)
+    return()
+  endif()
+  install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})
+endfunction()
+
+file(GLOB manual_pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.[1-9])
+foreach(page IN LISTS manual_pages)
+  sigkit_install_manual_page(${page})
+endforeach()
+file(GLOB documents CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md)
+install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
+install(DIRECTORY docs/examples docs/pictures DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development
+  FILES_MATCHING PATTERN "*.[ch]" PATTERN "*.svg")

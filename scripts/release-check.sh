@@ -1,0 +1,48 @@
+#!/usr/bin/env bash
+# Checks what a release promises beyond its tests: that it installs, that others can build against it, that its packages
+# work on a clean system, that its builds can be repeated, and that other versions of OpenSSL and other machines do.
+# Usage: scripts/release-check.sh [step...]; without an argument all steps, from an empty build/release-check.
+#
+# Each step prints one line with what was seen; what it ran is in build/release-check/<step>.log.
+# Exit status: 0 every step passed, 1 a step failed and the rest was not run, 3 no step failed but some could not be
+# done because packages were out of reach.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+all=(install consumers shared packages reproducible openssl-1.1.1 aarch64 s390x)
+out=build/release-check
+COULD_NOT=77 # exit status of a step that lacked something from the network
+
+if [ $# -eq 0 ]; then
+  rm -rf "$out"
+  set -- "${all[@]}"
+fi
+mkdir -p "$out"
+scripts/bootstrap.sh build release
+
+left_out=()
+for step in "$@"; do
+  program=scripts/release/$step.sh
+  if [ ! -x "$program" ]; then
+    echo "release-check.sh: no step '$step'; there are: ${all[*]}" >&2
+    exit 2
+  fi
+  log=$out/$step.log began=$SECONDS status=0
+  "$program" >"$log" 2>&1 || status=$?
+  report=$(tail -n 1 "$log")
+  case $status in
+    0) word=ok ;;
+    "$COULD_NOT") word='NOT CHECKED' left_out+=("$step") ;;
+    *) word=FAILED report="see $log" ;;
+  esac
+  printf '%-11s  %-13s %3d s  %s\n' "$word" "$step" $((SECONDS - began)) "$report"
+  if [ "$word" = FAILED ]; then
+    tail -n 30 "$log" >&2
+    exit 1
+  fi
+done
+if [ ${#left_out[@]} -gt 0 ]; then
+  echo "No step failed, but these were not checked: ${left_out[*]}"
+  exit 3
+fi
+echo "All steps passed."

@@ -1,0 +1,136 @@
+# shellcheck shell=bash
+# What the steps of release-check.sh share; they source it. A step prints what it runs and, as its last line, what it
+# saw.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/../.."
+root=$PWD
+out=$root/build/release-check
+jobs=$(nproc)
+multiarch=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+unset LD_LIBRARY_PATH PKG_CONFIG_PATH
+mkdir -p "$out"
+
+fail() {
+  echo "$*" >&2
+  exit 1
+}
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+# debian_mirror: where this machine gets Debian from.
+debian_mirror() {
+  apt-get indextargets --format '$(REPO_URI)' 'Origin: Debian' 'Created-By: Packages' "Codename: $(debian_release)" |
+    sed -n 1p
+}
+
+debian_release() { (. /etc/os-release && echo "$VERSION_CODENAME"); }
+
+# fetch_debian DIRECTORY RELEASE ARCHITECTURE PACKAGE...: unpacks packages of another release or machine into DIRECTORY,
+# beside the system's own state of packages. False when they are out of reach.
+fetch_debian() {
+  local directory=$1 release=$2 architecture=$3 apt=$1/apt
+  shift 3
+  rm -rf "$directory"
+  mkdir -p "$apt"/{state/lists,cache/archives}/partial
+  : >"$apt/status"
+  echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $(debian_mirror) $release main" >"$apt/sources"
+  local options=(-q -o APT::Architecture="$architecture" -o APT::Architectures="$architecture"
+    -o Dir::Etc::sourcelist="$apt/sources" -o Dir::Etc::sourceparts=/dev/null -o Dir::State="$apt/state"
+    -o Dir::State::status="$apt/status" -o Dir::Cache="$apt/cache" -o APT::Sandbox::User=
+    -o APT::Update::Error-Mode=any)
+  apt-get "${options[@]}" update || return 1
+  (cd "$apt" && apt-get "${options[@]}" download "$@") || return 1
+  local package
+  for package in "$apt"/*.deb; do
+    dpkg-deb -x "$package" "$directory" || return 1
+  done
+}
+
+# Ends the step: packages that it needs cannot be had.
+could_not() {
+  echo "$*"
+  exit 77
+}
+
+# configure NAME SOURCE [OPTION...]: configures $out/NAME for a release with the root of release_pki.
+configure() {
+  local name=$1 source=$2
+  shift 2
+  cmake -S "$source" -B "$out/$name" -DCMAKE_BUILD_TYPE=Release -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
+    -DCMAKE_INSTALL_PREFIX=/usr -DBUILD_TESTING=OFF -DSIGKIT_TRUST_ANCHOR="$pki/root.der" "$@"
+}
+
+# release_pki: makes, once, the PKI under which all steps sign, and whose root their tools trust.
+release_pki() {
+  pki=$out/pki
+  [ ! -e "$pki/root.der" ] || return 0
+  configure static "$root"
+  cmake --build "$out/static" -j "$jobs" --target pkgsign
+  rm -rf "$pki"
+  "$out/static/pkgsign/pkgsign" init "$pki"
+}
+
+# build_tree NAME SOURCE [OPTION...]: configures and builds everything into $out/NAME.
+build_tree() {
+  release_pki
+  configure "$@"
+  cmake --build "$out/$1" -j "$jobs"
+}
+
+# configure_tests NAME: adds the tests to a tree that was built. They want a development root, not that of release_pki.
+configure_tests() { configure "$1" "$root" -DBUILD_TESTING=ON -DSIGKIT_TRUST_ANCHOR=; }
+
+# install_tree NAME: installs the tree NAME into an empty $out/NAME-root.
+install_tree() {
+  rm -rf "$out/$1-root"
+  DESTDIR=$out/$1-root cmake --install "$out/$1"
+}
+
+static_tree() { build_tree static "$root" -DBUILD_SHARED_LIBS=OFF && install_tree static; }
+shared_tree() { build_tree shared "$root" -DBUILD_SHARED_LIBS=ON -DBUILD_TESTING=ON && install_tree shared; }
+
+# sign_package PKGSIGN DIRECTORY: a signed package in DIRECTORY, and what must be refused: a tampered checksum file and
+# CRLs that revoke the signer.
+sign_package() {
+  local pkgsign=$1 directory=$2
+  release_pki
+  rm -rf "$directory"
+  mkdir -p "$directory"
+  printf 'firmware image\n' >"$directory/firmware.bin"
+  (cd "$directory" && sha256sum firmware.bin >checksums)
+  sed 's/^./z/' "$directory/checksums" >"$directory/tampered"
+  cp "$pki/root.der" "$directory/root.der"
+  "$pkgsign" crl "$pki" --out "$directory/crls.pem" --format pem --with-certificates
+  "$pkgsign" crl "$pki" --out "$directory/revoked.pem" --format pem --with-certificates \
+    --revoke "$pki/signer.pem,keyCompromise,$(date -u -d yesterday +%Y-%m-%dT%H:%M:%SZ)"
+  "$pkgsign" sign "$pki" --in "$directory/checksums" --out "$directory/checksums.cms" --format cms
+}
+
+# expect STATUS COMMAND...: runs a command that must end with this exit status.
+expect() {
+  local expected=$1 status=0
+  shift
+  echo "+ $* (expecting $expected)"
+  "$@" || status=$?
+  [ "$status" -eq "$expected" ] || fail "exit status $status instead of $expected: $*"
+}
+
+# try_tool DIRECTORY TOOL...: the tool (a command of one or more words) accepts the package and refuses the two others.
+try_tool() {
+  local directory=$1
+  shift
+  expect 0 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/checksums" -h "$directory/checksums.cms" -c "$directory/crls.pem"
+  expect 255 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/tampered" -h "$directory/checksums.cms" -c "$directory/crls.pem"
+  expect 2 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/checksums" -h "$directory/checksums.cms" -c "$directory/revoked.pem"
+}
+
+# try_consumer DIRECTORY CONSUMER...: the same with the program of tests/consumer.
+try_consumer() {
+  local directory=$1
+  shift
+  expect 0 "$@" "$directory/root.der" "$directory/checksums" "$directory/checksums.cms" "$directory/crls.pem"
+  expect 1 "$@" "$directory/root.der" "$directory/tampered" "$directory/checksums.cms" "$directory/crls.pem"
+  expect 1 "$@" "$directory/root.der" "$directory/checksums" "$directory/checksums.cms" "$directory/revoked.pem"
+}

@@ -1,0 +1,53 @@
+# shellcheck shell=bash
+# The step for one other machine; aarch64.sh and s390x.sh source it.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+
+# prepare_machine MACHINE ARCHITECTURE: the cross compiler, qemu, and the machine's libcrypto and GoogleTest.
+prepare_machine() {
+  machine=$1
+  system=$out/$machine-system
+  scripts/bootstrap.sh cross || could_not "the cross compiler or qemu cannot be installed"
+  fetch_debian "$system" "$(debian_release)" "$2" libssl-dev libssl3 libgtest-dev libgmock-dev nlohmann-json3-dev ||
+    could_not "the packages of $machine cannot be fetched"
+  # OpenSSL's headers that differ from machine to machine.
+  cp "$system/usr/include/$machine-linux-gnu/openssl/"*.h "$system/usr/include/openssl/"
+}
+
+emulate() { "qemu-$machine" -L "/usr/$machine-linux-gnu" "$@"; }
+
+# check_machine ORDER: builds everything for the machine, whose numbers lie in this order ("little" or "big" endian),
+# and runs tests and tools.
+check_machine() {
+  local order=$1 built=$out/$machine
+  build_tree "$machine" "$root" -DCMAKE_TOOLCHAIN_FILE="$root/scripts/release/cross.cmake" \
+    -DSIGKIT_CROSS_MACHINE="$machine" -DSIGKIT_CROSS_SYSTEM="$system"
+  readelf -h "$built/src/verify_tool" | grep "Data:.*$order endian"
+
+  # Packages of this machine are judged there, and packages made there are judged here.
+  static_tree
+  sign_package "$out/static/pkgsign/pkgsign" "$out/package"
+  sign_package "emulated_pkgsign" "$out/package-$machine"
+  try_tool "$out/package" emulate "$built/src/verify_tool"
+  try_tool "$out/package-$machine" "$out/static/src/verify_tool"
+  try_tool "$out/package-$machine" emulate "$built/src/verify_tool"
+  expect 0 emulate "$built/crltool/crl_compare" --root "$pki/root.der" "$out/package/crls.pem" "$out/package/crls.pem"
+
+  configure_tests "$machine"
+  tests=0
+  local room
+  for room in asn1 x509; do
+    run_tests "$room"
+  done
+}
+
+emulated_pkgsign() { emulate "$out/$machine/pkgsign/pkgsign" "$@"; }
+
+# run_tests ROOM: builds and runs the tests of one room of the library, and counts them.
+run_tests() {
+  local room=$1 log=$out/$machine.$1.tests passed
+  cmake --build "$out/$machine" -j "$jobs" --target "$1_test"
+  (cd "$out/$machine/tests/$room" && emulate "./${room}_test" --gtest_brief=1) | tee "$log"
+  passed=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) tests.*/\1/p' "$log")
+  [ "${passed:-0}" -gt 0 ] || fail "no test of $room was run"
+  tests=$((tests + passed))
+}

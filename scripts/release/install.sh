@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# `cmake --install` puts everything where it belongs, the release-side helpers of the build nowhere, and no file names
+# the folders of this build.
+source "$(dirname "$0")/common.sh"
+
+# What lies in an installed tree apart from manual pages and documents, in byte order.
+expected() {
+  local library=usr/lib/$multiarch
+  printf '%s\n' usr/bin/crl_compare usr/bin/pkgsign usr/bin/verify_tool usr/include/sigkit/sigkit.h \
+    usr/include/sigkit/sigkit_host.h "$library"/cmake/Sigkit/SigkitConfig{,Version}.cmake \
+    "$library"/cmake/Sigkit/SigkitTargets{-release,}.cmake "$library"/libsigkit.a "$library"/pkgconfig/sigkit.pc "$@" |
+    LC_ALL=C sort
+}
+
+# check_tree NAME [LIBRARY...]: the tree holds the expected files and those libraries.
+check_tree() {
+  local name=$1 tree=$out/$1-root
+  shift
+  (cd "$tree" && find . ! -type d -printf '%P\n' | grep -v '^usr/share/' | LC_ALL=C sort) >"$out/$name.files"
+  diff <(expected "$@") "$out/$name.files" || fail "the $name tree holds other files (<: expected)"
+  if grep -rlF "$root" "$tree"; then
+    fail "files of the $name tree name the folder they were built in"
+  fi
+}
+
+static_tree
+check_tree static
+shared_tree
+check_tree shared "usr/lib/$multiarch"/libsigkit.so{,.2,.2.0.0}
+
+tree=$out/static-root/usr
+for document in README.md CHANGELOG.md SECURITY.md docs/*.md docs/examples/*.[ch] docs/pictures/*.svg; do
+  cmp "$document" "$tree/share/doc/sigkit/$document"
+done
+pages=0
+for page in docs/man/*.[1-9]; do
+  cmp "$page" "$tree/share/man/man${page##*.}/${page##*/}"
+  pages=$((pages + 1))
+done
+sign_package "$tree/bin/pkgsign" "$out/package"
+try_tool "$out/package" "$tree/bin/verify_tool"
+expect 0 env LD_LIBRARY_PATH="$out/shared-root/usr/lib/$multiarch" "$out/shared-root/usr/bin/crl_compare" \
+  --root "$out/package/root.der" "$out/package/crls.pem" "$out/package/crls.pem"
+
+echo "$(wc -l <"$out/static.files") files installed, $(wc -l <"$out/shared.files") with the shared library, and $pages" \
+  "manual pages; no build folder in them; the tools run"

@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Everything builds against OpenSSL 1.1.1 and works with it: the headers and libraries of the Debian release that has
+# it.
+source "$(dirname "$0")/common.sh"
+
+old=$out/openssl-1.1.1-system
+fetch_debian "$old" bullseye "$(dpkg --print-architecture)" libssl-dev libssl1.1 ||
+  could_not "the packages of OpenSSL 1.1.1 cannot be fetched"
+# The compiler would look for the headers of this machine where this one is missing.
+cp "$old/usr/include/$multiarch/openssl/"*.h "$old/usr/include/openssl/"
+libraries=$old/usr/lib/$multiarch
+version=$(sed -n 's/^# define OPENSSL_VERSION_TEXT *"OpenSSL \([^ ]*\).*/\1/p' "$old/usr/include/openssl/opensslv.h")
+case $version in 1.1.1*) ;; *) fail "this is OpenSSL '$version'" ;; esac
+
+build_tree openssl-1.1.1 "$root" -DOPENSSL_INCLUDE_DIR="$old/usr/include" \
+  -DOPENSSL_CRYPTO_LIBRARY="$libraries/libcrypto.so" -DOPENSSL_SSL_LIBRARY="$libraries/libssl.so"
+built=$out/openssl-1.1.1
+for program in src/verify_tool crltool/crl_compare pkgsign/pkgsign; do
+  readelf -d "$built/$program" | grep 'NEEDED.*\[libcrypto.so.1.1\]' || fail "$program does not use OpenSSL 1.1.1"
+done
+sign_package "$built/pkgsign/pkgsign" "$out/package-1.1.1"
+try_tool "$out/package-1.1.1" "$built/src/verify_tool"
+
+# A package of one version is judged alike by the other.
+static_tree
+try_tool "$out/package-1.1.1" "$out/static/src/verify_tool"
+sign_package "$out/static/pkgsign/pkgsign" "$out/package"
+try_tool "$out/package" "$built/src/verify_tool"
+expect 0 "$built/crltool/crl_compare" --root "$pki/root.der" "$out/package/crls.pem" "$out/package-1.1.1/crls.pem"
+
+# The calls of libcrypto fail one by one while packages are verified: another version may fail in other ways.
+configure_tests openssl-1.1.1
+cmake --build "$built" -j "$jobs" --target libcrypto_faults_test
+readelf -d "$built/tests/faults/libcrypto_faults_test" | grep 'NEEDED.*\[libcrypto.so.1.1\]'
+"$built/tests/faults/libcrypto_faults_test" --gtest_brief=1 | tee "$out/openssl-1.1.1.tests"
+faults=$(sed -n 's/^\([0-9]*\) faults$/\1/p' "$out/openssl-1.1.1.tests")
+grep -x '\[  PASSED  \] 1 test\.' "$out/openssl-1.1.1.tests" || fail "the test was not run"
+[ "${faults:-0}" -gt 0 ] || fail "no fault was made"
+echo "OpenSSL $version: everything builds; packages are judged alike by it and $(openssl version | cut -d ' ' -f 2); none of \
+$faults failures of its calls makes a yes"

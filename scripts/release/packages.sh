@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# cpack makes Debian packages without errors of lintian; on a system with nothing else they install, work, and go
+# without a trace; a program builds against what libsigkit-dev holds.
+source "$(dirname "$0")/common.sh"
+
+debs=$out/debs
+clean=$out/clean-system
+
+make_packages() {
+  rm -rf "$debs"
+  (cd "$out/shared" && cpack -B "$debs")
+  rm -rf "$debs/_CPack_Packages"
+  (cd "$debs" && printf '%s\n' *.deb | sed 's/_.*//' | tr '\n' ' ') >"$out/debs.names"
+  [ "$(cat "$out/debs.names")" = "crl-compare libsigkit-dev libsigkit2 pkgsign verify-tool " ] || fail "other packages"
+}
+
+build_against_packages() {
+  local tree=$out/debs-tree build=$out/consumer-debs
+  rm -rf "$tree" && mkdir -p "$tree" "$build"
+  for package in libsigkit2 libsigkit-dev; do
+    dpkg-deb -x "$debs/${package}"_*.deb "$tree"
+  done
+  PKG_CONFIG_PATH=$tree/usr/lib/$multiarch/pkgconfig make -B -C tests/consumer BUILD="$build"
+  try_consumer "$out/package" env LD_LIBRARY_PATH="$tree/usr/lib/$multiarch" "$build/consumer"
+}
+
+# make_clean_system: the smallest Debian of this machine's release, with the one library the tools need besides.
+make_clean_system() {
+  as_root rm -rf --one-file-system "$clean"
+  as_root debootstrap --variant=minbase --include=libssl3 "$(debian_release)" "$clean" "$(debian_mirror)"
+}
+
+try_clean_system() {
+  local before after
+  before=$(in_clean find /usr /etc/ld.so.conf.d | sort)
+  as_root mkdir "$clean/packages"
+  as_root cp "$debs"/*.deb "$clean/packages"
+  as_root cp -r "$out/package" "$clean/package"
+  # One after the other, so that a dependency that is not declared is seen.
+  expect 1 in_clean sh -c 'dpkg -i /packages/verify-tool_*.deb'
+  in_clean sh -c 'dpkg -i /packages/libsigkit2_*.deb && dpkg --configure -a'
+  in_clean sh -c 'dpkg -i /packages/crl-compare_*.deb /packages/pkgsign_*.deb /packages/libsigkit-dev_*.deb'
+  try_tool /package in_clean verify_tool
+  expect 0 in_clean crl_compare --root /package/root.der /package/crls.pem /package/crls.pem
+  expect 0 in_clean pkgsign --help
+  in_clean dpkg --purge libsigkit-dev verify-tool crl-compare pkgsign libsigkit2
+  after=$(in_clean find /usr /etc/ld.so.conf.d | sort)
+  diff <(echo "$before") <(echo "$after") || fail "removed packages leave something behind"
+}
+
+in_clean() { as_root env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C chroot "$clean" "$@"; }
+
+shared_tree
+make_packages
+lintian --allow-root --fail-on error "$debs"/*.deb | tee "$out/lintian.txt"
+warnings=$(grep -c '^W:' "$out/lintian.txt" || true)
+sign_package "$out/shared-root/usr/bin/pkgsign" "$out/package"
+build_against_packages
+made="$(wc -w <"$out/debs.names") packages, lintian: no errors, $warnings warnings; libsigkit-dev builds a program"
+make_clean_system || could_not "$made; but no clean system could be made, so nobody has seen them installed"
+try_clean_system
+as_root rm -rf --one-file-system "$clean"
+echo "$made; installed, used and purged on a clean system"
