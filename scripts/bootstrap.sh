@@ -1,16 +1,17 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing and says which. Usage: scripts/bootstrap.sh [SET]...
-# Sets: build test fuzz coverage lint docs release cross
+# Sets: build test fuzz coverage lint docs bench release cross
 set -euo pipefail
 
 packages_for() {
   case $1 in
     build) echo g++ cmake make pkg-config libssl-dev nlohmann-json3-dev openssl ;;
-    test) echo libgtest-dev libgmock-dev ca-certificates binutils mandoc python3 ;;
+    test) echo libgtest-dev libgmock-dev ca-certificates binutils doxygen file mandoc python3 ;;
     fuzz) echo clang libclang-rt-dev llvm ;;
     coverage) echo gcovr ;;
     lint) echo clang-format clang-tidy ;;
     docs) echo doxygen graphviz mandoc python3 ;;
+    bench) echo libbenchmark-dev hyperfine valgrind gnuplot-nox time python3 ;;
     release) echo binutils debootstrap dpkg-dev fakeroot file lintian python3 ;;
     cross) echo g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user ;;
     *) echo "bootstrap.sh: unknown set '$1'" >&2; exit 2 ;;

@@ -66,38 +66,6 @@ size_t HostArenaUsed(void)
     return g_used * UNIT;
 }
 
-// ---- Strings -------------------------------------------------------------------------------------------------------
-
-int SigkitMemCmp(const void *a, const void *b, size_t n)
-{
-    return a == NULL || b == NULL ? -1 : memcmp(a, b, n);
-}
-
-int SigkitStrNCmp(const char *a, const char *b, size_t n)
-{
-    return a == NULL || b == NULL ? -1 : strncmp(a, b, n);
-}
-
-int SigkitStrCmp(const char *a, const char *b)
-{
-    return a == NULL || b == NULL ? -1 : strcmp(a, b);
-}
-
-const char *SigkitStrStr(const char *haystack, const char *needle)
-{
-    return haystack == NULL || needle == NULL ? NULL : strstr(haystack, needle);
-}
-
-const char *SigkitStrChr(const char *text, int character)
-{
-    return text == NULL ? NULL : strchr(text, (unsigned char)character);
-}
-
-uint32_t SigkitStrlen(const char *text)
-{
-    return text == NULL ? 0 : (uint32_t)strlen(text);
-}
-
 // ---- Files ---------------------------------------------------------------------------------------------------------
 // A file is an area of memory with a name. One handle for each file: the library has each open once at a time.
 
@@ -118,7 +86,8 @@ bool HostAddFile(const char *name, const uint8_t *data, size_t size)
     if (g_fileCount == MAX_FILES) {
         return false;
     }
-    g_files[g_fileCount++] = (struct File){name, data, size, 0};
+    const struct File file = {name, data, size, 0};
+    g_files[g_fileCount++] = file;
     return true;
 }
 
@@ -136,7 +105,7 @@ void *SigkitFileOpen(const char *path, const char *mode)
 
 size_t SigkitFileRead(void *buffer, size_t size, void *file)
 {
-    struct File *const open = file;
+    struct File *const open = (struct File *)file;
     const size_t rest = open->size - open->position;
     const size_t len = size < rest ? size : rest;
     memcpy(buffer, open->data + open->position, len);

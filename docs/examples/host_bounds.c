@@ -4,12 +4,20 @@
 #include <stdio.h>
 #include <string.h>
 
+#ifdef __cplusplus
+extern "C" {
+#endif
+
 int memcpy_s(void *destination, size_t destinationSize, const void *source, size_t count);
 int memset_s(void *destination, size_t destinationSize, int value, size_t count);
 int strcpy_s(char *destination, size_t destinationSize, const char *source);
 int strcat_s(char *destination, size_t destinationSize, const char *source);
 __attribute__((format(printf, 4, 0))) int vsnprintf_s(char *buffer, size_t bufferSize, size_t count, const char *format,
                                                       va_list arguments);
+
+#ifdef __cplusplus
+}
+#endif
 
 enum { REFUSED = 1 };
 
@@ -41,7 +49,7 @@ int strcat_s(char *destination, size_t destinationSize, const char *source)
     if (destination == NULL || source == NULL) {
         return REFUSED;
     }
-    const char *const end = memchr(destination, '\0', destinationSize);
+    const char *const end = (const char *)memchr(destination, '\0', destinationSize);
     if (end == NULL) {
         return REFUSED;
     }

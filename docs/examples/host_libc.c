@@ -1,12 +1,11 @@
-// Memory, strings, files and log over the C library.
+// Memory, files and log over the C library.
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
 
-// ---- Memory and strings --------------------------------------------------------------------------------------------
+// ---- Memory --------------------------------------------------------------------------------------------------------
 
 uint32_t SigkitMalloc(void **out, size_t size)
 {
@@ -26,36 +25,6 @@ void SigkitFree(void *block)
     free(block);
 }
 
-int SigkitMemCmp(const void *a, const void *b, size_t n)
-{
-    return a == NULL || b == NULL ? -1 : memcmp(a, b, n);
-}
-
-int SigkitStrNCmp(const char *a, const char *b, size_t n)
-{
-    return a == NULL || b == NULL ? -1 : strncmp(a, b, n);
-}
-
-int SigkitStrCmp(const char *a, const char *b)
-{
-    return a == NULL || b == NULL ? -1 : strcmp(a, b);
-}
-
-const char *SigkitStrStr(const char *haystack, const char *needle)
-{
-    return haystack == NULL || needle == NULL ? NULL : strstr(haystack, needle);
-}
-
-const char *SigkitStrChr(const char *text, int character)
-{
-    return text == NULL ? NULL : strchr(text, (unsigned char)character);
-}
-
-uint32_t SigkitStrlen(const char *text)
-{
-    return text == NULL ? 0 : (uint32_t)strlen(text);
-}
-
 // ---- Files ---------------------------------------------------------------------------------------------------------
 
 void *SigkitFileOpen(const char *path, const char *mode)
@@ -65,25 +34,26 @@ void *SigkitFileOpen(const char *path, const char *mode)
 
 size_t SigkitFileRead(void *buffer, size_t size, void *file)
 {
-    return fread(buffer, 1, size, file);
+    return fread(buffer, 1, size, (FILE *)file);
 }
 
 int SigkitFileClose(void *file)
 {
-    return file == NULL ? -1 : fclose(file);
+    return file == NULL ? -1 : fclose((FILE *)file);
 }
 
 size_t SigkitFileGetSize(void *file)
 {
-    if (file == NULL) {
+    FILE *const stream = (FILE *)file;
+    if (stream == NULL) {
         return 0;
     }
-    const long position = ftell(file);
-    if (position < 0 || fseek(file, 0, SEEK_END) != 0) {
+    const long position = ftell(stream);
+    if (position < 0 || fseek(stream, 0, SEEK_END) != 0) {
         return 0;
     }
-    const long size = ftell(file);
-    return fseek(file, position, SEEK_SET) == 0 && size > 0 ? (size_t)size : 0;
+    const long size = ftell(stream);
+    return fseek(stream, position, SEEK_SET) == 0 && size > 0 ? (size_t)size : 0;
 }
 
 // ---- Log -----------------------------------------------------------------------------------------------------------

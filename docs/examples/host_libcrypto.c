@@ -36,7 +36,7 @@ static const EVP_MD *Digest(uint32_t hashAoid)
 
 int32_t SigkitMdCreateCtx(SigkitMdCtx **out)
 {
-    SigkitMdCtx *const ctx = calloc(1, sizeof *ctx);
+    SigkitMdCtx *const ctx = (SigkitMdCtx *)calloc(1, sizeof *ctx);
     if (ctx == NULL) {
         return FAILURE;
     }
@@ -109,7 +109,7 @@ static EVP_PKEY *PublicKey(const SigkitBigInt *exponent, const SigkitBigInt *mod
 
 int32_t SigkitCryptoVerifyCreateCtx(SigkitCryptoCtx **out)
 {
-    SigkitCryptoCtx *const ctx = calloc(1, sizeof *ctx);
+    SigkitCryptoCtx *const ctx = (SigkitCryptoCtx *)calloc(1, sizeof *ctx);
     if (ctx == NULL) {
         return FAILURE;
     }

@@ -32,7 +32,7 @@ static bool LoadFiles(char **paths)
 
 static uint32_t Verify(uint32_t *verdict)
 {
-    SigkitVerifyCreateParam param = {.size = sizeof param};
+    SigkitVerifyCreateParam param = {sizeof param, {0}};
     SigkitVerifyCtx *ctx = NULL;
     uint32_t status = SigkitVerifyCreateCtx(&ctx, &param);
     if (status != SIGKIT_OK) {

@@ -59,7 +59,7 @@ int main(int argc, char **argv)
         fprintf(stderr, "Usage: verify_stream ROOT CRLS SIGNATURE <CONTENT\n");
         return 2;
     }
-    SigkitVerifyCreateParam param = {.size = sizeof param};
+    SigkitVerifyCreateParam param = {sizeof param, {0}};
     SigkitVerifyCtx *ctx = NULL;
     uint32_t verdict = 0;
     uint32_t status = SigkitVerifyCreateCtx(&ctx, &param);

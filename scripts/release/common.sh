@@ -126,11 +126,11 @@ try_tool() {
   expect 2 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/checksums" -h "$directory/checksums.cms" -c "$directory/revoked.pem"
 }
 
-# try_consumer DIRECTORY CONSUMER...: the same with the program of tests/consumer.
+# try_consumer DIRECTORY CONSUMER...: the same with the program that tests/consumer builds.
 try_consumer() {
   local directory=$1
   shift
-  expect 0 "$@" "$directory/root.der" "$directory/checksums" "$directory/checksums.cms" "$directory/crls.pem"
-  expect 1 "$@" "$directory/root.der" "$directory/tampered" "$directory/checksums.cms" "$directory/crls.pem"
-  expect 1 "$@" "$directory/root.der" "$directory/checksums" "$directory/checksums.cms" "$directory/revoked.pem"
+  expect 0 "$@" "$directory/root.der" "$directory/crls.pem" "$directory/checksums.cms" "$directory/checksums"
+  expect 1 "$@" "$directory/root.der" "$directory/crls.pem" "$directory/checksums.cms" "$directory/tampered"
+  expect 1 "$@" "$directory/root.der" "$directory/revoked.pem" "$directory/checksums.cms" "$directory/checksums"
 }
