@@ -12,7 +12,7 @@ packages_for() {
     lint) echo clang-format clang-tidy ;;
     docs) echo doxygen graphviz mandoc python3 ;;
     bench) echo libbenchmark-dev hyperfine valgrind gnuplot-nox time python3 ;;
-    release) echo binutils debootstrap dpkg-dev fakeroot file lintian python3 ;;
+    release) echo debootstrap dpkg-dev fakeroot lintian ;;
     cross) echo g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user ;;
     *) echo "bootstrap.sh: unknown set '$1'" >&2; exit 2 ;;
   esac

@@ -18,7 +18,7 @@ if [ $# -eq 0 ]; then
   set -- "${all[@]}"
 fi
 mkdir -p "$out"
-scripts/bootstrap.sh build release
+scripts/bootstrap.sh build test
 
 left_out=()
 for step in "$@"; do

@@ -6,7 +6,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 root=$PWD
 out=$root/build/release-check
 jobs=$(nproc)
-multiarch=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+multiarch=$(c++ -print-multiarch)
 unset LD_LIBRARY_PATH PKG_CONFIG_PATH
 mkdir -p "$out"
 

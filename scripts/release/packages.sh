@@ -3,6 +3,7 @@
 # without a trace; a program builds against what libsigkit-dev holds.
 source "$(dirname "$0")/common.sh"
 
+scripts/bootstrap.sh release || could_not "the tools that make and check packages cannot be installed"
 debs=$out/debs
 clean=$out/clean-system
 
