@@ -46,6 +46,9 @@ constexpr int32_t FAILURE = -1;
 // Longest path that is opened, in characters without the NUL; PATH_MAX counts it.
 constexpr size_t MAX_PATH_LENGTH = 4096;
 
+// What is asked of the system at a time, though the library takes less. Octets.
+constexpr size_t FILE_BUFFER_SIZE = 65536;
+
 // A signature goes to libcrypto at a length that is a multiple of this. Octets.
 constexpr uint64_t SIGNATURE_UNIT = 4;
 
@@ -248,7 +251,11 @@ void *SigkitFileOpen(const char *path, const char *mode)
     if (realpath(path, resolved) == nullptr) {
         return nullptr;
     }
-    return fopen(path, mode);
+    FILE *const stream = fopen(path, mode);
+    if (stream != nullptr) {
+        (void)setvbuf(stream, nullptr, _IOFBF, FILE_BUFFER_SIZE);
+    }
+    return stream;
 }
 
 size_t SigkitFileRead(void *buffer, size_t size, void *file)

@@ -99,9 +99,9 @@ TEST_F(Quick, ContentThatChangesWhileItIsReadIsJudgedAsItWasRead)
 
 TEST_F(Quick, ASignatureFileThatChangesWhileItIsReadIsReadWholeOrNotAtAll)
 {
-    // The host reads 4096 octets ahead, when it asks for the size.
+    // The host reads 64 KiB ahead, when it asks for the size.
     const PkgsignBytes message =
-        Join({Pem(PKGSIGN_LABEL_CMS, MakeMessage(MessageRequest(CONTENT))), Octets(std::string(4096, '\n'))});
+        Join({Pem(PKGSIGN_LABEL_CMS, MakeMessage(MessageRequest(CONTENT))), Octets(std::string(65536, '\n'))});
     off_t size = static_cast<off_t>(message.size()) + 100;
     g_recordingHost.beforeFileRead = [&] { EXPECT_EQ(0, truncate(signature.c_str(), size)); };
     signature = Write("signature", message);

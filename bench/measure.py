@@ -1,0 +1,231 @@
+#!/usr/bin/env python3
+"""Runs the verifier beside its peers and prints the table of scripts/bench.sh, which builds what is run here.
+
+Every ratio is one of medians of runs that took turns, so that whatever else the machine does hits both alike.
+Usage: measure.py BUILD [--plots]
+"""
+import argparse
+import dataclasses
+import json
+import os
+import pathlib
+import re
+import statistics
+import subprocess
+import sys
+import tempfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+ROUNDS = 15
+RUNS = 10  # of each command in a round, for what takes milliseconds
+SMALL = 20000  # octets of the small package's checksum file
+LARGE = 1000000000
+ENVIRONMENT = os.environ | {"QZLOG": "/dev/null"}
+
+
+@dataclasses.dataclass
+class Row:
+    figure: str
+    ours: str
+    peer: str
+    theirs: str
+    ratio: float | None
+    wanted: float | None
+
+    def __str__(self) -> str:
+        ratio = "" if self.ratio is None else f"{self.ratio:.2f}"
+        wanted = "" if self.wanted is None else f"≤ {self.wanted:.2f}"
+        reached = "" if self.ratio is None or self.wanted is None else ("yes" if self.ratio <= self.wanted else "no")
+        return f"| {self.figure} | {self.ours} | {self.peer} | {self.theirs} | {ratio} | {wanted} | {reached} |"
+
+
+def run(*command, **options) -> str:
+    done = subprocess.run([str(word) for word in command], env=ENVIRONMENT, text=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.PIPE, **options)
+    if done.returncode != 0:
+        sys.exit(f"{' '.join(map(str, command))}: exit status {done.returncode}\n{done.stdout}{done.stderr}")
+    return done.stdout + done.stderr
+
+
+class Package:
+    """A signed package, and the commands that verify it."""
+
+    def __init__(self, build: pathlib.Path, directory: pathlib.Path, size: int):
+        self.content, self.message = directory / "checksums", directory / "checksums.cms"
+        self.crls, self.authorities = directory / "crls.der", directory / "authorities.pem"
+        self.token, self.signature = directory / "token.der", directory / "signature"
+        pkgsign, pki = build / "pkgsign" / "pkgsign", build / "development-pki"
+        directory.mkdir()
+        with self.content.open("wb") as file:
+            for at in range(0, size, 1 << 20):
+                file.write(os.urandom(min(1 << 20, size - at)))
+        # By steps, to have the token and what it is over.
+        run(pkgsign, "sign", pki, "--in", self.content, "--out", self.message, "--no-timestamp")
+        run(pkgsign, "signature", "--in", self.message, "--out", self.signature)
+        run(pkgsign, "token", pki, "--signature", self.signature, "--out", self.token)
+        run(pkgsign, "embed-token", "--in", self.message, "--token", self.token, "--out", self.message)
+        run(pkgsign, "crl", pki, "--out", self.crls)
+        crls = [run("openssl", "crl", "-inform", "DER", "-in", pki / name) for name in ("root.crl", "issuing-ca.crl")]
+        self.authorities.write_text("".join([(pki / "root.pem").read_text(), (pki / "issuing-ca.pem").read_text(), *crls]))
+        self.ours = [build / "src" / "verify_tool", "-f", "CHECK_PKG_INTEGRITY", "-e", self.content, "-h", self.message,
+                     "-c", self.crls]
+        self.cms = ["openssl", "cms", "-verify", "-inform", "DER", "-in", self.message, "-content", self.content,
+                    "-binary", "-CAfile", self.authorities, "-crl_check_all", "-purpose", "any", "-out", "/dev/null"]
+        self.ts = ["openssl", "ts", "-verify", "-token_in", "-in", self.token, "-data", self.signature,
+                   "-CAfile", self.authorities]
+
+
+def time_commands(scratch: pathlib.Path, commands: list[list], rounds: int, runs: int) -> list[tuple[float, float]]:
+    """Medians of wall time and of CPU time, in seconds."""
+    result = scratch / "hyperfine.json"
+    wall = [[] for _ in commands]
+    cpu = [[] for _ in commands]
+    texts = [" ".join(str(word) for word in command) for command in commands]
+    for _ in range(rounds):
+        run("hyperfine", "-N", "--warmup", 1 if runs > 1 else 0, "--runs", max(runs, 2), "--export-json", result, *texts)
+        for index, measured in enumerate(json.loads(result.read_text())["results"]):
+            wall[index] += measured["times"]
+            cpu[index].append(measured["user"] + measured["system"])
+    return [(statistics.median(w), statistics.median(c)) for w, c in zip(wall, cpu)]
+
+
+def instructions(scratch: pathlib.Path, command: list) -> tuple[int, int]:
+    """Instructions in user space: all of them, and those of the program's own code."""
+    profile = scratch / "callgrind"
+    text = run("valgrind", "--tool=callgrind", f"--callgrind-out-file={profile}", *command)
+    functions = run("callgrind_annotate", "--threshold=100", profile)
+    own = re.findall(rf"^ *([\d,]+) .*\[{re.escape(str(command[0]))}\]$", functions, re.M)
+    return int(re.search(r"Collected : (\d+)", text)[1]), sum(int(count.replace(",", "")) for count in own)
+
+
+def least_work(build: pathlib.Path, scratch: pathlib.Path, package: Package) -> tuple[int, list]:
+    """The signature checks of a verification, and the command that does them and its digests and nothing else."""
+    operations = scratch / "operations"
+    counted = run(build / "bench" / "record_operations", build / "development-pki" / "root.der", package.content,
+                  package.message, package.crls, operations)
+    return int(re.search(r"(\d+) signature checks", counted)[1]), [build / "bench" / "least_work", operations]
+
+
+def peak_memory(command: list) -> float:
+    """Median of the most kilobytes that were resident."""
+    return statistics.median(int(run("time", "-f", "%M", *command).split()[-1]) for _ in range(ROUNDS))
+
+
+def benchmarks(scratch: pathlib.Path, program: pathlib.Path, *options: str) -> dict[str, float]:
+    """Median CPU times in nanoseconds."""
+    result = scratch / "benchmark.json"
+    run(program, f"--benchmark_out={result}", "--benchmark_out_format=json", f"--benchmark_repetitions={ROUNDS}",
+        "--benchmark_report_aggregates_only=true", *options)
+    report = json.loads(result.read_text())
+    scale = {"ns": 1, "us": 1e3, "ms": 1e6}
+    return {entry["run_name"]: entry["cpu_time"] * scale[entry["time_unit"]]
+            for entry in report["benchmarks"] if entry["aggregate_name"] == "median"}
+
+
+def process_rows(build: pathlib.Path, scratch: pathlib.Path, small: Package) -> list[Row]:
+    ours, cms, ts = time_commands(scratch, [small.ours, small.cms, small.ts], ROUNDS, RUNS)
+    rows = []
+    for index, kind in ((0, "wall time"), (1, "CPU time")):
+        mine, verify, both = (value[index] * 1e3 for value in (ours, cms, (cms[0] + ts[0], cms[1] + ts[1])))
+        rows.append(Row(f"small package, {kind}", f"{mine:.2f} ms", "`openssl cms -verify -crl_check_all`",
+                        f"{verify:.2f} ms", mine / verify, 0.60))
+        rows.append(Row(f"small package, {kind}", f"{mine:.2f} ms", "the same, then `openssl ts -verify`",
+                        f"{both:.2f} ms", mine / both, 0.35))
+    checks, alone = least_work(build, scratch, small)
+    mine, _ = instructions(scratch, small.ours)
+    least, _ = instructions(scratch, alone)
+    rows.append(Row("small package, instructions", f"{mine / 1e6:.2f} million", "a program of its digests and RSA alone",
+                    f"{least / 1e6:.2f} million", mine / least, 1.10))
+    # The least: each certificate below the root and each CRL under its issuer's key, the root under its own, the token
+    # and the message.
+    needed = 3 + 2 + 1 + 2
+    rows.append(Row("small package, RSA operations", str(checks), "what its answer needs", str(needed), checks / needed, 1))
+    return rows
+
+
+def content_rows(scratch: pathlib.Path, small: Package, large: Package) -> list[Row]:
+    digest = ["openssl", "dgst", "-sha256", large.content]
+    ours, dgst = time_commands(scratch, [large.ours, digest], ROUNDS, 1)
+    rows = [Row("1 GB of content, wall time", f"{ours[0]:.3f} s", "`openssl dgst -sha256`", f"{dgst[0]:.3f} s",
+                ours[0] / dgst[0], 1.03)]
+    memory = {}
+    for name, package in (("small package", small), ("1 GB of content", large)):
+        mine, theirs = peak_memory(package.ours), peak_memory(package.cms)
+        memory[name] = mine
+        rows.append(Row(f"{name}, peak memory", f"{mine:.0f} KiB", "`openssl cms -verify`", f"{theirs:.0f} KiB",
+                        mine / theirs, 0.60))
+    mine, theirs = memory["1 GB of content"], memory["small package"]
+    rows.append(Row("1 GB of content, peak memory", f"{mine:.0f} KiB", "the small package", f"{theirs:.0f} KiB",
+                    mine / theirs, 1.03))
+    return rows
+
+
+def decoder_rows(build: pathlib.Path, scratch: pathlib.Path) -> list[Row]:
+    times = benchmarks(scratch, build / "bench" / "decoders", "--benchmark_min_time=0.05",
+                       "--benchmark_enable_random_interleaving=true")
+    rows = []
+    for name, figure, peer, wanted in (
+            ("Certificate", "certificate, decode and free", "`d2i_X509`, `X509_free`", 0.15),
+            ("Crl", "CRL of 20 entries, decode and free", "`d2i_X509_CRL`, `X509_CRL_free`", 0.15),
+            ("SignedData", "SignedData, decode and free", "`d2i_CMS_ContentInfo`, `CMS_ContentInfo_free`", 0.15),
+            ("Base64", "Base64 of 1 MB", "`EVP_DecodeBlock`", 1.0)):
+        mine, theirs = times[name], times[name + "ByLibcrypto"]
+        rows.append(Row(figure, f"{mine / 1e3:.2f} µs", peer, f"{theirs / 1e3:.2f} µs", mine / theirs, wanted))
+    return rows
+
+
+def stripped_size(scratch: pathlib.Path, program: pathlib.Path) -> int:
+    run("strip", "-o", scratch / "stripped", program)
+    return (scratch / "stripped").stat().st_size
+
+
+def size_rows(build: pathlib.Path, scratch: pathlib.Path) -> list[Row]:
+    library = stripped_size(scratch, build / "shared" / "sigkit" / "libsigkit.so.2")
+    tool = stripped_size(scratch, build / "src" / "verify_tool")
+    return [Row("library, stripped", f"{library / 1024:.1f} KiB", "64 KiB", "64.0 KiB", library / 65536, 1.0),
+            Row("tool, stripped", f"{tool / 1024:.1f} KiB", "", "", None, None)]
+
+
+PLOTS = (("Crls", "crls", "CRLs in the store", ""),
+         ("Chain", "chain", "certificates from the root to the signer", ""),
+         ("Content", "content", "octets of content", "set logscale xy"))
+
+
+def draw_plots(build: pathlib.Path, scratch: pathlib.Path) -> None:
+    """Draws how the cost grows, and prints the points as tables."""
+    times = benchmarks(scratch, build / "bench" / "growth", "--benchmark_min_time=0.02")
+    for name, short, axis, options in PLOTS:
+        points = [(int(key.split("/")[1]), value / 1e3) for key, value in times.items() if key.startswith(name + "/")]
+        data = scratch / f"{short}.dat"
+        data.write_text("".join(f"{x} {y:.1f}\n" for x, y in points))
+        picture = ROOT / "docs" / "pictures" / f"growth-{short}.svg"
+        run("gnuplot", "-e", f"""
+            set terminal svg size 640,360 dynamic background rgb 'white'; set output '{picture}';
+            set xlabel '{axis}'; set ylabel 'microseconds'; set grid; unset key; {options};
+            {'' if options else 'set yrange [0:*];'}
+            plot '{data}' using 1:2 with linespoints pointtype 7 linecolor rgb '#20607f'""")
+        print(f"\n| {axis} | µs |\n|---:|---:|")
+        for x, y in points:
+            print(f"| {x} | {y:.0f} |")
+
+
+def main() -> None:
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("build", type=pathlib.Path)
+    parser.add_argument("--plots", action="store_true")
+    arguments = parser.parse_args()
+    build = arguments.build.resolve()
+    with tempfile.TemporaryDirectory() as name:
+        scratch = pathlib.Path(name)
+        small = Package(build, scratch / "small", SMALL)
+        large = Package(build, scratch / "large", LARGE)
+        print("| figure | verifier | peer | | ratio | to reach | reached |\n|---|---:|---|---:|---:|---:|---|")
+        for row in (process_rows(build, scratch, small) + content_rows(scratch, small, large) +
+                    decoder_rows(build, scratch) + size_rows(build, scratch)):
+            print(row, flush=True)
+        if arguments.plots:
+            draw_plots(build, scratch)
+
+
+if __name__ == "__main__":
+    main()
