@@ -216,7 +216,7 @@ int main()
     Measure(RolledOver(4096));
     Measure(EveryIssuer(2048, 17));
     Measure(EveryIssuer(4096, 64));
-    Measure(EveryIssuer(3072, 3072));
+    Measure(EveryIssuer(3072, 3071)); // smaller than the modulus, as libcrypto insists
     Measure(Pem("start markers", "-----BEGIN CERTIFICATE-----\n"));
     Measure(Pem("start markers of CRLs and certificates", "-----BEGIN X509 CRL-----\n-----BEGIN CERTIFICATE-----\n"));
     Input blank = Pem("blank lines in a block", "\n");
