@@ -106,7 +106,7 @@ class Workplace:
     def __init__(self, directory: pathlib.Path, rooms: list[str]):
         self.tree = directory / "tree"
         self.build = directory / "build"
-        ignored = shutil.ignore_patterns("build*", ".git", "corpus")
+        ignored = shutil.ignore_patterns("build*", ".git")
         shutil.copytree(ROOT, self.tree, ignore=ignored, dirs_exist_ok=True)
         self.run(["cmake", "-S", self.tree, "-B", self.build, "-DCMAKE_BUILD_TYPE=Debug", "-DBUILD_TESTING=ON",
                   "-DCMAKE_CXX_FLAGS=-O1 -g0"], check=True)
