@@ -21,6 +21,9 @@ void Read(const SigkitAsnOcts &view)
 
 void FuzzCheckStore(const SigkitVerifyCtx *ctx)
 {
+    if (ctx->hostFailure != SIGKIT_OK && g_fuzzHost.failAt == 0) {
+        FuzzFail("the machine failed with %08x, says the library; no file may say that", ctx->hostFailure);
+    }
     for (uint32_t i = 0; i < ctx->pki->certs.count; ++i) {
         const SigkitX509Cert &cert = *static_cast<const SigkitX509Cert *>(ctx->pki->certs.items[i]);
         Read(cert.encoded);
