@@ -10,6 +10,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <atomic>
+
 #include <openssl/bn.h>
 #include <openssl/opensslv.h>
 #include <openssl/rsa.h>
@@ -47,7 +49,11 @@ constexpr int32_t FAILURE = -1;
 constexpr size_t MAX_PATH_LENGTH = 4096;
 
 // What is asked of the system at a time, though the library takes less. Octets.
-constexpr size_t FILE_BUFFER_SIZE = 65536;
+constexpr size_t FILE_BUFFER_SIZE = 32768;
+
+// The buffer of the stream that was opened when no other had it. Streams beside it have the small ones of the C library.
+alignas(64) char g_fileBuffer[FILE_BUFFER_SIZE];
+std::atomic<FILE *> g_bufferedStream{nullptr};
 
 // A signature goes to libcrypto at a length that is a multiple of this. Octets.
 constexpr uint64_t SIGNATURE_UNIT = 4;
@@ -252,8 +258,9 @@ void *SigkitFileOpen(const char *path, const char *mode)
         return nullptr;
     }
     FILE *const stream = fopen(path, mode);
-    if (stream != nullptr) {
-        (void)setvbuf(stream, nullptr, _IOFBF, FILE_BUFFER_SIZE);
+    FILE *nobody = nullptr;
+    if (stream != nullptr && g_bufferedStream.compare_exchange_strong(nobody, stream)) {
+        (void)setvbuf(stream, g_fileBuffer, _IOFBF, FILE_BUFFER_SIZE);
     }
     return stream;
 }
@@ -265,7 +272,16 @@ size_t SigkitFileRead(void *buffer, size_t size, void *file)
 
 int SigkitFileClose(void *file)
 {
-    return file == nullptr ? FAILURE : fclose(static_cast<FILE *>(file));
+    if (file == nullptr) {
+        return FAILURE;
+    }
+    FILE *stream = static_cast<FILE *>(file);
+    const bool isBuffered = g_bufferedStream.load() == stream;
+    const int result = fclose(stream);
+    if (isBuffered) {
+        g_bufferedStream.store(nullptr);
+    }
+    return result;
 }
 
 size_t SigkitFileGetSize(void *file)
