@@ -72,7 +72,7 @@ TEST_F(Quick, StreamsContentInPieces)
 
 TEST_F(Quick, ContentThatChangesWhileItIsReadIsJudgedAsItWasRead)
 {
-    const std::string text(3 * 4096, 'x');
+    const std::string text(4 * 65536, 'x'); // more than the host reads ahead
     const std::string message = Write("message", MakeMessage(MessageRequest(text)));
     const struct {
         const char *name;
@@ -81,7 +81,7 @@ TEST_F(Quick, ContentThatChangesWhileItIsReadIsJudgedAsItWasRead)
     } rows[] = {
         {"shrinks", [](const std::string &path) { EXPECT_EQ(0, truncate(path.c_str(), 5000)); }, 0},
         {"is emptied", [](const std::string &path) { EXPECT_EQ(0, truncate(path.c_str(), 0)); }, 0},
-        {"grows", [](const std::string &path) { EXPECT_EQ(0, truncate(path.c_str(), 4 * 4096)); }, 0},
+        {"grows", [](const std::string &path) { EXPECT_EQ(0, truncate(path.c_str(), 5 * 65536)); }, 0},
         {"vanishes", [](const std::string &path) { EXPECT_EQ(0, unlink(path.c_str())); }, 1},
     };
     for (const auto &row : rows) {
