@@ -24,7 +24,8 @@ PkgsignName NameOf(const std::string &commonName)
 uint8_t NextSerial()
 {
     static uint8_t serial = 0x10;
-    return ++serial;
+    serial = static_cast<uint8_t>(serial == 0xFF ? 1 : serial + 1); // never 0: that is a serial number of no octets
+    return serial;
 }
 
 Parties MakeParties()
