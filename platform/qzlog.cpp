@@ -96,7 +96,12 @@ int OpenTarget()
     if (strcmp(target, "stderr") == 0) {
         return STDERR_FILENO;
     }
-    const int descriptor = open(target, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    int descriptor = open(target, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (descriptor >= 0 && descriptor <= STDERR_FILENO) { // that stream was closed; what is printed to it is no log
+        const int above = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        (void)close(descriptor);
+        descriptor = above;
+    }
     return descriptor < 0 ? TO_SYSLOG : descriptor;
 }
 
@@ -110,7 +115,7 @@ int Descriptor()
     if (g_descriptor.compare_exchange_strong(descriptor, opened)) {
         return opened;
     }
-    if (opened > STDERR_FILENO) { // another thread was first
+    if (opened > STDERR_FILENO) { // ours, but another thread was first
         (void)close(opened);
     }
     return descriptor;

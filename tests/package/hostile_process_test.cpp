@@ -91,6 +91,15 @@ TEST_F(HostileProcess, AStandardOutputThatTakesNothingChangesNoAnswer)
     }
 }
 
+TEST_F(HostileProcess, WhatIsPrintedToAClosedStreamDoesNotGetIntoTheLog)
+{
+    Make();
+    (void)Script("rm -f log; C=missing; tool >&- 2>&- <&-");
+    const std::string log = Script("cat log").output;
+    EXPECT_NE(std::string::npos, log.find("ERROR 1014 ")) << log;
+    EXPECT_EQ(std::string::npos, log.find("[ERROR]")) << log;
+}
+
 TEST_F(HostileProcess, AReaderOfTheLogThatGoesAwayChangesNoAnswer)
 {
     Make();
