@@ -165,10 +165,10 @@ uint32_t Decode(const uint8_t *input, const Layout &layout, uint8_t *output, uin
     for (int32_t i = 0; i < layout.covered; ++i) {
         if (inGroup == 0 && perGroup == 3) {
             const uint32_t groups = DecodePlain(input + i, layout.covered - i, output + written, room - written);
-            written += 3 * groups;
-            i += static_cast<int32_t>(4 * groups);
-            if (i == layout.covered) {
-                break;
+            if (groups != 0) {
+                written += 3 * groups;
+                i += static_cast<int32_t>(4 * groups) - 1; // the loop steps over the last one
+                continue;
             }
         }
         if (input[i] == '\r' || input[i] == '\n' || input[i] == ' ') {

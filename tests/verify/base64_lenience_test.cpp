@@ -68,6 +68,8 @@ TEST_F(Base64Lenience, LineEndsAndBlanksAreSkippedWhereTheyMayStand)
     const Row rows[] = {
         {"a carriage return at the end counts for the room", "QUJD\r", 4, abc},
         {"two carriage returns before a line feed", "QU\r\r\nJD", 4, abc},
+        {"a carriage return before whole groups", "\rQUJD", 4, abc},
+        {"carriage returns before and between whole groups", "\r\rQUJD\rQUJD", 9, {0x41, 0x42, 0x43, 0x41, 0x42, 0x43}},
         {"a carriage return and a line feed at the end", "QUJD\r\n", 3, abc},
         {"a line feed first", "\nQUJD", 3, abc},
         {"line feeds in a row", "QU\n\n\nJD", 3, abc},
