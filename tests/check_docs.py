@@ -4,6 +4,7 @@
 Status codes: docs/troubleshooting.md has one row for each code of sigkit/sigkit.h, with its name and its exit status, and
 no document names a code that does not exist.
 Links: every relative link of README.md, CONTRIBUTING.md and docs/ leads to a file and, where it names one, to a heading.
+Tests: every test that a document names is there.
 Examples: a block that says where its text comes from is that text.
 Pages: every man page is one that mandoc finds nothing to say about.
 Pictures: what a .dot says stands in the .svg that was drawn from it.
@@ -95,6 +96,15 @@ def check_quotes(path: str) -> list[str]:
             if not (ROOT / source).is_file() or text not in read(source)]
 
 
+def check_tests(path: str) -> list[str]:
+    """A test that a document names by its suite and name, or by its suite alone, is there."""
+    sources = "".join(read(source) for source in tracked("tests/*.cpp"))
+    tests = re.findall(r"^TEST(?:_F|_P)?\((\w+),\s*(\w+)\)", sources, re.M)
+    named = re.findall(r"`([A-Z]\w+)\.([A-Z]\w+|\*)`", read(path))
+    return [f"{path}: no test {suite}.{name}" for suite, name in named
+            if not any(suite == known and name in ("*", test) for known, test in tests)]
+
+
 def check_page(path: str) -> list[str]:
     lint = subprocess.run(["mandoc", "-Tlint", "-Wwarning", str(ROOT / path)], capture_output=True, text=True)
     return lint.stdout.splitlines() if lint.returncode != 0 or lint.stdout else []
@@ -121,7 +131,7 @@ def main() -> int:
         return 1
     problems = check_rows(defined) + check_exit_statuses(defined)
     for path in documents:
-        problems += check_mentions(path, defined) + check_links(path) + check_quotes(path)
+        problems += check_mentions(path, defined) + check_links(path) + check_quotes(path) + check_tests(path)
     for path in tracked("docs/*.dot"):
         problems += check_picture(path)
     if shutil.which("mandoc"):

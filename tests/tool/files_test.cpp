@@ -35,6 +35,34 @@ TEST_F(Files, AreReadFromBeginningToEnd)
     EXPECT_EQ(0, SigkitFileClose(file));
 }
 
+TEST_F(Files, OpenAtTheSameTimeKeepTheirOwnOctets)
+{
+    // Larger than every buffer, so that each is filled again and again.
+    std::string paths[3];
+    for (int i = 0; i < 3; ++i) {
+        paths[i] = directory.File(std::to_string(i));
+        ASSERT_TRUE(PkgsignWriteFile(paths[i], PkgsignBytes(100000, static_cast<uint8_t>('a' + i))).ok);
+    }
+    void *files[3] = {SigkitFileOpen(paths[0].c_str(), "rb"), SigkitFileOpen(paths[1].c_str(), "rb"), nullptr};
+    char buffer[1000] = {};
+    for (int round = 0; round < 150; ++round) {
+        if (round == 50) { // the first one goes, and the third comes
+            EXPECT_EQ(0, SigkitFileClose(files[0]));
+            files[0] = nullptr;
+            files[2] = SigkitFileOpen(paths[2].c_str(), "rb");
+        }
+        for (int i = 0; i < 3; ++i) {
+            if (files[i] != nullptr) {
+                const size_t size = SigkitFileRead(buffer, sizeof(buffer), files[i]);
+                EXPECT_EQ(std::string(size, static_cast<char>('a' + i)), std::string(buffer, size)) << round;
+                EXPECT_EQ(i == 1 && round >= 100 ? 0u : sizeof(buffer), size) << round;
+            }
+        }
+    }
+    EXPECT_EQ(0, SigkitFileClose(files[1]));
+    EXPECT_EQ(0, SigkitFileClose(files[2]));
+}
+
 TEST_F(Files, TellTheirSizeFromAnyPosition)
 {
     void *const file = SigkitFileOpen(Write("file", 100).c_str(), "rb");

@@ -176,6 +176,36 @@ TEST_F(KnownMistakes, ATimeMustBeATime)
     EXPECT_STATUS(SIGKIT_OK, Verify(MessageWithTime(der::UtcTime("220101000000Z")))) << "by design";
 }
 
+TEST_F(KnownMistakes, ACrlDatedAfterTheTimestampCountsByDesign)
+{
+    PkgsignCrlRequest later = CrlRequest(AllParties().issuingCa);
+    later.thisUpdate = PACKAGE_TIME + PACKAGE_DAY;
+    LoadTrust(Join({MakeCrl(CrlRequest(AllParties().root)), MakeCrl(later)}));
+    EXPECT_STATUS(SIGKIT_OK, Verify(GoodMessage()));
+    EXPECT_EQ(1u, verdict);
+}
+
+TEST_F(KnownMistakes, ALengthOfPathThatACertificateAllowsIsNotLookedAtByDesign)
+{
+    PkgsignCertificateRequest request = CertificateRequest("Last CA", &AllParties().root);
+    request.pathLength = 0; // no CA below it
+    const Party last = Certify(request);
+    const Party below = Certify(CertificateRequest("CA below", &last));
+    PkgsignCertificateRequest leaf = CertificateRequest("Signer below", &below);
+    leaf.basicConstraints = PkgsignBasicConstraints::NotCa;
+    leaf.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
+    leaf.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    const Party signer = Certify(leaf);
+    LoadTrust(Join({last.certificate, below.certificate, AllParties().issuingCa.certificate, GoodCrls(),
+                    MakeCrl(CrlRequest(last)), MakeCrl(CrlRequest(below))}));
+    PkgsignMessageRequest message = MessageRequest(CONTENT);
+    message.signerCertificate = signer.certificate;
+    message.signerKey = signer.key;
+    message.certificates = {signer.certificate};
+    EXPECT_STATUS(SIGKIT_OK, Verify(MakeMessage(message)));
+    EXPECT_EQ(1u, verdict);
+}
+
 TEST_F(KnownMistakes, WithoutItsSignedAttributesAMessageSpeaksForTheirEncodingByDesign)
 {
     // What was signed is the encoding of the attributes (RFC 5652, 5.4). A message that loses them says that its
