@@ -253,6 +253,10 @@ std::vector<Variant> AcceptedVariants()
         {"GoodPkcs7Armour", {SIGKIT_OK, 1}, [](Package *p) { p->message = Pem(PKGSIGN_LABEL_PKCS7, p->message); }},
         {"GoodSha384", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->digest = PkgsignDigest::Sha384; })},
         {"GoodSha512", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->digest = PkgsignDigest::Sha512; })},
+        {"GoodWithoutAttributes", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->signedAttributes = false; })},
+        {"GoodTokenWithoutAttributes", {SIGKIT_OK, 1}, WithMessage([](auto *m) {
+             m->tokenRequest.signedAttributes = false;
+         })},
         {"GoodSigningTime", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->signingTime = PACKAGE_TIME; })},
         {"GoodImprintSha512", {SIGKIT_OK, 1}, WithMessage([](auto *m) {
              m->tokenRequest.imprintDigest = PkgsignDigest::Sha512;
@@ -289,6 +293,12 @@ std::vector<Variant> RefusedVariants()
     const Parties &all = AllParties();
     return {
         {"Tampered", {SIGKIT_OK, 0}, [](Package *p) { p->content[3] = 'x'; }},
+        {"TamperedWithoutAttributes",
+         {SIGKIT_OK, 0},
+         [](Package *package) {
+             WithMessage([](auto *m) { m->signedAttributes = false; })(package);
+             package->content[3] = 'x';
+         }},
         {"NobodySignsContent", {SIGKIT_ERR_NOT_BEGUN, 0}, WithMessage([](auto *m) {
              m->signerInfoCount = 0;
              m->timestamp = PkgsignTimestamp::None;

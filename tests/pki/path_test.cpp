@@ -167,6 +167,23 @@ TEST_F(Path, ThatNestsTooDeepIsRefused)
     ctx->pathDepth = 0;
 }
 
+TEST_F(Path, AnErrorStaysUntilAnotherFollows)
+{
+    store.crls.erase(store.crls.begin());
+    Load();
+    ctx->pki->memory.literal = 0;
+    uint32_t ok = 7;
+    // Each is judged twice, the second time from memory.
+    for (int i = 0; i < 2; ++i) {
+        ctx->pathError = SIGKIT_ERR_UNKNOWN;
+        EXPECT_STATUS(SIGKIT_OK, SigkitPkiVerifyCert(ctx, Cert(ROOT), 0, 0, &ok));
+        EXPECT_STATUS(SIGKIT_ERR_UNKNOWN, ctx->pathError);
+        EXPECT_STATUS(SIGKIT_ERR_NO_CRL, SigkitPkiVerifyCert(ctx, Cert(CA), 0, 0, &ok));
+        EXPECT_STATUS(SIGKIT_ERR_NO_CRL, ctx->pathError);
+    }
+    EXPECT_EQ(0, ctx->pathDepth);
+}
+
 TEST_F(Path, AlongACycleOfCrossSignedCertificatesEnds)
 {
     store.certs = {{"Root", "Root", 1, 1, 1}, {"A", "B", 2, 3, 2}, {"B", "A", 3, 2, 3}};
