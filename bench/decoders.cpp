@@ -9,8 +9,8 @@
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
-#include "bench/material.h"
 #include "sigkit/sigkit.h"
+#include "tests/support/parties.h"
 #include "verify/base64.h"
 #include "x509/cert.h"
 #include "x509/crl.h"
@@ -21,7 +21,25 @@ namespace
 
 using benchmark::State;
 
+constexpr uint8_t CRL_ENTRIES = 20;
 constexpr size_t TEXT_SIZE = 1000000; // of Base64, a multiple of four
+
+PkgsignBytes CrlOfManyEntries()
+{
+    PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
+    for (uint8_t i = 0; i < CRL_ENTRIES; ++i) {
+        PkgsignRevokedCertificate entry;
+        entry.serialNumber = {0x40, i};
+        entry.revocationDate = PACKAGE_TIME;
+        entry.reasonCode = 1;
+        request.revoked.push_back(entry);
+    }
+    return MakeCrl(request);
+}
+
+const PkgsignBytes g_certificate = AllParties().signer.certificate;
+const PkgsignBytes g_crl = CrlOfManyEntries();
+const PkgsignBytes g_message = MakeMessage(MessageRequest("f4d1b0 firmware.bin\n"));
 
 long Size(const PkgsignBytes &der)
 {
@@ -63,32 +81,32 @@ void DecodeByLibcrypto(State &state, const PkgsignBytes &der)
 
 void Certificate(State &state)
 {
-    Decode<SigkitX509Cert, SigkitX509DecodeCert, SigkitX509FreeCert>(state, TheMaterial().certificate);
+    Decode<SigkitX509Cert, SigkitX509DecodeCert, SigkitX509FreeCert>(state, g_certificate);
 }
 
 void CertificateByLibcrypto(State &state)
 {
-    DecodeByLibcrypto<X509, d2i_X509, X509_free>(state, TheMaterial().certificate);
+    DecodeByLibcrypto<X509, d2i_X509, X509_free>(state, g_certificate);
 }
 
 void Crl(State &state)
 {
-    Decode<SigkitX509Crl, SigkitX509DecodeCrl, SigkitX509FreeCrl>(state, TheMaterial().crl);
+    Decode<SigkitX509Crl, SigkitX509DecodeCrl, SigkitX509FreeCrl>(state, g_crl);
 }
 
 void CrlByLibcrypto(State &state)
 {
-    DecodeByLibcrypto<X509_CRL, d2i_X509_CRL, X509_CRL_free>(state, TheMaterial().crl);
+    DecodeByLibcrypto<X509_CRL, d2i_X509_CRL, X509_CRL_free>(state, g_crl);
 }
 
 void SignedData(State &state)
 {
-    Decode<SigkitPkcs7Content, SigkitPkcs7DecodeSigned, SigkitPkcs7FreeSigned>(state, TheMaterial().message);
+    Decode<SigkitPkcs7Content, SigkitPkcs7DecodeSigned, SigkitPkcs7FreeSigned>(state, g_message);
 }
 
 void SignedDataByLibcrypto(State &state)
 {
-    DecodeByLibcrypto<CMS_ContentInfo, d2i_CMS_ContentInfo, CMS_ContentInfo_free>(state, TheMaterial().message);
+    DecodeByLibcrypto<CMS_ContentInfo, d2i_CMS_ContentInfo, CMS_ContentInfo_free>(state, g_message);
 }
 
 std::string Text()

@@ -4,31 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include "pkgsign/pkgsign.h"
+#include "tests/support/parties.h"
 #include "tests/support/process.h"
 
 namespace
 {
 
 const std::string CONTENT = "f4d1b0 firmware.bin\n";
-constexpr int64_t SIGNING_TIME = 1768478400; // 2026-01-15 12:00:00 UTC
-constexpr int64_t DAY = 86400;
-
-PkgsignBytes Bytes(const std::string &text)
-{
-    return PkgsignBytes(text.begin(), text.end());
-}
-
-const PkgsignPki &Pki()
-{
-    static const PkgsignPki pki = [] {
-        PkgsignPki read;
-        const PkgsignStatus status = PkgsignReadPki(DEVELOPMENT_PKI, &read);
-        EXPECT_TRUE(status.ok) << status.reason;
-        return read;
-    }();
-    return pki;
-}
 
 // One of the programs, and how its log tells errors and warnings.
 struct Example {
@@ -52,18 +34,9 @@ class HostExample : public testing::TestWithParam<Example>
 protected:
     void SetUp() override
     {
-        Write("root", Pki().root.certificate);
-        Write("content", Bytes(CONTENT));
+        Write("root", AllParties().root.certificate);
+        Write("content", Octets(CONTENT));
         WriteCrls({});
-        message.content = Bytes(CONTENT);
-        message.signerCertificate = Pki().signer.certificate;
-        message.signerKey = Pki().signer.key;
-        message.certificates = {Pki().signer.certificate, Pki().issuingCa.certificate};
-        message.timestamp = PkgsignTimestamp::Request;
-        message.tokenRequest.genTime = SIGNING_TIME;
-        message.tokenRequest.tsaCertificate = Pki().timestamp.certificate;
-        message.tokenRequest.tsaKey = Pki().timestamp.key;
-        message.tokenRequest.certificates = {Pki().timestamp.certificate};
         WriteMessage();
     }
 
@@ -75,27 +48,15 @@ protected:
 
     void WriteMessage()
     {
-        PkgsignBytes signature;
-        const PkgsignStatus status = PkgsignSignDetached(message, &signature);
-        ASSERT_TRUE(status.ok) << status.reason;
-        Write("signature", signature);
+        Write("signature", MakeMessage(message));
     }
 
     // The CRLs of root and issuing CA; the latter's has the entries.
     void WriteCrls(const std::vector<PkgsignRevokedCertificate> &revoked)
     {
-        PkgsignBytes crls = Pki().rootCrl;
-        PkgsignCrlRequest request;
-        request.issuerCertificate = Pki().issuingCa.certificate;
-        request.issuerKey = Pki().issuingCa.key;
-        request.thisUpdate = SIGNING_TIME - DAY;
-        request.nextUpdate = SIGNING_TIME + DAY;
+        PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
         request.revoked = revoked;
-        PkgsignBytes crl;
-        const PkgsignStatus status = PkgsignMakeCrl(request, &crl);
-        ASSERT_TRUE(status.ok) << status.reason;
-        crls.insert(crls.end(), crl.begin(), crl.end());
-        Write("crls", crls);
+        Write("crls", Join({MakeCrl(CrlRequest(AllParties().root)), MakeCrl(request)}));
     }
 
     ProcessResult Run()
@@ -115,7 +76,7 @@ protected:
     }
 
     TemporaryDirectory directory;
-    PkgsignMessageRequest message;
+    PkgsignMessageRequest message = MessageRequest(CONTENT);
 };
 
 TEST_P(HostExample, AcceptsAnAuthenticContentWithoutAnErrorInTheLog)
@@ -140,14 +101,14 @@ TEST_P(HostExample, AcceptsEachDigest)
 
 TEST_P(HostExample, RefusesAnotherContent)
 {
-    Write("content", Bytes("f4d1b1 firmware.bin\n"));
+    Write("content", Octets("f4d1b1 firmware.bin\n"));
     ExpectRefused("00000000");
 }
 
 TEST_P(HostExample, RefusesARevokedSigner)
 {
-    PkgsignRevokedCertificate revoked = {{}, SIGNING_TIME - DAY, -1};
-    ASSERT_TRUE(PkgsignGetSerialNumber(Pki().signer.certificate, &revoked.serialNumber).ok);
+    PkgsignRevokedCertificate revoked = {{}, PACKAGE_TIME - PACKAGE_DAY, -1};
+    ASSERT_TRUE(PkgsignGetSerialNumber(AllParties().signer.certificate, &revoked.serialNumber).ok);
     WriteCrls({revoked});
     ExpectRefused("88200002");
     const std::string log = Run().errors;
@@ -157,7 +118,7 @@ TEST_P(HostExample, RefusesARevokedSigner)
 
 TEST_P(HostExample, RefusesAForgedSignature)
 {
-    message.signerKey = Pki().timestamp.key;
+    message.signerKey = AllParties().timestamp.key;
     WriteMessage();
     ExpectRefused("88200309");
 }
