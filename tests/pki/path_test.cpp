@@ -184,6 +184,18 @@ TEST_F(Path, AnErrorStaysUntilAnotherFollows)
     EXPECT_EQ(0, ctx->pathDepth);
 }
 
+TEST_F(Path, NothingIsRememberedFromOneValidationToTheNext)
+{
+    store.certs[CA].notAfter = JUDGED_AT;
+    Load();
+    ctx->pki->memory.literal = 0;
+    EXPECT_STATUS(SIGKIT_OK, JudgeLoaded(SIGNER));
+    ctx->verifyTime += 1; // the CA, whose CRL counts for the signer, has ended
+    EXPECT_STATUS(SIGKIT_ERR_CERT_EXPIRED, JudgeLoaded(SIGNER));
+    ctx->verifyTime -= 1;
+    EXPECT_STATUS(SIGKIT_OK, JudgeLoaded(SIGNER));
+}
+
 TEST_F(Path, AlongACycleOfCrossSignedCertificatesEnds)
 {
     store.certs = {{"Root", "Root", 1, 1, 1}, {"A", "B", 2, 3, 2}, {"B", "A", 3, 2, 3}};

@@ -83,6 +83,17 @@ TEST_F(Revocation, OfTheCaReachesTheSigner)
               LogLines());
 }
 
+TEST_F(Revocation, EntriesBehindTheLastAreNotLookedAt)
+{
+    store.crls[1].entries = {{3, 1, JUDGED_AT - DAY}};
+    Load();
+    const SigkitAsnOcts &serial = Cert(SIGNER)->tbsCertificate.serialNumber;
+    EXPECT_TRUE(InternalCrlListsSerial(*Crl(1), serial));
+    Crl(1)->tbsCertList.revokedCertificates.count = 0; // the record keeps what stood there
+    EXPECT_FALSE(InternalCrlListsSerial(*Crl(1), serial));
+    EXPECT_STATUS(SIGKIT_OK, JudgeLoaded(SIGNER));
+}
+
 TEST_F(Revocation, SerialsAreEqualOnlyInEveryOctet)
 {
     Load();

@@ -17,10 +17,7 @@ namespace
 bool Fails(WatchedCall &call)
 {
     ++call.calls;
-    if (call.failAt == 0) {
-        return false;
-    }
-    return call.calls == call.failAt || (call.failAllFromThere && call.calls > call.failAt);
+    return call.calls == call.failAt;
 }
 
 char LevelLetter(int level)
@@ -73,12 +70,6 @@ size_t CountLine(const std::string &text)
 bool HasLine(const std::string &text)
 {
     return CountLine(text) > 0;
-}
-
-bool HasMessage(const std::string &message)
-{
-    return std::any_of(g_recordingHost.lines.begin(), g_recordingHost.lines.end(),
-                       [&](const LogLine &line) { return line.message == message; });
 }
 
 int32_t LiveHostObjects()
@@ -252,14 +243,17 @@ int32_t __wrap_SigkitCryptoVerifyInit(SigkitCryptoCtx *ctx, const SigkitBigInt *
     if (Fails(g_recordingHost.cryptoInit)) {
         return g_recordingHost.cryptoInit.failure;
     }
-    g_recordingHost.cryptoAlgorithms.push_back(hashAoid);
     return __real_SigkitCryptoVerifyInit(ctx, exponent, modulus, hashAoid);
 }
 
 int32_t __wrap_SigkitCryptoVerifyUpdate(SigkitCryptoCtx *ctx, const void *data, uint32_t len)
 {
-    return Fails(g_recordingHost.cryptoUpdate) ? g_recordingHost.cryptoUpdate.failure
-                                               : __real_SigkitCryptoVerifyUpdate(ctx, data, len);
+    if (Fails(g_recordingHost.cryptoUpdate)) {
+        return g_recordingHost.cryptoUpdate.failure;
+    }
+    const uint8_t *const octets = static_cast<const uint8_t *>(data);
+    g_recordingHost.cryptoInput.insert(g_recordingHost.cryptoInput.end(), octets, octets + len);
+    return __real_SigkitCryptoVerifyUpdate(ctx, data, len);
 }
 
 int32_t __wrap_SigkitCryptoVerifyFinal(SigkitCryptoCtx *ctx, const uint8_t *signature, uint32_t len, int32_t *verified)

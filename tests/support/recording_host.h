@@ -25,9 +25,8 @@ struct LogLine {
 // One watched function: how often it was called, and which call fails.
 struct WatchedCall {
     uint32_t calls = 0;
-    uint32_t failAt = 0;           // number of the call that fails, from 1; 0 for none
-    bool failAllFromThere = false; // that call and every later one
-    int32_t failure = -1;          // what a failed call returns, where the function returns a status
+    uint32_t failAt = 0;  // number of the call that fails, from 1; 0 for none
+    int32_t failure = -1; // what a failed call returns, where the function returns a status
 };
 
 struct RecordingHost {
@@ -57,10 +56,10 @@ struct RecordingHost {
     WatchedCall strcatS;
     WatchedCall vsnprintfS;
 
-    std::function<void()> beforeFileRead;   // runs before each SigkitFileRead, when there is one
-    std::optional<size_t> toldFileSize;     // what every successful SigkitFileGetSize tells instead of the truth
-    std::vector<uint32_t> mdAlgorithms;     // of every SigkitMdInit that was handed on
-    std::vector<uint32_t> cryptoAlgorithms; // of every SigkitCryptoVerifyInit that was handed on
+    std::function<void()> beforeFileRead; // runs before each SigkitFileRead, when there is one
+    std::optional<size_t> toldFileSize;   // what every successful SigkitFileGetSize tells instead of the truth
+    std::vector<uint32_t> mdAlgorithms;   // of every SigkitMdInit that was handed on
+    std::vector<uint8_t> cryptoInput;     // of every SigkitCryptoVerifyUpdate that was handed on
 
     // What is alive. All zero again when nothing leaks.
     int32_t openFiles = 0;
@@ -88,9 +87,6 @@ size_t CountLine(const std::string &text);
 
 // Tells whether at least one line reads exactly so in short.
 bool HasLine(const std::string &text);
-
-// Whether any line carries this text, whatever its level, function and code.
-bool HasMessage(const std::string &message);
 
 // Files, digest contexts and signature contexts that are alive, together. Tests expect 0 at their end.
 int32_t LiveHostObjects();

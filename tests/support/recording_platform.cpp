@@ -49,7 +49,7 @@ char LevelLetter(int level)
 bool Fails(uint32_t call)
 {
     const uint32_t failAt = g_recordingPlatform.failAt;
-    return failAt != 0 && (call == failAt || (g_recordingPlatform.failAllFromThere && call > failAt));
+    return failAt != 0 && call == failAt;
 }
 
 } // namespace

@@ -48,13 +48,12 @@ struct RecordingPlatform {
     std::vector<RecordedAllocation> allocationCalls;
     std::vector<RecordedRelease> releaseCalls;
 
-    uint32_t allocations = 0;      // calls so far
-    size_t lastSize = 0;           // octets that the last call asked for
-    uint32_t failAt = 0;           // number of the call that fails, from 1; 0 for none
-    bool failAllFromThere = false; // that call and every later one
-    int32_t liveBlocks = 0;        // given out and not yet released
-    size_t liveOctets = 0;         // of those blocks
-    size_t peakOctets = 0;         // the most that they ever were
+    uint32_t allocations = 0; // calls so far
+    size_t lastSize = 0;      // octets that the last call asked for
+    uint32_t failAt = 0;      // number of the call that fails, from 1; 0 for none
+    int32_t liveBlocks = 0;   // given out and not yet released
+    size_t liveOctets = 0;    // of those blocks
+    size_t peakOctets = 0;    // the most that they ever were
 };
 
 extern RecordingPlatform g_recordingPlatform;

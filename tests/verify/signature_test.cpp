@@ -166,6 +166,7 @@ TEST_F(Signature, BrokenArmourIsRefusedAlikeAndToldDifferently)
         {"-----BEGIN CMS-----" + body, "E InternalPemDecodeCms 88200305 -"},
         {"-----BEGIN PKCS7-----" + body, "E InternalPemDecodeCms ffffffff -"},
         {"-----BEGIN CMS-----" + body + "-----END PKCS7-----", "E InternalPemDecodeCms 88200305 -"},
+        {"-----BEGIN CERTIFICATE-----" + body, "E InternalPemDecodeCms 88200305 -"},
     };
     for (const auto &row : rows) {
         ResetRecordingHost();
@@ -173,7 +174,6 @@ TEST_F(Signature, BrokenArmourIsRefusedAlikeAndToldDifferently)
         EXPECT_TRUE(HasLine(row.line)) << testing::PrintToString(LineTexts());
         EXPECT_EQ("E SigkitVerifyDetachSignatureBegin 88200308 -", LineTexts().back());
     }
-    EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(Octets("-----BEGIN CERTIFICATE-----" + body)));
     EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(Octets("-----BEGIN CMS-----\xff" + body + "-----END CMS-----")));
     EXPECT_EQ(2u, ctx->buffers.count) << "the trust anchor's and the CRLs'";
 }
@@ -391,6 +391,23 @@ TEST_F(Signature, WithATokenOfAnUnknownSignerIsRefused)
     EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_SIGNER, Begin(request));
     EXPECT_EQ(TokenTrail("88200401", {"E InternalVerifyTsSignerInfo 88200401 -"}), LineTexts());
     EXPECT_EQ(PACKAGE_TIME, ctx->verifyTime) << "the time stays, whatever follows";
+}
+
+TEST_F(Signature, WithATokenBySomebodysRootIsRefused)
+{
+    PkgsignCertificateRequest request = CertificateRequest("Self", nullptr);
+    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
+    request.extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING};
+    const Party authority = Certify(request);
+    PkgsignMessageRequest message = MessageRequest(CONTENT);
+    message.tokenRequest.tsaCertificate = authority.certificate;
+    message.tokenRequest.tsaKey = authority.key;
+    message.tokenRequest.certificates = {authority.certificate};
+    EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_SIGNER, Begin(message));
+    EXPECT_EQ(TokenTrail("88200401", {"W InternalAddCertToStore 0 There is a root certificate, which is not allowed "
+                                      "when add crl or cms.",
+                                      "E InternalVerifyTsSignerInfo 88200401 -"}),
+              LineTexts());
 }
 
 TEST_F(Signature, WithATokenByACodeSignerIsRefused)

@@ -75,8 +75,35 @@ TEST_F(SignerSteps, AFailedCallbackIsToldInOneWay)
 
 TEST_F(SignerSteps, ADigestWithoutSignedAttributesIsRefused)
 {
-    signer.signedAttrsRaw = {};
-    EXPECT_STATUS(SIGKIT_ERR_SIGNED_DATA, InternalRequireSignedAttributes(signer, *cert.record));
+    const SigkitAsnOcts good = signer.signedAttrsRaw;
+    for (const SigkitAsnOcts &missing :
+         {SigkitAsnOcts{}, SigkitAsnOcts{0, 0, 1, 17, good.data}, SigkitAsnOcts{good.len, 0, 1, 17, nullptr}}) {
+        signer.signedAttrsRaw = missing;
+        EXPECT_STATUS(SIGKIT_ERR_SIGNED_DATA, InternalRequireSignedAttributes(signer, *cert.record));
+    }
+    signer.signedAttrsRaw = {1, 0, 1, 17, good.data}; // there, but not what was signed
+    EXPECT_STATUS(SIGKIT_ERR_SIGNATURE, InternalRequireSignedAttributes(signer, *cert.record));
+    EXPECT_TRUE(Lines().empty());
+}
+
+TEST_F(SignerSteps, AttributesAreSignedUnderTheIdentifierOctetOfTheirRecord)
+{
+    const struct {
+        uint32_t cls;
+        uint32_t constructed;
+        uint32_t tag;
+        uint32_t identifier;
+    } rows[] = {{0, 1, 17, 0x31}, {2, 1, 0, 0xA0}, {1, 0, 5, 0x45}, {3, 1, 30, 0xFE}};
+    for (const auto &row : rows) {
+        signer.signedAttrsRaw.cls = row.cls;
+        signer.signedAttrsRaw.constructed = row.constructed;
+        signer.signedAttrsRaw.tag = row.tag;
+        g_recordingHost.cryptoInput.clear();
+        uint32_t result = 7;
+        EXPECT_STATUS(SIGKIT_OK, SigkitPkcs7DetachedSignatureVerify(&signer, cert.record, &result));
+        EXPECT_EQ(row.identifier, g_recordingHost.cryptoInput[0]);
+        EXPECT_EQ(row.identifier == 0x31 ? 1u : 0u, result);
+    }
 }
 
 TEST_F(SignerSteps, AnEmptyDigestIsNone)
