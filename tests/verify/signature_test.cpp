@@ -175,6 +175,9 @@ TEST_F(Signature, BrokenArmourIsRefusedAlikeAndToldDifferently)
         EXPECT_EQ("E SigkitVerifyDetachSignatureBegin 88200308 -", LineTexts().back());
     }
     EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(Octets("-----BEGIN CMS-----\xff" + body + "-----END CMS-----")));
+    g_recordingHost.lines.clear();
+    EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(Octets("-----BEGIM CMS-----" + body + "-----END CMS-----")));
+    EXPECT_EQ(0u, CountLine("E InternalPemDecodeCms 88200305 -")) << "no armour at all";
     EXPECT_EQ(2u, ctx->buffers.count) << "the trust anchor's and the CRLs'";
 }
 
