@@ -13,6 +13,11 @@
 // Conventions: lengths are octets; times are seconds since 1970-01-01 00:00:00 UTC. Every operation returns a status,
 // SIGKIT_OK or one of the codes below, and runs to completion on the caller's thread. A context serves one thread at a
 // time; different contexts share nothing.
+//
+// A failing machine: what is loaded and sought may be passed over (a PEM block that does not decode, a certificate beside
+// CRLs, a candidate for an issuer, a CRL whose issuer is not trusted). When memory or a callback failed at such a place,
+// the operation goes on as described, but what was lost may be the CRL that revokes. So no certificate is trusted on that
+// context any more: Begin returns the failure's code, and SigkitDecodeCrl gives summaries with `verified` 0.
 #ifndef SIGKIT_SIGKIT_H
 #define SIGKIT_SIGKIT_H
 
@@ -54,7 +59,7 @@ extern "C" {
 #define SIGKIT_ERR_CERT_NOT_YET_VALID UINT32_C(0x88200013) // the certificate's notBefore is later
 #define SIGKIT_ERR_CERT_EXPIRED UINT32_C(0x88200014)       // the certificate's notAfter is earlier
 #define SIGKIT_ERR_TIMESTAMP_HASH UINT32_C(0x88200016)     // the token's imprint uses an unsupported digest
-#define SIGKIT_ERR_PATH_TOO_DEEP UINT32_C(0x88200018)      // more than 10 nested validations
+#define SIGKIT_ERR_PATH_TOO_DEEP UINT32_C(0x88200018)      // more than 10 nested validations below the top one
 
 #define SIGKIT_ERR_CRL_LOCKED UINT32_C(0x88200101)            // the context takes no more CRLs
 #define SIGKIT_ERR_CRL_LOAD UINT32_C(0x88200102)              // no CRL could be decoded, or it could not be stored
@@ -165,11 +170,11 @@ uint32_t SigkitVerifyCreateCtx(SigkitVerifyCtx **ctx, const SigkitVerifyCreatePa
 //   SIGKIT_ERR_PARAM                          `data` is null or `len` is 0
 //   SIGKIT_ERR_ARMOUR                         fewer than 38 octets, or a PEM block without an end
 //   SIGKIT_ERR_UNKNOWN                        no certificate in the data
-//   SIGKIT_ERR_LIST_FULL                      the context holds 16 images, or the store 16 certificates
+//   SIGKIT_ERR_LIST_FULL                      the store holds 16 certificates, or, for DER data, the context 16 images
 //   SIGKIT_ERR_NO_MEMORY                      no memory
 //   another code                              the DER data do not decode
-// A certificate that is in the store already is no error. A PEM block that does not decode is logged and skipped. After
-// a failure, whatever was added before it stays.
+// A certificate that is in the store already is no error. A PEM block that does not decode, or for whose image there is
+// no room, is logged and skipped. After a failure, whatever was added before it stays.
 uint32_t SigkitVerifyAddCert(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
 // Adds the certificates of a file, as SigkitVerifyAddCert does.
@@ -182,7 +187,7 @@ uint32_t SigkitVerifyAddCert(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t
 uint32_t SigkitVerifyAddCertFile(SigkitVerifyCtx *ctx, const char *path);
 
 // Adds CRLs (RFC 5280, section 5) to the store. Certificates found beside them are added too, except self-signed ones,
-// which are skipped with a warning; trouble with those certificates is logged and is never a failure.
+// which are skipped with a warning; trouble with those certificates is logged and does not make this operation fail.
 //
 //   ctx   in/out, copies the octets that it keeps.
 //   data  in, `len` octets, borrowed for the call only: DER objects back to back, or PEM text with "X509 CRL" blocks.
@@ -191,11 +196,11 @@ uint32_t SigkitVerifyAddCertFile(SigkitVerifyCtx *ctx, const char *path);
 // Returns SIGKIT_OK or the first of these that applies:
 //   SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG   the context is null, or not a live context
 //   SIGKIT_ERR_PARAM                          `data` is null or `len` is 0
-//   SIGKIT_ERR_CRL_LOCKED                     the context takes no more CRLs
+//   SIGKIT_ERR_CRL_LOCKED                     the context takes no more CRLs; no operation brings that about
 //   SIGKIT_ERR_CRL_LOAD                       the data do not decode or hold no CRL
 //   SIGKIT_ERR_LIST_FULL                      the store holds 16 CRLs
-// A CRL that is in the store already is no error. A PEM block that does not decode is logged and skipped. After a
-// failure, whatever was added before it stays.
+// A CRL that is in the store already is no error. A PEM block that does not decode, or for whose image there is no room,
+// is logged and skipped. After a failure, whatever was added before it stays.
 uint32_t SigkitVerifyAddCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
 // Adds the CRLs of a file, as SigkitVerifyAddCrl does.
@@ -203,8 +208,8 @@ uint32_t SigkitVerifyAddCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t 
 //   ctx   in/out.
 //   path  in, NUL-terminated, borrowed for the call only.
 //
-// Returns what SigkitVerifyAddCrl returns, or SIGKIT_ERR_FILE_OPEN, SIGKIT_ERR_FILE_EMPTY, SIGKIT_ERR_FILE_TOO_BIG or
-// SIGKIT_ERR_FILE_READ. Deliberate: a null context is SIGKIT_ERR_PARAM here, as a null or empty path is.
+// Returns what SigkitVerifyAddCrl returns, or SIGKIT_ERR_FILE_OPEN, SIGKIT_ERR_FILE_EMPTY, SIGKIT_ERR_FILE_TOO_BIG,
+// SIGKIT_ERR_FILE_READ or SIGKIT_ERR_NO_MEMORY. Deliberate: a null context is SIGKIT_ERR_PARAM here, as a null or empty path is.
 uint32_t SigkitVerifyAddCrlFile(SigkitVerifyCtx *ctx, const char *path);
 
 // Frees a context with everything in it, a verification in progress included.
@@ -222,16 +227,37 @@ const char *SigkitGetVersion(void);
 // Begins a verification: decodes the signature message, verifies its signer's timestamp token, certificate and signature
 // over the signed attributes, and opens a check of the content to come.
 //
-//   ctx   in/out. Copies the message; its certificates and those of the token stay in the store.
+//   ctx   in/out. Copies the message; its certificates and those of the token stay in the store, after a failure too.
 //   data  in, `len` octets, borrowed for the call only: a SignedData (RFC 5652, section 5) as DER, or as PEM text that
 //         begins with "-----BEGIN CMS-----" or "-----BEGIN PKCS7-----".
 //   len   in, octets.
 //
-// Returns SIGKIT_OK or the first failure: the argument codes as above (a length of 0 is SIGKIT_ERR_PARAM),
-// SIGKIT_ERR_ARMOUR (fewer than 38 octets), SIGKIT_ERR_CMS_DECODE, then the codes of the timestamp token
-// (SIGKIT_ERR_PARAM when there is none), of the signer's certificate and of its signature. When memory or a callback
-// failed in a place that passes over what cannot be used (a PEM block, a candidate for an issuer, a CRL), no certificate
-// is trusted on that context any more and the failure's code is returned: what was lost might have revoked.
+// Returns SIGKIT_OK or the first of these that applies:
+//   SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG   the context is null, or not a live context
+//   SIGKIT_ERR_PARAM                          `data` is null or `len` is 0
+//   SIGKIT_ERR_ARMOUR                         fewer than 38 octets
+//   SIGKIT_ERR_CMS_DECODE                     the message does not decode, there is no memory, or, for PEM text, the
+//                                             context holds 16 images
+//   SIGKIT_ERR_LIST_FULL                      the store has no room for the message's certificates
+//   the token (RFC 3161, 2.4.2):
+//   SIGKIT_ERR_PARAM, SIGKIT_ERR_SIGNED_DATA  there is none, or it does not decode; its TSTInfo: a decoding code
+//   SIGKIT_ERR_TIMESTAMP_HASH, SIGKIT_ERR_TIMESTAMP_IMPRINT, SIGKIT_ERR_TIME_FORMAT
+//                                             its imprint's digest, imprint or time
+//   SIGKIT_ERR_TIMESTAMP_SIGNER               no certificate for its signer; then the codes of a certificate, below
+//   SIGKIT_ERR_SIGNED_DATA, SIGKIT_ERR_SIGNATURE, SIGKIT_ERR_TIMESTAMP_SIGNATURE
+//                                             its signed attributes are missing, or its signature does not hold
+//   the signer (RFC 5652, 5.4 and 5.6):
+//   SIGKIT_ERR_SIGNER_NOT_FOUND               no certificate for it; then the codes of a certificate
+//   SIGKIT_ERR_SIGNED_DATA, SIGKIT_ERR_SIGNATURE
+//                                             its signed attributes are missing, or its signature does not hold
+//   SIGKIT_ERR_DIGEST_CONFLICT                a check of another digest is open since an earlier Begin
+//   SIGKIT_ERR_LIST_FULL                      16 checks are open
+// A certificate gives SIGKIT_ERR_CERT_USAGE, then, at the token's time, SIGKIT_ERR_CERT_NOT_YET_VALID,
+// SIGKIT_ERR_CERT_EXPIRED, SIGKIT_ERR_TIME_FORMAT, SIGKIT_ERR_NO_ROOT, SIGKIT_ERR_NO_CRL, SIGKIT_ERR_PATH_TOO_DEEP,
+// SIGKIT_ERR_CRL_UNVERIFIED or SIGKIT_ERR_CERT_REVOKED, its own or that of a certificate above it. Unsupported algorithms
+// and sizes are SIGKIT_ERR_ALGORITHM, SIGKIT_ERR_DIGEST_ALGORITHM, SIGKIT_ERR_VALUE_TOO_LONG, SIGKIT_ERR_KEY_TOO_LONG and
+// SIGKIT_ERR_SIGNATURE_TOO_LONG; a callback that fails gives its own code, or SIGKIT_ERR_SIGNATURE where it was to check
+// signed attributes.
 // Deliberate: a message without a signer is accepted and opens no check.
 uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
@@ -284,10 +310,10 @@ uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, const char *cont
 // Returns SIGKIT_OK or the first of these that applies:
 //   SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG   the context is null, or not a live context
 //   SIGKIT_ERR_PARAM                          `data` or `out` is null, or `len` is 0
-//   SIGKIT_ERR_CRL_LOAD                       the data do not decode, hold no CRL, no certificate or more than 16 of one
-//                                             kind, or could not be stored, or there is no memory
-//   SIGKIT_ERR_CRL_DECODE                     more than 16 CRLs were decoded
-// A CRL that cannot be summarised is logged and leaves its slot null. A CRL whose issuer is unknown or not trusted is
+//   SIGKIT_ERR_CRL_LOAD                       the data do not decode, hold no CRL or no certificate, or, as DER, more
+//                                             than 16 of one kind; or they could not be stored, or there is no memory
+//   SIGKIT_ERR_CRL_DECODE                     more than 16 CRLs were decoded, which no input brings about
+// Of PEM blocks, those beyond 16 of one kind are skipped. A CRL that cannot be summarised is logged and leaves its slot null. A CRL whose issuer is unknown or not trusted is
 // summarised with `verified` 0. After a failure, what was added to the store stays.
 uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitCrlBundle **out);
 
@@ -323,7 +349,8 @@ uint32_t SigkitCrlCompare(SigkitVerifyCtx *ctx, const SigkitCrlBundle *first, co
 // Frees summaries.
 //
 //   ctx     in, not null.
-//   bundle  in, from SigkitDecodeCrl or SigkitDecodeCrlFile; must not be used afterwards.
+//   bundle  in, from SigkitDecodeCrl or SigkitDecodeCrlFile; every slot is freed, whatever `count` says. Must not be used
+//           afterwards.
 //
 // Returns SIGKIT_OK, or SIGKIT_ERR_PARAM when an argument is null.
 uint32_t SigkitCrlFree(SigkitVerifyCtx *ctx, SigkitCrlBundle *bundle);

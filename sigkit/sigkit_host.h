@@ -1,5 +1,14 @@
-// The functions that a host of Sigkit must supply, under these names and with C linkage. The library calls nothing else
-// but the bounds-checked functions of annexk.h, and the compiler's own support (memcpy and the like).
+// The functions that a host of Sigkit must supply, under these names and with C linkage. Besides them the library calls
+// the compiler's own support (memcpy and the like) and five bounds-checked functions, which many platforms bring along:
+//
+//   int memcpy_s(void *destination, size_t destinationSize, const void *source, size_t count);
+//   int memset_s(void *destination, size_t destinationSize, int value, size_t count);
+//   int strcpy_s(char *destination, size_t destinationSize, const char *source);
+//   int strcat_s(char *destination, size_t destinationSize, const char *source);
+//       each returns 0, or another value when it refuses
+//   int vsnprintf_s(char *buffer, size_t bufferSize, size_t count, const char *format, va_list arguments);
+//       returns the characters written; 0 or less is a failure. C11's Annex K has a function of that name with four
+//       parameters: it links, and then crashes.
 //
 // The library relies on the behaviour for null arguments that is given here. No callback may return early by longjmp or
 // an exception. They are called on the thread that called the library.
@@ -39,7 +48,8 @@ int SigkitStrCmp(const char *a, const char *b);
 // Finds a string in a string as strstr does; null when it is not there or a pointer is null.
 const char *SigkitStrStr(const char *haystack, const char *needle);
 
-// Finds a character, taken as an unsigned octet, as strchr does; null when it is not there or `text` is null.
+// Finds a character, taken as an unsigned octet, as strchr does; null when it is not there or `text` is null. The library
+// does not call it at present.
 const char *SigkitStrChr(const char *text, int character);
 
 // Returns the length of a string, cut to 32 bits; 0 for null.
@@ -103,7 +113,10 @@ int32_t SigkitMdFinal(SigkitMdCtx *ctx, uint8_t *digest, uint32_t *digestLen, vo
 void SigkitMdDestoryCtx(SigkitMdCtx *ctx);
 
 // ---- Signatures ----------------------------------------------------------------------------------------------------
-// RSA signatures of the RSASSA-PKCS1-v1_5 kind (RFC 8017, section 8.2) over streamed data.
+// RSA signatures of the RSASSA-PKCS1-v1_5 kind (RFC 8017, section 8.2) over streamed data. Every int32_t result is 0 for
+// success. Another value says that the machine failed: then nothing is trusted any more, or the library's caller gets it,
+// or SIGKIT_ERR_SIGNATURE in its place. A key or a signature that is no good is not a failure but a check whose outcome
+// is 0.
 
 // Octets of the largest modulus or exponent: a key of 4096 bits.
 #define SIGKIT_MAX_KEY_SIZE 512
@@ -129,7 +142,8 @@ int32_t SigkitCryptoVerifyUpdate(SigkitCryptoCtx *ctx, const void *data, uint32_
 
 // Ends a check.
 //
-//   signature  in, `len` octets; may be null when `len` is 0.
+//   signature  in, `len` octets; may be null when `len` is 0. It may be shorter than the modulus when its maker dropped
+//              leading zeros: the tool's host takes it with up to three of them put back.
 //   verified   out, 1 when the signature holds, 0 in every other case, an error of the cryptographic library included.
 //
 // Returns 0 when the check was made, whatever its outcome.

@@ -48,11 +48,13 @@ constexpr int32_t FAILURE = -1;
 // Longest path that is opened, in characters without the NUL; PATH_MAX counts it.
 constexpr size_t MAX_PATH_LENGTH = 4096;
 
-// What is asked of the system at a time, though the library takes less. Octets.
+// Octets read from the system at a time; the library asks for 4096.
 constexpr size_t FILE_BUFFER_SIZE = 32768;
 
 // The buffer of the stream that was opened when no other had it. Streams beside it have the small ones of the C library.
+// It is given back only after its stream was closed, when another stream may have the same address already.
 alignas(64) char g_fileBuffer[FILE_BUFFER_SIZE];
+std::atomic<bool> g_isBufferTaken{false};
 std::atomic<FILE *> g_bufferedStream{nullptr};
 
 // A signature goes to libcrypto at a length that is a multiple of this. Octets.
@@ -258,8 +260,8 @@ void *SigkitFileOpen(const char *path, const char *mode)
         return nullptr;
     }
     FILE *const stream = fopen(path, mode);
-    FILE *nobody = nullptr;
-    if (stream != nullptr && g_bufferedStream.compare_exchange_strong(nobody, stream)) {
+    if (stream != nullptr && !g_isBufferTaken.exchange(true)) {
+        g_bufferedStream.store(stream);
         (void)setvbuf(stream, g_fileBuffer, _IOFBF, FILE_BUFFER_SIZE);
     }
     return stream;
@@ -275,11 +277,14 @@ int SigkitFileClose(void *file)
     if (file == nullptr) {
         return FAILURE;
     }
-    FILE *stream = static_cast<FILE *>(file);
+    FILE *const stream = static_cast<FILE *>(file);
     const bool isBuffered = g_bufferedStream.load() == stream;
-    const int result = fclose(stream);
     if (isBuffered) {
         g_bufferedStream.store(nullptr);
+    }
+    const int result = fclose(stream);
+    if (isBuffered) {
+        g_isBufferTaken.store(false);
     }
     return result;
 }

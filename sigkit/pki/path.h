@@ -21,7 +21,9 @@
 //
 // Returns SIGKIT_OK (together with ok 1), or the first of these that applies: SIGKIT_ERR_PARAM, SIGKIT_ERR_PATH_TOO_DEEP,
 // SIGKIT_ERR_TIME_FORMAT, SIGKIT_ERR_CERT_NOT_YET_VALID, SIGKIT_ERR_CERT_EXPIRED, SIGKIT_ERR_NO_ROOT, SIGKIT_ERR_NO_CRL,
-// the code of the CRL issuer's validation, SIGKIT_ERR_CRL_UNVERIFIED, SIGKIT_ERR_CERT_REVOKED, SIGKIT_ERR_NO_MEMORY.
+// the code of the CRL issuer's validation, SIGKIT_ERR_CRL_UNVERIFIED, SIGKIT_ERR_CERT_REVOKED, SIGKIT_ERR_NO_MEMORY. The
+// self-signed test adds the codes of SigkitX509PubKeyVerify. At top level a failure of the host that was passed over
+// (see InternalPassOver), now or earlier on this context, stands in place of SIGKIT_OK.
 [[nodiscard]] uint32_t SigkitPkiVerifyCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, int32_t isTopLevel,
                                            uint32_t strictRevocation, uint32_t *ok);
 

@@ -5,6 +5,7 @@ namespace
 
 bool HasPlace(uint32_t storeIndex, int32_t depth)
 {
+    static_assert(SIGKIT_PATH_DEPTH_MAX < 32, "each depth has a bit of its own");
     return storeIndex >= 1 && storeIndex <= SIGKIT_LIST_CAPACITY && depth >= 0 && depth <= SIGKIT_PATH_DEPTH_MAX;
 }
 

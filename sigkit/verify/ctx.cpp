@@ -163,7 +163,7 @@ uint32_t SigkitVrfCtxFree(SigkitVerifyCtx *ctx)
     SigkitPkiUninit(ctx);
     SigkitListFree(&ctx->handles, InternalFreeMdInfoEntry);
     SigkitListFree(&ctx->buffers, SigkitFree);
-    InternalFreeImages(ctx);
+    InternalFreeImages(ctx, nullptr);
     SigkitFree(ctx);
     return SIGKIT_OK;
 }

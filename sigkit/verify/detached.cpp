@@ -3,36 +3,19 @@
 #include "asn1/decode.h"
 #include "core/guard.h"
 #include "core/log.h"
-#include "core/memory.h"
 #include "pki/store.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
-#include "verify/base64.h"
 #include "verify/content_check.h"
 #include "verify/image.h"
 #include "verify/load.h"
+#include "verify/message.h"
 #include "verify/signer.h"
 #include "verify/timestamp.h"
 #include "x509/pkcs7.h"
 
 namespace
 {
-
-constexpr char PEM_START[] = "-----BEGIN";
-
-// One kind of armour of a signature message.
-struct Armour {
-    const char *begin;
-    uint32_t beginLen;
-    const char *end;
-    uint32_t endMissing; // what is logged when the end marker is missing
-};
-
-// Deliberate: the two tell a missing end marker by different codes.
-constexpr Armour ARMOURS[] = {
-    {"-----BEGIN CMS-----", 19, "-----END CMS-----", SIGKIT_ERR_ARMOUR},
-    {"-----BEGIN PKCS7-----", 21, "-----END PKCS7-----", SIGKIT_ERR_UNKNOWN},
-};
 
 uint32_t InternalCheckParamVerifyDetachSignatureBegin(const SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len)
 {
@@ -59,77 +42,6 @@ uint32_t InternalCheckParamVerifyDetachSignatureFinal(const SigkitVerifyCtx *ctx
         return SIGKIT_TRAIL(SIGKIT_ERR_PARAM);
     }
     return status;
-}
-
-const Armour *FindArmour(const char *text)
-{
-    for (const Armour &armour : ARMOURS) {
-        if (SigkitStrNCmp(text, armour.begin, armour.beginLen) == 0) {
-            return &armour;
-        }
-    }
-    return nullptr;
-}
-
-// Decodes an armoured message. The context keeps the DER that its certificates point into.
-uint32_t InternalPemDecodeCms(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitPkcs7Content **message)
-{
-    InternalBytesGuard text;
-    uint32_t status = InternalCopyBytes(&text.held, data, len, 1);
-    if (status != SIGKIT_OK) {
-        return SIGKIT_TRAIL(status);
-    }
-    const char *const start = reinterpret_cast<const char *>(text.held);
-    const Armour *const armour = FindArmour(start);
-    if (armour == nullptr) {
-        return SIGKIT_TRAIL(SIGKIT_ERR_ARMOUR);
-    }
-    const char *const body = start + armour->beginLen;
-    const char *const end = SigkitStrStr(body, armour->end);
-    if (end == nullptr) {
-        return SIGKIT_TRAIL(armour->endMissing);
-    }
-    InternalBytesGuard der;
-    InternalMessageGuard decoded;
-    uint32_t derLen = 0;
-    uint32_t consumed = 0;
-    status = InternalBase64Decode(body, end, &der.held, &derLen);
-    if (status == SIGKIT_OK) {
-        status = SigkitPkcs7DecodeSigned(der.held, derLen, &decoded.held, &consumed);
-    }
-    if (status == SIGKIT_OK) {
-        status = SigkitListAdd(&ctx->buffers, der.held);
-    }
-    if (status != SIGKIT_OK) {
-        return SIGKIT_TRAIL(status);
-    }
-    (void)der.Take(); // the context's
-    *message = decoded.Take();
-    return SIGKIT_OK;
-}
-
-// Decodes a DER message from a copy that the context keeps.
-uint32_t DecodeDerMessage(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitPkcs7Content **message)
-{
-    InternalImage *image = nullptr;
-    uint32_t status = InternalNewImage(data, len, &image);
-    if (status != SIGKIT_OK) {
-        return status;
-    }
-    uint32_t consumed = 0;
-    status = SigkitPkcs7DecodeSigned(InternalImageBytes(image), len, message, &consumed);
-    if (status != SIGKIT_OK) {
-        SigkitFree(image);
-        return status;
-    }
-    InternalKeepImage(ctx, image);
-    return SIGKIT_OK;
-}
-
-uint32_t DecodeMessage(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitPkcs7Content **message)
-{
-    const bool isPem = SigkitStrNCmp(reinterpret_cast<const char *>(data), PEM_START, sizeof(PEM_START) - 1) == 0;
-    return isPem ? InternalPemDecodeCms(ctx, data, len, message) : DecodeDerMessage(ctx, data, len, message);
 }
 
 // Feeds a piece of content to one check.
@@ -192,6 +104,24 @@ uint32_t FinishChecks(const SigkitList &handles, uint32_t *verdict)
     return SIGKIT_OK;
 }
 
+// Decodes a message, takes its certificates and judges its signers.
+uint32_t JudgeMessage(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len)
+{
+    InternalMessageGuard message;
+    if (InternalDecodeMessage(ctx, data, len, &message.held) != SIGKIT_OK || message.held == nullptr) {
+        return SIGKIT_ERR_CMS_DECODE; // whatever the cause was
+    }
+    const SigkitPkcs7SignedData &signedData = message.held->content;
+    uint32_t status = SIGKIT_OK;
+    if (signedData.certificates.count != 0) {
+        status = InternalAddCertToStore(ctx, signedData.certList, 0);
+    }
+    for (uint32_t i = 0; status == SIGKIT_OK && i < signedData.signerInfos.count; ++i) {
+        status = InternalVerifyCms(ctx, signedData.signerInfos.items[i]);
+    }
+    return status;
+}
+
 } // namespace
 
 uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len)
@@ -203,24 +133,13 @@ uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *d
     if (len < SIGKIT_MIN_DATA_SIZE) {
         return SIGKIT_ERR_ARMOUR;
     }
-    InternalMessageGuard message;
-    if (DecodeMessage(ctx, data, len, &message.held) != SIGKIT_OK || message.held == nullptr) {
-        return SIGKIT_TRAIL(SIGKIT_ERR_CMS_DECODE); // whatever the cause was
+    const InternalImage *const imagesBefore = ctx->images;
+    const uint32_t certsBefore = ctx->pki->certs.count;
+    status = JudgeMessage(ctx, data, len);
+    if (ctx->pki->certs.count == certsBefore) {
+        InternalFreeImages(ctx, imagesBefore); // no certificate points into the message
     }
-    const SigkitPkcs7SignedData &signedData = message.held->content;
-    if (signedData.certificates.count != 0) {
-        status = InternalAddCertToStore(ctx, signedData.certList, 0);
-        if (status != SIGKIT_OK) {
-            return SIGKIT_TRAIL(status);
-        }
-    }
-    for (uint32_t i = 0; i < signedData.signerInfos.count; ++i) {
-        status = InternalVerifyCms(ctx, signedData.signerInfos.items[i]);
-        if (status != SIGKIT_OK) {
-            return SIGKIT_TRAIL(status);
-        }
-    }
-    return SIGKIT_OK;
+    return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
 }
 
 uint32_t InternalVerifyCms(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo &signer)

@@ -10,7 +10,9 @@
 // Judges one signer of a message: its timestamp token, its certificate, its signature over the signed attributes; then
 // opens the check of the content.
 //
-// Returns SIGKIT_OK or, logged, the first failure.
+// Returns SIGKIT_OK, or, logged, the codes of InternalVerifyTimeStamp, SIGKIT_ERR_SIGNER_NOT_FOUND, or the codes of
+// InternalVerifyIssuerCert, of InternalCreateVerifyHandle for a signer without a messageDigest, and otherwise of
+// InternalRequireSignedAttributes and InternalAddSignerInfoToVerifyProcess.
 [[nodiscard]] uint32_t InternalVerifyCms(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo &signer);
 
 #endif

@@ -33,9 +33,9 @@ void InternalKeepImage(SigkitVerifyCtx *ctx, InternalImage *image)
     ctx->images = image;
 }
 
-void InternalFreeImages(SigkitVerifyCtx *ctx)
+void InternalFreeImages(SigkitVerifyCtx *ctx, const InternalImage *kept)
 {
-    while (ctx->images != nullptr) {
+    while (ctx->images != kept) {
         InternalImage *const image = ctx->images;
         ctx->images = image->next;
         SigkitFree(image);

@@ -25,7 +25,7 @@ struct InternalImage {
 // Hands an image to a context, which frees it with itself.
 void InternalKeepImage(SigkitVerifyCtx *ctx, InternalImage *image);
 
-// Frees every image of a context.
-void InternalFreeImages(SigkitVerifyCtx *ctx);
+// Frees the images that a context got after `kept`; null frees all of them.
+void InternalFreeImages(SigkitVerifyCtx *ctx, const InternalImage *kept);
 
 #endif

@@ -13,8 +13,6 @@
 namespace
 {
 
-constexpr char PEM_START[] = "-----BEGIN";
-
 // Shorter tails behind the last object of a DER stream are padding, not a broken object.
 constexpr uint32_t MIN_OBJECT_SIZE = 33;
 
@@ -69,9 +67,8 @@ uint32_t InternalDecodeCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32
     if (len < SIGKIT_MIN_DATA_SIZE) {
         return SIGKIT_ERR_ARMOUR;
     }
-    const bool isPem = SigkitStrNCmp(reinterpret_cast<const char *>(data), PEM_START, sizeof(PEM_START) - 1) == 0;
-    return isPem ? InternalDecodePemCertCrl(ctx, data, len, certs, crls)
-                 : InternalDecodeStreamCertCrl(ctx, data, len, certs, crls);
+    return InternalIsPem(data) ? InternalDecodePemCertCrl(ctx, data, len, certs, crls)
+                               : InternalDecodeStreamCertCrl(ctx, data, len, certs, crls);
 }
 
 uint32_t InternalDecodeStreamCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitList *certs,

@@ -17,12 +17,6 @@ constexpr char BEGIN[] = "-----BEGIN";
 constexpr char END[] = "-----END";
 constexpr char DASHES[] = "-----";
 
-template <size_t Size>
-constexpr uint32_t TextLen(const char (&)[Size])
-{
-    return Size - 1;
-}
-
 // One kind of block.
 struct BlockKind {
     const char *label; // what distinguishes it, behind "-----BEGIN "
@@ -33,14 +27,24 @@ struct BlockKind {
     uint32_t bodyOffset; // where the body starts, from the start marker
 };
 
+constexpr char CERT_LABEL[] = "CERTIFICATE";
+constexpr char CRL_LABEL[] = "X509 CRL";
 constexpr char CERT_BEGIN[] = "-----BEGIN CERTIFICATE-----";
 constexpr char CRL_BEGIN[] = "-----BEGIN X509 CRL-----";
 
 // The body of a certificate starts behind the line end, that of a CRL at it; Base64 skips line ends.
-constexpr BlockKind CERT_BLOCK = {
-    "CERTIFICATE", 11, CERT_BEGIN, TextLen(CERT_BEGIN), "-----END CERTIFICATE-----", TextLen(CERT_BEGIN) + 1};
-constexpr BlockKind CRL_BLOCK = {"X509 CRL",        8, CRL_BEGIN, TextLen(CRL_BEGIN), "-----END X509 CRL-----",
-                                 TextLen(CRL_BEGIN)};
+constexpr BlockKind CERT_BLOCK = {CERT_LABEL,
+                                  InternalTextLen(CERT_LABEL),
+                                  CERT_BEGIN,
+                                  InternalTextLen(CERT_BEGIN),
+                                  "-----END CERTIFICATE-----",
+                                  InternalTextLen(CERT_BEGIN) + 1};
+constexpr BlockKind CRL_BLOCK = {CRL_LABEL,
+                                 InternalTextLen(CRL_LABEL),
+                                 CRL_BEGIN,
+                                 InternalTextLen(CRL_BEGIN),
+                                 "-----END X509 CRL-----",
+                                 InternalTextLen(CRL_BEGIN)};
 
 // The next place of one marker. Blocks are walked forwards, so a place that still lies ahead, or the knowledge that there
 // is none, serves the blocks that follow: however many blocks there are, the text is searched once for each marker.
@@ -116,7 +120,7 @@ void InternalPemDecodeCrl(Walk *walk, const char *start, const char *next)
         status = SigkitX509DecodeCrl(der.held, len, &crl.held, &consumed);
     }
     if (status == SIGKIT_OK && walk->crls == nullptr) {
-        return;
+        return; // nobody wants it, so its image is not kept either
     }
     if (status == SIGKIT_OK) {
         status = SigkitListAdd(&walk->ctx->buffers, der.held);
@@ -138,7 +142,7 @@ void InternalPemDecodeCrl(Walk *walk, const char *start, const char *next)
 
 bool IsKind(const BlockKind &kind, const char *start)
 {
-    return SigkitStrNCmp(start + TextLen(BEGIN) + 1, kind.label, kind.labelLen) == 0 &&
+    return SigkitStrNCmp(start + InternalTextLen(BEGIN) + 1, kind.label, kind.labelLen) == 0 &&
            SigkitStrNCmp(start, kind.begin, kind.beginLen) == 0;
 }
 
@@ -146,11 +150,11 @@ uint32_t WalkBlocks(Walk *walk, const char *text)
 {
     for (const char *start = SigkitStrStr(text, BEGIN); start != nullptr;) {
         const char *const end = SigkitStrStr(start, END);
-        const char *const close = end == nullptr ? nullptr : SigkitStrStr(end + TextLen(END), DASHES);
+        const char *const close = end == nullptr ? nullptr : SigkitStrStr(end + InternalTextLen(END), DASHES);
         if (close == nullptr) {
             return SIGKIT_ERR_ARMOUR;
         }
-        const char *const next = close + TextLen(DASHES);
+        const char *const next = close + InternalTextLen(DASHES);
         if (IsKind(CERT_BLOCK, start)) {
             InternalPemDecodeCert(walk, start, next);
         } else if (IsKind(CRL_BLOCK, start)) {
@@ -162,6 +166,11 @@ uint32_t WalkBlocks(Walk *walk, const char *text)
 }
 
 } // namespace
+
+bool InternalIsPem(const uint8_t *data)
+{
+    return SigkitStrNCmp(reinterpret_cast<const char *>(data), BEGIN, InternalTextLen(BEGIN)) == 0;
+}
 
 uint32_t InternalDecodePemCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitList *certs,
                                   SigkitList *crls)

@@ -46,7 +46,7 @@ int32_t RunCheck(SigkitCryptoCtx *check, const SigkitBigInt &exponent, const Sig
 uint32_t InternalVerifyIssuerCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t usage)
 {
     const SigkitX509CertExts &extensions = cert->tbsCertificate.extensions;
-    if ((extensions.keyUsage & SIGKIT_KEY_USAGE_DIGITAL_SIGNATURE) == 0 || (extensions.extKeyUsage & usage) == 0) {
+    if (!InternalHasDigitalSignature(extensions.keyUsage) || (extensions.extKeyUsage & usage) == 0) {
         return SIGKIT_TRAIL(SIGKIT_ERR_CERT_USAGE);
     }
     const uint32_t strictRevocation = usage == SIGKIT_EXKU_TIME_STAMPING ? 1 : 0;

@@ -19,7 +19,7 @@
 //
 //   signer   in, with signed attributes.
 //   cert     in, the signer's certificate.
-//   verdict  out, 1 when the signature holds, else 0.
+//   verdict  out, 1 when the signature holds, else 0. Not written when an argument, the algorithm or the key is at fault.
 //
 // Returns SIGKIT_OK, or, logged, SIGKIT_ERR_PARAM for a null argument and for a signer without signed attributes,
 // SIGKIT_ERR_ALGORITHM, SIGKIT_ERR_KEY_TOO_LONG, or the code of a signature callback.

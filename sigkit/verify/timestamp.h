@@ -18,8 +18,9 @@
 //   signer  in, the content signer.
 //
 // Returns SIGKIT_OK, or, logged, SIGKIT_ERR_PARAM when there is no token, SIGKIT_ERR_SIGNED_DATA, a decoding code,
-// SIGKIT_ERR_TIMESTAMP_HASH, SIGKIT_ERR_TIMESTAMP_IMPRINT, SIGKIT_ERR_TIME_FORMAT, SIGKIT_ERR_TIMESTAMP_SIGNER, the
-// codes of InternalVerifyIssuerCert, SIGKIT_ERR_SIGNATURE or SIGKIT_ERR_TIMESTAMP_SIGNATURE.
+// SIGKIT_ERR_TIMESTAMP_HASH, SIGKIT_ERR_TIMESTAMP_IMPRINT, SIGKIT_ERR_TIME_FORMAT, the codes of InternalAddCertToStore,
+// SIGKIT_ERR_TIMESTAMP_SIGNER, the codes of InternalVerifyIssuerCert, of InternalRequireSignedAttributes, of
+// InternalGetDigestFromSignerInfo, of SigkitX509PubKeyVerify or of a digest callback, or SIGKIT_ERR_TIMESTAMP_SIGNATURE.
 [[nodiscard]] uint32_t InternalVerifyTimeStamp(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo &signer);
 
 #endif

@@ -7,12 +7,22 @@
 #include "asn1/records.h"
 #include "core/guard.h"
 
-// Weights of key usage bits (RFC 5280, 4.2.1.3) where the BIT STRING has one content octet.
+// Weights of key usage bits (RFC 5280, 4.2.1.3) where the BIT STRING has one content octet. Deliberate: cRLSign and
+// keyCertSign are looked for with these weights alone, so a CA's key usage must have one octet.
 enum : uint32_t {
     SIGKIT_KEY_USAGE_CRL_SIGN = 0x02,
     SIGKIT_KEY_USAGE_KEY_CERT_SIGN = 0x04,
     SIGKIT_KEY_USAGE_DIGITAL_SIGNATURE = 0x80,
 };
+
+// Tells whether a key usage has digitalSignature. A BIT STRING of two octets, as decipherOnly makes it, weighs each bit
+// 256 times as much. Only when its first octet is zero, it cannot be told from one of a single octet.
+[[nodiscard]] inline bool InternalHasDigitalSignature(uint32_t keyUsage)
+{
+    const uint32_t weight =
+        keyUsage > 0xFF ? SIGKIT_KEY_USAGE_DIGITAL_SIGNATURE << 8 : SIGKIT_KEY_USAGE_DIGITAL_SIGNATURE;
+    return (keyUsage & weight) != 0;
+}
 
 // Decodes one certificate from the start of `data`; octets behind it are left alone.
 //

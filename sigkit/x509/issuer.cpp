@@ -8,6 +8,7 @@ namespace
 {
 
 constexpr uint32_t OWN_KEY = 1;
+static_assert(SIGKIT_LIST_CAPACITY < 32, "each stored certificate has a bit of its own, beside the record's own key");
 
 // What certificates and CRLs have in common here.
 struct Signed {

@@ -10,7 +10,8 @@
 // Tells whether a record bears the subject of `issuer` as its issuer name and the key of `issuer` verifies its signature
 // (RFC 5280, 6.1.3). Not checked: usages, dates.
 //
-//   record  in/out, keeps a yes or no about itself and about certificates that are stored; an error is never kept.
+//   record  in/out, keeps a yes or no about itself and about certificates that are stored. A callback's failure is never
+//           kept; an error that the host answers as a no is.
 //   issued  out, the answer; false on failure.
 //
 // Returns SIGKIT_OK, or the code of SigkitX509PubKeyVerify.

@@ -69,7 +69,7 @@ SIGKIT_OID_LIST(ROW)
 constexpr SigkitOidInfo g_skvOIDTable[] = {ROW(AOID_UNKNOWN, 0, "") SIGKIT_OID_LIST(ROW)};
 #undef ROW
 constexpr int32_t g_skvOidCount = std::size(g_skvOIDTable);
-static_assert(g_skvOidCount == 24, "the numbers are shared with hosts");
+static_assert(g_skvOidCount == 24, "AOID_UNKNOWN and 23 identifiers");
 
 const SigkitAsnOcts *SigkitFindOid(uint32_t aoid)
 {

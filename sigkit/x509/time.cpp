@@ -10,7 +10,7 @@ constexpr uint32_t GENERALIZED_TIME_LEN = 15; // YYYYMMDDhhmmssZ
 
 constexpr int FIRST_UTC_YEAR = 50;         // 1950 (RFC 5280, 4.1.2.5.1)
 constexpr uint16_t FIRST_FULL_YEAR = 1901; // smaller numbers are offsets from 1900
-constexpr int64_t EPOCH_DAY = 719499;      // day number of 1970-01-01 in the count below, less one
+constexpr int64_t EPOCH_DAY = 719499;      // day number of 1970-01-01 in the count below
 
 int TwoDigits(const uint8_t *text)
 {

@@ -79,7 +79,7 @@ TEST(PathCost, OfCrlsThatCoverTheirOwnIssuerIsBounded)
 
 TEST(PathCost, IsNotCutBeforeTheLiteralValidationsAreUsedUp)
 {
-    // One CRL: eleven nested validations. Two: 2 + 4 + ... + 1024, and as many refusals of the next depth.
+    // One CRL: ten nested validations below the top one. Two: 2 + 4 + ... + 1024, and as many refusals of the next depth.
     EXPECT_EQ(Validate(RolledOverCa(1), UINT32_MAX).lines, Validate(RolledOverCa(1), SIGKIT_PATH_LITERAL_MAX).lines);
     EXPECT_GT(Validate(RolledOverCa(2), UINT32_MAX).lines, Validate(RolledOverCa(2), SIGKIT_PATH_LITERAL_MAX).lines);
     EXPECT_EQ(Validate(RolledOverCa(2), UINT32_MAX).lines, Validate(RolledOverCa(2), 4096).lines);

@@ -196,6 +196,38 @@ TEST_F(Path, NothingIsRememberedFromOneValidationToTheNext)
     EXPECT_STATUS(SIGKIT_OK, JudgeLoaded(SIGNER));
 }
 
+TEST_F(Path, IsTrustedNoMoreWhenTheHostFailedAtAnyCandidate)
+{
+    // A decoy, which comes first, bears the name of the issuer, so that the failure may pass without harm.
+    store.certs.insert(store.certs.begin() + CA, {"CA", "Root", 8, 1, 8});
+    const size_t signer = SIGNER + 1;
+    Load();
+    g_pretendedHost.signatureChecks = 0;
+    EXPECT_STATUS(SIGKIT_OK, JudgeLoaded(signer));
+    const uint32_t checks = g_pretendedHost.signatureChecks;
+    EXPECT_LT(6u, checks);
+    for (uint32_t n = 1; n <= checks; ++n) {
+        Load();
+        g_pretendedHost.signatureChecks = 0;
+        g_pretendedHost.checkFailAt = n;
+        EXPECT_NE(SIGKIT_OK, JudgeLoaded(signer)) << n;
+        EXPECT_STATUS(SIGKIT_ERR_UNKNOWN, ctx->hostFailure) << n;
+        g_pretendedHost.checkFailAt = 0;
+        EXPECT_NE(SIGKIT_OK, JudgeLoaded(signer)) << "for the life of the context";
+    }
+}
+
+TEST_F(Path, IsCoveredAboveByACrlOfTheIssuersName)
+{
+    // The CA rolled its key over: the certificate that issued the signer has ended, the one that issued the CRL has not.
+    store.certs[CA].notAfter = JUDGED_AT - 1;
+    store.certs.push_back({"CA", "Root", 4, 1, 4});
+    store.crls[1].issuerKey = 4;
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER));
+    store.crls[1].indirect = true; // says nothing about the issuer
+    EXPECT_STATUS(SIGKIT_ERR_CERT_EXPIRED, Judge(SIGNER));
+}
+
 TEST_F(Path, AlongACycleOfCrossSignedCertificatesEnds)
 {
     store.certs = {{"Root", "Root", 1, 1, 1}, {"A", "B", 2, 3, 2}, {"B", "A", 3, 2, 3}};

@@ -135,6 +135,9 @@ int32_t SigkitCryptoVerifyUpdate(SigkitCryptoCtx *, const void *, uint32_t)
 int32_t SigkitCryptoVerifyFinal(SigkitCryptoCtx *ctx, const uint8_t *signature, uint32_t len, int32_t *verified)
 {
     g_pretendedHost.signatureChecks += 1;
+    if (g_pretendedHost.signatureChecks == g_pretendedHost.checkFailAt) {
+        return -1;
+    }
     *verified = len != 0 && signature[0] == ctx->key ? 1 : 0;
     return 0;
 }

@@ -11,6 +11,7 @@
 struct PretendedHost {
     std::vector<std::string> lines; // level letter, function, code in hexadecimal, text
     uint32_t signatureChecks = 0;
+    uint32_t checkFailAt = 0; // number of the signature check that fails, from 1; 0 for none
     int32_t liveBlocks = 0;
     uint32_t allocations = 0;
     uint32_t failAt = 0; // number of the allocation that fails, from 1; 0 for none

@@ -207,6 +207,23 @@ TEST_F(Signature, ACallersBufferMayGoAfterBegin)
     EXPECT_EQ(1u, verdict);
 }
 
+TEST_F(Signature, AMessageThatBringsNoNewCertificateLeavesNoImage)
+{
+    EXPECT_STATUS(SIGKIT_OK, Begin(MessageRequest(CONTENT)));
+    const InternalImage *const first = ctx->images;
+    ASSERT_NE(nullptr, first);
+    const int32_t blocks = LiveBlocks();
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_STATUS(SIGKIT_OK, Begin(MessageRequest(CONTENT)));
+        EXPECT_EQ(first, ctx->images);
+    }
+    EXPECT_EQ(blocks, LiveBlocks());
+    EXPECT_STATUS(SIGKIT_OK, Verify(MessageRequest(CONTENT)));
+    EXPECT_EQ(1u, verdict);
+    EXPECT_STATUS(SIGKIT_OK, Begin(SignedBy(Certify(SignerRequest()))));
+    EXPECT_NE(first, ctx->images) << "the new signer's certificate points into it";
+}
+
 TEST_F(Signature, OfNobodyIsAcceptedOverNothingAndRefusedOverContent)
 {
     PkgsignMessageRequest request = MessageRequest(CONTENT);

@@ -1,6 +1,7 @@
 // The steps of a verification at their own functions: what no whole message can bring about.
 #include "verify/signer.h"
 
+#include "asn1/decode.h"
 #include "core/memory.h"
 #include "tests/verify/verify_fixture.h"
 #include "tests/x509/decode_helper.h"
@@ -103,6 +104,41 @@ TEST_F(SignerSteps, AttributesAreSignedUnderTheIdentifierOctetOfTheirRecord)
         EXPECT_STATUS(SIGKIT_OK, SigkitPkcs7DetachedSignatureVerify(&signer, cert.record, &result));
         EXPECT_EQ(row.identifier, g_recordingHost.cryptoInput[0]);
         EXPECT_EQ(row.identifier == 0x31 ? 1u : 0u, result);
+    }
+}
+
+TEST_F(SignerSteps, MayUseAKeyUsageOfTwoOctets)
+{
+    const struct {
+        uint8_t first;
+        int second; // -1: none
+        bool maySign;
+    } rows[] = {
+        {0x80, -1, true},                        // digitalSignature
+        {0x40, -1, false},                       // nonRepudiation
+        {0x7F, -1, false},                       // all but digitalSignature
+        {0x80, 0x00, true},                      // digitalSignature, written with an octet too many
+        {0x80, 0x80, true},                      // and decipherOnly
+        {0x40, 0x80, false},                     // nonRepudiation and decipherOnly
+        {0x7F, 0xFF, false}, {0x00, 0x80, true}, // decipherOnly alone: by design
+    };
+    LoadTrust();
+    ASSERT_STATUS(SIGKIT_OK, Begin(MessageRequest(CONTENT))); // sets the time
+    SigkitX509Cert *const stored = SigkitPkiFindCertByIssuerSn(ctx, &signer.sid.issuer, &signer.sid.serialNumber);
+    ASSERT_NE(nullptr, stored);
+    for (const auto &row : rows) {
+        PkgsignBytes encoded = {0x03, 0x02, 0x00, row.first};
+        if (row.second >= 0) {
+            encoded[1] = 3;
+            encoded.push_back(static_cast<uint8_t>(row.second));
+        }
+        uint32_t consumed = 0;
+        SigkitDecodeBuf buf = {encoded.data(), static_cast<uint32_t>(encoded.size()), 0};
+        const SigkitAsnTemplate entry = {};
+        ASSERT_STATUS(SIGKIT_OK, SigkitBitsToInt(&buf, &stored->tbsCertificate.extensions.keyUsage, &consumed, &entry));
+        EXPECT_STATUS(row.maySign ? SIGKIT_OK : SIGKIT_ERR_CERT_USAGE,
+                      InternalVerifyIssuerCert(ctx, stored, SIGKIT_EXKU_CODE_SIGNING))
+            << std::hex << +row.first << " " << row.second;
     }
 }
 
