@@ -4,7 +4,7 @@
 # build/fuzz/findings.
 #
 # Usage: scripts/fuzz.sh [--merge] [seconds per target, default 10] [target...]
-#   --merge  keep inputs that reach something new: they are put into fuzz/corpus, which is minimised on the way
+#   --merge  keep inputs that reach something new: those below 8 KiB are added to fuzz/corpus; nothing is taken out of it
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
