@@ -4,7 +4,7 @@
 # build/fuzz/findings.
 #
 # Usage: scripts/fuzz.sh [--merge] [seconds per target, default 10] [target...]
-#   --merge  keep inputs that reach something new: those below 8 KiB are added to fuzz/corpus; nothing is taken out of it
+#   --merge  keep inputs that reach something new: those of a few kilobytes are added to fuzz/corpus; none is taken out
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -62,11 +62,14 @@ def check_rows(defined: dict[str, int]) -> list[str]:
 
 
 def check_exit_statuses(defined: dict[str, int]) -> list[str]:
-    """The table of exit statuses lists each code under its own low octet."""
+    """The table of exit statuses lists each code under its own low octet, and none that the tool cannot end with."""
     problems = []
+    never = re.findall(r"^\| ([0-9A-F]{8}) \| `SIGKIT_\w+` \| \d+ \| \*(?:Guard|Host|Log only)\b", read(TABLE), re.M)
     for status, codes in re.findall(r"^\| (\d+) \| ((?:[0-9a-f]{8}(?:, )?)+)", read(TABLE), re.M):
         problems += [f"{TABLE}: {code} does not end as {status}" for code in re.findall(r"\w{8}", codes)
                      if int(code, 16) & 0xFF != int(status)]
+        problems += [f"{TABLE}: {code} is no code that verify_tool ends with" for code in re.findall(r"\w{8}", codes)
+                     if code.upper() in never]
     return problems
 
 
