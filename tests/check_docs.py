@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Holds the documents, all Markdown files of the tree, to the sources. Exits with 1 and names each disagreement.
 
-Status codes: docs/troubleshooting.md has one row for each code of sigkit/sigkit.h, with its name and its exit status, and
-no document names a code that does not exist.
+Status codes: docs/troubleshooting.md has one row for each code of sigkit/sigkit.h, with its name and its exit status. Its
+table of exit statuses has no code that the tool cannot end with, and no document names a code that does not exist.
 Links: every relative link of a document leads to a file and, where it names one, to a heading.
 Trails: where a document shows a line of the library's log, the function is in sigkit/ and logs on the line of its file.
 Tests: every test that a document names is there.
