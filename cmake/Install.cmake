@@ -96,8 +96,9 @@ file(GLOB manual_pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.[1-9])
 foreach(page IN LISTS manual_pages)
   sigkit_install_manual_page(${page})
 endforeach()
-file(GLOB documents CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md)
+# What is written for those who change the code (architecture, performance, pictures) stays in the source tree.
 install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-install(FILES ${documents} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
-install(DIRECTORY docs/examples docs/pictures DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development
-  FILES_MATCHING PATTERN "*.[ch]" PATTERN "*.svg")
+install(FILES docs/host-guide.md docs/install.md docs/security.md docs/troubleshooting.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
+install(DIRECTORY docs/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development
+  FILES_MATCHING PATTERN "*.[ch]" PATTERN CMakeLists.txt)

@@ -6,6 +6,7 @@ corpus=$2
 shift 2
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
+export TMPDIR=$scratch # a target that crashes leaves its own files there
 mkdir "$scratch/corpus"
 cp -r "$corpus/." "$scratch/corpus/"
 cd "$scratch"

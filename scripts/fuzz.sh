@@ -4,7 +4,7 @@
 # build/fuzz/findings.
 #
 # Usage: scripts/fuzz.sh [--merge] [seconds per target, default 10] [target...]
-#   --merge  keep inputs that reach something new: they are put into fuzz/corpus, which is minimised on the way
+#   --merge  keep inputs that reach something new: those of a few kilobytes are added to fuzz/corpus; none is taken out
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""Holds the documents to the sources. Exits with 1 and names each place that disagrees.
+"""Holds the documents, all Markdown files of the tree, to the sources. Exits with 1 and names each disagreement.
 
-Status codes: docs/troubleshooting.md has one row for each code of sigkit/sigkit.h, with its name and its exit status, and
-no document names a code that does not exist.
-Links: every relative link of README.md, CONTRIBUTING.md and docs/ leads to a file and, where it names one, to a heading.
+Status codes: docs/troubleshooting.md has one row for each code of sigkit/sigkit.h, with its name and its exit status. Its
+table of exit statuses has no code that the tool cannot end with, and no document names a code that does not exist.
+Links: every relative link of a document leads to a file and, where it names one, to a heading.
+Trails: where a document shows a line of the library's log, the function is in sigkit/ and logs on the line of its file.
 Tests: every test that a document names is there.
 Examples: a block that says where its text comes from is that text.
 Pages: every man page is one that mandoc finds nothing to say about.
@@ -25,6 +26,10 @@ ROW = re.compile(r"^\| ([0-9A-F]{8}) \| `(SIGKIT_\w+)` \| (\d+) \|", re.M)
 CODE = re.compile(r"(?<![0-9A-Za-z])(88[0-9A-Fa-f]{6})(?![0-9A-Za-z])")
 NAME = re.compile(r"\bSIGKIT_ERR_\w+")
 LINK = re.compile(r"(?<!!)\[[^\]\n]*\]\(([^)\s]+)\)|!\[[^\]\n]*\]\(([^)\s]+)\)")
+TRAIL = re.compile(r"sigkit_log\.log\((\d+)\):\((\w+)\)")
+FUNCTION = re.compile(r"[A-Za-z][\w\s:*&<>]*\b(\w+)\(")  # a definition stands at the left edge
+LOGGING = re.compile(r"\b(SIGKIT_FAIL|SIGKIT_TRAIL|SIGKIT_WARN)\(|__LINE__")
+FOR_CALLER = re.compile(r"__LINE__, (?!__func__)")  # a helper that logs under its caller's name
 QUOTED = re.compile(r"<!-- from (\S+) -->\n```\w*\n(.*?)```", re.S)
 
 
@@ -57,11 +62,14 @@ def check_rows(defined: dict[str, int]) -> list[str]:
 
 
 def check_exit_statuses(defined: dict[str, int]) -> list[str]:
-    """The table of exit statuses lists each code under its own low octet."""
+    """The table of exit statuses lists each code under its own low octet, and none that the tool cannot end with."""
     problems = []
+    never = re.findall(r"^\| ([0-9A-F]{8}) \| `SIGKIT_\w+` \| \d+ \| \*(?:Guard|Host|Log only)\b", read(TABLE), re.M)
     for status, codes in re.findall(r"^\| (\d+) \| ((?:[0-9a-f]{8}(?:, )?)+)", read(TABLE), re.M):
         problems += [f"{TABLE}: {code} does not end as {status}" for code in re.findall(r"\w{8}", codes)
                      if int(code, 16) & 0xFF != int(status)]
+        problems += [f"{TABLE}: {code} is no code that verify_tool ends with" for code in re.findall(r"\w{8}", codes)
+                     if code.upper() in never]
     return problems
 
 
@@ -88,6 +96,36 @@ def check_links(path: str) -> list[str]:
             problems.append(f"{path}: no file {link}")
         elif anchor and anchor not in anchors(str(target.resolve().relative_to(ROOT))):
             problems.append(f"{path}: no heading {link}")
+    return problems
+
+
+def logging_lines() -> dict[str, set[int]]:
+    """The lines on which each function of the library logs; of a call over several lines all of them."""
+    lines: dict[str, set[int]] = {}
+    for source in tracked("sigkit/*.cpp"):
+        function, within, here, for_caller = "", False, set(), set()
+        for number, line in enumerate(read(source).splitlines(), 1):
+            definition = FUNCTION.match(line)
+            function = definition[1] if definition else function
+            here.add(function)
+            if within or LOGGING.search(line):
+                lines.setdefault(function, set()).add(number)
+                within = ";" not in line
+            if FOR_CALLER.search(line):
+                for_caller.add(number)
+        for function in here:
+            lines.setdefault(function, set()).update(for_caller)
+    return lines
+
+
+def check_trails(path: str, logging: dict[str, set[int]]) -> list[str]:
+    problems = []
+    for number, function in TRAIL.findall(read(path)):
+        if function not in logging:
+            problems.append(f"{path}: no function {function} in sigkit/")
+        elif int(number) not in logging[function]:
+            there = ", ".join(map(str, sorted(logging[function]))) or "no line"
+            problems.append(f"{path}: {function} does not log on line {number} of its file, but on {there}")
     return problems
 
 
@@ -124,14 +162,17 @@ def check_picture(path: str) -> list[str]:
 
 def main() -> int:
     defined = {name: int(value, 16) for name, value in DEFINITION.findall(read(HEADER))}
-    documents = ["README.md", *tracked("CONTRIBUTING.md", "SECURITY.md", "docs/*.md")]
+    documents = tracked("*.md")
+    logging = logging_lines()
     pages = tracked("docs/man/*")
-    if len(defined) < 50 or not pages or len(documents) < 2:
+    trails = sum(len(TRAIL.findall(read(path))) for path in documents)
+    if len(defined) < 50 or not pages or "README.md" not in documents or trails == 0:
         print("too little was found to check")
         return 1
     problems = check_rows(defined) + check_exit_statuses(defined)
     for path in documents:
         problems += check_mentions(path, defined) + check_links(path) + check_quotes(path) + check_tests(path)
+        problems += check_trails(path, logging)
     for path in tracked("docs/*.dot"):
         problems += check_picture(path)
     if shutil.which("mandoc"):

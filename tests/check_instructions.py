@@ -8,6 +8,7 @@ import pathlib
 import sys
 import tempfile
 
+sys.dont_write_bytecode = True  # the tree stays as it is
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "bench"))
 import measure  # noqa: E402
 

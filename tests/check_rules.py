@@ -71,8 +71,9 @@ def check_file(path: str) -> list[str]:
 
 
 def main() -> int:
-    listing = subprocess.run(
-        ["git", "-C", str(ROOT), "ls-files", "sigkit"], check=True, capture_output=True, text=True
+    listing = subprocess.run(  # with the files that are not yet added
+        ["git", "-C", str(ROOT), "ls-files", "--cached", "--others", "--exclude-standard", "sigkit"],
+        check=True, capture_output=True, text=True
     ).stdout.split()
     sources = [p for p in listing if p.endswith((".cpp", ".h")) and p.count("/") == 2]
     problems = [problem for path in sources for problem in check_file(path)]

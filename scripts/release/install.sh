@@ -23,15 +23,36 @@ check_tree() {
   fi
 }
 
+# check_links DIRECTORY DOCUMENT: a link leads to an installed file, but for those of the README that are for whoever
+# changes the code. Counts in `links`.
+for_developers=' CONTRIBUTING.md docs/architecture.md docs/performance.md '
+links=0
+check_links() {
+  local directory=$1 document=$2 link
+  while read -r link; do
+    if [ "$document" != README.md ] || [[ $for_developers != *" $link "* ]]; then
+      [ -e "$directory/$(dirname "$document")/$link" ] || fail "$document: $link is not installed"
+    fi
+    links=$((links + 1))
+  done < <(grep -o '](\([^)#:]\+\)[)#]' "$directory/$document" | sed 's/^](//; s/[)#]$//')
+}
+
 static_tree
 check_tree static
 shared_tree
 check_tree shared "usr/lib/$multiarch"/libsigkit.so{,.2,.2.0.0}
 
 tree=$out/static-root/usr
-for document in README.md CHANGELOG.md SECURITY.md docs/*.md docs/examples/*.[ch] docs/pictures/*.svg; do
-  cmp "$document" "$tree/share/doc/sigkit/$document"
-done
+documents=$tree/share/doc/sigkit
+printf '%s\n' {README,CHANGELOG,SECURITY}.md docs/{host-guide,install,security,troubleshooting}.md \
+  docs/examples/{*.[ch],CMakeLists.txt} | LC_ALL=C sort >"$out/documents.expected"
+(cd "$documents" && find . -type f -printf '%P\n' | LC_ALL=C sort) >"$out/documents.installed"
+diff "$out/documents.expected" "$out/documents.installed" || fail "other documents are installed (<: expected)"
+while read -r document; do
+  cmp "$document" "$documents/$document"
+  [[ $document != *.md ]] || check_links "$documents" "$document"
+done <"$out/documents.installed"
+[ "$links" -gt 0 ] || fail "no link was checked"
 pages=0
 for page in docs/man/*.[1-9]; do
   cmp "$page" "$tree/share/man/man${page##*.}/${page##*/}"
@@ -42,5 +63,5 @@ try_tool "$out/package" "$tree/bin/verify_tool"
 expect 0 env LD_LIBRARY_PATH="$out/shared-root/usr/lib/$multiarch" "$out/shared-root/usr/bin/crl_compare" \
   --root "$out/package/root.der" "$out/package/crls.pem" "$out/package/crls.pem"
 
-echo "$(wc -l <"$out/static.files") files installed, $(wc -l <"$out/shared.files") with the shared library, and $pages" \
-  "manual pages; no build folder in them; the tools run"
+echo "$(wc -l <"$out/static.files") files installed, $(wc -l <"$out/shared.files") with the shared library, $pages" \
+  "manual pages, $(wc -l <"$out/documents.installed") documents and examples; no build folder in them; the tools run"
