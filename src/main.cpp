@@ -8,9 +8,9 @@
 namespace
 {
 
-// What libcrypto need not do. Nothing that the environment names (OPENSSL_CONF, and the modules that such a file names) may
-// take part. Tables of ciphers, of digests under their old names and of error texts would be half of its start-up, and
-// nobody asks them; nor does what a process leaves behind need tidying up.
+// What libcrypto is told to leave out. Its configuration file, which the environment can name, could load modules into
+// this process. Its tables of ciphers, of digests' names and of error texts are half of the time that it takes to start,
+// and nothing here asks for them. At the end of the process the system takes everything back anyway.
 constexpr uint64_t LIBCRYPTO_PARTS = OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ADD_ALL_CIPHERS |
                                      OPENSSL_INIT_NO_ADD_ALL_DIGESTS | OPENSSL_INIT_NO_LOAD_CRYPTO_STRINGS |
                                      OPENSSL_INIT_NO_ATEXIT;

@@ -4,6 +4,8 @@
 
 #include <stdint.h>
 
+#include "qzlog.h"
+
 // The tool's number on the device, for its log and its memory.
 inline constexpr uint32_t MODULE_ID = 1014;
 

@@ -9,6 +9,8 @@ inline constexpr uint32_t ROOT_CERT_FIRST_SIZE = 1232;
 inline constexpr uint32_t ROOT_CERT_SECOND_SIZE = 131;
 inline constexpr uint32_t ROOT_CERT_SIZE = ROOT_CERT_FIRST_SIZE + ROOT_CERT_SECOND_SIZE;
 
+// Deliberate: the first piece lies among the data that may be written, apart from the second, so that the certificate
+// stands nowhere in the file as one run of octets.
 extern uint8_t g_rootCert0[ROOT_CERT_FIRST_SIZE];
 extern const uint8_t g_rootCert1[ROOT_CERT_SECOND_SIZE];
 

@@ -32,11 +32,16 @@ struct InternalGuard {
     }
 };
 
-inline void InternalFreeBytes(uint8_t *block)
+template <typename T>
+void InternalFreeBlock(T *block)
 {
     SigkitFree(block);
 }
 
-using InternalBytesGuard = InternalGuard<uint8_t, InternalFreeBytes>;
+// Holds a block of SigkitMalloc that owns nothing else.
+template <typename T>
+using InternalBlockGuard = InternalGuard<T, InternalFreeBlock<T>>;
+
+using InternalBytesGuard = InternalBlockGuard<uint8_t>;
 
 #endif

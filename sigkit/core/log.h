@@ -44,6 +44,9 @@ inline uint32_t InternalLogTrail(int line, const char *function, uint32_t code)
 // A failure with its text, as a value to return. The function's own name stands in the line, so not inside a lambda.
 #define SIGKIT_FAIL(code, ...) InternalLogFailure(__LINE__, __func__, (code), __VA_ARGS__)
 
+// An error that is told and goes no further; `code` may be 0.
+#define SIGKIT_ERROR(code, ...) (void)InternalLogFailure(__LINE__, __func__, (code), __VA_ARGS__)
+
 // A failure without a text, as a value to return.
 #define SIGKIT_TRAIL(code) InternalLogTrail(__LINE__, __func__, (code))
 

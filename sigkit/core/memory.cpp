@@ -23,21 +23,30 @@ uint32_t SigkitMallocWith0(void **out, size_t size)
     return SIGKIT_OK;
 }
 
+uint32_t InternalNewBytes(uint8_t **out, size_t size)
+{
+    void *block = nullptr;
+    const uint32_t status = SigkitMalloc(&block, size);
+    if (status == SIGKIT_OK) {
+        *out = static_cast<uint8_t *>(block);
+    }
+    return status;
+}
+
 uint32_t InternalCopyBytes(uint8_t **out, const uint8_t *data, uint32_t len, uint32_t zeroTail)
 {
     const size_t size = static_cast<size_t>(len) + zeroTail;
-    void *block = nullptr;
-    const uint32_t status = SigkitMalloc(&block, size);
+    uint8_t *copy = nullptr;
+    const uint32_t status = InternalNewBytes(&copy, size);
     if (status != SIGKIT_OK) {
         return status;
     }
-    uint8_t *const copy = static_cast<uint8_t *>(block);
     int failure = memcpy_s(copy, size, data, len);
     if (failure == 0 && zeroTail != 0) {
         failure = memset_s(copy + len, zeroTail, 0, zeroTail);
     }
     if (failure != 0) {
-        SigkitFree(block);
+        SigkitFree(copy);
         return static_cast<uint32_t>(failure);
     }
     *out = copy;

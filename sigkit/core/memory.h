@@ -16,6 +16,14 @@
 // memset_s. After the last the block is gone, but `*out` still holds its address: go by the status alone.
 [[nodiscard]] uint32_t SigkitMallocWith0(void **out, size_t size);
 
+// Allocates octets without zeroing them.
+//
+//   out   out, owned by the caller until SigkitFree. Not written on failure.
+//   size  in, octets.
+//
+// Returns SIGKIT_OK, or the host's code when it has no memory.
+[[nodiscard]] uint32_t InternalNewBytes(uint8_t **out, size_t size);
+
 // Allocates a zeroed record of type T into `*out`. See SigkitMallocWith0.
 template <typename T>
 [[nodiscard]] uint32_t InternalNewRecord(T **out)

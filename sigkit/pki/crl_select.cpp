@@ -19,13 +19,7 @@ void FreeCandidates(SigkitList *candidates)
     SigkitListFree(candidates, SigkitFree);
 }
 
-void FreeCandidate(SigkitCrlCandidate *candidate)
-{
-    SigkitFree(candidate);
-}
-
 using CandidatesGuard = InternalGuard<SigkitList, FreeCandidates>;
-using CandidateGuard = InternalGuard<SigkitCrlCandidate, FreeCandidate>;
 
 bool SameIssuer(const SigkitX509Crl &crl, const SigkitX509Cert &cert)
 {
@@ -49,7 +43,7 @@ bool IsInReach(SigkitVerifyCtx *ctx, SigkitX509Crl &crl, const SigkitX509Cert &c
 
 uint32_t AddCandidate(SigkitList *candidates, uint32_t score, SigkitX509Crl *crl)
 {
-    CandidateGuard candidate;
+    InternalBlockGuard<SigkitCrlCandidate> candidate;
     uint32_t status = InternalNewRecord(&candidate.held);
     if (status != SIGKIT_OK) {
         return status;
@@ -133,7 +127,7 @@ uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candi
                                    SigkitX509Crl **best)
 {
     if (candidates.count == 0) {
-        (void)SIGKIT_FAIL(SIGKIT_OK, "Can't find CRL for certificate.");
+        SIGKIT_ERROR(SIGKIT_OK, "Can't find CRL for certificate.");
         return SIGKIT_ERR_NO_CRL;
     }
     uint32_t last = SIGKIT_OK;
@@ -151,7 +145,7 @@ uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candi
         }
         InternalPassOver(ctx, last);
     }
-    (void)SIGKIT_FAIL(last, "Verify CRL failed.");
+    SIGKIT_ERROR(last, "Verify CRL failed.");
     return last != SIGKIT_OK ? last : SIGKIT_ERR_CRL_UNVERIFIED;
 }
 

@@ -104,7 +104,7 @@ uint32_t SigkitPkiVerifyCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, int32_t
         ctx->pathDepth -= 1;
         status = status == SIGKIT_OK ? ctx->hostFailure : status;
     } else if (ctx->pathDepth > SIGKIT_PATH_DEPTH_MAX) {
-        (void)SIGKIT_FAIL(SIGKIT_OK, "The path of certificate is too deep.");
+        SIGKIT_ERROR(SIGKIT_OK, "The path of certificate is too deep.");
         return SIGKIT_ERR_PATH_TOO_DEEP;
     } else {
         status = ValidateNested(ctx, cert, strictRevocation);
@@ -166,7 +166,7 @@ SigkitX509Cert *InternalFindCertIssuer(SigkitVerifyCtx *ctx, SigkitX509Cert *cer
 SigkitX509Cert *InternalFindCertRoot(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t depth)
 {
     if (depth > SIGKIT_PATH_DEPTH_MAX) {
-        (void)SIGKIT_FAIL(SIGKIT_ERR_UNKNOWN, "find path too deep.");
+        SIGKIT_ERROR(SIGKIT_ERR_UNKNOWN, "find path too deep.");
         return nullptr;
     }
     uint32_t isSelfSigned = 0;

@@ -11,9 +11,9 @@
 
 // Certificates and CRLs in the order in which they were added; one share of each is the store's.
 struct SigkitPkiCtx {
-    SigkitList certs; // SigkitX509Cert
-    SigkitList crls;  // SigkitX509Crl
-    InternalPathMemory memory;
+    SigkitList certs;          // SigkitX509Cert
+    SigkitList crls;           // SigkitX509Crl
+    InternalPathMemory memory; // of the path validation in progress
 };
 
 // Gives a context a new, empty store. Returns SIGKIT_OK, SIGKIT_ERR_PARAM when `ctx` is null, or SIGKIT_ERR_NO_MEMORY.

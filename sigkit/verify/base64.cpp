@@ -1,6 +1,7 @@
 #include "verify/base64.h"
 
 #include "core/guard.h"
+#include "core/memory.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
 
@@ -219,13 +220,11 @@ uint32_t InternalBase64Decode(const char *begin, const char *end, uint8_t **data
     if (room == 0) {
         return SIGKIT_ERR_ARMOUR;
     }
-    void *block = nullptr;
-    status = SigkitMalloc(&block, room);
-    if (status != SIGKIT_OK) {
-        return status;
+    InternalBytesGuard decoded;
+    status = InternalNewBytes(&decoded.held, room);
+    if (status == SIGKIT_OK) {
+        status = SigkitBase64Decode(begin, inputLen, decoded.held, &room);
     }
-    InternalBytesGuard decoded(static_cast<uint8_t *>(block));
-    status = SigkitBase64Decode(begin, inputLen, decoded.held, &room);
     if (status != SIGKIT_OK) {
         return status;
     }

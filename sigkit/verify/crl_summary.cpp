@@ -24,13 +24,7 @@ void FreeSummary(SigkitCrlInfo *info)
     SigkitFree(info);
 }
 
-void FreeText(char *text)
-{
-    SigkitFree(text);
-}
-
 using SummaryGuard = InternalGuard<SigkitCrlInfo, FreeSummary>;
-using TextGuard = InternalGuard<char, FreeText>;
 
 uint32_t InternalCheckParamDecodeCrl(const SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len,
                                      SigkitCrlBundle *const *out)
@@ -54,7 +48,7 @@ uint32_t InternalCheckParamDecodeCrlFile(const SigkitVerifyCtx *ctx, const char 
 // Prints the issuer's name. A name that cannot be printed, or does not fit, stays empty.
 void InternalGetCrlIssuerName(const SigkitX509Crl &crl, SigkitCrlInfo *info)
 {
-    TextGuard text;
+    InternalBlockGuard<char> text;
     uint32_t len = 0;
     if (SigkitConvertFromX509Name(&crl.tbsCertList.issuer, &text.held, &len) != SIGKIT_OK) {
         return;

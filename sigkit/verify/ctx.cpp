@@ -40,17 +40,6 @@ uint32_t InternalCheckParamVerifyAddCertFile(const SigkitVerifyCtx *ctx, const c
     return status;
 }
 
-// Adds the certificates that came with CRLs. They are a courtesy: trouble with them is only told.
-void AddCourtesyCerts(SigkitVerifyCtx *ctx, const SigkitList &certs, const char *function)
-{
-    uint32_t status = InternalAddCertToStore(ctx, certs, 0);
-    InternalPassOver(ctx, status);
-    status = certs.count == 0 ? SIGKIT_ERR_UNKNOWN : status;
-    if (status != SIGKIT_OK) {
-        InternalLogWarning(__LINE__, function, status, "Failed to add certificate into store.");
-    }
-}
-
 } // namespace
 
 uint32_t SigkitVerifyCreateCtx(SigkitVerifyCtx **ctx, const SigkitVerifyCreateParam *param)
@@ -130,7 +119,13 @@ uint32_t SigkitVerifyAddCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t 
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }
-    AddCourtesyCerts(ctx, certs, __func__);
+    // Certificates that come with CRLs are a courtesy: trouble with them is only told.
+    status = InternalAddCertToStore(ctx, certs, 0);
+    InternalPassOver(ctx, status);
+    status = certs.count == 0 ? SIGKIT_ERR_UNKNOWN : status;
+    if (status != SIGKIT_OK) {
+        SIGKIT_WARN(status, "Failed to add certificate into store.");
+    }
     return SIGKIT_OK;
 }
 

@@ -1,6 +1,7 @@
 #include "verify/file.h"
 
 #include "core/log.h"
+#include "core/memory.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
 
@@ -21,12 +22,11 @@ uint32_t InternalReadFile(const char *path, uint8_t **data, uint32_t *len)
     if (size > SIGKIT_MAX_FILE_SIZE) {
         return SIGKIT_ERR_FILE_TOO_BIG;
     }
-    void *block = nullptr;
-    const uint32_t status = SigkitMalloc(&block, size);
+    InternalBytesGuard bytes;
+    const uint32_t status = InternalNewBytes(&bytes.held, size);
     if (status != SIGKIT_OK) {
         return status;
     }
-    InternalBytesGuard bytes(static_cast<uint8_t *>(block));
     if (SigkitFileRead(bytes.held, size, file.held) != size) {
         return SIGKIT_ERR_FILE_READ;
     }

@@ -18,8 +18,8 @@ constexpr uint32_t MIN_OBJECT_SIZE = 33;
 
 // Tries for a certificate, then for a CRL, at `data`. `consumed` stays 0 when neither is there; the status is then the
 // CRL decoder's.
-uint32_t InternalDecodeObject(const uint8_t *data, uint32_t len, InternalCertGuard *cert, InternalCrlGuard *crl,
-                              uint32_t *consumed)
+uint32_t DecodeObject(const uint8_t *data, uint32_t len, InternalCertGuard *cert, InternalCrlGuard *crl,
+                      uint32_t *consumed)
 {
     if (SigkitX509DecodeCert(data, len, &cert->held, consumed) == SIGKIT_OK) {
         return SIGKIT_OK;
@@ -84,7 +84,7 @@ uint32_t InternalDecodeStreamCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, 
         InternalCertGuard cert;
         InternalCrlGuard crl;
         uint32_t consumed = 0;
-        status = InternalDecodeObject(image, remaining, &cert, &crl, &consumed);
+        status = DecodeObject(image, remaining, &cert, &crl, &consumed);
         if (status != SIGKIT_OK) {
             return remaining < MIN_OBJECT_SIZE ? SIGKIT_OK : status;
         }

@@ -1,6 +1,7 @@
 #include "core/context.h"
 #include "core/guard.h"
 #include "core/log.h"
+#include "core/memory.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
 #include "verify/file.h"
@@ -31,12 +32,11 @@ uint32_t InternalUpdateContent(SigkitVerifyCtx *ctx, const char *path)
     if (file.held == nullptr) {
         return SIGKIT_FAIL(SIGKIT_ERR_FILE_OPEN, "Can't open file '%s'.", path);
     }
-    void *block = nullptr;
-    uint32_t status = SigkitMalloc(&block, PIECE_SIZE);
+    InternalBytesGuard piece;
+    uint32_t status = InternalNewBytes(&piece.held, PIECE_SIZE);
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }
-    const InternalBytesGuard piece(static_cast<uint8_t *>(block));
     for (;;) {
         const size_t octets = SigkitFileRead(piece.held, PIECE_SIZE, file.held);
         if (octets == 0) {

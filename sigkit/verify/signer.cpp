@@ -1,7 +1,6 @@
 #include "verify/signer.h"
 
 #include "asn1/decode.h"
-#include "core/guard.h"
 #include "core/log.h"
 #include "pki/path.h"
 #include "sigkit/sigkit.h"
@@ -12,8 +11,6 @@
 
 namespace
 {
-
-using CryptoGuard = InternalGuard<SigkitCryptoCtx, SigkitCryptoVerifyDestroyCtx>;
 
 // Feeds the signed attributes as they are signed: with the identifier octet of a SET in place of the IMPLICIT [0] that
 // they bear in the message.
@@ -74,7 +71,7 @@ uint32_t SigkitPkcs7DetachedSignatureVerify(const SigkitPkcs7SignedInfo *signer,
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }
-    CryptoGuard check;
+    InternalCryptoGuard check;
     int32_t result = SigkitCryptoVerifyCreateCtx(&check.held);
     if (result != 0) {
         return SIGKIT_TRAIL(static_cast<uint32_t>(result));

@@ -17,7 +17,7 @@
 namespace
 {
 
-using RecordGuard = InternalGuard<void, SigkitFree>;
+using RecordGuard = InternalBlockGuard<void>;
 
 // Tells whether the imprint is the digest of the content signer's signature (RFC 3161, appendix A).
 uint32_t CheckImprint(const SigkitTsMsgImprint &imprint, const SigkitAsnOcts &signature, bool *matches)

@@ -1,15 +1,12 @@
 #include "x509/pubkey.h"
 
 #include "annexk.h"
-#include "core/guard.h"
 #include "core/log.h"
 #include "sigkit/sigkit.h"
 #include "x509/oid.h"
 
 namespace
 {
-
-using CryptoGuard = InternalGuard<SigkitCryptoCtx, SigkitCryptoVerifyDestroyCtx>;
 
 struct PublicKey {
     SigkitBigInt exponent;
@@ -28,7 +25,7 @@ uint32_t CopyNumber(const SigkitAsnOcts &number, SigkitBigInt *out)
 uint32_t CheckSignature(const PublicKey &key, uint32_t hashAoid, const SigkitAsnOcts &data,
                         const SigkitAsnOcts &signature, uint32_t *result)
 {
-    CryptoGuard check;
+    InternalCryptoGuard check;
     int32_t status = SigkitCryptoVerifyCreateCtx(&check.held);
     if (status == 0) {
         status = SigkitCryptoVerifyInit(check.held, &key.exponent, &key.modulus, hashAoid);

@@ -5,7 +5,10 @@
 #include <stdint.h>
 
 #include "asn1/records.h"
+#include "core/guard.h"
 #include "sigkit/sigkit_host.h"
+
+using InternalCryptoGuard = InternalGuard<SigkitCryptoCtx, SigkitCryptoVerifyDestroyCtx>;
 
 // Copies the public key of a certificate into two numbers.
 //

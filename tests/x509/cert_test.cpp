@@ -250,6 +250,7 @@ TEST_F(Cert, MissingArgumentsAreRefused)
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitX509DecodeCert(encoding.data(), 0, &cert, &out));
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitX509DecodeCert(encoding.data(), len, nullptr, &out));
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitX509DecodeCert(encoding.data(), len, &cert, nullptr));
+    EXPECT_STATUS(SIGKIT_ERR_BUFFER_END, SigkitX509DecodeCert(encoding.data(), 1, &cert, &out)) << "not an argument's";
     FailAllocation(1);
     EXPECT_STATUS(SIGKIT_ERR_NO_MEMORY, SigkitX509DecodeCert(encoding.data(), len, &cert, &out));
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitX509IsSelfSigned(nullptr, &out));
