@@ -9,10 +9,6 @@
 namespace
 {
 
-// The array of elements begins this many octets behind the position of the count.
-constexpr uint32_t ARRAY_OFFSET = 8;
-static_assert(offsetof(SigkitX509Name, items) == offsetof(SigkitX509Name, count) + ARRAY_OFFSET);
-
 // Decodes elements from content of `length` octets at the cursor into the array behind `counter`.
 bool DecodeElements(SigkitDecodeBuf *buf, uint8_t *counter, uint32_t length, const SigkitAsnTemplate &element)
 {
@@ -22,7 +18,7 @@ bool DecodeElements(SigkitDecodeBuf *buf, uint8_t *counter, uint32_t length, con
         if (count == element.maxCount) {
             return false;
         }
-        uint8_t *const slot = counter + ARRAY_OFFSET + static_cast<size_t>(count) * element.item->recordSize;
+        uint8_t *const slot = counter + SIGKIT_ASN_ARRAY_OFFSET + size_t{count} * element.item->recordSize;
         uint32_t consumed = 0;
         if (InternalDecodeWith(*element.item, SIGKIT_ERR_ASN_SET, buf, slot, &consumed, &element) != SIGKIT_OK) {
             return false;

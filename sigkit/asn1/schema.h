@@ -70,7 +70,7 @@ constexpr SigkitAsnTemplate InternalAsnElement(uint16_t flags)
     using Element = std::remove_extent_t<decltype(Record::items)>;
     static_assert(std::is_same_v<typename InternalAsnFills<Item>::type, Element>, "element and item disagree");
     static_assert(Max <= std::extent_v<decltype(Record::items)>, "the array holds what is accepted");
-    static_assert(offsetof(Record, items) == offsetof(Record, count) + 8, "the array begins 8 octets behind the count");
+    static_assert(offsetof(Record, items) == offsetof(Record, count) + SIGKIT_ASN_ARRAY_OFFSET, "where elements go");
     return {&Item, 0, ASN_MODE_UNIVERSAL, flags, static_cast<uint32_t>(offsetof(Record, count)), Max};
 }
 
