@@ -56,7 +56,7 @@ constexpr InternalAsnTagging MEMBER(uint32_t aoid)
 }
 
 // Flags of a row: one of the first three, and what else applies. OPTIONAL and DEFAULT do the same, as an absent member
-// leaves its field zero; in a map REQUIRED does it too. The element of a SET OF is REQUIRED: one that does not
+// leaves its field zero. Every member of a map is OPTIONAL. The element of a SET OF is REQUIRED: one that does not
 // decode fails the whole.
 inline constexpr uint16_t REQUIRED = 0;
 inline constexpr uint16_t OPTIONAL = SIGKIT_ASN_FLAG_OPTIONAL;

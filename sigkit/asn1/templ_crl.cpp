@@ -6,7 +6,7 @@
 // crlEntryExtensions: Extensions. Lenient: may be empty                                           RFC 5280, 5.3
 #define RECORD SigkitX509RevokeAttrs
 constexpr SigkitAsnTemplate g_templSigkitX509RevokeAttrs[] = {
-    KEEP(reasonCode, AsnEnum, MEMBER(AOID_CE_CRLREASONS), REQUIRED), // CRLReason (ENUMERATED), 5.3.1
+    KEEP(reasonCode, AsnEnum, MEMBER(AOID_CE_CRLREASONS), OPTIONAL), // CRLReason (ENUMERATED), 5.3.1
 };
 MAP_ITEM(X509RevokeAttrs, ASN_TAG_SEQUENCE);
 #undef RECORD
@@ -47,7 +47,7 @@ SEQUENCE_ITEM(X509IssuingDistPoint);
 // crlExtensions: Extensions. Lenient: may be empty                                                RFC 5280, 5.2
 #define RECORD SigkitX509CrlAttrs
 constexpr SigkitAsnTemplate g_templSigkitX509CrlAttrs[] = {
-    KEEP(issuingDistributionPoint, X509IssuingDistPoint, MEMBER(AOID_CE_ISSUINGDISTRIBUTIONPOINT), REQUIRED), // 5.2.5
+    KEEP(issuingDistributionPoint, X509IssuingDistPoint, MEMBER(AOID_CE_ISSUINGDISTRIBUTIONPOINT), OPTIONAL), // 5.2.5
 };
 MAP_ITEM(X509CrlAttrs, ASN_TAG_SEQUENCE);
 #undef RECORD

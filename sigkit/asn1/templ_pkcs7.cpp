@@ -34,7 +34,7 @@ SEQUENCE_ITEM(Pkcs7IssuerAndSerial);
 // SignedAttributes ::= SET SIZE (1..MAX) OF Attribute. Lenient: may be empty                      RFC 5652, 5.3
 #define RECORD SigkitX509SignedAttrs
 constexpr SigkitAsnTemplate g_templSigkitX509SignedAttrs[] = {
-    KEEP(messageDigest, AsnOcts, MEMBER(AOID_PKCS9_AT_MESSAGEDIGEST), REQUIRED), // MessageDigest (OCTET STRING), 11.2
+    KEEP(messageDigest, AsnOcts, MEMBER(AOID_PKCS9_AT_MESSAGEDIGEST), OPTIONAL), // MessageDigest (OCTET STRING), 11.2
 };
 MAP_ITEM(X509SignedAttrs, ASN_TAG_SET);
 #undef RECORD
