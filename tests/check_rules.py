@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Holds the rules of the house that no compiler checks. Exits with 1 and names each place that breaks one.
 
-Layers: an include inside the library goes down to a lower floor, never up. The one exception is that the map decoder and
-the key purpose decoder choose by object identifier.
+Layers: an include inside the library goes down to a lower floor, never up. The one exception is the list of object
+identifiers, for the one file of the decoder that chooses by them and for the tables that name them.
 The library reaches the world through its host alone: no libcrypto, no stdio, no allocation of its own.
 """
 import pathlib
@@ -19,7 +19,9 @@ FLOORS = {
     "pki": {"core", "asn1", "x509"},
     "verify": {"core", "asn1", "x509", "pki"},
 }
-EXCEPTIONS = {("asn1", "x509/oid.h")}
+EXCEPTIONS = {
+    "x509/oid.h": {f"sigkit/asn1/{name}.cpp" for name in ("decode_map", "templ_cert", "templ_crl", "templ_pkcs7")},
+}
 OUTSIDE = {"annexk.h", "sigkit/sigkit.h", "sigkit/sigkit_host.h"}
 SYSTEM = {"stdarg.h", "stddef.h", "stdint.h", "iterator", "type_traits"}
 
@@ -43,7 +45,7 @@ def strip(text: str) -> str:
 def check_include(path: str, floor: str, kind: str, name: str) -> str | None:
     if kind == "<":
         return None if name in SYSTEM else f"system header <{name}>"
-    if name in OUTSIDE or (floor, name) in EXCEPTIONS:
+    if name in OUTSIDE or path in EXCEPTIONS.get(name, ()):
         return None
     target = name.split("/")[0]
     if target == floor or target in FLOORS[floor]:

@@ -6,7 +6,8 @@
 
 #include "sigkit/sigkit.h"
 
-// A reader over `size` octets at `data`; always pos <= size.
+// A reader over `size` octets at `data`; always pos <= size. Decode functions move `pos` themselves: forward over no
+// more octets than InternalDecLen has found there, and back to where an element began.
 struct SigkitDecodeBuf {
     const uint8_t *data; // not owned
     uint32_t size;

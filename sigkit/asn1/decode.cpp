@@ -15,13 +15,13 @@ const SigkitAsnDecodeFunc g_skvAsnFuncExku = SigkitOidToExku;
 uint32_t SigkitAsnDecode(const uint8_t *data, uint32_t size, const SigkitAsnItem *item, uint8_t rootFlags,
                          void **record, uint32_t *consumed)
 {
-    if (data == nullptr || size == 0 || item == nullptr || record == nullptr || consumed == nullptr) {
+    SigkitDecodeBuf buf = {};
+    if (item == nullptr || record == nullptr || consumed == nullptr || SigkitBufInit(&buf, data, size) != SIGKIT_OK) {
         return SIGKIT_ERR_PARAM;
     }
     if (*item->decode == nullptr) {
         return SIGKIT_ERR_ASN_NO_DECODER;
     }
-    SigkitDecodeBuf buf = {data, size, 0};
     void *block = nullptr;
     uint32_t status = SigkitMallocWith0(&block, item->recordSize);
     if (status != SIGKIT_OK) {

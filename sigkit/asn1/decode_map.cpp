@@ -1,3 +1,4 @@
+// What is chosen by object identifier: the members of a map, and key purposes.
 #include "asn1/decode.h"
 #include "asn1/header.h"
 #include "asn1/records.h"
@@ -72,5 +73,31 @@ uint32_t SigkitDecodeMap(SigkitDecodeBuf *buf, void *out, uint32_t *consumed, co
         return status;
     }
     *consumed = buf->pos - start;
+    return SIGKIT_OK;
+}
+
+uint32_t SigkitOidToExku(SigkitDecodeBuf *buf, void *out, uint32_t *consumed, const SigkitAsnTemplate *)
+{
+    if (out == nullptr) {
+        return SIGKIT_ERR_PARAM;
+    }
+    SigkitAsnOidBundle purposes = {};
+    const SigkitAsnTemplate bundle = {&g_itemSigkitAsnOidBundle, 0, ASN_MODE_UNIVERSAL, 0, 0, 0};
+    const uint32_t status =
+        InternalDecodeWith(g_itemSigkitAsnOidBundle, SIGKIT_ERR_ASN_SET, buf, &purposes, consumed, &bundle);
+    if (status != SIGKIT_OK || purposes.count == 0) {
+        return status;
+    }
+    uint32_t *const flags = static_cast<uint32_t *>(out);
+    switch (SigkitFindAoid(&purposes.items[0])) {
+    case AOID_KP_CODESIGNING:
+        *flags |= SIGKIT_EXKU_CODE_SIGNING;
+        break;
+    case AOID_KP_TIMESTAMPING:
+        *flags |= SIGKIT_EXKU_TIME_STAMPING;
+        break;
+    default:
+        break;
+    }
     return SIGKIT_OK;
 }

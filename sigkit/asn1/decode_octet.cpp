@@ -27,6 +27,8 @@ void Capture(SigkitDecodeBuf *buf, uint32_t start, uint32_t length, const Sigkit
              SigkitAsnOcts *view)
 {
     if (length == 0 && view != nullptr) {
+        // To its reader the same as a null `data` alone: a field is zero before, and one that a repeated extension or
+        // attribute fills again is read by its `data` first.
         *view = {};
         return;
     }

@@ -2,16 +2,10 @@
 
 #include "asn1/decode.h"
 #include "asn1/header.h"
-#include "asn1/records.h"
 #include "sigkit/sigkit.h"
-#include "x509/oid.h"
 
 namespace
 {
-
-// The array of elements begins this many octets behind the position of the count.
-constexpr uint32_t ARRAY_OFFSET = 8;
-static_assert(offsetof(SigkitX509Name, items) == offsetof(SigkitX509Name, count) + ARRAY_OFFSET);
 
 // Decodes elements from content of `length` octets at the cursor into the array behind `counter`.
 bool DecodeElements(SigkitDecodeBuf *buf, uint8_t *counter, uint32_t length, const SigkitAsnTemplate &element)
@@ -22,7 +16,7 @@ bool DecodeElements(SigkitDecodeBuf *buf, uint8_t *counter, uint32_t length, con
         if (count == element.maxCount) {
             return false;
         }
-        uint8_t *const slot = counter + ARRAY_OFFSET + static_cast<size_t>(count) * element.item->recordSize;
+        uint8_t *const slot = counter + SIGKIT_ASN_ARRAY_OFFSET + size_t{count} * element.item->recordSize;
         uint32_t consumed = 0;
         if (InternalDecodeWith(*element.item, SIGKIT_ERR_ASN_SET, buf, slot, &consumed, &element) != SIGKIT_OK) {
             return false;
@@ -53,31 +47,5 @@ uint32_t SigkitDecodeSetof(SigkitDecodeBuf *buf, void *out, uint32_t *consumed, 
         return SIGKIT_ERR_ASN_SET;
     }
     *consumed = buf->pos - start;
-    return SIGKIT_OK;
-}
-
-uint32_t SigkitOidToExku(SigkitDecodeBuf *buf, void *out, uint32_t *consumed, const SigkitAsnTemplate *)
-{
-    if (out == nullptr) {
-        return SIGKIT_ERR_PARAM;
-    }
-    SigkitAsnOidBundle purposes = {};
-    const SigkitAsnTemplate bundle = {&g_itemSigkitAsnOidBundle, 0, ASN_MODE_UNIVERSAL, 0, 0, 0};
-    const uint32_t status =
-        InternalDecodeWith(g_itemSigkitAsnOidBundle, SIGKIT_ERR_ASN_SET, buf, &purposes, consumed, &bundle);
-    if (status != SIGKIT_OK || purposes.count == 0) {
-        return status;
-    }
-    uint32_t *const flags = static_cast<uint32_t *>(out);
-    switch (SigkitFindAoid(&purposes.items[0])) {
-    case AOID_KP_CODESIGNING:
-        *flags |= SIGKIT_EXKU_CODE_SIGNING;
-        break;
-    case AOID_KP_TIMESTAMPING:
-        *flags |= SIGKIT_EXKU_TIME_STAMPING;
-        break;
-    default:
-        break;
-    }
     return SIGKIT_OK;
 }

@@ -3,60 +3,77 @@
 
 // clang-format off
 
-// CRLReason, of crlEntryExtensions                                                                RFC 5280, 5.3.1
+// crlEntryExtensions: Extensions. Lenient: may be empty                                           RFC 5280, 5.3
+#define RECORD SigkitX509RevokeAttrs
 constexpr SigkitAsnTemplate g_templSigkitX509RevokeAttrs[] = {
-    KEEP(SigkitX509RevokeAttrs, reasonCode, g_itemSigkitAsnEnum, MEMBER(AOID_CE_CRLREASONS), PLAIN),
+    KEEP(reasonCode, AsnEnum, MEMBER(AOID_CE_CRLREASONS), OPTIONAL), // CRLReason (ENUMERATED), 5.3.1
 };
-MAP_ITEM(SigkitX509RevokeAttrs, ASN_TAG_SEQUENCE);
+MAP_ITEM(X509RevokeAttrs, ASN_TAG_SEQUENCE);
+#undef RECORD
 
 // An entry of revokedCertificates: SEQUENCE {                                                     RFC 5280, 5.1
+#define RECORD SigkitX509RevokeEntry
 constexpr SigkitAsnTemplate g_templSigkitX509RevokeEntry[] = {
-    KEEP(SigkitX509RevokeEntry, userCertificate,    g_itemSigkitAsnBigint,       UNIVERSAL, REQUIRED),
-    KEEP(SigkitX509RevokeEntry, revocationDate,     g_itemSigkitAsnOcts,         UNIVERSAL, REQUIRED),  // Time
-    KEEP(SigkitX509RevokeEntry, crlEntryExtensions, g_itemSigkitX509RevokeAttrs, UNIVERSAL, OPTIONAL),
+    KEEP(userCertificate,    AsnBigint,       UNIVERSAL, REQUIRED), // CertificateSerialNumber
+    KEEP(revocationDate,     AsnOcts,         UNIVERSAL, REQUIRED), // Time
+    KEEP(crlEntryExtensions, X509RevokeAttrs, UNIVERSAL, OPTIONAL), // Extensions OPTIONAL }
 };
-SEQUENCE_ITEM(SigkitX509RevokeEntry);
+SEQUENCE_ITEM(X509RevokeEntry);
+#undef RECORD
 
-// revokedCertificates: SEQUENCE OF. Narrowed: at most 20 entries                                  RFC 5280, 5.1
+// revokedCertificates: SEQUENCE OF, absent rather than empty                                      RFC 5280, 5.1.2.6
+#define RECORD SigkitX509Revoked
 constexpr SigkitAsnTemplate g_templSigkitX509Revoked[] = {
-    ELEMENT(SigkitX509Revoked, g_itemSigkitX509RevokeEntry, 20, REQUIRED),
+    ELEMENT(X509RevokeEntry, 20, REQUIRED), // Narrowed: at most 20. Lenient: may be empty
 };
-SET_OF_ITEM(SigkitX509Revoked, ASN_TAG_SEQUENCE);
+SEQUENCE_OF_ITEM(X509Revoked);
+#undef RECORD
 
 // IssuingDistributionPoint ::= SEQUENCE {                                                         RFC 5280, 5.2.5
+#define RECORD SigkitX509IssuingDistPoint
 constexpr SigkitAsnTemplate g_templSigkitX509IssuingDistPoint[] = {
-    KEEP(SigkitX509IssuingDistPoint, distributionPoint,          g_itemSigkitAsnOcts, IMPLICIT(0), OPTIONAL),
-    KEEP(SigkitX509IssuingDistPoint, onlyContainsUserCerts,      g_itemSigkitAsnBool, IMPLICIT(1), OPTIONAL),  // DEFAULT FALSE
-    KEEP(SigkitX509IssuingDistPoint, onlyContainsCACerts,        g_itemSigkitAsnBool, IMPLICIT(2), OPTIONAL),  // DEFAULT FALSE
-    KEEP(SigkitX509IssuingDistPoint, onlySomeReasons,            g_itemSigkitAsnBits, IMPLICIT(3), OPTIONAL),
-    KEEP(SigkitX509IssuingDistPoint, indirectCRL,                g_itemSigkitAsnBool, IMPLICIT(4), OPTIONAL),  // DEFAULT FALSE
-    KEEP(SigkitX509IssuingDistPoint, onlyContainsAttributeCerts, g_itemSigkitAsnBool, IMPLICIT(5), OPTIONAL),  // DEFAULT FALSE
+    KEEP(distributionPoint,          AsnOcts, IMPLICIT(0), OPTIONAL), // [0] DistributionPointName OPTIONAL: a CHOICE,
+                                                                      // so the tag is in effect EXPLICIT, and the view
+                                                                      // is the wrapper's content: the name as it stands
+    KEEP(onlyContainsUserCerts,      AsnBool, IMPLICIT(1), OPTIONAL), // [1] BOOLEAN DEFAULT FALSE
+    KEEP(onlyContainsCACerts,        AsnBool, IMPLICIT(2), OPTIONAL), // [2] BOOLEAN DEFAULT FALSE
+    KEEP(onlySomeReasons,            AsnBits, IMPLICIT(3), OPTIONAL), // [3] ReasonFlags OPTIONAL
+    KEEP(indirectCRL,                AsnBool, IMPLICIT(4), OPTIONAL), // [4] BOOLEAN DEFAULT FALSE
+    KEEP(onlyContainsAttributeCerts, AsnBool, IMPLICIT(5), OPTIONAL), // [5] BOOLEAN DEFAULT FALSE }
 };
-SEQUENCE_ITEM(SigkitX509IssuingDistPoint);
+SEQUENCE_ITEM(X509IssuingDistPoint);
+#undef RECORD
 
-// crlExtensions: Extensions                                                                       RFC 5280, 5.2
+// crlExtensions: Extensions. Lenient: may be empty                                                RFC 5280, 5.2
+#define RECORD SigkitX509CrlAttrs
 constexpr SigkitAsnTemplate g_templSigkitX509CrlAttrs[] = {
-    KEEP(SigkitX509CrlAttrs, issuingDistributionPoint, g_itemSigkitX509IssuingDistPoint, MEMBER(AOID_CE_ISSUINGDISTRIBUTIONPOINT), PLAIN),
+    KEEP(issuingDistributionPoint, X509IssuingDistPoint, MEMBER(AOID_CE_ISSUINGDISTRIBUTIONPOINT), OPTIONAL), // 5.2.5
 };
-MAP_ITEM(SigkitX509CrlAttrs, ASN_TAG_SEQUENCE);
+MAP_ITEM(X509CrlAttrs, ASN_TAG_SEQUENCE);
+#undef RECORD
 
 // TBSCertList ::= SEQUENCE {                                                                      RFC 5280, 5.1
+#define RECORD SigkitX509CrlInfo
 constexpr SigkitAsnTemplate g_templSigkitX509CrlInfo[] = {
-    KEEP(SigkitX509CrlInfo, version,             g_itemSigkitAsnInt,             UNIVERSAL,   REQUIRED),  // OPTIONAL. Narrowed: v1 is refused
-    KEEP(SigkitX509CrlInfo, signature,           g_itemSigkitX509AlgoIdentifier, UNIVERSAL,   REQUIRED),
-    KEEP(SigkitX509CrlInfo, issuer,              g_itemSigkitX509Name,           UNIVERSAL,   REQUIRED),
-    KEEP(SigkitX509CrlInfo, thisUpdate,          g_itemSigkitAsnOcts,            UNIVERSAL,   REQUIRED),  // Time
-    KEEP(SigkitX509CrlInfo, nextUpdate,          g_itemSigkitAsnOcts,            UNIVERSAL,   REQUIRED),  // OPTIONAL. Narrowed: must be there
-    KEEP(SigkitX509CrlInfo, revokedCertificates, g_itemSigkitX509Revoked,        UNIVERSAL,   OPTIONAL),
-    KEEP(SigkitX509CrlInfo, crlExtensions,       g_itemSigkitX509CrlAttrs,       EXPLICIT(0), OPTIONAL),
+    KEEP(version,             AsnInt,             UNIVERSAL,   REQUIRED), // Version OPTIONAL. Narrowed: must be there,
+                                                                          // so v1 is refused
+    KEEP(signature,           X509AlgoIdentifier, UNIVERSAL,   REQUIRED), // AlgorithmIdentifier
+    KEEP(issuer,              X509Name,           UNIVERSAL,   REQUIRED), // Name
+    KEEP(thisUpdate,          AsnOcts,            UNIVERSAL,   REQUIRED), // Time
+    KEEP(nextUpdate,          AsnOcts,            UNIVERSAL,   REQUIRED), // Time OPTIONAL. Narrowed: must be there
+    KEEP(revokedCertificates, X509Revoked,        UNIVERSAL,   OPTIONAL), // SEQUENCE OF SEQUENCE { ... } OPTIONAL
+    KEEP(crlExtensions,       X509CrlAttrs,       EXPLICIT(0), OPTIONAL), // [0] EXPLICIT Extensions OPTIONAL }
 };
-SEQUENCE_ITEM(SigkitX509CrlInfo);
+SEQUENCE_ITEM(X509CrlInfo);
+#undef RECORD
 
 // CertificateList ::= SEQUENCE {                                                                  RFC 5280, 5.1
+#define RECORD SigkitX509Crl
 constexpr SigkitAsnTemplate g_templSigkitX509Crl[] = {
-    KEEP(SigkitX509Crl, encoded,            g_itemSigkitAsnOcts,            UNIVERSAL, PEEK | RAW),  // tbsCertList, whole
-    KEEP(SigkitX509Crl, tbsCertList,        g_itemSigkitX509CrlInfo,        UNIVERSAL, REQUIRED),
-    KEEP(SigkitX509Crl, signatureAlgorithm, g_itemSigkitX509AlgoIdentifier, UNIVERSAL, REQUIRED),
-    KEEP(SigkitX509Crl, signatureValue,     g_itemSigkitAsnBits,            UNIVERSAL, REQUIRED),
+    KEEP(encoded,            AsnOcts,            UNIVERSAL, REQUIRED | PEEK | RAW), // tbsCertList, whole
+    KEEP(tbsCertList,        X509CrlInfo,        UNIVERSAL, REQUIRED), // TBSCertList
+    KEEP(signatureAlgorithm, X509AlgoIdentifier, UNIVERSAL, REQUIRED), // AlgorithmIdentifier
+    KEEP(signatureValue,     AsnBits,            UNIVERSAL, REQUIRED), // BIT STRING }
 };
-SEQUENCE_ITEM(SigkitX509Crl);
+SEQUENCE_ITEM(X509Crl);
+#undef RECORD

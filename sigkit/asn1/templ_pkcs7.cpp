@@ -4,70 +4,94 @@
 // clang-format off
 
 // EncapsulatedContentInfo ::= SEQUENCE {                                                          RFC 5652, 5.2
+#define RECORD SigkitPkcs7ContentInfo
 constexpr SigkitAsnTemplate g_templSigkitPkcs7ContentInfo[] = {
-    KEEP(SigkitPkcs7ContentInfo, eContentType, g_itemSigkitAsnOcts, UNIVERSAL, REQUIRED),  // OBJECT IDENTIFIER
-    KEEP(SigkitPkcs7ContentInfo, eContent,     g_itemSigkitAsnOcts, UNIVERSAL, OPTIONAL),  // the [0] wrapper as an element of its own
+    KEEP(eContentType, AsnOcts, UNIVERSAL, REQUIRED), // ContentType (OBJECT IDENTIFIER)
+    KEEP(eContent,     AsnOcts, UNIVERSAL, OPTIONAL), // [0] EXPLICIT OCTET STRING OPTIONAL }. The wrapper is read as
+                                                      // the element, so the view is its content: the OCTET STRING
+                                                      // whole. Lenient: any element
 };
-SEQUENCE_ITEM(SigkitPkcs7ContentInfo);
+SEQUENCE_ITEM(Pkcs7ContentInfo);
+#undef RECORD
 
-// CertificateSet ::= SET OF CertificateChoices. Narrowed: at most 2; captured whole               RFC 5652, 10.2.3
+// CertificateSet ::= SET OF CertificateChoices                                                    RFC 5652, 10.2.3
+#define RECORD SigkitX509CertRawBundle
 constexpr SigkitAsnTemplate g_templSigkitX509CertRawBundle[] = {
-    ELEMENT(SigkitX509CertRawBundle, g_itemSigkitAsnOcts, 2, RAW),
+    ELEMENT(AsnOcts, 2, REQUIRED | RAW), // CertificateChoices, whole. Narrowed: at most 2
 };
-SET_OF_ITEM(SigkitX509CertRawBundle, ASN_TAG_SEQUENCE);  // a SET, but always read under its IMPLICIT tag
+SEQUENCE_OF_ITEM(X509CertRawBundle); // a SET, but always read under its IMPLICIT tag
+#undef RECORD
 
 // IssuerAndSerialNumber ::= SEQUENCE {                                                            RFC 5652, 10.2.4
+#define RECORD SigkitPkcs7IssuerAndSerial
 constexpr SigkitAsnTemplate g_templSigkitPkcs7IssuerAndSerial[] = {
-    KEEP(SigkitPkcs7IssuerAndSerial, issuer,       g_itemSigkitX509Name,  UNIVERSAL, REQUIRED),
-    KEEP(SigkitPkcs7IssuerAndSerial, serialNumber, g_itemSigkitAsnBigint, UNIVERSAL, REQUIRED),
+    KEEP(issuer,       X509Name,  UNIVERSAL, REQUIRED), // Name
+    KEEP(serialNumber, AsnBigint, UNIVERSAL, REQUIRED), // CertificateSerialNumber }
 };
-SEQUENCE_ITEM(SigkitPkcs7IssuerAndSerial);
+SEQUENCE_ITEM(Pkcs7IssuerAndSerial);
+#undef RECORD
 
-// SignedAttributes ::= SET SIZE (1..MAX) OF Attribute                                             RFC 5652, 5.3
+// SignedAttributes ::= SET SIZE (1..MAX) OF Attribute. Lenient: may be empty                      RFC 5652, 5.3
+#define RECORD SigkitX509SignedAttrs
 constexpr SigkitAsnTemplate g_templSigkitX509SignedAttrs[] = {
-    KEEP(SigkitX509SignedAttrs, messageDigest, g_itemSigkitAsnOcts, MEMBER(AOID_PKCS9_AT_MESSAGEDIGEST), PLAIN),
+    KEEP(messageDigest, AsnOcts, MEMBER(AOID_PKCS9_AT_MESSAGEDIGEST), OPTIONAL), // MessageDigest (OCTET STRING), 11.2
 };
-MAP_ITEM(SigkitX509SignedAttrs, ASN_TAG_SET);
+MAP_ITEM(X509SignedAttrs, ASN_TAG_SET);
+#undef RECORD
 
-// UnsignedAttributes ::= SET SIZE (1..MAX) OF Attribute                                           RFC 5652, 5.3
+// UnsignedAttributes ::= SET SIZE (1..MAX) OF Attribute. Lenient: may be empty                    RFC 5652, 5.3
+#define RECORD SigkitX509UnsignedAttrs
 constexpr SigkitAsnTemplate g_templSigkitX509UnsignedAttrs[] = {
-    KEEP(SigkitX509UnsignedAttrs, timeStampToken, g_itemSigkitAsnOcts, MEMBER(AOID_PKCS9_AT_TIMESTAMP_TOKEN), OPTIONAL | RAW),
+    KEEP(timeStampToken, AsnOcts, MEMBER(AOID_PKCS9_AT_TIMESTAMP_TOKEN), OPTIONAL | RAW), // TimeStampToken, RFC 3161, A
 };
-MAP_ITEM(SigkitX509UnsignedAttrs, ASN_TAG_SET);
+MAP_ITEM(X509UnsignedAttrs, ASN_TAG_SET);
+#undef RECORD
 
 // SignerInfo ::= SEQUENCE {                                                                       RFC 5652, 5.3
+#define RECORD SigkitPkcs7SignedInfo
 constexpr SigkitAsnTemplate g_templSigkitPkcs7SignedInfo[] = {
-    KEEP(SigkitPkcs7SignedInfo, version,         g_itemSigkitAsnInt,                UNIVERSAL,   REQUIRED),
-    KEEP(SigkitPkcs7SignedInfo, sid,             g_itemSigkitPkcs7IssuerAndSerial,  UNIVERSAL,   REQUIRED),  // CHOICE. Narrowed: no subjectKeyIdentifier
-    KEEP(SigkitPkcs7SignedInfo, digestAlgorithm, g_itemSigkitX509AlgoIdentifier,    UNIVERSAL,   REQUIRED),
-    KEEP(SigkitPkcs7SignedInfo, signedAttrsRaw,  g_itemSigkitAttrBundleRaw,         IMPLICIT(0), OPTIONAL | PEEK | RAW),  // signedAttrs, whole
-    KEEP(SigkitPkcs7SignedInfo, signedAttrs,     g_itemSigkitX509SignedAttrs,       IMPLICIT(0), OPTIONAL),
-    DROP(signatureAlgorithm,                     g_itemSigkitAsnSeq,                UNIVERSAL,   REQUIRED),
-    KEEP(SigkitPkcs7SignedInfo, signature,       g_itemSigkitAsnOcts,               UNIVERSAL,   REQUIRED),  // OCTET STRING
-    KEEP(SigkitPkcs7SignedInfo, unsignedAttrs,   g_itemSigkitX509UnsignedAttrs,     IMPLICIT(1), OPTIONAL),
+    KEEP(version,            AsnInt,               UNIVERSAL,   REQUIRED), // CMSVersion
+    KEEP(sid,                Pkcs7IssuerAndSerial, UNIVERSAL,   REQUIRED), // SignerIdentifier. Narrowed: of the CHOICE,
+                                                                           // issuerAndSerialNumber alone
+    KEEP(digestAlgorithm,    X509AlgoIdentifier,   UNIVERSAL,   REQUIRED), // DigestAlgorithmIdentifier
+    KEEP(signedAttrsRaw,     AttrBundleRaw,        IMPLICIT(0), OPTIONAL | PEEK | RAW), // signedAttrs, whole
+    KEEP(signedAttrs,        X509SignedAttrs,      IMPLICIT(0), OPTIONAL), // [0] IMPLICIT SignedAttributes OPTIONAL
+    DROP(signatureAlgorithm, AsnSeq,               UNIVERSAL,   REQUIRED), // SignatureAlgorithmIdentifier
+    KEEP(signature,          AsnOcts,              UNIVERSAL,   REQUIRED), // SignatureValue (OCTET STRING)
+    KEEP(unsignedAttrs,      X509UnsignedAttrs,    IMPLICIT(1), OPTIONAL), // [1] IMPLICIT UnsignedAttributes OPTIONAL }
 };
-SEQUENCE_ITEM(SigkitPkcs7SignedInfo);
+SEQUENCE_ITEM(Pkcs7SignedInfo);
+#undef RECORD
 
-// SignerInfos ::= SET OF SignerInfo. Narrowed: at most 1                                          RFC 5652, 5.1
+// SignerInfos ::= SET OF SignerInfo                                                               RFC 5652, 5.1
+#define RECORD SigkitPkcs7SignedInfoBundle
 constexpr SigkitAsnTemplate g_templSigkitPkcs7SignedInfoBundle[] = {
-    ELEMENT(SigkitPkcs7SignedInfoBundle, g_itemSigkitPkcs7SignedInfo, 1, REQUIRED),
+    ELEMENT(Pkcs7SignedInfo, 1, REQUIRED), // Narrowed: at most 1
 };
-SET_OF_ITEM(SigkitPkcs7SignedInfoBundle, ASN_TAG_SET);
+SET_OF_ITEM(Pkcs7SignedInfoBundle);
+#undef RECORD
 
 // SignedData ::= SEQUENCE {                                                                       RFC 5652, 5.1
+#define RECORD SigkitPkcs7SignedData
 constexpr SigkitAsnTemplate g_templSigkitPkcs7SignedData[] = {
-    KEEP(SigkitPkcs7SignedData, version,          g_itemSigkitAsnInt,                UNIVERSAL,   OPTIONAL),  // required. Lenient: may be absent
-    DROP(digestAlgorithms,                        g_itemSigkitAsnSet,                UNIVERSAL,   REQUIRED),
-    KEEP(SigkitPkcs7SignedData, encapContentInfo, g_itemSigkitPkcs7ContentInfo,      UNIVERSAL,   REQUIRED),
-    KEEP(SigkitPkcs7SignedData, certificates,     g_itemSigkitX509CertRawBundle,     IMPLICIT(0), OPTIONAL),
-    DROP(crls,                                    g_itemSigkitAsnSeq,                IMPLICIT(1), OPTIONAL),  // CRLs come from the CRL file alone
-    KEEP(SigkitPkcs7SignedData, signerInfos,      g_itemSigkitPkcs7SignedInfoBundle, UNIVERSAL,   REQUIRED),
+    KEEP(version,          AsnInt,                UNIVERSAL,   OPTIONAL), // CMSVersion. Lenient: may be absent
+    DROP(digestAlgorithms, AsnSet,                UNIVERSAL,   REQUIRED), // DigestAlgorithmIdentifiers (SET OF)
+    KEEP(encapContentInfo, Pkcs7ContentInfo,      UNIVERSAL,   REQUIRED), // EncapsulatedContentInfo
+    KEEP(certificates,     X509CertRawBundle,     IMPLICIT(0), OPTIONAL), // [0] IMPLICIT CertificateSet OPTIONAL
+    DROP(crls,             AsnSeq,                IMPLICIT(1), OPTIONAL), // [1] IMPLICIT RevocationInfoChoices OPTIONAL
+                                                                          // (SET OF, but always read under this tag).
+                                                                          // CRLs come from the CRL file alone
+    KEEP(signerInfos,      Pkcs7SignedInfoBundle, UNIVERSAL,   REQUIRED), // SignerInfos }
 };
-SEQUENCE_ITEM(SigkitPkcs7SignedData);
+SEQUENCE_ITEM(Pkcs7SignedData);
+#undef RECORD
 
 // ContentInfo ::= SEQUENCE {                                                                      RFC 5652, 3
+#define RECORD SigkitPkcs7Content
 constexpr SigkitAsnTemplate g_templSigkitPkcs7Content[] = {
-    KEEP(SigkitPkcs7Content, contentType, g_itemSigkitAsnOcts,         UNIVERSAL,   REQUIRED),  // OBJECT IDENTIFIER
-    KEEP(SigkitPkcs7Content, content,     g_itemSigkitPkcs7SignedData, EXPLICIT(0), REQUIRED),  // ANY. Narrowed: SignedData
+    KEEP(contentType, AsnOcts,         UNIVERSAL,   REQUIRED), // ContentType (OBJECT IDENTIFIER)
+    KEEP(content,     Pkcs7SignedData, EXPLICIT(0), REQUIRED), // [0] EXPLICIT ANY DEFINED BY contentType }
+                                                               // Narrowed: SignedData
 };
-SEQUENCE_ITEM(SigkitPkcs7Content);
+SEQUENCE_ITEM(Pkcs7Content);
+#undef RECORD

@@ -3,23 +3,28 @@
 // clang-format off
 
 // MessageImprint ::= SEQUENCE {                                                                   RFC 3161, 2.4.1
+#define RECORD SigkitTsMsgImprint
 constexpr SigkitAsnTemplate g_templSigkitTsMsgImprint[] = {
-    KEEP(SigkitTsMsgImprint, hashAlgorithm, g_itemSigkitX509AlgoIdentifier, UNIVERSAL, REQUIRED),
-    KEEP(SigkitTsMsgImprint, hashedMessage, g_itemSigkitAsnOcts,            UNIVERSAL, REQUIRED),  // OCTET STRING
+    KEEP(hashAlgorithm, X509AlgoIdentifier, UNIVERSAL, REQUIRED), // AlgorithmIdentifier
+    KEEP(hashedMessage, AsnOcts,            UNIVERSAL, REQUIRED), // OCTET STRING }
 };
-SEQUENCE_ITEM(SigkitTsMsgImprint);
+SEQUENCE_ITEM(TsMsgImprint);
+#undef RECORD
 
 // TSTInfo ::= SEQUENCE {                                                                          RFC 3161, 2.4.2
+#define RECORD SigkitTimestampInfo
 constexpr SigkitAsnTemplate g_templSigkitTimestampInfo[] = {
-    DROP(version,                             g_itemSigkitAsnInt,       UNIVERSAL,   REQUIRED),
-    DROP(policy,                              g_itemSigkitAsnOcts,      UNIVERSAL,   REQUIRED),  // OBJECT IDENTIFIER
-    KEEP(SigkitTimestampInfo, messageImprint, g_itemSigkitTsMsgImprint, UNIVERSAL,   REQUIRED),
-    DROP(serialNumber,                        g_itemSigkitAsnBigint,    UNIVERSAL,   REQUIRED),
-    KEEP(SigkitTimestampInfo, genTime,        g_itemSigkitAsnOcts,      UNIVERSAL,   REQUIRED),  // GeneralizedTime
-    DROP(accuracy,                            g_itemSigkitAsnSeq,       UNIVERSAL,   OPTIONAL),
-    DROP(ordering,                            g_itemSigkitAsnBool,      UNIVERSAL,   OPTIONAL),  // DEFAULT FALSE
-    DROP(nonce,                               g_itemSigkitAsnBigint,    UNIVERSAL,   OPTIONAL),
-    DROP(tsa,                                 g_itemSigkitAsnSeq,       IMPLICIT(0), OPTIONAL),
-    DROP(extensions,                          g_itemSigkitAsnSeq,       IMPLICIT(1), OPTIONAL),
+    DROP(version,        AsnInt,       UNIVERSAL,   REQUIRED), // INTEGER { v1(1) }
+    DROP(policy,         AsnOcts,      UNIVERSAL,   REQUIRED), // TSAPolicyId (OBJECT IDENTIFIER). Lenient: any element
+    KEEP(messageImprint, TsMsgImprint, UNIVERSAL,   REQUIRED), // MessageImprint
+    DROP(serialNumber,   AsnBigint,    UNIVERSAL,   REQUIRED), // INTEGER
+    KEEP(genTime,        AsnOcts,      UNIVERSAL,   REQUIRED), // GeneralizedTime
+    DROP(accuracy,       AsnSeq,       UNIVERSAL,   OPTIONAL), // Accuracy OPTIONAL
+    DROP(ordering,       AsnBool,      UNIVERSAL,   OPTIONAL), // BOOLEAN DEFAULT FALSE
+    DROP(nonce,          AsnBigint,    UNIVERSAL,   OPTIONAL), // INTEGER OPTIONAL
+    DROP(tsa,            AsnSeq,       IMPLICIT(0), OPTIONAL), // [0] GeneralName OPTIONAL: a CHOICE, so the tag is in
+                                                               // effect EXPLICIT; wrapper and name are dropped
+    DROP(extensions,     AsnSeq,       IMPLICIT(1), OPTIONAL), // [1] IMPLICIT Extensions OPTIONAL }
 };
-SEQUENCE_ITEM(SigkitTimestampInfo);
+SEQUENCE_ITEM(TimestampInfo);
+#undef RECORD

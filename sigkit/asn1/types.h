@@ -7,7 +7,11 @@
 // ---- Views ---------------------------------------------------------------------------------------------------------
 
 // The content of one decoded element, or its whole encoding where it was captured raw. It owns nothing: the input must
-// outlive it. All zero when the element is absent or empty.
+// outlive it.
+//
+// All zero when the element is absent, and when it is empty: `data` tells neither from the other. Two empty ones keep
+// their class and tag, though: a BIT STRING without a bit, and an element that was looked ahead at under an IMPLICIT
+// tag. The INTEGER 0 is not empty: its one octet, a zero, is dropped, so `len` is 0 and `data` is set.
 struct SigkitAsnOcts {
     uint32_t len;         // octets at `data`
     uint32_t cls;         // tag class of the element
@@ -39,9 +43,13 @@ struct SigkitAsnTemplate;
 
 // Decodes one element.
 //
-//   buf       in/out, the cursor; behind the element afterwards, or where it was after a failure.
-//   out       out, the field to fill, zeroed by the caller; null to read and discard.
-//   consumed  out, octets that the element took (0 for a look-ahead). Not written on failure.
+//   buf       in/out, the cursor; behind the element afterwards (before it for a look-ahead), or where it was after a
+//             failure.
+//   out       out, the field to fill, zeroed by the caller. May be null where `entry` says SIGKIT_ASN_FLAG_IGNORE and
+//             the function is SigkitDecodeOctet, SigkitDecodeBits or SigkitDecodeInt, which then read and discard. The
+//             others know no such flag: null is SIGKIT_ERR_PARAM.
+//   consumed  out, octets that the element took (0 for a look-ahead). Not written on failure, except by
+//             SigkitBitsToInt when the BIT STRING was read and is of no use.
 //   entry     in, the template entry that describes the field.
 //
 // Returns SIGKIT_OK or a decoding code.
@@ -75,8 +83,11 @@ enum : uint16_t {
     SIGKIT_ASN_FLAG_PEEK = 0x02,     // captured without being consumed: the next member reads it again
     SIGKIT_ASN_FLAG_RAW = 0x04,      // captured whole, identifier and length included
     SIGKIT_ASN_FLAG_DEFAULT = 0x10,  // may be absent, which leaves the field zero
-    SIGKIT_ASN_FLAG_IGNORE = 0x20,   // parsed and dropped
+    SIGKIT_ASN_FLAG_IGNORE = 0x20,   // parsed and dropped, by the functions that can (see SigkitAsnDecodeFunc)
 };
+
+// In the record of a SET OF, octets from the position of the count to the first element.
+inline constexpr uint32_t SIGKIT_ASN_ARRAY_OFFSET = 8;
 
 // One member of a SEQUENCE, the element of a SET OF, or one known member of a map.
 struct SigkitAsnTemplate {

@@ -1,5 +1,5 @@
-// Runs one decode function in the middle of an input, and holds it to what all of them promise: a failure leaves the
-// cursor where it was and the consumed count unwritten.
+// Runs one decode function in the middle of an input, and holds it to what all but SigkitBitsToInt promise: a failure
+// leaves the cursor where it was and the consumed count unwritten.
 #ifndef ASN1_DECODE_FIXTURE_H
 #define ASN1_DECODE_FIXTURE_H
 
