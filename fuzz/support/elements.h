@@ -24,4 +24,7 @@ bool ElementChildren(const Element &element, std::vector<Element> *out);
 PkgsignBytes ElementContent(const Element &element);
 PkgsignBytes ElementEncoding(const Element &element);
 
+// Returns the content, without the sign octet when the tag is an INTEGER's.
+PkgsignBytes ElementValue(const Element &element);
+
 #endif
