@@ -1,5 +1,6 @@
 // The seeds of the targets.
-#pragma once
+#ifndef FUZZ_SEEDS_H
+#define FUZZ_SEEDS_H
 
 #include <string>
 #include <vector>
@@ -16,3 +17,5 @@ std::vector<Seed> MakeSeeds();
 
 // Those of the detached signature's target.
 void AddDetachedSeeds(std::vector<Seed> *seeds);
+
+#endif

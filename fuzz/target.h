@@ -1,5 +1,6 @@
 // What the targets share. Each is one file with LLVMFuzzerTestOneInput.
-#pragma once
+#ifndef FUZZ_TARGET_H
+#define FUZZ_TARGET_H
 
 #include <cstddef>
 #include <cstdint>
@@ -26,3 +27,5 @@ inline SigkitVerifyCtx *FuzzCreateContext()
     }
     return status == SIGKIT_OK ? ctx : nullptr;
 }
+
+#endif

@@ -1,5 +1,6 @@
 // The command line of one command: long options and operands.
-#pragma once
+#ifndef PKGSIGN_ARGUMENTS_H
+#define PKGSIGN_ARGUMENTS_H
 
 #include "pkgsign/pkgsign.h"
 
@@ -31,3 +32,5 @@ std::string PkgsignOptionValue(const PkgsignArguments &arguments, const std::str
 
 // The values of an option that may be repeated, in order.
 std::vector<std::string> PkgsignOptionValues(const PkgsignArguments &arguments, const std::string &name);
+
+#endif

@@ -1,5 +1,6 @@
 // The commands of the tool.
-#pragma once
+#ifndef PKGSIGN_COMMANDS_H
+#define PKGSIGN_COMMANDS_H
 
 #include "pkgsign/arguments.h"
 
@@ -46,3 +47,5 @@ inline PkgsignOutcome PkgsignRefuse(const PkgsignStatus &status)
 {
     return {PkgsignEnd::Misuse, status.reason};
 }
+
+#endif

@@ -1,5 +1,6 @@
 // Writing of DER (ITU-T X.690). The encoders return whole elements, so that nested calls read like the ASN.1 they make.
-#pragma once
+#ifndef PKGSIGN_DER_H
+#define PKGSIGN_DER_H
 
 #include "pkgsign/pkgsign.h"
 
@@ -60,3 +61,5 @@ PkgsignStatus PkgsignDerObjectIdentifier(const std::string &identifier, PkgsignB
 
 // The same for an identifier known to be right: one that stands in our own source.
 PkgsignBytes PkgsignDerKnownIdentifier(const char *dotted);
+
+#endif

@@ -1,5 +1,6 @@
 // Message digests, by PkgsignDigest.
-#pragma once
+#ifndef PKGSIGN_DIGEST_H
+#define PKGSIGN_DIGEST_H
 
 #include "pkgsign/pkgsign.h"
 
@@ -17,3 +18,5 @@ PkgsignStatus PkgsignHash(PkgsignDigest digest, const PkgsignBytes &data, Pkgsig
 
 // Digests a file, read in pieces.
 PkgsignStatus PkgsignHashFile(PkgsignDigest digest, const std::string &path, PkgsignBytes *hashOut);
+
+#endif

@@ -1,5 +1,6 @@
 // Extensions of certificates and CRLs (RFC 5280, 4.2 and 5.2).
-#pragma once
+#ifndef PKGSIGN_EXTENSIONS_H
+#define PKGSIGN_EXTENSIONS_H
 
 #include "pkgsign/pkgsign.h"
 
@@ -14,3 +15,5 @@ PkgsignStatus PkgsignEncodeAuthorityKeyIdentifier(const PkgsignKey &issuerKey, P
 
 // Encodes each of `extensions` and puts it behind `list`.
 PkgsignStatus PkgsignAppendExtensions(const std::vector<PkgsignExtension> &extensions, std::vector<PkgsignBytes> *list);
+
+#endif

@@ -1,5 +1,6 @@
 // The public half of a key, as certificates and key identifiers need it.
-#pragma once
+#ifndef PKGSIGN_KEYS_H
+#define PKGSIGN_KEYS_H
 
 #include "pkgsign/pkgsign.h"
 
@@ -8,3 +9,5 @@ PkgsignStatus PkgsignEncodePublicKey(const PkgsignKey &key, PkgsignBytes *public
 
 // SHA-1 of the subjectPublicKey bits: method (1) of RFC 5280, 4.2.1.2.
 PkgsignStatus PkgsignKeyIdentifier(const PkgsignKey &key, PkgsignBytes *identifierOut);
+
+#endif

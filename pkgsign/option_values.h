@@ -1,5 +1,6 @@
 // Values that several commands read from their options, and the way they write what they have made.
-#pragma once
+#ifndef PKGSIGN_OPTION_VALUES_H
+#define PKGSIGN_OPTION_VALUES_H
 
 #include "pkgsign/arguments.h"
 
@@ -36,3 +37,5 @@ PkgsignStatus PkgsignWriteMessage(const std::string &path, PkgsignFormat format,
 
 // Reads a file that holds DER, or PEM of whatever label, and yields the DER.
 PkgsignStatus PkgsignReadInput(const std::string &path, PkgsignBytes *derOut);
+
+#endif

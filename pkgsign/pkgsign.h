@@ -8,7 +8,8 @@
 //   - Object identifiers are text: dotted ("2.5.4.3") or a short name that libcrypto knows ("CN").
 //   - The records can describe objects that break the standards. That is meant: a verifier needs bad input to be
 //     tested with. The defaults describe good ones.
-#pragma once
+#ifndef PKGSIGN_PKGSIGN_H
+#define PKGSIGN_PKGSIGN_H
 
 #include <cstddef>
 #include <cstdint>
@@ -65,12 +66,8 @@ PkgsignStatus PkgsignEncodeName(const PkgsignName &name, PkgsignBytes *nameOut);
 // Bits of KeyUsage (RFC 5280, 4.2.1.3).
 inline constexpr uint32_t PKGSIGN_DIGITAL_SIGNATURE = 1u << 0;
 inline constexpr uint32_t PKGSIGN_NON_REPUDIATION = 1u << 1;
-inline constexpr uint32_t PKGSIGN_KEY_ENCIPHERMENT = 1u << 2;
-inline constexpr uint32_t PKGSIGN_DATA_ENCIPHERMENT = 1u << 3;
-inline constexpr uint32_t PKGSIGN_KEY_AGREEMENT = 1u << 4;
 inline constexpr uint32_t PKGSIGN_KEY_CERT_SIGN = 1u << 5;
 inline constexpr uint32_t PKGSIGN_CRL_SIGN = 1u << 6;
-inline constexpr uint32_t PKGSIGN_ENCIPHER_ONLY = 1u << 7;
 inline constexpr uint32_t PKGSIGN_DECIPHER_ONLY = 1u << 8;
 
 // Key purposes (RFC 5280, 4.2.1.12).
@@ -289,3 +286,5 @@ PkgsignStatus PkgsignWritePki(const std::string &directory, const PkgsignPki &pk
 
 // Reads what PkgsignWritePki has written.
 PkgsignStatus PkgsignReadPki(const std::string &directory, PkgsignPki *pkiOut);
+
+#endif

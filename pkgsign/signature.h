@@ -1,5 +1,6 @@
 // Signature values: RSA with PKCS #1 v1.5 padding, or ECDSA, as the key is.
-#pragma once
+#ifndef PKGSIGN_SIGNATURE_H
+#define PKGSIGN_SIGNATURE_H
 
 #include "pkgsign/pkgsign.h"
 
@@ -20,3 +21,5 @@ PkgsignStatus PkgsignSignerAlgorithm(const PkgsignKey &key, PkgsignDigest digest
 // Makes SEQUENCE { toBeSigned, algorithm, BIT STRING signature }: a signed certificate or CRL.
 PkgsignStatus PkgsignSignStructure(const PkgsignKey &key, PkgsignDigest digest, const PkgsignBytes &toBeSigned,
                                    PkgsignBytes *structureOut);
+
+#endif

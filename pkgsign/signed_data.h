@@ -1,5 +1,6 @@
 // SignedData (RFC 5652, 5): what a detached signature and a timestamp token have in common.
-#pragma once
+#ifndef PKGSIGN_SIGNED_DATA_H
+#define PKGSIGN_SIGNED_DATA_H
 
 #include "pkgsign/pkgsign.h"
 
@@ -49,3 +50,5 @@ struct PkgsignSignedData {
 
 // Encodes a SignedData inside its ContentInfo.
 PkgsignBytes PkgsignEncodeSignedData(const PkgsignSignedData &signedData);
+
+#endif

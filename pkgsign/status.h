@@ -1,5 +1,6 @@
 // How the operations of this folder report.
-#pragma once
+#ifndef PKGSIGN_STATUS_H
+#define PKGSIGN_STATUS_H
 
 #include "pkgsign/pkgsign.h"
 
@@ -18,3 +19,5 @@ inline PkgsignStatus PkgsignFail(std::string reason)
 
 // A failure of libcrypto: `what` followed by libcrypto's own reason. Empties its error queue.
 PkgsignStatus PkgsignFailCrypto(const std::string &what);
+
+#endif

@@ -1,5 +1,6 @@
 // The timestamp token that the commands make with a PKI's own timestamping certificate.
-#pragma once
+#ifndef PKGSIGN_TOKEN_OPTIONS_H
+#define PKGSIGN_TOKEN_OPTIONS_H
 
 #include "pkgsign/option_values.h"
 
@@ -15,3 +16,5 @@ inline PkgsignStatus PkgsignDescribeToken(const PkgsignPki &pki, int64_t genTime
     requestOut->certificates = {pki.timestamp.certificate, pki.issuingCa.certificate};
     return PkgsignMakeSerialNumber(16, &requestOut->serialNumber);
 }
+
+#endif

@@ -1,5 +1,6 @@
 // PEM text around the parts of an input.
-#pragma once
+#ifndef FUZZ_ARMOUR_H
+#define FUZZ_ARMOUR_H
 
 #include "pkgsign/pkgsign.h"
 
@@ -8,3 +9,5 @@ PkgsignBytes FuzzArmour(const char *label, const PkgsignBytes &der, bool carriag
 
 // One block for each object: CERTIFICATE for what has the shape of a certificate, X509 CRL for anything else.
 PkgsignBytes FuzzArmourObjects(const PkgsignBytes &objects, bool carriageReturn);
+
+#endif

@@ -2,7 +2,8 @@
 //
 // Four octets of flags, then for each part a length of four octets, most significant first, and the part. A length
 // beyond the input means the rest of it; parts that are missing are empty. So every sequence of octets is an input.
-#pragma once
+#ifndef FUZZ_CONTAINER_H
+#define FUZZ_CONTAINER_H
 
 #include <array>
 #include <cstddef>
@@ -41,3 +42,5 @@ PkgsignBytes FuzzPack(const FuzzContainer &container);
 
 // The allocation that fails, from flags[1] and flags[2]; 0: none.
 uint64_t FuzzFailAt(const FuzzContainer &container);
+
+#endif

@@ -3,6 +3,8 @@
 namespace
 {
 
+constexpr uint8_t INTEGER = 0x02;
+constexpr uint8_t TAG_NUMBER = 0x1F;
 constexpr uint8_t LONG_FORM = 0x80;
 constexpr size_t MAX_LENGTH_OCTETS = 4;
 
@@ -55,4 +57,13 @@ PkgsignBytes ElementContent(const Element &element)
 PkgsignBytes ElementEncoding(const Element &element)
 {
     return PkgsignBytes(element.begin, element.content + element.length);
+}
+
+PkgsignBytes ElementValue(const Element &element)
+{
+    PkgsignBytes content = ElementContent(element);
+    if ((element.identifier & TAG_NUMBER) == INTEGER && !content.empty() && content.front() == 0) {
+        content.erase(content.begin());
+    }
+    return content;
 }

@@ -1,5 +1,6 @@
 // Elements read in place, for the second opinion: no trees, no copies, no leniency but that of the length's form.
-#pragma once
+#ifndef FUZZ_ELEMENTS_H
+#define FUZZ_ELEMENTS_H
 
 #include <cstddef>
 #include <cstdint>
@@ -22,3 +23,8 @@ bool ElementChildren(const Element &element, std::vector<Element> *out);
 
 PkgsignBytes ElementContent(const Element &element);
 PkgsignBytes ElementEncoding(const Element &element);
+
+// Returns the content, without the sign octet when the tag is an INTEGER's.
+PkgsignBytes ElementValue(const Element &element);
+
+#endif

@@ -1,6 +1,7 @@
 // Small elements that mean something to the verifier: identifiers, times, numbers, names, keys, extensions, entries,
 // attributes.
-#pragma once
+#ifndef FUZZ_FRAGMENTS_H
+#define FUZZ_FRAGMENTS_H
 
 #include "fuzz/support/random.h"
 #include "fuzz/support/tlv.h"
@@ -15,3 +16,5 @@ TlvNode FuzzOddKey(FuzzRandom *random);    // a SubjectPublicKeyInfo that no sig
 TlvNode FuzzAlgorithm(FuzzRandom *random); // of a digest or of a signature
 TlvNode FuzzExtension(FuzzRandom *random); // of a certificate or of a CRL
 TlvNode FuzzRevokedEntry(const TlvNode &serial, FuzzRandom *random);
+
+#endif

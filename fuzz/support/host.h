@@ -1,6 +1,7 @@
 // The host below the library while it is fuzzed: memory that is counted and can run out, a log that goes nowhere but
 // reads all that it is given, and the invariants that hold for every input.
-#pragma once
+#ifndef FUZZ_HOST_H
+#define FUZZ_HOST_H
 
 #include <cstdint>
 
@@ -34,3 +35,5 @@ inline constexpr uint32_t FUZZ_TALLY_AUTHENTIC = 1;
 // Counts how often each status was met. With the environment variable FUZZ_STATUS_FILE the counts are written there when
 // the process ends.
 void FuzzTally(uint32_t status);
+
+#endif

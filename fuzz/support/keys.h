@@ -1,6 +1,7 @@
 // Keys that everybody can derive: they follow from texts in the source, so that committed inputs stay signed without any
 // private key in a file. They protect nothing.
-#pragma once
+#ifndef FUZZ_KEYS_H
+#define FUZZ_KEYS_H
 
 #include <cstddef>
 
@@ -26,3 +27,5 @@ size_t FuzzFindSigner(PkgsignDigest digest, const PkgsignBytes &data, const Pkgs
 
 // Returns the digest of octets.
 PkgsignBytes FuzzHash(PkgsignDigest digest, const PkgsignBytes &data);
+
+#endif

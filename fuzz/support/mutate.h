@@ -1,6 +1,7 @@
 // The structure-aware mutator: changes elements rather than octets, and makes the signatures true again, so that what it
 // makes is judged by the rules behind the decoder.
-#pragma once
+#ifndef FUZZ_MUTATE_H
+#define FUZZ_MUTATE_H
 
 #include <cstddef>
 #include <cstdint>
@@ -22,3 +23,5 @@ size_t FuzzMutateObjects(uint8_t *data, size_t size, size_t maxSize, unsigned in
 // Takes some parts from one input and the others from another one.
 size_t FuzzCross(const uint8_t *data1, size_t size1, const uint8_t *data2, size_t size2, uint8_t *out, size_t maxSize,
                  unsigned int seed);
+
+#endif

@@ -1,5 +1,6 @@
 // Changes of single elements, whatever they mean.
-#pragma once
+#ifndef FUZZ_MUTATE_ELEMENT_H
+#define FUZZ_MUTATE_ELEMENT_H
 
 #include "fuzz/support/random.h"
 #include "fuzz/support/tlv.h"
@@ -10,3 +11,5 @@ void FuzzMutateElement(TlvForest *forest, const TlvForest &donor, FuzzRandom *ra
 
 // Puts octets in the place of an element's content.
 void FuzzSetContent(TlvNode *node, PkgsignBytes content);
+
+#endif

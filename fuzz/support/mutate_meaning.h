@@ -1,5 +1,6 @@
 // Changes that keep the shape of certificates, CRLs and messages and change what they say.
-#pragma once
+#ifndef FUZZ_MUTATE_MEANING_H
+#define FUZZ_MUTATE_MEANING_H
 
 #include "fuzz/support/random.h"
 #include "fuzz/support/tlv.h"
@@ -13,3 +14,5 @@ void FuzzMutateCollection(TlvForest *file, FuzzRandom *random);
 
 // Makes one change to a message: its certificates, its signers, their attributes, algorithms and tokens.
 void FuzzMutateMessage(TlvForest *message, FuzzRandom *random);
+
+#endif

@@ -9,7 +9,8 @@
 //   - a CRL that is signed by a certificate below the trust anchor speaks about its issuer, or is indirect, and does not
 //     revoke it at that time.
 // Structures are looked for at every offset, so that nothing depends on how the library finds its way to them.
-#pragma once
+#ifndef FUZZ_ORACLE_H
+#define FUZZ_ORACLE_H
 
 #include <vector>
 
@@ -29,3 +30,5 @@ bool FuzzHasSigner(const PkgsignBytes &message);
 
 // Returns the DER octets in a file: those of each PEM block, or the file itself.
 std::vector<PkgsignBytes> FuzzUnarmour(const PkgsignBytes &file);
+
+#endif

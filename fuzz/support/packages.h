@@ -1,5 +1,6 @@
 // Files for the command line: a package that is authentic and many that are not.
-#pragma once
+#ifndef FUZZ_PACKAGES_H
+#define FUZZ_PACKAGES_H
 
 #include <string>
 
@@ -8,3 +9,5 @@ std::string FuzzWritePackages();
 
 // Removes the directory and everything in it.
 void FuzzRemovePackages(const std::string &directory);
+
+#endif

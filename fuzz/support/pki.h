@@ -1,5 +1,6 @@
 // A small PKI over the derived keys, good and bad objects of it, and the trust anchor that the targets load.
-#pragma once
+#ifndef FUZZ_PKI_H
+#define FUZZ_PKI_H
 
 #include <cstdint>
 #include <string>
@@ -81,3 +82,5 @@ enum { FUZZ_CRL_ROOT, FUZZ_CRL_CA_A, FUZZ_CRL_CA_B, FUZZ_CRL_INDIRECT };
 // A message of the signer over content: with its timestamp token, and the certificates of both.
 PkgsignMessageRequest FuzzMessageRequest(const PkgsignBytes &content);
 PkgsignBytes FuzzMessage(const PkgsignMessageRequest &request);
+
+#endif

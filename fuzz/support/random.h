@@ -1,5 +1,7 @@
-// The mutator's choices. Every one follows from the seed that libFuzzer gives, so that a run can be repeated.
-#pragma once
+// Choices of the mutator, and of the tests that alter encodings. Every one follows from a seed, so that a run can be
+// repeated.
+#ifndef FUZZ_RANDOM_H
+#define FUZZ_RANDOM_H
 
 #include <cstddef>
 #include <cstdint>
@@ -29,3 +31,5 @@ inline bool FuzzChance(FuzzRandom *random, size_t chances)
 {
     return FuzzBelow(random, 100) < chances;
 }
+
+#endif

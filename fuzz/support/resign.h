@@ -1,6 +1,7 @@
 // Makes signatures true again after a mutation, so that it is judged for what it says and not refused for a broken
 // signature.
-#pragma once
+#ifndef FUZZ_RESIGN_H
+#define FUZZ_RESIGN_H
 
 #include "fuzz/support/random.h"
 #include "fuzz/support/tlv.h"
@@ -26,3 +27,5 @@ void FuzzResignObjects(TlvForest *forest, FuzzRandom *random);
 //
 //   others  in, where else than in the message the signers' certificates may be.
 void FuzzResignMessage(TlvForest *message, const TlvForest &others, const PkgsignBytes &content, FuzzRandom *random);
+
+#endif

@@ -1,5 +1,6 @@
 // What holds for the store of every context.
-#pragma once
+#ifndef FUZZ_STORE_CHECK_H
+#define FUZZ_STORE_CHECK_H
 
 #include <cstdint>
 
@@ -13,3 +14,5 @@ uint32_t FuzzCountCrls(const SigkitVerifyCtx *ctx);
 
 // Tells whether the store holds a self-signed certificate.
 bool FuzzHoldsAnchor(const SigkitVerifyCtx *ctx);
+
+#endif

@@ -1,5 +1,6 @@
 // Elements as trees: what the mutator works on. Parsing and writing are exact inverses as long as nothing is changed.
-#pragma once
+#ifndef FUZZ_TLV_H
+#define FUZZ_TLV_H
 
 #include <cstddef>
 #include <cstdint>
@@ -46,3 +47,5 @@ std::vector<TlvNode *> TlvAll(TlvForest *forest);
 
 // Tells whether an element is an OBJECT IDENTIFIER with these content octets.
 bool TlvIsIdentifier(const TlvNode &node, const PkgsignBytes &content);
+
+#endif

@@ -1,5 +1,6 @@
 // The decoder's promise about its views: they lie inside the input.
-#pragma once
+#ifndef FUZZ_VIEWS_H
+#define FUZZ_VIEWS_H
 
 #include <cstddef>
 #include <cstdint>
@@ -11,3 +12,5 @@
 //
 //   record  in, what `item` decodes into.
 void FuzzCheckViews(const void *record, const SigkitAsnItem &item, const uint8_t *data, size_t size);
+
+#endif

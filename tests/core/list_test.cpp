@@ -4,7 +4,6 @@
 #include <utility>
 #include <vector>
 
-#include "pki/crl_select.h"
 #include "sigkit/sigkit.h"
 #include "tests/support/library_test.h"
 
@@ -223,51 +222,6 @@ TEST_F(ListSort, SortsEveryOrderOfFourEntries)
         EXPECT_STATUS(SIGKIT_OK, SigkitListSort(&list, CompareTens));
         EXPECT_EQ((std::vector<int>{10, 20, 30, 40}), Values());
     } while (std::next_permutation(values.begin(), values.end()));
-}
-
-// ---- The order of CRL candidates -----------------------------------------------------------------------------------
-
-class CandidateOrder : public LibraryTest
-{
-protected:
-    // Sorts candidates of these scores; gives their original positions in the new order.
-    static std::vector<size_t> SortedPositions(const std::vector<uint32_t> &scores)
-    {
-        std::vector<SigkitCrlCandidate> candidates;
-        for (const uint32_t score : scores) {
-            candidates.push_back({score, nullptr});
-        }
-        SigkitList list = {};
-        for (SigkitCrlCandidate &candidate : candidates) {
-            EXPECT_STATUS(SIGKIT_OK, SigkitListAdd(&list, &candidate));
-        }
-        EXPECT_STATUS(SIGKIT_OK, SigkitListSort(&list, InternalCrlScoreSortDesc));
-        std::vector<size_t> positions;
-        for (uint32_t index = 0; index < list.count; ++index) {
-            const auto *candidate = static_cast<const SigkitCrlCandidate *>(list.items[index]);
-            positions.push_back(static_cast<size_t>(candidate - candidates.data()));
-        }
-        return positions;
-    }
-};
-
-TEST_F(CandidateOrder, PutsTheHighestScoreFirst)
-{
-    EXPECT_EQ((std::vector<size_t>{1, 2, 0}), SortedPositions({5, 9, 7}));
-}
-
-TEST_F(CandidateOrder, KeepsTheOrderOfEqualScores)
-{
-    EXPECT_EQ((std::vector<size_t>{2, 0, 1, 3}), SortedPositions({0x60, 0x60, 0xE0, 0x60}));
-}
-
-TEST_F(CandidateOrder, ComparesScoresWithoutSign)
-{
-    const SigkitCrlCandidate large = {0xFFFFFFFF, nullptr};
-    const SigkitCrlCandidate small = {1, nullptr};
-    EXPECT_EQ(-1, InternalCrlScoreSortDesc(&large, &small));
-    EXPECT_EQ(1, InternalCrlScoreSortDesc(&small, &large));
-    EXPECT_EQ(0, InternalCrlScoreSortDesc(&small, &small));
 }
 
 } // namespace

@@ -275,11 +275,7 @@ void AlterOctet(Bytes *octets, Alteration alteration, Dice *dice)
 
 size_t Throw(Dice *dice, size_t limit)
 {
-    dice->state += 0x9E3779B97F4A7C15U;
-    uint64_t mixed = dice->state;
-    mixed = (mixed ^ (mixed >> 30)) * 0xBF58476D1CE4E5B9U;
-    mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EBU;
-    return static_cast<size_t>((mixed ^ (mixed >> 31)) % limit);
+    return FuzzBelow(dice, limit);
 }
 
 Bytes Alter(const Bytes &encoding, Alteration alteration, Dice *dice)

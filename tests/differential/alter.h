@@ -3,16 +3,13 @@
 #ifndef DIFFERENTIAL_ALTER_H
 #define DIFFERENTIAL_ALTER_H
 
-#include <stdint.h>
-
+#include "fuzz/support/random.h"
 #include "tests/support/der_writer.h"
 
 enum class Alteration { BIT, OCTET, TAG, LENGTH, CONTENT, DELETION, DUPLICATION, SWAP };
 
-// A stream of numbers.
-struct Dice {
-    uint64_t state = 0;
-};
+// A stream of numbers, the same for the same seed.
+using Dice = FuzzRandom;
 
 // Returns a number below `limit`, which is not 0.
 size_t Throw(Dice *dice, size_t limit);

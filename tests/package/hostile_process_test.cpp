@@ -103,8 +103,13 @@ TEST_F(HostileProcess, WhatIsPrintedToAClosedStreamDoesNotGetIntoTheLog)
 TEST_F(HostileProcess, AReaderOfTheLogThatGoesAwayChangesNoAnswer)
 {
     Make();
-    EXPECT_EQ("0\n", Script("(tool; echo $? > status) | true; sleep 0.1; cat status").output);
-    EXPECT_EQ("1\n", Script("C=missing; (tool; echo $? > status) | true; sleep 0.1; cat status").output);
+    ASSERT_EQ(0, mkfifo(directory.File("pipe").c_str(), 0600));
+    const std::string leave = "exec 3<>pipe 4>pipe 3<&-\n"; // nobody reads what is written to 4 any more
+    EXPECT_NE(0, Script(leave + "(echo >&4)").exitStatus);
+    EXPECT_EQ(0, Script(leave + "tool >&4").exitStatus);
+    EXPECT_EQ(1, Script(leave + "C=missing; tool >&4").exitStatus);
+    EXPECT_EQ(0, Script(leave + "export QZLOG=stderr; tool >&4 2>&4").exitStatus);
+    EXPECT_EQ(1, Script(leave + "export QZLOG=stderr; C=missing; tool >&4 2>&4").exitStatus);
 }
 
 TEST_F(HostileProcess, NoModuleOrConfigurationOfTheEnvironmentIsLoaded)
@@ -125,14 +130,27 @@ TEST_F(HostileProcess, NoModuleOrConfigurationOfTheEnvironmentIsLoaded)
 
 TEST_F(HostileProcess, LocaleTimeZoneAndAllocatorSettingsChangeNoAnswer)
 {
-    Make();
-    for (const char *const setting : {"LC_ALL=tr_TR.UTF-8", "LANG=xx", "TZ=Pacific/Kiritimati", "MALLOC_PERTURB_=165",
-                                      "MALLOC_CHECK_=3", "MALLOC_ARENA_MAX=1", "POSIXLY_CORRECT=1"}) {
-        EXPECT_EQ(0, VerifyIn({setting, "QZLOG=/dev/null"}).exitStatus) << setting;
+    const struct {
+        int64_t secondsLeft; // to the CRLs, at the time of the signature
+        const char *content;
+        int exitStatus;
+    } rows[] = {
+        {1, "f4d1b0 firmware.bin\n", 0}, {1, "f4d1b1 firmware.bin\n", 255}, {-1, "f4d1b0 firmware.bin\n", 0x12}};
+    for (const auto &row : rows) {
+        Write("checksums", Bytes(row.content));
+        for (PkgsignCrlRequest &request : crlRequests) {
+            request.nextUpdate = SIGNING_TIME + row.secondsLeft;
+        }
+        Make();
+        for (const char *const setting :
+             {"LC_ALL=tr_TR.UTF-8", "LANG=xx", "TZ=Pacific/Kiritimati", "MALLOC_PERTURB_=165", "MALLOC_CHECK_=3",
+              "MALLOC_ARENA_MAX=1", "POSIXLY_CORRECT=1"}) {
+            EXPECT_EQ(row.exitStatus, VerifyIn({setting, "QZLOG=/dev/null"}).exitStatus) << setting;
+        }
     }
 }
 
-#ifdef NDEBUG // slower builds leave it out: it reads eight gigabytes
+#ifdef NDEBUG // slower builds leave it out: it reads twelve gigabytes
 
 TEST_F(HostileProcess, OneOctetBehindFourGigabytesIsMissed)
 {

@@ -1,4 +1,4 @@
-#include "support.h"
+#include "tests/pkgsign/support.h"
 
 #include <openssl/x509.h>
 #include <sys/stat.h>
@@ -19,11 +19,11 @@ protected:
         Save("content", std::string("content\n"));
     }
 
-    ProgramResult Run(const std::string &arguments) const
+    ProcessResult Run(const std::string &arguments) const
     {
         const std::filesystem::path before = std::filesystem::current_path();
-        std::filesystem::current_path(directory);
-        const ProgramResult result = RunPkgsign(arguments);
+        std::filesystem::current_path(directory.path);
+        const ProcessResult result = RunPkgsign(arguments);
         std::filesystem::current_path(before);
         return result;
     }
@@ -41,23 +41,23 @@ protected:
         return data;
     }
 
-    ProgramResult VerifyMessage(const std::string &name, const std::string &form) const
+    ProcessResult VerifyMessage(const std::string &name, const std::string &form) const
     {
         return RunOpenssl("cms -verify -binary -purpose any -inform " + form + " -in " + Quoted(name) + " -content " +
                           Quoted("content") + " -CAfile " + Quoted("root.pem") + " -out " + Quoted("output"));
     }
 };
 
-void ExpectDone(const ProgramResult &result)
+void ExpectDone(const ProcessResult &result)
 {
-    EXPECT_EQ(0, result.status) << result.output;
+    EXPECT_EQ(0, result.exitStatus) << result.output;
     EXPECT_EQ("", result.output);
 }
 
 // An error is one line that begins with the tool's name.
-void ExpectError(int status, const ProgramResult &result)
+void ExpectError(int status, const ProcessResult &result)
 {
-    EXPECT_EQ(status, result.status) << result.output;
+    EXPECT_EQ(status, result.exitStatus) << result.output;
     EXPECT_EQ(0u, result.output.rfind("pkgsign", 0)) << result.output;
     ASSERT_FALSE(result.output.empty());
     EXPECT_EQ(result.output.size() - 1, result.output.find('\n')) << result.output;
@@ -76,10 +76,10 @@ TEST_F(CommandLine, InitMakesAPkiWithAFreshRoot)
         ASSERT_TRUE(PkgsignUnarmour(Read(std::string("fresh/") + name + ".pem"), &plain).ok);
         EXPECT_EQ(Read(std::string("fresh/") + name + ".der"), plain);
     }
-    const ProgramResult chain =
+    const ProcessResult chain =
         RunOpenssl("verify -CAfile " + Quoted("fresh/root.pem") + " -untrusted " + Quoted("fresh/issuing-ca.pem") +
                    " " + Quoted("fresh/signer.pem") + " " + Quoted("fresh/timestamp.pem"));
-    EXPECT_EQ(0, chain.status) << chain.output;
+    EXPECT_EQ(0, chain.exitStatus) << chain.output;
 }
 
 TEST_F(CommandLine, InitReplacesAPkiOnlyWhenForced)
@@ -94,13 +94,13 @@ TEST_F(CommandLine, InitReplacesAPkiOnlyWhenForced)
 TEST_F(CommandLine, SignMakesMessagesThatOpensslAccepts)
 {
     ExpectDone(Run("sign pki --in content --out message.der"));
-    EXPECT_EQ(0, VerifyMessage("message.der", "DER").status);
+    EXPECT_EQ(0, VerifyMessage("message.der", "DER").exitStatus);
     for (const char *form : {"cms", "pkcs7"}) {
         for (const char *digest : {"sha256", "sha384", "sha512"}) {
             ExpectDone(
                 Run(std::string("sign pki --in content --out message.pem --format ") + form + " --digest=" + digest));
-            const ProgramResult result = VerifyMessage("message.pem", "PEM");
-            EXPECT_EQ(0, result.status) << result.output;
+            const ProcessResult result = VerifyMessage("message.pem", "PEM");
+            EXPECT_EQ(0, result.exitStatus) << result.output;
         }
     }
     EXPECT_TRUE(Contains(Read("message.pem"), Octets("-----BEGIN PKCS7-----\n")));
@@ -115,7 +115,7 @@ TEST_F(CommandLine, SignTakesTheTimeOfTheToken)
 TEST_F(CommandLine, SignCanLeaveOutTokenAndAttributes)
 {
     ExpectDone(Run("sign pki --in content --out message --no-timestamp --no-signed-attributes"));
-    EXPECT_EQ(0, VerifyMessage("message", "DER").status);
+    EXPECT_EQ(0, VerifyMessage("message", "DER").exitStatus);
     const std::string text = RunOpenssl("cms -cmsout -print -noout -inform DER -in " + Quoted("message")).output;
     EXPECT_NE(std::string::npos, text.find("d.issuerAndSerialNumber")) << text;
     EXPECT_EQ(std::string::npos, text.find("timeStampToken"));
@@ -124,8 +124,8 @@ TEST_F(CommandLine, SignCanLeaveOutTokenAndAttributes)
 
 TEST_F(CommandLine, OutputGoesToStandardOutputForADash)
 {
-    const ProgramResult result = Run("sign pki --in content --out - --format cms");
-    EXPECT_EQ(0, result.status);
+    const ProcessResult result = Run("sign pki --in content --out - --format cms");
+    EXPECT_EQ(0, result.exitStatus);
     EXPECT_EQ(0u, result.output.rfind("-----BEGIN CMS-----\n", 0));
 }
 
@@ -134,7 +134,7 @@ TEST_F(CommandLine, TimestampAddsATokenToAMessage)
     ExpectDone(Run("sign pki --in content --out bare --no-timestamp --format pkcs7"));
     ExpectDone(Run("timestamp pki --in bare --out stamped --gen-time 2020-02-29T12:34:56Z --digest sha384"));
     EXPECT_TRUE(Contains(Read("stamped"), Octets("20200229123456Z")));
-    EXPECT_EQ(0, VerifyMessage("stamped", "DER").status);
+    EXPECT_EQ(0, VerifyMessage("stamped", "DER").exitStatus);
 }
 
 TEST_F(CommandLine, TokenOverASignatureIsAcceptedByOpensslAndEmbedded)
@@ -142,12 +142,12 @@ TEST_F(CommandLine, TokenOverASignatureIsAcceptedByOpensslAndEmbedded)
     ExpectDone(Run("sign pki --in content --out bare --no-timestamp"));
     ExpectDone(Run("signature --in bare --out signature"));
     ExpectDone(Run("token pki --signature signature --out token --gen-time 2020-02-29T12:34:56Z"));
-    const ProgramResult token =
+    const ProcessResult token =
         RunOpenssl("ts -verify -token_in -in " + Quoted("token") + " -data " + Quoted("signature") + " -CAfile " +
                    Quoted("root.pem") + " -untrusted " + Quoted("issuing-ca.pem"));
-    EXPECT_EQ(0, token.status) << token.output;
+    EXPECT_EQ(0, token.exitStatus) << token.output;
     ExpectDone(Run("embed-token --in bare --token token --out stamped --format cms"));
-    EXPECT_EQ(0, VerifyMessage("stamped", "PEM").status);
+    EXPECT_EQ(0, VerifyMessage("stamped", "PEM").exitStatus);
     PkgsignBytes plain;
     ASSERT_TRUE(PkgsignUnarmour(Read("stamped"), &plain).ok);
     EXPECT_TRUE(Contains(plain, Read("token")));
@@ -156,10 +156,10 @@ TEST_F(CommandLine, TokenOverASignatureIsAcceptedByOpensslAndEmbedded)
 TEST_F(CommandLine, CrlsCoverTheChainInOpenssl)
 {
     ExpectDone(Run("crl pki --out crls.pem --format pem"));
-    const ProgramResult result =
+    const ProcessResult result =
         RunOpenssl("verify -crl_check_all -CAfile " + Quoted("root.pem") + " -untrusted " + Quoted("issuing-ca.pem") +
                    " -CRLfile " + Quoted("crls.pem") + " " + Quoted("pki/signer.pem"));
-    EXPECT_EQ(0, result.status) << result.output;
+    EXPECT_EQ(0, result.exitStatus) << result.output;
 }
 
 TEST_F(CommandLine, CrlRevokesEachCertificateOnTheListOfItsIssuer)
@@ -174,7 +174,7 @@ TEST_F(CommandLine, CrlRevokesEachCertificateOnTheListOfItsIssuer)
     ExpectError(1, Run("crl pki --out wrong.crl --issuer root --revoke pki/signer.der"));
     EXPECT_FALSE(Made("wrong.crl"));
     ExpectDone(Run("crl pki --out crls.pem --format pem --revoke pki/signer.der,keyCompromise"));
-    const ProgramResult verdict =
+    const ProcessResult verdict =
         RunOpenssl("verify -crl_check_all -CAfile " + Quoted("root.pem") + " -untrusted " + Quoted("issuing-ca.pem") +
                    " -CRLfile " + Quoted("crls.pem") + " " + Quoted("pki/signer.pem"));
     EXPECT_NE(std::string::npos, verdict.output.find("certificate revoked")) << verdict.output;
@@ -206,12 +206,12 @@ TEST_F(CommandLine, CrlTakesTwentyRevocationsAndNoMore)
 
 TEST_F(CommandLine, HelpIsGivenForEachCommand)
 {
-    const ProgramResult overview = Run("--help");
-    EXPECT_EQ(0, overview.status);
+    const ProcessResult overview = Run("--help");
+    EXPECT_EQ(0, overview.exitStatus);
     for (const char *command : {"init", "crl", "sign", "timestamp", "token", "signature", "embed-token"}) {
         EXPECT_NE(std::string::npos, overview.output.find(std::string("  ") + command + " ")) << command;
-        const ProgramResult help = Run(std::string(command) + " --help");
-        EXPECT_EQ(0, help.status);
+        const ProcessResult help = Run(std::string(command) + " --help");
+        EXPECT_EQ(0, help.exitStatus);
         EXPECT_EQ(0u, help.output.rfind(std::string("Usage: pkgsign ") + command + " ", 0)) << help.output;
     }
 }

@@ -1,4 +1,4 @@
-#include "support.h"
+#include "tests/pkgsign/support.h"
 
 #include <openssl/x509v3.h>
 
@@ -39,7 +39,7 @@ class Crl : public InDirectory
 {
 protected:
     // openssl's verdict on the signer's certificate with CRLs for the whole chain.
-    ProgramResult VerifySigner(const PkgsignCrlRequest &rootCrl, const PkgsignCrlRequest &issuingCaCrl) const
+    ProcessResult VerifySigner(const PkgsignCrlRequest &rootCrl, const PkgsignCrlRequest &issuingCaCrl) const
     {
         const std::string crls = Save("crls.pem", PkgsignArmour(PKGSIGN_LABEL_CRL, Make(rootCrl)) +
                                                       PkgsignArmour(PKGSIGN_LABEL_CRL, Make(issuingCaCrl)));
@@ -59,25 +59,25 @@ PkgsignRevokedCertificate Revoked(const PkgsignIdentity &identity, int reasonCod
 
 TEST_F(Crl, SatisfiesOpensslForTheWholeChain)
 {
-    const ProgramResult result = VerifySigner(Request(TestPki().root), Request(TestPki().issuingCa));
-    EXPECT_EQ(0, result.status) << result.output;
+    const ProcessResult result = VerifySigner(Request(TestPki().root), Request(TestPki().issuingCa));
+    EXPECT_EQ(0, result.exitStatus) << result.output;
 }
 
 TEST_F(Crl, RevokesACertificateInOpenssl)
 {
     PkgsignCrlRequest request = Request(TestPki().issuingCa);
     request.revoked = {Revoked(TestPki().signer, 1)};
-    const ProgramResult result = VerifySigner(Request(TestPki().root), request);
-    EXPECT_NE(0, result.status);
+    const ProcessResult result = VerifySigner(Request(TestPki().root), request);
+    EXPECT_NE(0, result.exitStatus);
     EXPECT_NE(std::string::npos, result.output.find("certificate revoked")) << result.output;
 }
 
 TEST_F(Crl, SignatureIsAcceptedByOpensslCrl)
 {
     const std::string crl = Save("root.crl", Make(Request(TestPki().root)));
-    const ProgramResult result =
+    const ProcessResult result =
         RunOpenssl("crl -inform DER -in " + crl + " -noout -verify -CAfile " + Quoted("root.pem"));
-    EXPECT_EQ(0, result.status);
+    EXPECT_EQ(0, result.exitStatus);
     EXPECT_NE(std::string::npos, result.output.find("verify OK")) << result.output;
 }
 

@@ -1,6 +1,6 @@
 #include "pkgsign/der.h"
 
-#include "support.h"
+#include "tests/pkgsign/support.h"
 
 namespace
 {

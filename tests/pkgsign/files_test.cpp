@@ -1,4 +1,4 @@
-#include "support.h"
+#include "tests/pkgsign/support.h"
 
 #include <sys/stat.h>
 
@@ -18,7 +18,7 @@ TEST_F(File, IsReplacedWholeAndLeavesNothingBeside)
     ASSERT_TRUE(PkgsignReadFile(Path("file"), &data).ok);
     EXPECT_EQ(Octets("short"), data);
     size_t files = 0;
-    for (const auto &entry : std::filesystem::directory_iterator(directory)) {
+    for (const auto &entry : std::filesystem::directory_iterator(directory.path)) {
         files += entry.path().filename().string().rfind("file", 0) == 0 ? 1 : 0;
     }
     EXPECT_EQ(1u, files);
@@ -26,7 +26,7 @@ TEST_F(File, IsReplacedWholeAndLeavesNothingBeside)
 
 TEST_F(File, CannotReplaceADirectoryOrAPipe)
 {
-    EXPECT_FALSE(PkgsignWriteFile(directory, std::string("text")).ok);
+    EXPECT_FALSE(PkgsignWriteFile(directory.path, std::string("text")).ok);
     ASSERT_EQ(0, mkfifo(Path("pipe").c_str(), 0600)); // stands for every file that is not a regular one
     EXPECT_FALSE(PkgsignWriteFile(Path("pipe"), std::string("text")).ok);
     EXPECT_TRUE(std::filesystem::is_fifo(Path("pipe")));
@@ -39,7 +39,7 @@ TEST_F(File, ThatIsMissingOrADirectoryIsNotRead)
     const PkgsignStatus status = PkgsignReadFile(Path("missing"), &data);
     EXPECT_FALSE(status.ok);
     EXPECT_NE(std::string::npos, status.reason.find("missing"));
-    EXPECT_FALSE(PkgsignReadFile(directory, &data).ok);
+    EXPECT_FALSE(PkgsignReadFile(directory.path, &data).ok);
 }
 
 TEST(Armour, HasLinesOf64Characters)

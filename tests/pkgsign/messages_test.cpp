@@ -1,4 +1,4 @@
-#include "support.h"
+#include "tests/pkgsign/support.h"
 
 #include <tuple>
 
@@ -39,7 +39,7 @@ class Message : public InDirectory
 {
 protected:
     // openssl's verdict on a message in a file, over some content.
-    ProgramResult Verify(const std::string &message, const std::string &form, const PkgsignBytes &content) const
+    ProcessResult Verify(const std::string &message, const std::string &form, const PkgsignBytes &content) const
     {
         return RunOpenssl("cms -verify -binary -purpose any -inform " + form + " -in " + message + " -content " +
                           Save("content", content) + " -CAfile " + Quoted("root.pem") + " -out " + Quoted("output"));
@@ -52,7 +52,7 @@ protected:
     }
 
     // openssl's verdict on a token over the signature value of a message, with the token from the message's attribute.
-    ProgramResult VerifyToken(const PkgsignBytes &message, const PkgsignBytes &token) const
+    ProcessResult VerifyToken(const PkgsignBytes &message, const PkgsignBytes &token) const
     {
         PkgsignBytes signature;
         EXPECT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
@@ -78,9 +78,9 @@ TEST_P(MessageForm, IsAcceptedByOpenssl)
     const std::string label = form;
     const std::string message = label == "DER" ? Save("message", der) : Save("message", PkgsignArmour(label, der));
     const std::string opensslForm = label == "DER" ? "DER" : "PEM";
-    const ProgramResult good = Verify(message, opensslForm, CONTENT);
-    EXPECT_EQ(0, good.status) << good.output;
-    EXPECT_NE(0, Verify(message, opensslForm, Octets("other content")).status);
+    const ProcessResult good = Verify(message, opensslForm, CONTENT);
+    EXPECT_EQ(0, good.exitStatus) << good.output;
+    EXPECT_NE(0, Verify(message, opensslForm, Octets("other content")).exitStatus);
 }
 
 std::string FormName(const ::testing::TestParamInfo<Form> &row)
@@ -100,8 +100,8 @@ INSTANTIATE_TEST_SUITE_P(Forms, MessageForm,
 TEST_F(Message, ArmouredWithCrLfIsAcceptedByOpenssl)
 {
     const std::string text = PkgsignArmour(PKGSIGN_LABEL_CMS, Make(Request()), PkgsignLineEnd::CrLf);
-    const ProgramResult result = Verify(Save("message", text), "PEM", CONTENT);
-    EXPECT_EQ(0, result.status) << result.output;
+    const ProcessResult result = Verify(Save("message", text), "PEM", CONTENT);
+    EXPECT_EQ(0, result.exitStatus) << result.output;
 }
 
 TEST_F(Message, SignsAFileLikeItsOctets)
@@ -113,8 +113,8 @@ TEST_F(Message, SignsAFileLikeItsOctets)
     request.content.clear();
     for (const bool signedAttributes : {true, false}) {
         request.signedAttributes = signedAttributes;
-        const ProgramResult result = Verify(Save("message", Make(request)), "DER", large);
-        EXPECT_EQ(0, result.status) << result.output;
+        const ProcessResult result = Verify(Save("message", Make(request)), "DER", large);
+        EXPECT_EQ(0, result.exitStatus) << result.output;
     }
 }
 
@@ -130,8 +130,8 @@ TEST_F(Message, FromAnEllipticCurveSignerIsAcceptedByOpenssl)
     ASSERT_TRUE(PkgsignMakeCertificate(certificate, &request.signerCertificate).ok);
     request.certificates = {request.signerCertificate};
     Save("root.pem", PkgsignArmour(PKGSIGN_LABEL_CERTIFICATE, request.signerCertificate));
-    const ProgramResult result = Verify(Save("message", Make(request)), "DER", CONTENT);
-    EXPECT_EQ(0, result.status) << result.output;
+    const ProcessResult result = Verify(Save("message", Make(request)), "DER", CONTENT);
+    EXPECT_EQ(0, result.exitStatus) << result.output;
 }
 
 TEST_F(Message, NamesItsSignerByIssuerAndSerialNumber)
@@ -155,8 +155,8 @@ TEST_F(Message, CarriesRawTokenAndSigningTimeAsGiven)
     const PkgsignBytes message = Make(request);
     EXPECT_TRUE(Contains(message, {0x31, 0x05, 0x30, 0x03, 0x02, 0x01, 0x2A}));
     EXPECT_TRUE(Contains(message, Octets("231114221320Z")));
-    const ProgramResult result = Verify(Save("message", message), "DER", CONTENT);
-    EXPECT_EQ(0, result.status) << result.output;
+    const ProcessResult result = Verify(Save("message", message), "DER", CONTENT);
+    EXPECT_EQ(0, result.exitStatus) << result.output;
 }
 
 TEST_F(Message, MayHaveNoSignerOrTwo)
@@ -183,18 +183,18 @@ TEST_F(Message, TokenIsMadeOverItsSignatureValue)
     ASSERT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
     ASSERT_TRUE(PkgsignMakeToken(request.tokenRequest, signature, &token).ok); // RSA signatures are repeatable
     EXPECT_TRUE(Contains(message, token));
-    const ProgramResult result = VerifyToken(message, token);
-    EXPECT_EQ(0, result.status) << result.output;
+    const ProcessResult result = VerifyToken(message, token);
+    EXPECT_EQ(0, result.exitStatus) << result.output;
 }
 
 TEST_F(Message, SignedByOpensslTakesAToken)
 {
     ASSERT_TRUE(PkgsignWritePrivateKey(Path("signer.key"), TestPki().signer.key).ok);
     Save("signer.pem", PkgsignArmour(PKGSIGN_LABEL_CERTIFICATE, TestPki().signer.certificate));
-    const ProgramResult made = RunOpenssl("cms -sign -binary -outform DER -in " + Save("in", CONTENT) + " -signer " +
+    const ProcessResult made = RunOpenssl("cms -sign -binary -outform DER -in " + Save("in", CONTENT) + " -signer " +
                                           Quoted("signer.pem") + " -inkey " + Quoted("signer.key") + " -certfile " +
                                           Quoted("issuing-ca.pem") + " -out " + Quoted("made"));
-    ASSERT_EQ(0, made.status) << made.output;
+    ASSERT_EQ(0, made.exitStatus) << made.output;
     PkgsignBytes message;
     PkgsignBytes signature;
     PkgsignBytes token;
@@ -204,9 +204,9 @@ TEST_F(Message, SignedByOpensslTakesAToken)
     ASSERT_TRUE(PkgsignMakeToken(TimestampedRequest().tokenRequest, signature, &token).ok);
     ASSERT_TRUE(PkgsignEmbedToken(message, token, &stamped).ok);
     EXPECT_TRUE(Contains(stamped, token));
-    const ProgramResult result = Verify(Save("stamped", stamped), "DER", CONTENT);
-    EXPECT_EQ(0, result.status) << result.output;
-    EXPECT_EQ(0, VerifyToken(stamped, token).status);
+    const ProcessResult result = Verify(Save("stamped", stamped), "DER", CONTENT);
+    EXPECT_EQ(0, result.exitStatus) << result.output;
+    EXPECT_EQ(0, VerifyToken(stamped, token).exitStatus);
 }
 
 TEST_F(Message, NewTokenReplacesTheOldOne)
@@ -233,21 +233,21 @@ TEST_F(Message, TakesATokenFromOpensslTs)
     const PkgsignBytes message = Make(Request());
     PkgsignBytes signature;
     ASSERT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
-    const ProgramResult asked =
+    const ProcessResult asked =
         RunOpenssl("ts -query -cert -sha256 -data " + Save("signature", signature) + " -out " + Quoted("query"));
-    ASSERT_EQ(0, asked.status) << asked.output;
-    const ProgramResult answered =
+    ASSERT_EQ(0, asked.exitStatus) << asked.output;
+    const ProcessResult answered =
         RunOpenssl("ts -reply -config " + Quoted("ts.cnf") + " -section tsa -queryfile " + Quoted("query") +
                    " -signer " + Quoted("tsa.pem") + " -inkey " + Quoted("tsa.key") + " -out " + Quoted("response"));
-    ASSERT_EQ(0, answered.status) << answered.output;
+    ASSERT_EQ(0, answered.exitStatus) << answered.output;
     PkgsignBytes response;
     PkgsignBytes token;
     PkgsignBytes stamped;
     ASSERT_TRUE(PkgsignReadFile(Path("response"), &response).ok);
     ASSERT_TRUE(PkgsignGetToken(response, &token).ok);
     ASSERT_TRUE(PkgsignEmbedToken(message, token, &stamped).ok);
-    EXPECT_EQ(0, VerifyToken(stamped, token).status);
-    EXPECT_EQ(0, Verify(Save("stamped", stamped), "DER", CONTENT).status);
+    EXPECT_EQ(0, VerifyToken(stamped, token).exitStatus);
+    EXPECT_EQ(0, Verify(Save("stamped", stamped), "DER", CONTENT).exitStatus);
 }
 
 TEST_F(Message, CannotBeMadeFromABadRequest)

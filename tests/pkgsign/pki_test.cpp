@@ -1,4 +1,4 @@
-#include "support.h"
+#include "tests/pkgsign/support.h"
 
 #include <openssl/x509v3.h>
 #include <sys/stat.h>
@@ -23,10 +23,10 @@ TEST_F(Pki, ChainsAreAcceptedByOpensslWithTheirCrls)
                          PkgsignArmour(PKGSIGN_LABEL_CRL, TestPki().issuingCaCrl));
     const std::string verify = "verify -x509_strict -crl_check_all -CAfile " + Quoted("pki/root.pem") + " -untrusted " +
                                Quoted("pki/issuing-ca.pem") + " -CRLfile " + Quoted("crls.pem") + " ";
-    const ProgramResult signer = RunOpenssl(verify + Quoted("pki/signer.pem"));
-    EXPECT_EQ(0, signer.status) << signer.output;
-    const ProgramResult timestamp = RunOpenssl(verify + "-purpose timestampsign " + Quoted("pki/timestamp.pem"));
-    EXPECT_EQ(0, timestamp.status) << timestamp.output;
+    const ProcessResult signer = RunOpenssl(verify + Quoted("pki/signer.pem"));
+    EXPECT_EQ(0, signer.exitStatus) << signer.output;
+    const ProcessResult timestamp = RunOpenssl(verify + "-purpose timestampsign " + Quoted("pki/timestamp.pem"));
+    EXPECT_EQ(0, timestamp.exitStatus) << timestamp.output;
 }
 
 TEST_F(Pki, SignerMaySignCodeAndNothingElse)
@@ -86,7 +86,7 @@ TEST_F(Pki, KeysAreReadableByTheirOwnerOnly)
 TEST_F(Pki, IsNotReplacedUnlessForced)
 {
     EXPECT_TRUE(PkgsignHoldsPki(Path("pki")));
-    EXPECT_FALSE(PkgsignHoldsPki(directory + "/elsewhere"));
+    EXPECT_FALSE(PkgsignHoldsPki(Path("elsewhere")));
     EXPECT_FALSE(PkgsignWritePki(Path("pki"), TestPki(), false).ok);
     EXPECT_TRUE(PkgsignWritePki(Path("pki"), TestPki(), true).ok);
 }

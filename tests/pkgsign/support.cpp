@@ -1,29 +1,31 @@
-#include "support.h"
+#include "tests/pkgsign/support.h"
 
-#include <sys/wait.h>
+#include <errno.h>
+#include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 
 namespace
 {
-ProgramResult RunProgram(const std::string &command)
+
+ProcessResult RunByShell(const std::string &program, const std::string &arguments)
 {
-    ProgramResult result;
-    std::FILE *pipe = popen((command + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) {
-        return result;
-    }
-    char piece[4096];
-    size_t count = 0;
-    while ((count = std::fread(piece, 1, sizeof(piece), pipe)) != 0) {
-        result.output.append(piece, count);
-    }
-    const int status = pclose(pipe);
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return result;
+    return RunProcess({"/bin/sh", "-c", "'" + program + "' " + arguments + " 2>&1"});
+}
+
+// Makes a key and publishes it under `path`. Tests run at the same time, and a key must not change once it has been
+// read: it is linked there when it is complete, and only where no other process was first.
+void MakeTestKey(const std::string &path, int bits)
+{
+    PkgsignKey key;
+    PkgsignStatus status = PkgsignGenerateRsaKey(bits, &key);
+    ASSERT_TRUE(status.ok) << status.reason;
+    const std::string own = path + "." + std::to_string(getpid());
+    status = PkgsignWritePrivateKey(own, key);
+    ASSERT_TRUE(status.ok) << status.reason;
+    const bool linked = link(own.c_str(), path.c_str()) == 0;
+    EXPECT_TRUE(linked || errno == EEXIST) << path;
+    EXPECT_EQ(0, unlink(own.c_str()));
 }
 
 } // namespace
@@ -35,9 +37,8 @@ PkgsignKey TestKey(const std::string &name, int bits)
     if (PkgsignReadPrivateKey(path, &key).ok) {
         return key;
     }
-    PkgsignStatus status = PkgsignGenerateRsaKey(bits, &key);
-    EXPECT_TRUE(status.ok) << status.reason;
-    status = PkgsignWritePrivateKey(path, key);
+    MakeTestKey(path, bits);
+    const PkgsignStatus status = PkgsignReadPrivateKey(path, &key);
     EXPECT_TRUE(status.ok) << status.reason;
     return key;
 }
@@ -87,21 +88,18 @@ bool IsSelfSigned(X509 *certificate)
            X509_verify(certificate, X509_get0_pubkey(certificate)) == 1;
 }
 
-ProgramResult RunOpenssl(const std::string &arguments)
+ProcessResult RunOpenssl(const std::string &arguments)
 {
-    return RunProgram(std::string("'") + PKGSIGN_TEST_OPENSSL + "' " + arguments);
+    return RunByShell(PKGSIGN_TEST_OPENSSL, arguments);
 }
 
-ProgramResult RunPkgsign(const std::string &arguments)
+ProcessResult RunPkgsign(const std::string &arguments)
 {
-    return RunProgram(std::string("'") + PKGSIGN_TEST_TOOL + "' " + arguments);
+    return RunByShell(PKGSIGN_TEST_TOOL, arguments);
 }
 
 void InDirectory::SetUp()
 {
-    std::string pattern = ::testing::TempDir() + "pkgsign-test-XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(pattern.data()));
-    directory = pattern;
     const std::string root = PkgsignArmour(PKGSIGN_LABEL_CERTIFICATE, TestPki().root.certificate);
     const std::string issuingCa = PkgsignArmour(PKGSIGN_LABEL_CERTIFICATE, TestPki().issuingCa.certificate);
     Save("root.pem", root);
@@ -109,15 +107,9 @@ void InDirectory::SetUp()
     Save("chain.pem", root + issuingCa);
 }
 
-void InDirectory::TearDown()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(directory, ignored);
-}
-
 std::string InDirectory::Path(const std::string &name) const
 {
-    return directory + "/" + name;
+    return directory.File(name);
 }
 
 std::string InDirectory::Quoted(const std::string &name) const

@@ -1,13 +1,15 @@
 // What the tests of the release side share: cached keys, a PKI, a directory of their own, and other programs.
-#pragma once
+#ifndef PKGSIGN_SUPPORT_H
+#define PKGSIGN_SUPPORT_H
 
-#include "pkgsign/pkgsign.h"
+#include <memory>
+#include <string>
 
 #include <gtest/gtest.h>
 #include <openssl/x509.h>
 
-#include <memory>
-#include <string>
+#include "pkgsign/pkgsign.h"
+#include "tests/support/process.h"
 
 // An RSA key that lives in the build tree, made when it is asked for the first time.
 PkgsignKey TestKey(const std::string &name, int bits = 2048);
@@ -34,14 +36,9 @@ inline constexpr long ENCODED_VERSION_1 = 0;
 inline constexpr long ENCODED_VERSION_2 = 1;
 inline constexpr long ENCODED_VERSION_3 = 2;
 
-struct ProgramResult {
-    int status = -1;    // exit status
-    std::string output; // standard output and standard error
-};
-
-// Runs "openssl ARGUMENTS" or "pkgsign ARGUMENTS" by the shell.
-ProgramResult RunOpenssl(const std::string &arguments);
-ProgramResult RunPkgsign(const std::string &arguments);
+// Runs "openssl ARGUMENTS" or "pkgsign ARGUMENTS" by the shell. What they write to standard error is in the output.
+ProcessResult RunOpenssl(const std::string &arguments);
+ProcessResult RunPkgsign(const std::string &arguments);
 
 // A test with a directory of its own, which holds the test PKI's certificates as root.pem, issuing-ca.pem and
 // chain.pem (root and issuing CA).
@@ -49,7 +46,6 @@ class InDirectory : public ::testing::Test
 {
 protected:
     void SetUp() override;
-    void TearDown() override;
 
     // The quoted path of a file in the directory, fit for the shell.
     std::string Quoted(const std::string &name) const;
@@ -59,5 +55,7 @@ protected:
     std::string Save(const std::string &name, const PkgsignBytes &data) const;
     std::string Save(const std::string &name, const std::string &text) const;
 
-    std::string directory;
+    const TemporaryDirectory directory;
 };
+
+#endif

@@ -1,4 +1,4 @@
-#include "support.h"
+#include "tests/pkgsign/support.h"
 
 #include <openssl/cms.h>
 
@@ -30,7 +30,7 @@ class Token : public InDirectory
 {
 protected:
     // openssl's verdict on a token (or, without -token_in, a response) over the signature value.
-    ProgramResult Verify(const PkgsignBytes &token, const std::string &options = "-token_in ") const
+    ProcessResult Verify(const PkgsignBytes &token, const std::string &options = "-token_in ") const
     {
         return RunOpenssl("ts -verify " + options + "-in " + Save("token", token) + " -data " +
                           Save("signature", SIGNATURE) + " -CAfile " + Quoted("root.pem") + " -untrusted " +
@@ -44,8 +44,8 @@ TEST_F(Token, IsAcceptedByOpensslForEachDigest)
         PkgsignTokenRequest request = Request();
         request.imprintDigest = digest;
         request.signerDigest = digest;
-        const ProgramResult result = Verify(Make(request));
-        EXPECT_EQ(0, result.status) << result.output;
+        const ProcessResult result = Verify(Make(request));
+        EXPECT_EQ(0, result.exitStatus) << result.output;
         EXPECT_NE(std::string::npos, result.output.find("Verification: OK")) << result.output;
     }
 }
@@ -55,24 +55,24 @@ TEST_F(Token, MayMixTheDigestsOfImprintAndSigner)
     PkgsignTokenRequest request = Request();
     request.imprintDigest = PkgsignDigest::Sha512;
     request.signerDigest = PkgsignDigest::Sha256;
-    const ProgramResult result = Verify(Make(request));
-    EXPECT_EQ(0, result.status) << result.output;
+    const ProcessResult result = Verify(Make(request));
+    EXPECT_EQ(0, result.exitStatus) << result.output;
 }
 
 TEST_F(Token, InAResponseIsAcceptedByOpenssl)
 {
     PkgsignBytes response;
     ASSERT_TRUE(PkgsignMakeTimestampResponse(Make(Request()), &response).ok);
-    const ProgramResult result = Verify(response, "");
-    EXPECT_EQ(0, result.status) << result.output;
+    const ProcessResult result = Verify(response, "");
+    EXPECT_EQ(0, result.exitStatus) << result.output;
 }
 
 TEST_F(Token, OverOtherOctetsIsRefusedByOpenssl)
 {
     PkgsignTokenRequest request = Request();
     request.imprintOver = Octets("something else");
-    const ProgramResult result = Verify(Make(request));
-    EXPECT_NE(0, result.status);
+    const ProcessResult result = Verify(Make(request));
+    EXPECT_NE(0, result.exitStatus);
     EXPECT_NE(std::string::npos, result.output.find("imprint mismatch")) << result.output;
 }
 
@@ -83,7 +83,7 @@ TEST_F(Token, AlteredAfterSigningIsRefusedByOpenssl)
     const auto found = std::search(token.begin(), token.end(), genTime.begin(), genTime.end());
     ASSERT_NE(token.end(), found);
     *found = '1';
-    EXPECT_NE(0, Verify(token).status);
+    EXPECT_NE(0, Verify(token).exitStatus);
 }
 
 TEST(TokenContent, CarriesGenTimeAsGivenInText)

@@ -20,6 +20,26 @@ WrittenCrl Listing(int64_t reason, int64_t date)
     return crl;
 }
 
+// Sorts candidates of these scores; gives their original positions in the new order.
+std::vector<size_t> SortedPositions(const std::vector<uint32_t> &scores)
+{
+    std::vector<SigkitCrlCandidate> candidates;
+    for (const uint32_t score : scores) {
+        candidates.push_back({score, nullptr});
+    }
+    SigkitList list = {};
+    for (SigkitCrlCandidate &candidate : candidates) {
+        EXPECT_STATUS(SIGKIT_OK, SigkitListAdd(&list, &candidate));
+    }
+    EXPECT_STATUS(SIGKIT_OK, SigkitListSort(&list, InternalCrlScoreSortDesc));
+    std::vector<size_t> positions;
+    for (uint32_t index = 0; index < list.count; ++index) {
+        const auto *candidate = static_cast<const SigkitCrlCandidate *>(list.items[index]);
+        positions.push_back(static_cast<size_t>(candidate - candidates.data()));
+    }
+    return positions;
+}
+
 } // namespace
 
 TEST_F(CrlChoice, ScoresEachProperty)
@@ -179,14 +199,32 @@ TEST_F(CrlChoice, ACertificateWithoutAnIssuerNameHasNoCrl)
     EXPECT_STATUS(SIGKIT_ERR_NO_CRL, JudgeLoaded(SIGNER));
 }
 
-TEST_F(CrlChoice, CandidatesAreSortedByScoreAndStably)
+// ---- The order of candidates ---------------------------------------------------------------------------------------
+
+TEST(CandidateOrder, PutsTheHighestScoreFirst)
 {
-    SigkitCrlCandidate low = {0x50, nullptr};
-    SigkitCrlCandidate high = {0x90, nullptr};
-    SigkitCrlCandidate same = {0x50, nullptr};
-    EXPECT_EQ(1, InternalCrlScoreSortDesc(&low, &high));
-    EXPECT_EQ(-1, InternalCrlScoreSortDesc(&high, &low));
-    EXPECT_EQ(0, InternalCrlScoreSortDesc(&low, &same));
-    SigkitCrlCandidate huge = {0x80000000, nullptr};
-    EXPECT_EQ(-1, InternalCrlScoreSortDesc(&huge, &low)) << "scores are unsigned";
+    EXPECT_EQ((std::vector<size_t>{1, 2, 0}), SortedPositions({0x50, 0x90, 0x70}));
+}
+
+TEST(CandidateOrder, KeepsTheOrderOfEqualScores)
+{
+    EXPECT_EQ((std::vector<size_t>{2, 0, 1, 3}), SortedPositions({0x60, 0x60, 0xE0, 0x60}));
+}
+
+TEST(CandidateOrder, ComparesScoresWithoutSign)
+{
+    const SigkitCrlCandidate small = {1, nullptr};
+    for (const uint32_t score : {0x80000000, 0x80000001, 0xFFFFFFFF}) {
+        const SigkitCrlCandidate large = {score, nullptr};
+        EXPECT_EQ(-1, InternalCrlScoreSortDesc(&large, &small));
+        EXPECT_EQ(1, InternalCrlScoreSortDesc(&small, &large));
+    }
+    EXPECT_EQ(0, InternalCrlScoreSortDesc(&small, &small));
+}
+
+TEST(CandidateOrder, TakesCandidatesOfOneScoreForEqual)
+{
+    const SigkitCrlCandidate first = {0x50, nullptr};
+    const SigkitCrlCandidate second = {0x50, nullptr};
+    EXPECT_EQ(0, InternalCrlScoreSortDesc(&first, &second));
 }

@@ -25,15 +25,16 @@ WrittenStore RolledOverCa(uint32_t crls)
     return store;
 }
 
-// Sixteen CRLs and as many certificates of one name, each of which might have issued each.
+// Sixteen CRLs and as many certificates of one name, each of which might have issued each. The last certificate issued
+// all the CRLs, and the one before it the last; the first, the root, issued the others.
 WrittenStore EveryIssuerInQuestion()
 {
     WrittenStore store;
     store.certs.push_back({"CA", "CA", 1, 1});
     for (uint8_t i = 0; i < 15; ++i) {
-        store.certs.push_back({"CA", "CA", static_cast<uint8_t>(100 + i), static_cast<uint8_t>(99 + i)});
+        store.certs.push_back({"CA", "CA", static_cast<uint8_t>(100 + i), 1});
     }
-    store.certs[1].issuerKey = 1;
+    store.certs[15].issuerKey = 113;
     WrittenCrl crl;
     crl.issuer = "CA";
     crl.issuerKey = 114;
@@ -88,8 +89,11 @@ TEST(PathCost, IsNotCutBeforeTheLiteralValidationsAreUsedUp)
 TEST(PathCost, EachSignatureIsCheckedOnceUnderEachKey)
 {
     const Validation validation = Validate(EveryIssuerInQuestion(), SIGKIT_PATH_LITERAL_MAX);
-    EXPECT_LE(validation.signatureChecks, 16u * 16 + 16 * 16);
-    EXPECT_LT(validation.lines, 100000u);
+    EXPECT_EQ(SIGKIT_ERR_PATH_TOO_DEEP, validation.status);
+    EXPECT_EQ(0u, validation.ok);
+    // The CRLs under each key; the last certificate up to the key of the one before it; that one and the root.
+    EXPECT_EQ(16u * 16 + 15 + 1 + 1, validation.signatureChecks);
+    EXPECT_LT(validation.lines, 5000u);
 }
 
 TEST(PathCost, ErrorsOfSignatureChecksAreToldEachTime)

@@ -84,6 +84,10 @@ TEST_F(Digests, OtherAlgorithmsAreRefused)
         SigkitMdDestoryCtx(md);
         EXPECT_EQ(nullptr, SkvGetOpensslEvpmd(aoid));
     }
+}
+
+TEST(OpensslUnint, ReturnsItsArgument)
+{
     EXPECT_EQ(77u, SkvOpensslUnint(77));
 }
 

@@ -1,4 +1,6 @@
 // The tool as a process: its exit status, what it prints, and where the platform's log goes.
+#include <sstream>
+
 #include <gtest/gtest.h>
 
 #include "pkgsign/pkgsign.h"
@@ -20,6 +22,17 @@ ProcessResult RunTool(const Words &arguments, const Words &environment = {"QZLOG
 bool Contains(const std::string &text, const std::string &part)
 {
     return text.find(part) != std::string::npos;
+}
+
+// Lines of the log as syslog(3) gets them from a user's program: each with its priority before it.
+std::string WithPriorities(const std::string &log)
+{
+    std::string lines;
+    std::istringstream stream(log);
+    for (std::string line; std::getline(stream, line);) {
+        lines += (line.find("ERROR ") == 0 ? "<11>" : "<14>") + line + "\n"; // LOG_USER with LOG_ERR or LOG_INFO
+    }
+    return lines;
 }
 
 const Words MISSING_FILES = {"-f", "CHECK_PKG_INTEGRITY", "-h", "/nonexistent/m",
@@ -68,11 +81,19 @@ TEST(Tool, LogsToTheFileThatTheEnvironmentNames)
 
 TEST(Tool, LogsToTheSystemWhereNothingElseIsNamedOrCanBeOpened)
 {
+    const std::string lines = WithPriorities(RunTool(MISSING_FILES).errors);
     for (const char *const target : {"QZLOG=", "QZLOG=/nonexistent/log"}) {
-        const ProcessResult result = RunTool(MISSING_FILES, {target});
+        const TemporaryDirectory directory;
+        const std::string record = directory.File("record");
+        const ProcessResult result =
+            RunTool(MISSING_FILES, {target, "LD_PRELOAD=" SYSLOG_RECORDER, "SYSLOG_RECORD=" + record,
+                                    "ASAN_OPTIONS=verify_asan_link_order=0"});
         EXPECT_EQ(0x01, result.exitStatus);
         EXPECT_EQ("", result.errors);
         EXPECT_FALSE(Contains(result.output, "VERIFY_TOOL")) << "never to standard output";
+        PkgsignBytes log;
+        ASSERT_TRUE(PkgsignReadFile(record, &log).ok);
+        EXPECT_EQ(lines, std::string(log.begin(), log.end()));
     }
 }
 

@@ -1,11 +1,44 @@
-// Trust material from files.
+// Files that are read whole, through a host whose files fail, and trust material from files.
+#include "verify/file.h"
+
 #include "tests/support/process.h"
 #include "tests/verify/verify_fixture.h"
 
 namespace
 {
 
-struct FileTest : VerifyTest {
+class FileReading : public LibraryTest
+{
+protected:
+    void SetUp() override
+    {
+        LibraryTest::SetUp();
+        ASSERT_TRUE(PkgsignWriteFile(path, Octets("four")).ok);
+    }
+
+    void TearDown() override
+    {
+        EXPECT_EQ(g_recordingHost.fileOpen.calls - failedOpens, g_recordingHost.fileClose.calls);
+        LibraryTest::TearDown();
+    }
+
+    // Reads, expecting a failure that leaves the outputs alone.
+    uint32_t FailToRead()
+    {
+        uint8_t *data = nullptr;
+        uint32_t len = 99;
+        const uint32_t status = InternalReadFile(path.c_str(), &data, &len);
+        EXPECT_EQ(nullptr, data);
+        EXPECT_EQ(99u, len);
+        return status;
+    }
+
+    const TemporaryDirectory directory;
+    const std::string path = directory.File("file");
+    uint32_t failedOpens = 0;
+};
+
+struct TrustFile : VerifyTest {
     TemporaryDirectory directory;
 
     std::string Write(const std::string &name, const PkgsignBytes &bytes)
@@ -19,7 +52,78 @@ constexpr size_t LARGEST = 2000000;
 
 } // namespace
 
-TEST_F(FileTest, CertificatesAndCrlsAreRead)
+TEST_F(FileReading, GivesTheOctetsInABlockOfTheirSize)
+{
+    uint8_t *data = nullptr;
+    uint32_t len = 0;
+    ASSERT_STATUS(SIGKIT_OK, InternalReadFile(path.c_str(), &data, &len));
+    const InternalBytesGuard guard(data);
+    EXPECT_EQ(4u, LastAllocationSize());
+    ASSERT_EQ(4u, len);
+    EXPECT_EQ("four", std::string(data, data + len));
+    EXPECT_EQ(1u, g_recordingHost.fileRead.calls);
+}
+
+TEST_F(FileReading, AFileThatDoesNotOpenIsNamed)
+{
+    g_recordingHost.fileOpen.failAt = 1;
+    failedOpens = 1;
+    EXPECT_STATUS(SIGKIT_ERR_FILE_OPEN, FailToRead());
+    EXPECT_EQ(Texts{"E InternalReadFile 88000101 Can not open file '" + path + "'."}, LineTexts());
+}
+
+TEST_F(FileReading, AnUnknownSizeIsNoSize)
+{
+    g_recordingHost.fileGetSize.failAt = 1;
+    EXPECT_STATUS(SIGKIT_ERR_FILE_EMPTY, FailToRead());
+    EXPECT_EQ(0u, g_recordingHost.fileRead.calls);
+    EXPECT_TRUE(Lines().empty());
+}
+
+TEST_F(FileReading, SizesAreComparedBeforeAnythingIsAllocated)
+{
+    for (const size_t size : {size_t{2000001}, size_t{0x80000000}, (size_t{1} << 32) + 4, ~size_t{0}}) {
+        ResetRecordings();
+        g_recordingHost.toldFileSize = size;
+        EXPECT_STATUS(SIGKIT_ERR_FILE_TOO_BIG, FailToRead());
+        EXPECT_EQ(0u, AllocationCalls());
+        EXPECT_EQ(0u, g_recordingHost.fileRead.calls);
+    }
+    ResetRecordings();
+    g_recordingHost.toldFileSize = 2000000;
+    EXPECT_STATUS(SIGKIT_ERR_FILE_READ, FailToRead()) << "not too big, but shorter than told";
+}
+
+TEST_F(FileReading, FewerOctetsThanToldAreAFailure)
+{
+    g_recordingHost.toldFileSize = 5;
+    EXPECT_STATUS(SIGKIT_ERR_FILE_READ, FailToRead());
+    g_recordingHost.toldFileSize = std::nullopt;
+    g_recordingHost.fileRead.failAt = g_recordingHost.fileRead.calls + 1;
+    EXPECT_STATUS(SIGKIT_ERR_FILE_READ, FailToRead());
+    EXPECT_EQ(0, LiveBlocks());
+}
+
+TEST_F(FileReading, AFileThatDoesNotCloseIsToldAndChangesNothing)
+{
+    g_recordingHost.fileClose.failAt = 1;
+    g_recordingHost.fileGetSize.failAt = 1;
+    EXPECT_STATUS(SIGKIT_ERR_FILE_EMPTY, FailToRead());
+    ASSERT_EQ(1u, Lines().size());
+    EXPECT_EQ(1, Lines()[0].level);
+    EXPECT_EQ("InternalCloseFile", Lines()[0].function);
+}
+
+TEST_F(FileReading, WithoutMemoryTheFileIsClosed)
+{
+    FailAllocation(1);
+    EXPECT_STATUS(SIGKIT_ERR_NO_MEMORY, FailToRead());
+    EXPECT_EQ(1u, g_recordingHost.fileClose.calls);
+}
+
+// ---- Trust material ------------------------------------------------------------------------------------------------
+
+TEST_F(TrustFile, CertificatesAndCrlsAreRead)
 {
     EXPECT_STATUS(SIGKIT_OK, SigkitVerifyAddCertFile(ctx, Write("root", AllParties().root.certificate).c_str()));
     EXPECT_STATUS(SIGKIT_OK, SigkitVerifyAddCrlFile(ctx, Write("crls", GoodCrls()).c_str()));
@@ -27,7 +131,7 @@ TEST_F(FileTest, CertificatesAndCrlsAreRead)
     EXPECT_EQ(2u, StoredCrls());
 }
 
-TEST_F(FileTest, AnEmptyPathIsRefused)
+TEST_F(TrustFile, AnEmptyPathIsRefused)
 {
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitVerifyAddCertFile(ctx, ""));
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitVerifyAddCrlFile(ctx, ""));
@@ -36,7 +140,7 @@ TEST_F(FileTest, AnEmptyPathIsRefused)
               LineTexts());
 }
 
-TEST_F(FileTest, AMissingFileIsNamed)
+TEST_F(TrustFile, AMissingFileIsNamed)
 {
     const std::string path = directory.File("missing");
     EXPECT_STATUS(SIGKIT_ERR_FILE_OPEN, SigkitVerifyAddCertFile(ctx, path.c_str()));
@@ -45,13 +149,13 @@ TEST_F(FileTest, AMissingFileIsNamed)
               LineTexts());
 }
 
-TEST_F(FileTest, AnEmptyFileIsRefused)
+TEST_F(TrustFile, AnEmptyFileIsRefused)
 {
     EXPECT_STATUS(SIGKIT_ERR_FILE_EMPTY, SigkitVerifyAddCrlFile(ctx, Write("empty", {}).c_str()));
     EXPECT_EQ(Texts{"E SigkitVerifyAddCrlFile 88000104 -"}, LineTexts());
 }
 
-TEST_F(FileTest, TwoMillionOctetsAreReadAndNotOneMore)
+TEST_F(TrustFile, TwoMillionOctetsAreReadAndNotOneMore)
 {
     PkgsignBytes pem = Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().root.certificate);
     pem.resize(LARGEST, '\n');
@@ -61,7 +165,7 @@ TEST_F(FileTest, TwoMillionOctetsAreReadAndNotOneMore)
     EXPECT_EQ(Texts{"E SigkitVerifyAddCertFile 88000106 -"}, LineTexts());
 }
 
-TEST_F(FileTest, AShortReadIsAFailure)
+TEST_F(TrustFile, AShortReadIsAFailure)
 {
     const std::string path = Write("root", AllParties().root.certificate);
     g_recordingHost.toldFileSize = AllParties().root.certificate.size() + 1;
@@ -69,7 +173,7 @@ TEST_F(FileTest, AShortReadIsAFailure)
     EXPECT_EQ(Texts{"E SigkitVerifyAddCertFile 88000102 -"}, LineTexts());
 }
 
-TEST_F(FileTest, AFailedCloseIsOnlyAWarning)
+TEST_F(TrustFile, AFailedCloseIsOnlyAWarning)
 {
     g_recordingHost.fileClose.failAt = 1;
     const std::string path = Write("root", AllParties().root.certificate);
@@ -77,7 +181,7 @@ TEST_F(FileTest, AFailedCloseIsOnlyAWarning)
     EXPECT_EQ(Texts{"W InternalCloseFile ffffffff -"}, LineTexts());
 }
 
-TEST_F(FileTest, WithoutMemoryNothingIsRead)
+TEST_F(TrustFile, WithoutMemoryNothingIsRead)
 {
     const std::string path = Write("root", AllParties().root.certificate);
     FailAllocation(1);

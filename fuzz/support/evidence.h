@@ -1,0 +1,59 @@
+// What the second opinion rests on: certificates and CRLs, found at every offset of what a verifier was given, and the
+// signatures under their keys.
+#ifndef FUZZ_EVIDENCE_H
+#define FUZZ_EVIDENCE_H
+
+#include <vector>
+
+#include "fuzz/support/elements.h"
+#include "pkgsign/pkgsign.h"
+
+struct EvidenceKey {
+    PkgsignBytes modulus;
+    PkgsignBytes exponent;
+};
+
+// Elements point into the octets in which they were found.
+struct EvidenceCertificate {
+    PkgsignBytes encoded;
+    PkgsignBytes toBeSigned;
+    PkgsignBytes signature;
+    Element serial;
+    Element issuer;
+    EvidenceKey key;
+    bool trusted;
+};
+
+struct EvidenceCrl {
+    PkgsignBytes toBeSigned;
+    PkgsignBytes signature;
+    Element issuer;
+    Element nextUpdate;
+    std::vector<Element> revoked; // entries
+};
+
+// Everything in reach.
+struct Evidence {
+    std::vector<EvidenceCertificate> certificates;
+    std::vector<EvidenceCrl> crls;
+};
+
+// Adds every certificate and CRL that begins at some offset of `octets`, which must outlive the evidence.
+void EvidenceCollect(const PkgsignBytes &octets, Evidence *evidence);
+
+// Adds the trust anchor, which must outlive the evidence too, and marks what is signed by its key, over certificates of
+// CAs, as trusted.
+void EvidenceTrust(const PkgsignBytes &anchor, Evidence *evidence);
+
+// Tells whether a certificate is clearly out of date at a time.
+bool EvidenceIsClearlyOutOfDate(const EvidenceCertificate &certificate, const Element &time);
+
+// Tells whether a signature over `data` holds under a key, with one digest or with any.
+bool EvidenceVerifies(const EvidenceKey &key, PkgsignDigest digest, const PkgsignBytes &data,
+                      const PkgsignBytes &signature);
+bool EvidenceVerifiesByAny(const EvidenceKey &key, const PkgsignBytes &data, const PkgsignBytes &signature);
+
+// Reads the digest that an AlgorithmIdentifier names, alone or with RSA.
+bool EvidenceReadDigest(const Element &algorithm, PkgsignDigest *out);
+
+#endif
