@@ -28,8 +28,7 @@ NAME = re.compile(r"\bSIGKIT_ERR_\w+")
 LINK = re.compile(r"(?<!!)\[[^\]\n]*\]\(([^)\s]+)\)|!\[[^\]\n]*\]\(([^)\s]+)\)")
 TRAIL = re.compile(r"sigkit_log\.log\((\d+)\):\((\w+)\)")
 FUNCTION = re.compile(r"[A-Za-z][\w\s:*&<>]*\b(\w+)\(")  # a definition stands at the left edge
-LOGGING = re.compile(r"\b(SIGKIT_FAIL|SIGKIT_TRAIL|SIGKIT_WARN)\(|__LINE__")
-FOR_CALLER = re.compile(r"__LINE__, (?!__func__)")  # a helper that logs under its caller's name
+LOGGING = re.compile(r"\bSIGKIT_(FAIL|TRAIL|WARN|ERROR)\(|__LINE__")
 QUOTED = re.compile(r"<!-- from (\S+) -->\n```\w*\n(.*?)```", re.S)
 
 
@@ -103,18 +102,14 @@ def logging_lines() -> dict[str, set[int]]:
     """The lines on which each function of the library logs; of a call over several lines all of them."""
     lines: dict[str, set[int]] = {}
     for source in tracked("sigkit/*.cpp"):
-        function, within, here, for_caller = "", False, set(), set()
+        function, within = "", False
         for number, line in enumerate(read(source).splitlines(), 1):
             definition = FUNCTION.match(line)
             function = definition[1] if definition else function
-            here.add(function)
+            lines.setdefault(function, set())
             if within or LOGGING.search(line):
-                lines.setdefault(function, set()).add(number)
+                lines[function].add(number)
                 within = ";" not in line
-            if FOR_CALLER.search(line):
-                for_caller.add(number)
-        for function in here:
-            lines.setdefault(function, set()).update(for_caller)
     return lines
 
 

@@ -13,7 +13,6 @@ struct Input {
 
 constexpr uint32_t MAX_CLASS = 3;
 constexpr uint32_t MAX_TAG = 30;
-constexpr size_t ARRAY_OFFSET = 8; // of the elements of a SET OF, from its count
 
 void CheckView(const SigkitAsnOcts &view, const Input &input)
 {
@@ -42,7 +41,7 @@ void CheckSetOf(const uint8_t *record, const SigkitAsnTemplate &element, const I
         FuzzFail("a set has %u elements of at most %u", count, element.maxCount);
     }
     for (uint32_t i = 0; i < count; ++i) {
-        CheckItem(counter + ARRAY_OFFSET + size_t{i} * element.item->recordSize, *element.item, input);
+        CheckItem(counter + SIGKIT_ASN_ARRAY_OFFSET + size_t{i} * element.item->recordSize, *element.item, input);
     }
 }
 

@@ -37,27 +37,13 @@ static_assert(offsetof(SigkitVerifyCtx, verifyTime) == 296, "fields lie where th
 
 // Tells whether a status comes from the machine (memory, a callback, a bounds-checked function) and not from what a file
 // says: the library's own codes about files begin with 88.
-[[nodiscard]] inline bool InternalIsHostFailure(uint32_t status)
-{
-    return status == SIGKIT_ERR_NO_MEMORY || (status != SIGKIT_OK && status >> 24 != 0x88);
-}
+[[nodiscard]] bool InternalIsHostFailure(uint32_t status);
 
 // Notes what made a search go on to the next block, candidate or CRL. When it was the machine, what was left behind may
 // be the very CRL that revokes: the search goes on as if the file were at fault, but the context trusts no path any more.
-inline void InternalPassOver(SigkitVerifyCtx *ctx, uint32_t status)
-{
-    if (ctx->hostFailure == SIGKIT_OK && InternalIsHostFailure(status)) {
-        ctx->hostFailure = status;
-    }
-}
+void InternalPassOver(SigkitVerifyCtx *ctx, uint32_t status);
 
 // Tests a context that a host handed in. Returns SIGKIT_OK, SIGKIT_ERR_CTX_NULL or SIGKIT_ERR_CTX_TAG.
-[[nodiscard]] inline uint32_t InternalCheckContext(const SigkitVerifyCtx *ctx)
-{
-    if (ctx == nullptr) {
-        return SIGKIT_ERR_CTX_NULL;
-    }
-    return ctx->size == SIGKIT_VERIFY_CTX_SIZE ? SIGKIT_OK : SIGKIT_ERR_CTX_TAG;
-}
+[[nodiscard]] uint32_t InternalCheckContext(const SigkitVerifyCtx *ctx);
 
 #endif

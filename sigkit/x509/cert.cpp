@@ -4,6 +4,13 @@
 #include "sigkit/sigkit.h"
 #include "x509/issuer.h"
 
+bool InternalHasDigitalSignature(uint32_t keyUsage)
+{
+    const bool hasTwoOctets = keyUsage > 0xFF;
+    const uint32_t weight = SIGKIT_KEY_USAGE_DIGITAL_SIGNATURE << (hasTwoOctets ? 8 : 0);
+    return (keyUsage & weight) != 0;
+}
+
 uint32_t SigkitX509DecodeCert(const uint8_t *data, uint32_t len, SigkitX509Cert **cert, uint32_t *consumed)
 {
     if (data == nullptr || len == 0 || cert == nullptr || consumed == nullptr) {

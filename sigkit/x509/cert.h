@@ -17,12 +17,7 @@ enum : uint32_t {
 
 // Tells whether a key usage has digitalSignature. A BIT STRING of two octets, as decipherOnly makes it, weighs each bit
 // 256 times as much. Only when its first octet is zero, it cannot be told from one of a single octet.
-[[nodiscard]] inline bool InternalHasDigitalSignature(uint32_t keyUsage)
-{
-    const uint32_t weight =
-        keyUsage > 0xFF ? SIGKIT_KEY_USAGE_DIGITAL_SIGNATURE << 8 : SIGKIT_KEY_USAGE_DIGITAL_SIGNATURE;
-    return (keyUsage & weight) != 0;
-}
+[[nodiscard]] bool InternalHasDigitalSignature(uint32_t keyUsage);
 
 // Decodes one certificate from the start of `data`; octets behind it are left alone.
 //

@@ -258,8 +258,10 @@ int32_t __wrap_SigkitCryptoVerifyUpdate(SigkitCryptoCtx *ctx, const void *data, 
 
 int32_t __wrap_SigkitCryptoVerifyFinal(SigkitCryptoCtx *ctx, const uint8_t *signature, uint32_t len, int32_t *verified)
 {
-    return Fails(g_recordingHost.cryptoFinal) ? g_recordingHost.cryptoFinal.failure
-                                              : __real_SigkitCryptoVerifyFinal(ctx, signature, len, verified);
+    if (Fails(g_recordingHost.cryptoFinal)) {
+        return g_recordingHost.cryptoFinal.failure;
+    }
+    return g_recordingHost.cryptoFinalIsMute ? 0 : __real_SigkitCryptoVerifyFinal(ctx, signature, len, verified);
 }
 
 void __wrap_SigkitCryptoVerifyDestroyCtx(SigkitCryptoCtx *ctx)

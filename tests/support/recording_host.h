@@ -56,6 +56,7 @@ struct RecordingHost {
     WatchedCall strcatS;
     WatchedCall vsnprintfS;
 
+    bool cryptoFinalIsMute = false;       // SigkitCryptoVerifyFinal returns 0 and writes no outcome
     std::function<void()> beforeFileRead; // runs before each SigkitFileRead, when there is one
     std::optional<size_t> toldFileSize;   // what every successful SigkitFileGetSize tells instead of the truth
     std::vector<uint32_t> mdAlgorithms;   // of every SigkitMdInit that was handed on

@@ -107,6 +107,24 @@ TEST_F(SignerSteps, AttributesAreSignedUnderTheIdentifierOctetOfTheirRecord)
     }
 }
 
+TEST_F(SignerSteps, ACheckWithoutAnOutcomeIsANo)
+{
+    LoadTrust();
+    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    request.signedAttributes = false;
+    ASSERT_STATUS(SIGKIT_OK, Begin(request));
+    ASSERT_STATUS(SIGKIT_OK, Update(CONTENT));
+    g_recordingHost.cryptoFinalIsMute = true;
+    EXPECT_STATUS(SIGKIT_OK, Final());
+    EXPECT_EQ(0u, verdict);
+    uint32_t result = 7;
+    EXPECT_STATUS(SIGKIT_OK, SigkitPkcs7DetachedSignatureVerify(&signer, cert.record, &result));
+    EXPECT_EQ(0u, result);
+    const DecodedCert root(AllParties().root.certificate);
+    EXPECT_STATUS(SIGKIT_OK, SigkitX509IsSelfSigned(root.record, &result));
+    EXPECT_EQ(0u, result);
+}
+
 TEST_F(SignerSteps, MayUseAKeyUsageOfTwoOctets)
 {
     const struct {
