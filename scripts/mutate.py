@@ -130,11 +130,11 @@ class Workplace:
         shutil.copytree(ROOT, self.tree, ignore=ignored, dirs_exist_ok=True)
         self.seconds = {}  # that each program took before anything was broken
         self.run(["cmake", "-S", self.tree, "-B", self.build, "-DCMAKE_BUILD_TYPE=Debug", "-DBUILD_TESTING=ON",
-                  "-DCMAKE_CXX_FLAGS=-O1 -g0"], check=True)
-        self.make(*(f"{room}_test" for room in rooms), check=True)
+                  "-DCMAKE_CXX_FLAGS=-O1 -g0"], check=True, stderr=None)
+        self.make(*(f"{room}_test" for room in rooms), check=True, stderr=None)
 
-    def run(self, command, **options):
-        return subprocess.run([str(word) for word in command], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+    def run(self, command, stderr=subprocess.DEVNULL, **options):
+        return subprocess.run([str(word) for word in command], stdout=subprocess.DEVNULL, stderr=stderr,
                               stdin=subprocess.DEVNULL, **options)
 
     def make(self, *targets, **options):
@@ -193,6 +193,7 @@ def main() -> int:
     parser.add_argument("--work", type=pathlib.Path, default=ROOT / "build" / "mutation")
     arguments = parser.parse_args()
 
+    subprocess.run([ROOT / "scripts" / "bootstrap.sh", "build", "test"], check=True)
     sources = [path for room in ROOMS for path in sorted((ROOT / "sigkit" / room).glob("*.cpp"))]
     sources += sorted((ROOT / "src").glob("*.cpp"))
     every = [mutant for path in sources for mutant in mutants_of(path)]

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds and tests everything: optimised, then under AddressSanitizer and UndefinedBehaviorSanitizer, then the fuzz
-# targets: every input of their corpora, and ten seconds of new ones; then what a release promises beyond, as far as it
-# takes no network: that it installs, and that others can build against it.
-# Usage: scripts/test.sh [preset...]; without an argument: release sanitize fuzz, and the release's promises.
+# targets: every input of their corpora, and ten seconds of new ones; then a dozen mutants of path validation, to see that
+# the tests notice; then what a release promises beyond, as far as it takes no network: that it installs, and that others
+# can build against it.
+# Usage: scripts/test.sh [preset...]; without an argument: release sanitize fuzz, the mutants and the release's promises.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -19,6 +20,8 @@ for name in "${presets[@]}"; do
   ctest --preset "$name" -j "$jobs" --progress
 done
 if [ $# -eq 0 ]; then
+  echo "== mutants"
+  scripts/mutate.py --own --only '^sigkit/pki/' --sample 12 --least 90
   echo "== release-check"
   scripts/release-check.sh install consumers shared
 fi

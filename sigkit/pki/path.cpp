@@ -64,7 +64,7 @@ uint32_t WalkUp(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRevoc
         }
         cert = InternalFindCertIssuer(ctx, cert);
     }
-    return SIGKIT_ERR_NO_ROOT; // not reached, as the root has no issuer above it
+    return SIGKIT_ERR_NO_ROOT; // not reached: a root was found above
 }
 
 // Validates the issuer of a CRL, or answers from memory.
