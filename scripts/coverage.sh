@@ -17,7 +17,8 @@ ctest --preset coverage -j "$(nproc)" --progress
 report=(gcovr --root . --object-directory "$build" --filter 'sigkit/' --filter 'src/' --exclude-unreachable-branches
         --exclude-throw-branches --exclude-directories '.*CompilerId.*')
 "${report[@]}"
-"${report[@]}" --branches --fail-under-branch 95 --json "$build/lines.json" | tail -n 4
+"${report[@]}" --branches --fail-under-branch 95 | tail -n 4
+"${report[@]}" --json "$build/lines.json"
 if [ $# -ge 1 ]; then
   mkdir -p "$1"
   "${report[@]}" --html-details "$1/index.html"

@@ -127,7 +127,8 @@ class Workplace:
         self.tree = directory / "tree"
         self.build = directory / "build"
         ignored = shutil.ignore_patterns("build*", ".git")
-        shutil.copytree(ROOT, self.tree, ignore=ignored, dirs_exist_ok=True)
+        shutil.rmtree(self.tree, ignore_errors=True)  # of an earlier run; its build is used again
+        shutil.copytree(ROOT, self.tree, ignore=ignored)
         self.seconds = {}  # that each program took before anything was broken
         self.run(["cmake", "-S", self.tree, "-B", self.build, "-DCMAKE_BUILD_TYPE=Debug", "-DBUILD_TESTING=ON",
                   "-DCMAKE_CXX_FLAGS=-O1 -g0"], check=True, stderr=None)
