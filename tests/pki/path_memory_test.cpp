@@ -1,0 +1,68 @@
+#include "pki/path_memory.h"
+
+#include <string.h>
+
+#include <gtest/gtest.h>
+
+#include "sigkit/sigkit.h"
+
+namespace
+{
+
+struct Place {
+    uint32_t storeIndex;
+    int32_t depth;
+};
+
+const Place CORNERS[] = {
+    {1, 0}, {1, SIGKIT_PATH_DEPTH_MAX}, {SIGKIT_LIST_CAPACITY, 0}, {SIGKIT_LIST_CAPACITY, SIGKIT_PATH_DEPTH_MAX}};
+
+} // namespace
+
+TEST(PathMemory, RecallsEachPlaceByItselfUntilItForgets)
+{
+    for (const Place &kept : CORNERS) {
+        InternalPathMemory memory = {};
+        InternalForgetOutcomes(&memory);
+        InternalKeepOutcome(&memory, kept.storeIndex, kept.depth, {SIGKIT_ERR_NO_CRL, SIGKIT_ERR_NO_ROOT});
+        for (const Place &asked : CORNERS) {
+            const InternalPathOutcome *const known = InternalRecallOutcome(&memory, asked.storeIndex, asked.depth);
+            if (asked.storeIndex == kept.storeIndex && asked.depth == kept.depth) {
+                ASSERT_NE(nullptr, known);
+                EXPECT_EQ(SIGKIT_ERR_NO_CRL, known->status);
+                EXPECT_EQ(SIGKIT_ERR_NO_ROOT, known->pathError);
+            } else {
+                EXPECT_EQ(nullptr, known);
+            }
+        }
+        InternalForgetOutcomes(&memory);
+        EXPECT_EQ(nullptr, InternalRecallOutcome(&memory, kept.storeIndex, kept.depth));
+    }
+}
+
+TEST(PathMemory, HasNoPlaceForWhatIsNotInTheStoreOrTooDeep)
+{
+    const Place places[] = {{0, 0}, {SIGKIT_LIST_CAPACITY + 1, 0}, {1, -1}, {1, SIGKIT_PATH_DEPTH_MAX + 1}};
+    for (const Place &place : places) {
+        InternalPathMemory memory = {};
+        const InternalPathMemory before = memory;
+        InternalKeepOutcome(&memory, place.storeIndex, place.depth, {SIGKIT_ERR_NO_CRL, SIGKIT_OK});
+        EXPECT_EQ(0, memcmp(&before, &memory, sizeof(memory)));
+        EXPECT_EQ(nullptr, InternalRecallOutcome(&memory, place.storeIndex, place.depth));
+    }
+}
+
+TEST(PathMemory, AnswersOnlyWhenTheLiteralValidationsAreUsedUp)
+{
+    InternalPathMemory memory = {};
+    memory.literal = 2;
+    InternalKeepOutcome(&memory, 1, 1, {SIGKIT_ERR_NO_CRL, SIGKIT_OK});
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(nullptr, InternalRecallOutcome(&memory, 1, 1));
+        EXPECT_EQ(nullptr, InternalRecallOutcome(&memory, 1, 1));
+        EXPECT_NE(nullptr, InternalRecallOutcome(&memory, 1, 1));
+        EXPECT_NE(nullptr, InternalRecallOutcome(&memory, 1, 1));
+        InternalForgetOutcomes(&memory);
+        InternalKeepOutcome(&memory, 1, 1, {SIGKIT_ERR_NO_CRL, SIGKIT_OK});
+    }
+}
