@@ -132,13 +132,16 @@ TEST_F(SignerSteps, MayUseAKeyUsageOfTwoOctets)
         int second; // -1: none
         bool maySign;
     } rows[] = {
-        {0x80, -1, true},                        // digitalSignature
-        {0x40, -1, false},                       // nonRepudiation
-        {0x7F, -1, false},                       // all but digitalSignature
-        {0x80, 0x00, true},                      // digitalSignature, written with an octet too many
-        {0x80, 0x80, true},                      // and decipherOnly
-        {0x40, 0x80, false},                     // nonRepudiation and decipherOnly
-        {0x7F, 0xFF, false}, {0x00, 0x80, true}, // decipherOnly alone: by design
+        {0x80, -1, true},    // digitalSignature
+        {0x40, -1, false},   // nonRepudiation
+        {0x7F, -1, false},   // all of one octet but digitalSignature
+        {0xFF, -1, true},    // all of one octet
+        {0x80, 0x00, true},  // digitalSignature, written with an octet too many
+        {0x01, 0x00, false}, // encipherOnly, written so
+        {0x80, 0x80, true},  // digitalSignature and decipherOnly
+        {0x40, 0x80, false}, // nonRepudiation and decipherOnly
+        {0x7F, 0xFF, false}, // all but digitalSignature
+        {0x00, 0x80, true},  // decipherOnly alone: by design
     };
     LoadTrust();
     ASSERT_STATUS(SIGKIT_OK, Begin(MessageRequest(CONTENT))); // sets the time
