@@ -149,6 +149,27 @@ TEST_F(CrlChoice, ACrlUnderAnotherRootIsNeverACandidate)
     EXPECT_STATUS(SIGKIT_ERR_NO_CRL, Judge(SIGNER));
 }
 
+TEST_F(CrlChoice, AnIssuerMayBeElevenCertificatesFromTheRootAndNotTwelve)
+{
+    for (const uint8_t length : {uint8_t{11}, uint8_t{12}}) {
+        store = {};
+        store.certs.push_back({"0", "0"});
+        for (uint8_t i = 1; i < length; ++i) {
+            store.certs.push_back({std::to_string(i), std::to_string(i - 1), static_cast<uint8_t>(i + 1), i, i});
+        }
+        store.certs.push_back({"Signer", "0", 50, 1, 50});
+        // The root's CRL covers everybody; the last CA's alone revokes.
+        store.crls.resize(2);
+        store.crls[0].issuer = "0";
+        store.crls[0].indirect = true;
+        store.crls[1].issuer = std::to_string(length - 1);
+        store.crls[1].issuerKey = length;
+        store.crls[1].indirect = true;
+        store.crls[1].entries = {{50, 1, JUDGED_AT - DAY}};
+        EXPECT_STATUS(length == 11 ? SIGKIT_ERR_CERT_REVOKED : SIGKIT_OK, Judge(length)) << +length;
+    }
+}
+
 TEST_F(CrlChoice, ACrlWithoutAnIssuerIsNeverACandidate)
 {
     store.crls[1].issuerKey = 9;

@@ -182,6 +182,12 @@ TEST_F(Path, AnErrorStaysUntilAnotherFollows)
         EXPECT_STATUS(SIGKIT_ERR_NO_CRL, ctx->pathError);
     }
     EXPECT_EQ(0, ctx->pathDepth);
+    Unload();
+    SetUp();
+    Load();
+    ctx->pathError = SIGKIT_ERR_UNKNOWN;
+    EXPECT_STATUS(SIGKIT_OK, JudgeLoaded(SIGNER));
+    EXPECT_STATUS(SIGKIT_ERR_UNKNOWN, ctx->pathError) << "a CRL that is found leaves it alone";
 }
 
 TEST_F(Path, NothingIsRememberedFromOneValidationToTheNext)

@@ -109,6 +109,13 @@ TEST_F(Store, FindsNoCertificateWithoutNameOrSerial)
     EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, &signer.issuer, nullptr));
     EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, &noName, &signer.serialNumber));
     EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, &signer.issuer, &noSerial));
+    // Not even a certificate that has none itself.
+    const SigkitX509Name issuer = signer.issuer;
+    Cert(SIGNER)->tbsCertificate.issuer.count = 0;
+    EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, &noName, &signer.serialNumber));
+    Cert(SIGNER)->tbsCertificate.issuer = issuer;
+    Cert(SIGNER)->tbsCertificate.serialNumber = noSerial;
+    EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, &issuer, &noSerial));
 }
 
 TEST_F(Store, FindsTheIssuerOfACrlByNameUsageAndSignature)
