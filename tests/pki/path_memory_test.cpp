@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include <iterator>
+
 #include <gtest/gtest.h>
 
 #include "sigkit/sigkit.h"
@@ -37,6 +39,20 @@ TEST(PathMemory, RecallsEachPlaceByItselfUntilItForgets)
         }
         InternalForgetOutcomes(&memory);
         EXPECT_EQ(nullptr, InternalRecallOutcome(&memory, kept.storeIndex, kept.depth));
+    }
+}
+
+TEST(PathMemory, KeepsAllPlacesSideBySide)
+{
+    InternalPathMemory memory = {};
+    for (uint32_t i = 0; i < std::size(CORNERS); ++i) {
+        InternalKeepOutcome(&memory, CORNERS[i].storeIndex, CORNERS[i].depth, {i, SIGKIT_OK});
+    }
+    for (uint32_t i = 0; i < std::size(CORNERS); ++i) {
+        const InternalPathOutcome *const known =
+            InternalRecallOutcome(&memory, CORNERS[i].storeIndex, CORNERS[i].depth);
+        ASSERT_NE(nullptr, known);
+        EXPECT_EQ(i, known->status);
     }
 }
 

@@ -94,6 +94,8 @@ TEST_F(Store, FindsTheFirstCertificateOfIssuerAndSerial)
     const SigkitX509CertInfo &ca = Cert(CA)->tbsCertificate;
     EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, &ca.subject, &ca.serialNumber));
     EXPECT_EQ(Cert(CA), SigkitPkiFindCertByIssuerSn(ctx, &ca.issuer, &ca.serialNumber));
+    const SigkitX509CertInfo &root = Cert(ROOT)->tbsCertificate;
+    EXPECT_EQ(Cert(ROOT), SigkitPkiFindCertByIssuerSn(ctx, &root.issuer, &root.serialNumber));
 }
 
 TEST_F(Store, FindsNoCertificateWithoutNameOrSerial)
