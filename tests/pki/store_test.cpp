@@ -96,6 +96,9 @@ TEST_F(Store, FindsTheFirstCertificateOfIssuerAndSerial)
     EXPECT_EQ(Cert(CA), SigkitPkiFindCertByIssuerSn(ctx, &ca.issuer, &ca.serialNumber));
     const SigkitX509CertInfo &root = Cert(ROOT)->tbsCertificate;
     EXPECT_EQ(Cert(ROOT), SigkitPkiFindCertByIssuerSn(ctx, &root.issuer, &root.serialNumber));
+    ctx->pki->certs.count = SIGNER; // the list ends before the signer
+    EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, &signer.issuer, &signer.serialNumber));
+    ctx->pki->certs.count = SIGNER + 2;
 }
 
 TEST_F(Store, FindsNoCertificateWithoutNameOrSerial)
