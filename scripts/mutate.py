@@ -129,6 +129,8 @@ class Workplace:
         ignored = shutil.ignore_patterns("build*", ".git")
         shutil.rmtree(self.tree, ignore_errors=True)  # of an earlier run; its build is used again
         shutil.copytree(ROOT, self.tree, ignore=ignored)
+        for source in (*self.tree.glob("sigkit/*/*.cpp"), *self.tree.glob("src/*.cpp")):
+            source.touch()  # what was built of it last may have been a mutant
         self.seconds = {}  # that each program took before anything was broken
         self.run(["cmake", "-S", self.tree, "-B", self.build, "-DCMAKE_BUILD_TYPE=Debug", "-DBUILD_TESTING=ON",
                   "-DCMAKE_CXX_FLAGS=-O1 -g0"], check=True, stderr=None)
