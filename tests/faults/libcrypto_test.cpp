@@ -6,8 +6,10 @@
 #include <openssl/rsa.h>
 
 #include "sigkit/sigkit.h"
+#include "sigkit/sigkit_host.h"
 #include "tests/faults/scenarios.h"
 #include "tests/support/library_test.h"
+#include "x509/oid.h"
 
 namespace
 {
@@ -200,4 +202,24 @@ TEST(FailingLibcrypto, IsNeverReadAsAYesButMayCostACrl)
     // Four scenarios and three failures; with a new key the CA's new certificate can be lost as well as its CRL.
     EXPECT_EQ(15u, lostCrls);
     EXPECT_LT(3000u, faults); // the calls are really wrapped
+}
+
+TEST(FailingLibcrypto, IsToldUnderTheNumbersThatFieldSupportKnows)
+{
+    const SigkitBigInt number = {1, {3}};
+    SigkitMdCtx *digest = nullptr;
+    SigkitCryptoCtx *check = nullptr;
+    ASSERT_EQ(0, SigkitMdCreateCtx(&digest));
+    ASSERT_EQ(0, SigkitCryptoVerifyCreateCtx(&check));
+    ResetCalls();
+    g_failure = 0;
+    g_calls[DIGEST_INIT].failAt = 1;
+    EXPECT_EQ(-1, SigkitMdInit(digest, AOID_SHA256));
+    g_calls[DIGEST_INIT].failAt = 2;
+    EXPECT_EQ(-1, SigkitCryptoVerifyInit(check, &number, &number, AOID_SHA256));
+    EXPECT_EQ((std::vector<std::string>{"E 448 SigkitMdInit Failed to connect handler with hash algo.",
+                                        "E 626 SigkitCryptoVerifyInit Failed to bind algo handler to ctx."}),
+              LogTexts());
+    SigkitMdDestoryCtx(digest);
+    SigkitCryptoVerifyDestroyCtx(check);
 }
