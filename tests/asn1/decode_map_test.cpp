@@ -93,6 +93,18 @@ TEST_F(DecodeMap, AValueNeedNotBeReadToItsEnd)
     EXPECT_EQ(6u, extensions.keyUsage);
 }
 
+TEST_F(DecodeMap, PurposesOfRepeatedMembersAddUp)
+{
+    SigkitX509CertExts extensions = {};
+    const Bytes codeSigning = Extension("2.5.29.37", Sequence({Oid("1.3.6.1.5.5.7.3.3")}));
+    const Bytes timeStamping = Extension("2.5.29.37", Sequence({Oid("1.3.6.1.5.5.7.3.8")}));
+    for (const Bytes &list : {Sequence({codeSigning, timeStamping}), Sequence({timeStamping, codeSigning})}) {
+        extensions = {};
+        ASSERT_STATUS(SIGKIT_OK, Decode(SigkitDecodeMap, list, &extensions, &kExtensions));
+        EXPECT_EQ(0x48u, extensions.extKeyUsage);
+    }
+}
+
 TEST_F(DecodeMap, AnotherHeaderIsRefused)
 {
     SigkitX509CertExts extensions = {};

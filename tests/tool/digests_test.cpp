@@ -114,6 +114,16 @@ TEST_F(Digests, AContextThatWasNotStartedFails)
               LogTexts());
 }
 
+TEST_F(Digests, AContextThatWasStartedInVainFails)
+{
+    EXPECT_EQ(-1, SigkitMdInit(ctx, 42));
+    EXPECT_EQ(-1, SigkitMdUpdate(ctx, "a", 1));
+    EXPECT_EQ(-1, SigkitMdFinal(ctx, digest, &len, &len));
+    EXPECT_EQ((Texts{"E 442 SigkitMdInit Failed to get openssl evp handler.",
+                     "E 477 SigkitMdUpdate Failed to update handler.", "E 504 SigkitMdFinal Failed to get final md."}),
+              LogTexts());
+}
+
 TEST_F(Digests, TheContextTellsItsSize)
 {
     EXPECT_EQ(24u, ctx->size);

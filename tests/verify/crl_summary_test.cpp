@@ -191,6 +191,34 @@ TEST_F(CrlSummary, DataWithoutCrlsAreRefused)
     EXPECT_EQ(1u, StoredCerts());
 }
 
+TEST_F(CrlSummary, ASerialNumberIsToldWholeOrNotAtAll)
+{
+    const PkgsignBytes data = Join({Ca(), RootCrl({{0x01, 0x02, 0x03}, {0x7F, 0x01, 0x01}}), CaCrl()});
+    ASSERT_STATUS(SIGKIT_OK, Decode(data));
+    const uint32_t whole = bundle->crls[0]->issuerSerial.len;
+    EXPECT_EQ(1u, whole);
+    const uint32_t copies = g_recordingHost.memcpyS.calls;
+    uint32_t lost = 0;
+    for (uint32_t n = 1; n <= copies; ++n) {
+        Release();
+        EXPECT_STATUS(SIGKIT_OK, SigkitVrfCtxFree(ctx));
+        SetUp();
+        g_recordingHost.memcpyS.calls = 0;
+        g_recordingHost.memcpyS.failAt = n;
+        if (Decode(data) != SIGKIT_OK || bundle->count != 2 || bundle->crls[0]->revokedCount != 2) {
+            continue;
+        }
+        const SigkitCrlInfo &root = *bundle->crls[0];
+        const SigkitCrlSerial serials[] = {root.issuerSerial, root.revokedSerials[0], root.revokedSerials[1]};
+        for (uint32_t i = 0; i < 3; ++i) {
+            const uint32_t len = i == 0 ? whole : 3;
+            EXPECT_TRUE(serials[i].len == 0 || serials[i].len == len) << n << " " << i << ": " << serials[i].len;
+            lost += serials[i].len == 0 ? 1 : 0;
+        }
+    }
+    EXPECT_LT(1u, lost);
+}
+
 TEST_F(CrlSummary, ASelfSignedCertificateInTheDataIsSkipped)
 {
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({AllParties().otherRoot.certificate, RootCrl()})));
