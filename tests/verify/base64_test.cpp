@@ -17,7 +17,8 @@ using Base64Lenience = LibraryTest;
 
 uint32_t DecodeInto(uint8_t *output, uint32_t *len, const std::string &text)
 {
-    return SigkitBase64Decode(text.data(), static_cast<int32_t>(text.size()), output, len);
+    const std::vector<char> exact(text.begin(), text.end()); // no NUL behind it: a sanitizer sees who reads on
+    return SigkitBase64Decode(exact.data(), static_cast<int32_t>(exact.size()), output, len);
 }
 
 struct Decoded {
