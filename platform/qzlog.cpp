@@ -97,8 +97,8 @@ int OpenTarget()
         return STDERR_FILENO;
     }
     int descriptor = open(target, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (descriptor >= 0 &&
-        descriptor <= STDERR_FILENO) { // a standard stream was closed; what is printed to it must not get into the log
+    // Where a standard stream was closed, what is printed to it must not get into the log.
+    if (descriptor >= 0 && descriptor <= STDERR_FILENO) {
         const int above = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
         (void)close(descriptor);
         descriptor = above;

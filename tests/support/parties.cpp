@@ -109,6 +109,11 @@ PkgsignBytes GoodCrls()
 
 PkgsignMessageRequest MessageRequest(const std::string &content)
 {
+    return MessageTimestampedBy(content, AllParties().timestamp);
+}
+
+PkgsignMessageRequest MessageTimestampedBy(const std::string &content, const Party &authority)
+{
     const Parties &parties = AllParties();
     PkgsignMessageRequest request;
     request.content = Octets(content);
@@ -117,9 +122,9 @@ PkgsignMessageRequest MessageRequest(const std::string &content)
     request.certificates = {parties.signer.certificate, parties.issuingCa.certificate};
     request.timestamp = PkgsignTimestamp::Request;
     request.tokenRequest.genTime = PACKAGE_TIME;
-    request.tokenRequest.tsaCertificate = parties.timestamp.certificate;
-    request.tokenRequest.tsaKey = parties.timestamp.key;
-    request.tokenRequest.certificates = {parties.timestamp.certificate};
+    request.tokenRequest.tsaCertificate = authority.certificate;
+    request.tokenRequest.tsaKey = authority.key;
+    request.tokenRequest.certificates = {authority.certificate};
     return request;
 }
 

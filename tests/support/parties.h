@@ -47,6 +47,9 @@ PkgsignBytes GoodCrls();
 
 // A request for a message of the signer with a token of the timestamp authority.
 PkgsignMessageRequest MessageRequest(const std::string &content);
+
+// The same with a token of another authority, whose certificate comes with the token.
+PkgsignMessageRequest MessageTimestampedBy(const std::string &content, const Party &authority);
 PkgsignBytes MakeMessage(const PkgsignMessageRequest &request);
 
 PkgsignBytes Join(const std::vector<PkgsignBytes> &parts);

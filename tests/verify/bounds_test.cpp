@@ -90,12 +90,7 @@ PkgsignMessageRequest MessageBelow(const Party &ca)
     request.basicConstraints = PkgsignBasicConstraints::NotCa;
     request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
     request.extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING};
-    const Party authority = Certify(request);
-    PkgsignMessageRequest message = MessageRequest(CONTENT);
-    message.tokenRequest.tsaCertificate = authority.certificate;
-    message.tokenRequest.tsaKey = authority.key;
-    message.tokenRequest.certificates = {authority.certificate};
-    return message;
+    return MessageTimestampedBy(CONTENT, Certify(request));
 }
 
 #endif

@@ -418,12 +418,7 @@ TEST_F(Signature, WithATokenBySomebodysRootIsRefused)
     PkgsignCertificateRequest request = CertificateRequest("Self", nullptr);
     request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
     request.extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING};
-    const Party authority = Certify(request);
-    PkgsignMessageRequest message = MessageRequest(CONTENT);
-    message.tokenRequest.tsaCertificate = authority.certificate;
-    message.tokenRequest.tsaKey = authority.key;
-    message.tokenRequest.certificates = {authority.certificate};
-    EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_SIGNER, Begin(message));
+    EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_SIGNER, Begin(MessageTimestampedBy(CONTENT, Certify(request))));
     EXPECT_EQ(TokenTrail("88200401", {"W InternalAddCertToStore 0 There is a root certificate, which is not allowed "
                                       "when add crl or cms.",
                                       "E InternalVerifyTsSignerInfo 88200401 -"}),
