@@ -75,7 +75,7 @@ Bytes Cert(const PkgsignName &subject, const PkgsignName &issuer, const PkgsignK
     return certificate;
 }
 
-Bytes Crl(const Bytes &issuer, const PkgsignKey &key, int64_t number)
+PkgsignCrlRequest CrlRequest(const Bytes &issuer, const PkgsignKey &key, int64_t number)
 {
     PkgsignCrlRequest request;
     request.issuerCertificate = issuer;
@@ -83,9 +83,27 @@ Bytes Crl(const Bytes &issuer, const PkgsignKey &key, int64_t number)
     request.thisUpdate = NOW - 1000 + number;
     request.nextUpdate = NOW + YEAR;
     request.crlNumber = number;
+    return request;
+}
+
+Bytes Crl(const PkgsignCrlRequest &request)
+{
     Bytes crl;
     Must(PkgsignMakeCrl(request, &crl));
     return crl;
+}
+
+// A CRL that has ended by the time that it is judged at, its own thisUpdate, and lists the serial number 1.
+Bytes EndedCrl(const Bytes &issuer, const PkgsignKey &key, int64_t number)
+{
+    PkgsignCrlRequest request = CrlRequest(issuer, key, number);
+    request.nextUpdate = NOW - YEAR;
+    PkgsignRevokedCertificate entry;
+    entry.serialNumber = {1};
+    entry.revocationDate = NOW;
+    entry.reasonCode = 4; // superseded (RFC 5280, 5.3.1)
+    request.revoked = {entry};
+    return Crl(request);
 }
 
 void Append(Bytes *file, const Bytes &part)
@@ -112,8 +130,32 @@ Input RolledOver(int bits)
     Append(&input.file, Cert(ca, root, keys[1], keys[0], 2));
     Append(&input.file, rolled);
     for (int64_t i = 0; i < 16; ++i) {
-        Append(&input.file, Crl(rolled, keys[2], i));
+        Append(&input.file, Crl(CrlRequest(rolled, keys[2], i)));
     }
+    return input;
+}
+
+// A chain of eleven certificates of one name with CRLs that are tried at each of them: the last certificate signed all but
+// one, which is the root's. All have ended and list every certificate, superseded later.
+Input LongWalks(int bits)
+{
+    const PkgsignName name = Name("CA");
+    PkgsignKey key = MakeKey(bits);
+    Input input;
+    input.name = "11 certificates and 16 CRLs of one name, RSA " + std::to_string(bits);
+    input.root = Cert(name, name, key, key, 1);
+    Bytes rootCrl = EndedCrl(input.root, key, 15);
+    Bytes last;
+    for (uint8_t i = 1; i < 11; ++i) {
+        const PkgsignKey issuerKey = key;
+        key = MakeKey(bits);
+        last = Cert(name, name, key, issuerKey, 1);
+        Append(&input.file, last);
+    }
+    for (int64_t i = 0; i < 15; ++i) {
+        Append(&input.file, EndedCrl(last, key, i));
+    }
+    Append(&input.file, rootCrl);
     return input;
 }
 
@@ -159,7 +201,7 @@ Input EveryIssuer(int bits, int exponentBits)
                Cert(name, name, WithExponent(MakeKey(bits), exponent), stranger, static_cast<uint8_t>(i + 2)));
     }
     for (int64_t i = 0; i < 16; ++i) {
-        Append(&input.file, Crl(input.root, stranger, i));
+        Append(&input.file, Crl(CrlRequest(input.root, stranger, i)));
     }
     BN_free(exponent);
     return input;
@@ -214,6 +256,8 @@ int main()
 {
     Measure(RolledOver(2048));
     Measure(RolledOver(4096));
+    Measure(LongWalks(2048));
+    Measure(LongWalks(4096));
     Measure(EveryIssuer(2048, 17));
     Measure(EveryIssuer(4096, 64));
     Measure(EveryIssuer(3072, 3071)); // smaller than the modulus, as libcrypto insists

@@ -80,7 +80,7 @@ uint32_t CollectCandidates(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, con
 } // namespace
 
 uint32_t InternalSelectCrl(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,
-                           uint32_t strictRevocation, SigkitX509Crl **best)
+                           uint32_t strictRevocation, InternalCrlChoice *best)
 {
     SigkitList candidates = {};
     const CandidatesGuard guard(&candidates);
@@ -124,7 +124,7 @@ uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cer
 }
 
 uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candidates, uint32_t strictRevocation,
-                                   SigkitX509Crl **best)
+                                   InternalCrlChoice *best)
 {
     if (candidates.count == 0) {
         SIGKIT_ERROR(SIGKIT_OK, "Can't find CRL for certificate.");
@@ -140,7 +140,7 @@ uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candi
         uint32_t ok = 0;
         last = SigkitPkiVerifyCert(ctx, issuer, 0, strictRevocation, &ok);
         if (last == SIGKIT_OK && ok == 1) {
-            *best = crl;
+            *best = {crl, issuer};
             return SIGKIT_OK;
         }
         InternalPassOver(ctx, last);

@@ -23,17 +23,23 @@ struct SigkitCrlCandidate {
     SigkitX509Crl *crl; // the store's
 };
 
+// The CRL that decides about a certificate, and the certificate that signed it: both the store's.
+struct InternalCrlChoice {
+    SigkitX509Crl *crl;
+    SigkitX509Cert *issuer; // has been validated
+};
+
 // Chooses the CRL that decides about `cert`.
 //
 //   ctx               in/out; after a failure its pathError holds the code.
 //   root              in, the root of the certificate's chain; CRLs of other roots are left out.
 //   strictRevocation  in, handed on to the validation of the CRL's issuer.
-//   best              out, the store's CRL.
+//   best              out.
 //
 // Returns SIGKIT_OK, SIGKIT_ERR_NO_CRL, the code of the last issuer that did not validate, SIGKIT_ERR_CRL_UNVERIFIED, or
 // SIGKIT_ERR_NO_MEMORY.
 [[nodiscard]] uint32_t InternalSelectCrl(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,
-                                         uint32_t strictRevocation, SigkitX509Crl **best);
+                                         uint32_t strictRevocation, InternalCrlChoice *best);
 
 // Scores one CRL for a certificate at `verifyTime`. Returns the sum of the bits, or 0 when the CRL cannot be used: of
 // another issuer without being indirect, without a readable nextUpdate, or expired without listing the certificate. An
@@ -47,7 +53,7 @@ struct SigkitCrlCandidate {
 // Returns SIGKIT_OK, SIGKIT_ERR_NO_CRL for an empty list, the code of the last issuer that did not validate, or
 // SIGKIT_ERR_CRL_UNVERIFIED; failures are logged.
 [[nodiscard]] uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candidates,
-                                                 uint32_t strictRevocation, SigkitX509Crl **best);
+                                                 uint32_t strictRevocation, InternalCrlChoice *best);
 
 // Orders two SigkitCrlCandidate, the higher score first: -1, 0 or 1.
 [[nodiscard]] int32_t InternalCrlScoreSortDesc(const void *first, const void *second);

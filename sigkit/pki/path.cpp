@@ -16,8 +16,18 @@ namespace
 // What one certificate of the walk came to.
 enum class Step { TRUSTED, NEXT_ISSUER };
 
-// Checks one certificate. A CRL of its own issuer covers the chain above it as well; an indirect CRL says nothing about
-// the certificate's own issuer, so that one is next.
+// Returns whether the validation of the CRL's issuer, made when the CRL was chosen, covers the chain above a
+// certificate. RFC 5280, 6.1.3 wants every certificate of the path judged, so only the very record that issued the
+// certificate will do. A CRL that another certificate signed says nothing about the issuer, which may have been revoked
+// or have ended: not an indirect one; not one of a namesake, which a revoked CA can make below itself; and not one of a
+// second certificate of the issuer's name and key, which has a serial number, and a revocation, of its own.
+bool CoversChainAbove(SigkitVerifyCtx *ctx, const InternalCrlChoice &choice, SigkitX509Cert *cert)
+{
+    const bool isIndirect = choice.crl->tbsCertList.crlExtensions.issuingDistributionPoint.indirectCRL != 0;
+    return !isIndirect && choice.issuer == InternalFindCertIssuer(ctx, cert);
+}
+
+// Checks one certificate. Where its CRL does not cover the chain above, its issuer is next.
 uint32_t CheckOne(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRevocation, Step *step)
 {
     uint32_t status = InternalVerifyCertificate(*cert, ctx->verifyTime);
@@ -38,17 +48,16 @@ uint32_t CheckOne(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRev
         ctx->pathError = SIGKIT_ERR_NO_ROOT;
         return SIGKIT_ERR_NO_ROOT;
     }
-    SigkitX509Crl *crl = nullptr;
-    status = InternalSelectCrl(ctx, *cert, root, strictRevocation, &crl);
+    InternalCrlChoice choice = {};
+    status = InternalSelectCrl(ctx, *cert, root, strictRevocation, &choice);
     if (status != SIGKIT_OK) {
         return status;
     }
-    status = InternalCheckCrlOfCert(*cert, *crl, ctx->verifyTime, strictRevocation);
+    status = InternalCheckCrlOfCert(*cert, *choice.crl, ctx->verifyTime, strictRevocation);
     if (status != SIGKIT_OK) {
         return status;
     }
-    const bool isIndirect = crl->tbsCertList.crlExtensions.issuingDistributionPoint.indirectCRL != 0;
-    *step = isIndirect ? Step::NEXT_ISSUER : Step::TRUSTED;
+    *step = CoversChainAbove(ctx, choice, cert) ? Step::TRUSTED : Step::NEXT_ISSUER;
     return SIGKIT_OK;
 }
 

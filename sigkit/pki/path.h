@@ -1,5 +1,6 @@
-// Path validation, led by CRLs: the best CRL for a certificate is chosen, the CRL's issuer is validated in the same way,
-// and that covers the chain above, because in the ordinary case the CRL's issuer is the certificate's.
+// Path validation, led by CRLs: the best CRL for a certificate is chosen and the CRL's issuer is validated in the same
+// way. Where that issuer is the very certificate that issued the one in hand, as in the ordinary case, this covers the
+// chain above; else the walk goes on to the certificate's issuer.
 //
 // Not checked (narrower than RFC 5280, 6): path length, policies, name constraints, a CRL's thisUpdate and scope.
 #ifndef PKI_PATH_H

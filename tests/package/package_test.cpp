@@ -67,6 +67,55 @@ TEST_F(Package, OfARevokedSignerIsRefused)
     EXPECT_TRUE(Contains(Log(), "Verify signature error, code 88200002.")) << Log();
 }
 
+// With the issuing CA's key its thief makes a CA that bears the root's name, and a signer below that: the root's own CRL
+// is of the signer's issuer by name.
+TEST_F(Package, OfANamesakeOfTheRootIsRefusedOnceTheCaAboveItIsRevoked)
+{
+    PkgsignCertificateRequest namesake;
+    namesake.serialNumber = {0x21};
+    ASSERT_TRUE(PkgsignGenerateRsaKey(2048, &namesake.subjectKey).ok);
+    ASSERT_TRUE(PkgsignGetSubject(Pki().root.certificate, &namesake.subjectDer).ok);
+    ASSERT_TRUE(PkgsignGetSubject(Pki().issuingCa.certificate, &namesake.issuerDer).ok);
+    namesake.issuerKey = Pki().issuingCa.key;
+    namesake.notBefore = SIGNING_TIME - 7 * DAY;
+    namesake.notAfter = SIGNING_TIME + 7 * DAY;
+    namesake.basicConstraints = PkgsignBasicConstraints::Ca;
+    namesake.keyUsage = PKGSIGN_KEY_CERT_SIGN | PKGSIGN_CRL_SIGN;
+    PkgsignCertificateRequest signer = namesake;
+    signer.serialNumber = {0x22};
+    ASSERT_TRUE(PkgsignGenerateRsaKey(2048, &signer.subjectKey).ok);
+    signer.issuerDer = namesake.subjectDer;
+    signer.issuerKey = namesake.subjectKey;
+    signer.subjectDer.clear();
+    signer.subject = {{"CN", "Thief"}};
+    signer.basicConstraints = PkgsignBasicConstraints::Absent;
+    signer.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
+    signer.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    message.certificates.resize(2);
+    ASSERT_TRUE(PkgsignMakeCertificate(namesake, &message.certificates[0]).ok);
+    ASSERT_TRUE(PkgsignMakeCertificate(signer, &message.certificates[1]).ok);
+    message.signerCertificate = message.certificates[1];
+    message.signerKey = signer.subjectKey;
+    PkgsignCertificateRequest authority = signer; // the root's own, which the CA's revocation leaves alone
+    authority.serialNumber = {0x23};
+    ASSERT_TRUE(PkgsignGenerateRsaKey(2048, &authority.subjectKey).ok);
+    authority.issuerKey = Pki().root.key;
+    authority.extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING};
+    ASSERT_TRUE(PkgsignMakeCertificate(authority, &message.tokenRequest.tsaCertificate).ok);
+    message.tokenRequest.tsaKey = authority.subjectKey;
+    message.tokenRequest.certificates = {message.tokenRequest.tsaCertificate, Pki().issuingCa.certificate};
+    Make();
+    EXPECT_EQ(0, Verify().exitStatus) << "below a CA that stands";
+
+    PkgsignRevokedCertificate entry;
+    ASSERT_TRUE(PkgsignGetSerialNumber(Pki().issuingCa.certificate, &entry.serialNumber).ok);
+    entry.revocationDate = SIGNING_TIME - 1;
+    crlRequests[0].revoked = {entry};
+    Make();
+    const ProcessResult result = Verify();
+    EXPECT_EQ(0x02, result.exitStatus) << result.output;
+}
+
 TEST_F(Package, SignedBeforeItsSignerWasRevokedIsAccepted)
 {
     PkgsignRevokedCertificate entry;

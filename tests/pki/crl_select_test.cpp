@@ -113,10 +113,11 @@ TEST_F(CrlChoice, OfEqualCrlsTheFirstOfTheStoreIsTaken)
 {
     store.crls.push_back(store.crls[1]);
     Load();
-    SigkitX509Crl *best = nullptr;
+    InternalCrlChoice best = {};
     ctx->pathDepth = 1;
     ASSERT_STATUS(SIGKIT_OK, InternalSelectCrl(ctx, *Cert(SIGNER), Cert(ROOT), 0, &best));
-    EXPECT_EQ(Crl(1), best);
+    EXPECT_EQ(Crl(1), best.crl);
+    EXPECT_EQ(Cert(CA), best.issuer);
 }
 
 TEST_F(CrlChoice, TheOwnIssuersCrlComesBeforeAnothersAndOneMarkedIndirectFirst)
@@ -126,10 +127,10 @@ TEST_F(CrlChoice, TheOwnIssuersCrlComesBeforeAnothersAndOneMarkedIndirectFirst)
     store.crls.push_back(store.crls[1]);
     store.crls[3].indirect = true;
     Load();
-    SigkitX509Crl *best = nullptr;
+    InternalCrlChoice best = {};
     ctx->pathDepth = 1;
     ASSERT_STATUS(SIGKIT_OK, InternalSelectCrl(ctx, *Cert(SIGNER), Cert(ROOT), 0, &best));
-    EXPECT_EQ(Crl(3), best);
+    EXPECT_EQ(Crl(3), best.crl);
 }
 
 TEST_F(CrlChoice, AnIndirectCrlAloneLeadsUpToTheIssuer)
@@ -198,10 +199,10 @@ TEST_F(CrlChoice, CandidatesWithoutAnIssuerLeaveNothing)
     Load();
     SigkitCrlCandidate candidate = {0x60, Crl(1)};
     SigkitList candidates = {1, {&candidate}};
-    SigkitX509Crl *best = nullptr;
+    InternalCrlChoice best = {};
     EXPECT_STATUS(SIGKIT_ERR_CRL_UNVERIFIED, InternalFindBestCrlOfCert(ctx, candidates, 0, &best));
     EXPECT_EQ(Texts{"E InternalFindBestCrlOfCert 0 Verify CRL failed."}, LogLines());
-    EXPECT_EQ(nullptr, best);
+    EXPECT_EQ(nullptr, best.crl);
 }
 
 TEST_F(CrlChoice, WithoutMemoryThereIsNoChoice)

@@ -6,6 +6,7 @@
 #include "sigkit/sigkit.h"
 #include "tests/pki/store_writer.h"
 #include "tests/support/pretended_host.h"
+#include "x509/crl.h"
 
 namespace
 {
@@ -39,6 +40,25 @@ WrittenStore EveryIssuerInQuestion()
     crl.issuer = "CA";
     crl.issuerKey = 114;
     store.crls.assign(16, crl);
+    return store;
+}
+
+// A chain of eleven certificates of one name, whose CRLs the last certificate signed, but for one of the root. Every CRL
+// lists every certificate, superseded later, so each is tried, and the walk goes up the whole chain.
+WrittenStore LongWalks()
+{
+    WrittenStore store;
+    store.certs.push_back({"CA", "CA", 1, 1});
+    for (uint8_t i = 1; i < 11; ++i) {
+        store.certs.push_back({"CA", "CA", static_cast<uint8_t>(i + 1), i});
+    }
+    WrittenCrl crl;
+    crl.issuer = "CA";
+    crl.issuerKey = 11;
+    crl.nextUpdate = JUDGED_AT - 1;
+    crl.entries = {{1, SIGKIT_REASON_SUPERSEDED, JUDGED_AT + DAY}};
+    store.crls.assign(16, crl);
+    store.crls[15].issuerKey = 1;
     return store;
 }
 
@@ -94,6 +114,14 @@ TEST(PathCost, EachSignatureIsCheckedOnceUnderEachKey)
     // The CRLs under each key; the last certificate up to the key of the one before it; that one and the root.
     EXPECT_EQ(16u * 16 + 15 + 1 + 1, validation.signatureChecks);
     EXPECT_LT(validation.lines, 5000u);
+}
+
+TEST(PathCost, OfWalksUpALongChainIsBounded)
+{
+    const Validation validation = Validate(LongWalks(), SIGKIT_PATH_LITERAL_MAX);
+    EXPECT_EQ(SIGKIT_OK, validation.status);
+    EXPECT_LT(validation.signatureChecks, 512u);
+    EXPECT_LT(validation.lines, 10000u);
 }
 
 TEST(PathCost, ErrorsOfSignatureChecksAreToldEachTime)

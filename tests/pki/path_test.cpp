@@ -1,4 +1,5 @@
 #include "tests/pki/pki_fixture.h"
+#include "x509/crl.h"
 
 namespace
 {
@@ -223,15 +224,89 @@ TEST_F(Path, IsTrustedNoMoreWhenTheHostFailedAtAnyCandidate)
     }
 }
 
-TEST_F(Path, IsCoveredAboveByACrlOfTheIssuersName)
+TEST_F(Path, IsNotCoveredAboveByACrlThatANamesakeOfTheIssuerSigned)
 {
-    // The CA rolled its key over: the certificate that issued the signer has ended, the one that issued the CRL has not.
-    store.certs[CA].notAfter = JUDGED_AT - 1;
+    // With the key of a CA that is revoked, a CA was made that bears the root's name, and the signer below it.
+    store.certs.push_back({"Root", "CA", 4, 2, 4});
+    store.certs[SIGNER].issuer = "Root";
+    store.certs[SIGNER].issuerKey = 4;
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER)) << "while the CA stands";
+    store.crls[0].entries = {{2, -1, JUDGED_AT - DAY}};
+    EXPECT_STATUS(SIGKIT_ERR_CERT_REVOKED, Judge(SIGNER));
+    store.crls.pop_back(); // the CA's own
+    EXPECT_STATUS(SIGKIT_ERR_NO_CRL, Judge(SIGNER));
+}
+
+TEST_F(Path, OfACaThatChangedItsKeyStandsAndFallsWithTheCertificateThatIssued)
+{
+    // The CRL is made with the new key; the signer was issued with the old one.
     store.certs.push_back({"CA", "Root", 4, 1, 4});
     store.crls[1].issuerKey = 4;
     EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER));
-    store.crls[1].indirect = true; // says nothing about the issuer
-    EXPECT_STATUS(SIGKIT_ERR_CERT_EXPIRED, Judge(SIGNER));
+    store.crls[1].indirect = true; // says nothing about the issuer either way
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER));
+    for (const bool indirect : {true, false}) {
+        store.crls[1].indirect = indirect;
+        store.certs[CA].notAfter = JUDGED_AT - 1;
+        EXPECT_STATUS(SIGKIT_ERR_CERT_EXPIRED, Judge(SIGNER));
+        store.certs[CA].notAfter = JUDGED_AT;
+        store.crls[0].entries = {{2, -1, JUDGED_AT - DAY}};
+        EXPECT_STATUS(SIGKIT_ERR_CERT_REVOKED, Judge(SIGNER));
+        store.crls[0].entries = {{2, SIGKIT_REASON_SUPERSEDED, JUDGED_AT + 1}};
+        EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER)) << "superseded later";
+        store.crls[0].entries = {};
+    }
+}
+
+TEST_F(Path, IsNotCoveredAboveByACrlKeyThatIsTheKeyOfTheRevokedCa)
+{
+    // Name and key of the CA, but another certificate: it may sign CRLs alone, and comes first.
+    WrittenCert standIn = {"CA", "Root", 2, 1, 5};
+    standIn.cA = false;
+    standIn.mayCertSign = false;
+    store.certs.insert(store.certs.begin() + CA, standIn);
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER + 1));
+    store.crls[0].entries = {{2, -1, JUDGED_AT - DAY}};
+    EXPECT_STATUS(SIGKIT_ERR_CERT_REVOKED, Judge(SIGNER + 1));
+}
+
+TEST_F(Path, EndsAtARevokedCertificateOfTheNewKeyUnderTheOldOne)
+{
+    store.certs.push_back({"CA", "CA", 4, 2, 4}); // new with old, RFC 4210, 4.4
+    store.certs[SIGNER].issuerKey = 4;
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER));
+    store.crls[1].entries = {{4, -1, JUDGED_AT - DAY}};
+    EXPECT_STATUS(SIGKIT_ERR_CERT_REVOKED, Judge(SIGNER));
+}
+
+TEST_F(Path, OfTheOldKeyUnderTheNewOneIsValid)
+{
+    store.certs[CA].key = 4;
+    store.certs.push_back({"CA", "CA", 2, 4, 4}); // old with new
+    store.crls[1].issuerKey = 4;
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER));
+    store.crls[1].entries = {{4, -1, JUDGED_AT - DAY}};
+    EXPECT_STATUS(SIGKIT_ERR_CERT_REVOKED, Judge(SIGNER));
+}
+
+TEST_F(Path, OfACaThatWasRenewedUnderItsNameAndKeyIsValid)
+{
+    store.certs.push_back({"CA", "Root", 2, 1, 4});
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER));
+    EXPECT_TRUE(LogLines().empty());
+}
+
+TEST_F(Path, OfACaWithAKeyOfItsOwnForCrlsIsValidWhileTheCaStands)
+{
+    WrittenCert crlKey = {"CA", "Root", 5, 1, 5};
+    crlKey.cA = false;
+    crlKey.mayCertSign = false;
+    store.certs.push_back(crlKey);
+    store.crls[1].issuerKey = 5;
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER));
+    EXPECT_TRUE(LogLines().empty());
+    store.crls[0].entries = {{2, -1, JUDGED_AT - DAY}};
+    EXPECT_STATUS(SIGKIT_ERR_CERT_REVOKED, Judge(SIGNER));
 }
 
 TEST_F(Path, AlongACycleOfCrossSignedCertificatesEnds)
