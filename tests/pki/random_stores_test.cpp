@@ -1,160 +1,205 @@
-// What is remembered must never change an answer.
+// Random stores, judged by the library and by a literal model of path validation.
 #include <map>
-#include <random>
 #include <set>
+#include <sstream>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "pki/path.h"
 #include "pki/store.h"
 #include "sigkit/sigkit.h"
+#include "tests/pki/literal_model.h"
+#include "tests/pki/store_generator.h"
 #include "tests/pki/store_writer.h"
 #include "tests/support/pretended_host.h"
+#include "tests/support/status_names.h"
 
 namespace
 {
 
+using Lines = std::vector<std::string>;
+
 constexpr uint32_t STORES = RANDOM_STORES;
 
-struct Outcome {
-    uint32_t status;
-    uint32_t ok;
-    uint32_t pathError;
-    int32_t pathDepth;
+// Nested validations that the model carries out for one answer: the worst of the stores would take millions.
+constexpr uint32_t NESTED_MAX = 5000;
 
-    bool operator==(const Outcome &) const = default;
+struct Answer {
+    uint32_t status = 0;
+    uint32_t ok = 7;
+    uint32_t pathError = 0;
+    int32_t pathDepth = 7;
+    Lines lines = {};
 };
 
-struct Judgement {
-    std::vector<Outcome> outcomes;
+// A store as the model and two contexts have it: one that remembers from the first nested validation on.
+struct JudgedStore {
+    LiteralContext model;
+    ContextGuard usual;
+    ContextGuard remembering;
+};
+
+// What the answers were, to see that the comparison is worth something.
+struct Tally {
+    std::map<uint32_t, uint32_t> statuses;
     std::set<std::string> lines;
+    uint32_t givenUp = 0;          // stores that the model did not finish
+    uint32_t beyondLiteral = 0;    // answers after more nested validations than are always carried out
+    uint32_t walkedPastDirect = 0; // answers for which another record had signed a direct CRL than the certificate
 };
 
-struct Dice {
-    std::mt19937 generator;
-
-    bool Chance(uint32_t percent)
-    {
-        return generator() % 100 < percent;
-    }
-    uint8_t UpTo(uint32_t most)
-    {
-        return static_cast<uint8_t>(generator() % (most + 1));
-    }
-};
-
-std::string RandomName(Dice *dice)
+Answer AskModel(LiteralContext *model, const StoreQuestion &question)
 {
-    return std::string(1, static_cast<char>('A' + dice->UpTo(2)));
+    Answer answer;
+    model->verifyTime = question.verifyTime;
+    model->lines.clear();
+    answer.status = LiteralVerifyCert(model, question.cert, 1, question.strictRevocation, &answer.ok);
+    answer.pathError = model->pathError;
+    answer.pathDepth = model->pathDepth;
+    answer.lines = model->lines;
+    return answer;
 }
 
-WrittenCert RandomCert(Dice *dice, const std::vector<WrittenCert> &others)
+Answer AskLibrary(SigkitVerifyCtx *ctx, const StoreQuestion &question)
 {
-    const WrittenCert &issuer = others[dice->UpTo(static_cast<uint32_t>(others.size()) - 1)];
-    WrittenCert cert;
-    cert.subject = RandomName(dice);
-    cert.key = static_cast<uint8_t>(1 + dice->UpTo(3));
-    cert.issuer = dice->Chance(85) ? issuer.subject : RandomName(dice);
-    cert.issuerKey = dice->Chance(90) ? issuer.key : static_cast<uint8_t>(1 + dice->UpTo(3));
-    cert.serial = static_cast<uint8_t>(1 + dice->UpTo(5));
-    cert.cA = dice->Chance(85);
-    cert.mayCertSign = dice->Chance(90);
-    cert.mayCrlSign = dice->Chance(90);
-    cert.notAfter = dice->Chance(7) ? JUDGED_AT - 1 : cert.notAfter;
-    return cert;
-}
-
-WrittenCrl RandomCrl(Dice *dice, const std::vector<WrittenCert> &certs)
-{
-    const WrittenCert &issuer = certs[dice->UpTo(static_cast<uint32_t>(certs.size()) - 1)];
-    WrittenCrl crl;
-    crl.issuer = dice->Chance(95) ? issuer.subject : RandomName(dice);
-    crl.issuerKey = dice->Chance(95) ? issuer.key : static_cast<uint8_t>(1 + dice->UpTo(3));
-    crl.indirect = dice->Chance(25);
-    crl.nextUpdate = dice->Chance(10) ? JUDGED_AT - 1 : crl.nextUpdate;
-    const uint32_t entries = dice->UpTo(2);
-    for (uint32_t i = 0; i < entries; ++i) {
-        WrittenEntry entry;
-        entry.serial = static_cast<uint8_t>(1 + dice->UpTo(7));
-        entry.reason = dice->UpTo(6);
-        entry.date = dice->Chance(50) ? JUDGED_AT + DAY : JUDGED_AT - DAY;
-        crl.entries.push_back(entry);
-    }
-    return crl;
-}
-
-WrittenStore RandomStore(Dice *dice)
-{
-    WrittenStore store;
-    store.certs.push_back({"A", "A"});
-    const uint32_t certs = 1U + dice->UpTo(5);
-    for (uint32_t i = 0; i < certs; ++i) {
-        store.certs.push_back(RandomCert(dice, store.certs));
-    }
-    const uint32_t crls = 1U + dice->UpTo(1) + (dice->Chance(10) ? 1 : 0); // three can cost 3^10 validations
-    for (uint32_t i = 0; i < crls; ++i) {
-        store.crls.push_back(RandomCrl(dice, store.certs));
-    }
-    return store;
-}
-
-// Nothing is remembered about records that do not know their place in the store.
-void ForgetPlaces(const SigkitVerifyCtx &ctx)
-{
-    for (uint32_t i = 0; i < ctx.pki->certs.count; ++i) {
-        static_cast<SigkitX509Cert *>(ctx.pki->certs.items[i])->storeIndex = 0;
-    }
-}
-
-// Judges each certificate of a store, leniently and strictly.
-Judgement Judge(const WrittenStore &store, bool remember)
-{
-    const ContextGuard ctx(LoadStore(store));
-    if (ctx.held == nullptr) {
-        ADD_FAILURE() << "the store does not load";
-        return {};
-    }
-    ctx.held->pki->memory.literal = 0;
-    if (!remember) {
-        ForgetPlaces(*ctx.held);
-    }
+    Answer answer;
+    ctx->verifyTime = question.verifyTime;
     g_pretendedHost.lines.clear();
-    Judgement judgement;
-    const SigkitList &certs = ctx.held->pki->certs;
-    for (uint32_t i = 0; i < 2 * certs.count; ++i) {
-        Outcome outcome = {};
-        ctx.held->pathError = 0;
-        SigkitX509Cert *const cert = static_cast<SigkitX509Cert *>(certs.items[i / 2]);
-        outcome.status = SigkitPkiVerifyCert(ctx.held, cert, 1, i % 2, &outcome.ok);
-        outcome.pathError = ctx.held->pathError;
-        outcome.pathDepth = ctx.held->pathDepth;
-        judgement.outcomes.push_back(outcome);
+    SigkitX509Cert *const cert = static_cast<SigkitX509Cert *>(ctx->pki->certs.items[question.cert]);
+    answer.status = SigkitPkiVerifyCert(ctx, cert, 1, question.strictRevocation, &answer.ok);
+    answer.pathError = ctx->pathError;
+    answer.pathDepth = ctx->pathDepth;
+    answer.lines = g_pretendedHost.lines;
+    return answer;
+}
+
+std::set<std::string> WithoutRepeats(const Lines &lines)
+{
+    return {lines.begin(), lines.end()};
+}
+
+// Memory loses lines that were there before, and no other ones.
+void ExpectSame(const Answer &expected, const Answer &answer, bool memoryHelped)
+{
+    EXPECT_STATUS(expected.status, answer.status);
+    EXPECT_EQ(expected.ok, answer.ok);
+    EXPECT_STATUS(expected.pathError, answer.pathError);
+    EXPECT_EQ(expected.pathDepth, answer.pathDepth);
+    if (memoryHelped) {
+        EXPECT_EQ(WithoutRepeats(expected.lines), WithoutRepeats(answer.lines));
+    } else {
+        EXPECT_EQ(expected.lines, answer.lines);
     }
-    judgement.lines.insert(g_pretendedHost.lines.begin(), g_pretendedHost.lines.end());
-    return judgement;
+}
+
+// Adds a stage to the model's store and to those of both contexts.
+bool Grow(JudgedStore *judged, const StoreStage &stage)
+{
+    WrittenStore &store = judged->model.store;
+    const WrittenFiles files = WriteFiles(stage.added, stage.anchors, store.certs.size(), store.crls.size());
+    store.certs.insert(store.certs.end(), stage.added.certs.begin(), stage.added.certs.end());
+    store.crls.insert(store.crls.end(), stage.added.crls.begin(), stage.added.crls.end());
+    for (SigkitVerifyCtx *const ctx : {judged->usual.held, judged->remembering.held}) {
+        if (ctx == nullptr || !AddFiles(ctx, files) || ctx->pki->certs.count != store.certs.size() ||
+            ctx->pki->crls.count != store.crls.size()) {
+            return false;
+        }
+    }
+    judged->remembering.held->pki->memory.literal = 0;
+    return true;
+}
+
+// Asks once. Returns false when the model gave up.
+bool CompareOnce(JudgedStore *judged, const StoreQuestion &question, Tally *tally)
+{
+    const uint32_t walkedBefore = judged->model.walkedPastDirect;
+    const Answer expected = AskModel(&judged->model, question);
+    if (LiteralGaveUp(judged->model)) {
+        tally->givenUp += 1;
+        return false;
+    }
+    const bool beyondLiteral = judged->model.nested > SIGKIT_PATH_LITERAL_MAX;
+    ExpectSame(expected, AskLibrary(judged->usual.held, question), beyondLiteral);
+    ExpectSame(expected, AskLibrary(judged->remembering.held, question), true);
+    tally->statuses[expected.status] += 1;
+    tally->lines.insert(expected.lines.begin(), expected.lines.end());
+    tally->beyondLiteral += beyondLiteral ? 1 : 0;
+    tally->walkedPastDirect += judged->model.walkedPastDirect > walkedBefore ? 1 : 0;
+    return true;
+}
+
+// What a store is made of, for the message of a failure.
+std::string Describe(const WrittenStore &store)
+{
+    std::ostringstream text;
+    for (const WrittenCert &cert : store.certs) {
+        text << cert.subject << int(cert.subjectForm) << " key " << int(cert.key) << " by " << cert.issuer
+             << int(cert.issuerForm) << " key " << int(cert.issuerKey) << " serial " << int(cert.serial) << " cA "
+             << cert.cA << " usage " << cert.mayCertSign << cert.mayCrlSign << " " << cert.usageTail << " from "
+             << cert.notBefore << cert.notBeforeText << " to " << cert.notAfter << cert.notAfterText << " "
+             << cert.algorithm << "\n";
+    }
+    for (const WrittenCrl &crl : store.crls) {
+        text << "CRL of " << crl.issuer << int(crl.issuerForm) << " key " << int(crl.issuerKey) << " indirect "
+             << crl.indirect << " to " << crl.nextUpdate << crl.nextUpdateText << " " << crl.algorithm;
+        for (const WrittenEntry &entry : crl.entries) {
+            text << ", serial " << int(entry.serial) << " reason " << entry.reason << " from " << entry.date
+                 << entry.dateText;
+        }
+        text << "\n";
+    }
+    return text.str();
+}
+
+void CompareStore(const std::vector<StoreStage> &stages, Tally *tally)
+{
+    JudgedStore judged = {{}, ContextGuard(NewContext()), ContextGuard(NewContext())};
+    judged.model.nestedMax = NESTED_MAX;
+    for (const StoreStage &stage : stages) {
+        ASSERT_TRUE(Grow(&judged, stage)) << "the store does not load";
+        for (const StoreQuestion &question : stage.questions) {
+            if (!CompareOnce(&judged, question, tally)) {
+                return;
+            }
+            ASSERT_FALSE(testing::Test::HasFailure())
+                << "certificate " << question.cert << " at " << question.verifyTime << ", strictness "
+                << question.strictRevocation << ", in\n"
+                << Describe(judged.model.store);
+        }
+    }
+}
+
+// The comparison is worth something only when the stores come to every end.
+void ExpectWorthIt(const Tally &tally)
+{
+    for (const uint32_t status :
+         {SIGKIT_OK, SIGKIT_ERR_TIME_FORMAT, SIGKIT_ERR_CERT_REVOKED, SIGKIT_ERR_NO_ROOT, SIGKIT_ERR_NO_CRL,
+          SIGKIT_ERR_CERT_NOT_YET_VALID, SIGKIT_ERR_CERT_EXPIRED, SIGKIT_ERR_PATH_TOO_DEEP, SIGKIT_ERR_ALGORITHM}) {
+        const auto found = tally.statuses.find(status);
+        EXPECT_LT(STORES / 100, found == tally.statuses.end() ? 0 : found->second) << StatusName(status);
+    }
+    EXPECT_EQ(1u, tally.lines.count("E InternalFindCertRoot ffffffff find path too deep."));
+    EXPECT_EQ(1u, tally.lines.count("W InternalCrlGetScore 88200103 Found an expired CRL, it most likely cause NO CRL "
+                                    "error."));
+    EXPECT_LT(STORES / 20, tally.beyondLiteral);
+    EXPECT_LT(STORES / 10, tally.walkedPastDirect);
+    EXPECT_GT(STORES / 50, tally.givenUp);
 }
 
 } // namespace
 
-TEST(RandomStores, AreJudgedAlikeWithAndWithoutMemory)
+TEST(RandomStores, AreJudgedAsTheLiteralModelJudgesThem)
 {
-    std::map<uint32_t, uint32_t> statuses;
+    Tally tally;
     Dice dice = {std::mt19937(20261121)};
     for (uint32_t i = 0; i < STORES && !testing::Test::HasFailure(); ++i) {
         SCOPED_TRACE("store " + std::to_string(i));
-        const WrittenStore store = RandomStore(&dice);
-        const Judgement literal = Judge(store, false);
-        const Judgement remembered = Judge(store, true);
-        EXPECT_EQ(literal.outcomes, remembered.outcomes);
-        EXPECT_EQ(literal.lines, remembered.lines); // lines may be fewer, but none is missing or new
-        for (const Outcome &outcome : literal.outcomes) {
-            statuses[outcome.status] += 1;
-        }
+        CompareStore(RandomStages(&dice), &tally);
     }
     EXPECT_EQ(0, g_pretendedHost.liveBlocks);
-    // The stores are worth the comparison only when they come to every end.
-    for (const uint32_t status : {SIGKIT_OK, SIGKIT_ERR_CERT_REVOKED, SIGKIT_ERR_NO_ROOT, SIGKIT_ERR_NO_CRL,
-                                  SIGKIT_ERR_CERT_EXPIRED, SIGKIT_ERR_PATH_TOO_DEEP}) {
-        EXPECT_LT(STORES / 100, statuses[status]) << std::hex << status;
+    if (!testing::Test::HasFailure()) {
+        ExpectWorthIt(tally);
     }
 }
