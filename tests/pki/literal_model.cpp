@@ -402,12 +402,12 @@ bool Enter(LiteralContext *ctx, int32_t isTopLevel)
         ctx->pathDepth = 1;
         return true;
     }
-    ctx->nested += 1;
-    if (LiteralGaveUp(*ctx)) {
-        return false;
-    }
     if (ctx->pathDepth > static_cast<int32_t>(DEPTH_MAX)) {
         Log(ctx, 'E', "SigkitPkiVerifyCert", 0, "The path of certificate is too deep.");
+        return false;
+    }
+    ctx->nested += 1;
+    if (LiteralGaveUp(*ctx)) {
         return false;
     }
     ctx->pathDepth += 1;

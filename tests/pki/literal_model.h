@@ -23,7 +23,7 @@ struct LiteralContext {
     uint32_t pathError = 0;          // code of the last failed choice of a CRL
     int32_t pathDepth = 0;           // nested validations
     std::vector<std::string> lines;  // the log, as PretendedHost::lines has it
-    uint32_t nested = 0;             // nested validations since the last one from the top began
+    uint32_t nested = 0;             // nested validations carried out since the last one from the top began
     uint32_t nestedMax = UINT32_MAX; // beyond them the model gives up
     uint32_t walkedPastDirect = 0;   // direct CRLs of another record than the one that issued the certificate, ever
 };
