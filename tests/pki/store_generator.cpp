@@ -274,6 +274,7 @@ void AddChain(Dice *dice, StoreStage *stage)
         added.back().key = static_cast<uint8_t>(10 + added.size());
         added.back().cA = true;
         added.back().mayCertSign = true;
+        added.back().mayCrlSign = true;
         added.back().serial = RandomSerial(dice);
         stage->added.crls.push_back(RandomCrl(dice, {issuer}, issuer));
         stage->added.crls.back().indirect = false; // indirect ones cover each other's issuers, at any cost
