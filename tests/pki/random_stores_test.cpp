@@ -34,7 +34,7 @@ struct Answer {
     Lines lines = {};
 };
 
-// A store as the model and two contexts have it: one that remembers from the first nested validation on.
+// A store as the model and two contexts have it: one as it comes, and one that remembers earlier or later.
 struct JudgedStore {
     LiteralContext model;
     ContextGuard usual;
@@ -107,7 +107,6 @@ bool Grow(JudgedStore *judged, const StoreStage &stage)
             return false;
         }
     }
-    judged->remembering.held->pki->memory.literal = 0;
     return true;
 }
 
@@ -122,7 +121,13 @@ bool CompareOnce(JudgedStore *judged, const StoreQuestion &question, Tally *tall
     }
     const bool beyondLiteral = judged->model.nested > SIGKIT_PATH_LITERAL_MAX;
     ExpectSame(expected, AskLibrary(judged->usual.held, question), beyondLiteral);
+    uint32_t *const literal = &judged->remembering.held->pki->memory.literal;
+    *literal = 0;
     ExpectSame(expected, AskLibrary(judged->remembering.held, question), true);
+    if (!beyondLiteral) {
+        *literal = judged->model.nested; // just enough
+        ExpectSame(expected, AskLibrary(judged->remembering.held, question), false);
+    }
     tally->statuses[expected.status] += 1;
     tally->lines.insert(expected.lines.begin(), expected.lines.end());
     tally->beyondLiteral += beyondLiteral ? 1 : 0;
