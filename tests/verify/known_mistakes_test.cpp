@@ -4,32 +4,14 @@
 
 #include "sigkit/sigkit_host.h"
 #include "tests/verify/crafted_message.h"
+#include "tests/verify/whole_message.h"
 
 namespace
 {
 
-const char CONTENT[] = "f4d1b0 firmware.bin\n";
-
-class KnownMistakes : public VerifyTest
+class KnownMistakes : public WholeMessageTest
 {
-protected:
-    uint32_t Verify(const PkgsignBytes &message, const std::string &content = CONTENT)
-    {
-        verdict = 0;
-        uint32_t status = Begin(message);
-        if (status == SIGKIT_OK) {
-            status = Update(content);
-        }
-        const uint32_t ended = Final(); // empties the checks in every case
-        verdict = status == SIGKIT_OK ? verdict : 0;
-        return status == SIGKIT_OK ? ended : status;
-    }
 };
-
-PkgsignBytes GoodMessage()
-{
-    return MakeMessage(MessageRequest(CONTENT));
-}
 
 // A message whose token nobody signs, with a TSTInfo of the test's own.
 PkgsignBytes MessageWithTstInfo(const std::function<void(der::TstInfo *, const PkgsignBytes &signature)> &change)
