@@ -69,6 +69,49 @@ TEST_F(HostileProcess, LongPathsAreCutAndOpenNothing)
     }
 }
 
+TEST_F(HostileProcess, APathOf128CharactersIsCutAndAnotherFileIsJudged)
+{
+    Make();
+    const std::string cut = directory.File(std::string(126 - directory.path.size(), 'x'));
+    ASSERT_EQ(127u, cut.size());
+    Write(cut.substr(directory.path.size() + 1), Bytes("f4d1b0 firmware.bin\n"));
+    Write(cut.substr(directory.path.size() + 1) + "y", Bytes("what is installed"));
+    EXPECT_EQ(0, VerifyWith(directory.File("signature"), cut + "y", directory.File("crls")).exitStatus);
+}
+
+TEST_F(HostileProcess, APathMayCarryTheTextOfASuccess)
+{
+    Make();
+    const std::string success = "upgrade_sigkit_handle(183) VerifyCmsFile: CheckSum file is valid.";
+    const ProcessResult result = VerifyWith(directory.File("signature"), directory.File("checksums"), "\n" + success);
+    EXPECT_EQ(1, result.exitStatus);
+    EXPECT_TRUE(Contains(result.output, "\n" + success)) << result.output;
+    EXPECT_TRUE(Contains(Log(), success)) << Log();
+}
+
+TEST_F(HostileProcess, AFileOfFourGibibytesAndMoreIsReadAsFarAsItExceedsThem)
+{
+    Make();
+    for (const char *const name : {"crls", "signature"}) {
+        struct stat file = {};
+        ASSERT_EQ(0, stat(directory.File(name).c_str(), &file));
+        ASSERT_EQ(0, truncate(directory.File(name).c_str(), 0x100000000 + file.st_size));
+    }
+    EXPECT_EQ(0, Verify().exitStatus);
+}
+
+TEST_F(HostileProcess, APipeThatNobodyWritesToAndAnEndlessDeviceHoldItUp)
+{
+    Make();
+    ASSERT_EQ(0, mkfifo(directory.File("pipe").c_str(), 0600));
+    const std::string options = " timeout 1 " VERIFY_TOOL " -f CHECK_PKG_INTEGRITY";
+    constexpr int TIMED_OUT = 124;
+    EXPECT_EQ(TIMED_OUT, Script(options + " -h signature -e checksums -c pipe").exitStatus);
+    EXPECT_EQ(TIMED_OUT, Script(options + " -h pipe -e checksums -c crls").exitStatus);
+    EXPECT_EQ(TIMED_OUT, Script(options + " -h signature -e pipe -c crls").exitStatus);
+    EXPECT_EQ(TIMED_OUT, Script(options + " -h signature -e /dev/zero -c crls").exitStatus);
+}
+
 TEST_F(HostileProcess, ContentFromAPipeIsStreamedAndASignatureIsNot)
 {
     Make();

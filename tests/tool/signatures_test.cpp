@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <openssl/bn.h>
 #include <openssl/evp.h>
 #include <openssl/rsa.h>
@@ -35,16 +37,36 @@ SigkitBigInt ToNumber(const BIGNUM *number)
     return out;
 }
 
-Bytes Sign(const std::string &data, const EVP_MD *digest = EVP_sha256())
+Bytes SignWith(EVP_PKEY *key, const std::string &data, const EVP_MD *digest = EVP_sha256())
 {
     EVP_MD_CTX *const ctx = EVP_MD_CTX_new();
-    Bytes signature(256);
+    Bytes signature(static_cast<size_t>(EVP_PKEY_size(key)));
     size_t len = signature.size();
-    EXPECT_EQ(1, EVP_DigestSignInit(ctx, nullptr, digest, nullptr, Key().get()));
+    EXPECT_EQ(1, EVP_DigestSignInit(ctx, nullptr, digest, nullptr, key));
     EXPECT_EQ(1,
               EVP_DigestSign(ctx, signature.data(), &len, reinterpret_cast<const uint8_t *>(data.data()), data.size()));
     EVP_MD_CTX_free(ctx);
     return signature;
+}
+
+Bytes Sign(const std::string &data, const EVP_MD *digest = EVP_sha256())
+{
+    return SignWith(Key().get(), data, digest);
+}
+
+// The SHA-256 digest of the data as a key of 2048 bits signs it (RFC 8017, 9.2).
+Bytes PaddedDigest(const std::string &data)
+{
+    const Bytes algorithm = {0x30, 0x31, 0x30, 0x0D, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01,
+                             0x65, 0x03, 0x04, 0x02, 0x01, 0x05, 0x00, 0x04, 0x20};
+    Bytes padded(256, 0xFF);
+    padded[0] = 0;
+    padded[1] = 1;
+    uint8_t *const digest = padded.data() + padded.size() - 32;
+    EXPECT_EQ(1, EVP_Digest(data.data(), data.size(), digest, nullptr, EVP_sha256(), nullptr));
+    std::copy(algorithm.begin(), algorithm.end(), digest - algorithm.size());
+    *(digest - algorithm.size() - 1) = 0;
+    return padded;
 }
 
 struct Signatures : testing::Test {
@@ -186,6 +208,30 @@ TEST_F(Signatures, UnderABrokenKeyDoNotHold)
     modulus = goodModulus;
     modulus.len = 513; // more than the record holds
     EXPECT_EQ(-1, Check(signature));
+}
+
+TEST_F(Signatures, OfShortKeysAndOfTheExponentOneHold)
+{
+    // Of 512 bits, which takes hours to break.
+    EVP_PKEY_CTX *const generator = EVP_PKEY_CTX_new_id(EVP_PKEY_RSA, nullptr);
+    EVP_PKEY *made = nullptr;
+    ASSERT_EQ(1, EVP_PKEY_keygen_init(generator));
+    ASSERT_EQ(1, EVP_PKEY_CTX_set_rsa_keygen_bits(generator, 512));
+    ASSERT_EQ(1, EVP_PKEY_keygen(generator, &made));
+    EVP_PKEY_CTX_free(generator);
+    const SigkitBigInt goodExponent = exponent;
+    const SigkitBigInt goodModulus = modulus;
+    exponent = ToNumber(RSA_get0_e(EVP_PKEY_get0_RSA(made)));
+    modulus = ToNumber(RSA_get0_n(EVP_PKEY_get0_RSA(made)));
+    EXPECT_EQ(1, Check(SignWith(made, DATA)));
+    EVP_PKEY_free(made);
+
+    // With the exponent one a signature is the padded digest itself, which anybody can write (RFC 8017, 9.2).
+    exponent = {1, {1}};
+    modulus = goodModulus;
+    EXPECT_EQ(1, Check(PaddedDigest(DATA)));
+    exponent = goodExponent;
+    EXPECT_EQ(0, Check(PaddedDigest(DATA)));
 }
 
 TEST_F(Signatures, ThatCannotBePaddedAreNotChecked)
