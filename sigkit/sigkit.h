@@ -6,7 +6,8 @@
 // covered by a CRL whose own issuer is validated in the same way.
 //
 // What is not checked: the policy, name constraints and path length constraints of certificates, critical extensions
-// that the library does not know, a CRL's thisUpdate, and the nonce, policy and accuracy of a timestamp token.
+// that the library does not know, sizes of keys, a CRL's thisUpdate and scope, and the nonce, policy and accuracy of a
+// timestamp token. docs/security.md has all that is taken leniently.
 //
 // The library does no input, output or allocation of its own: the host supplies the functions of sigkit_host.h.
 //
@@ -165,16 +166,20 @@ uint32_t SigkitVerifyCreateCtx(SigkitVerifyCtx **ctx, const SigkitVerifyCreatePa
 //         "CERTIFICATE" blocks. CRLs among them are decoded and dropped.
 //   len   in, octets.
 //
-// Returns SIGKIT_OK or the first of these that applies:
+// A context keeps at most 16 images in all its life: each DER input takes one, and so does each PEM block that is kept.
+//
+// Returns SIGKIT_OK or one of these:
 //   SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG   the context is null, or not a live context
 //   SIGKIT_ERR_PARAM                          `data` is null or `len` is 0
 //   SIGKIT_ERR_ARMOUR                         fewer than 38 octets, or a PEM block without an end
-//   SIGKIT_ERR_UNKNOWN                        no certificate in the data
-//   SIGKIT_ERR_LIST_FULL                      the store holds 16 certificates, or, for DER data, the context 16 images
 //   SIGKIT_ERR_NO_MEMORY                      no memory
-//   another code                              the DER data do not decode
-// A certificate that is in the store already is no error. A PEM block that does not decode, or for whose image there is
-// no room, is logged and skipped. After a failure, whatever was added before it stays.
+//   SIGKIT_ERR_LIST_FULL                      the context holds 16 images, or the data more than 16 certificates (DER
+//                                             alone), or the store holds 16
+//   another code                              the DER data do not decode, from the first object that does not
+//   SIGKIT_ERR_UNKNOWN                        no certificate in the data
+// A certificate that is in the store already is no error. A PEM block that does not decode, or for which no image is
+// left, is logged and skipped. Deliberate: a tail of DER data of up to 32 octets that does not decode is dropped. After
+// a failure, whatever was added before it stays.
 uint32_t SigkitVerifyAddCert(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
 // Adds the certificates of a file, as SigkitVerifyAddCert does.
@@ -197,10 +202,11 @@ uint32_t SigkitVerifyAddCertFile(SigkitVerifyCtx *ctx, const char *path);
 //   SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG   the context is null, or not a live context
 //   SIGKIT_ERR_PARAM                          `data` is null or `len` is 0
 //   SIGKIT_ERR_CRL_LOCKED                     the context takes no more CRLs; no operation brings that about
-//   SIGKIT_ERR_CRL_LOAD                       the data do not decode or hold no CRL
+//   SIGKIT_ERR_CRL_LOAD                       the data do not decode or hold no CRL, there is no memory, or, for DER
+//                                             data, the context holds 16 images
 //   SIGKIT_ERR_LIST_FULL                      the store holds 16 CRLs
-// A CRL that is in the store already is no error. A PEM block that does not decode, or for whose image there is no room,
-// is logged and skipped. After a failure, whatever was added before it stays.
+// A CRL that is in the store already is no error. PEM blocks are skipped and a tail of DER data is dropped as by
+// SigkitVerifyAddCert, and what they revoke is lost. After a failure, whatever was added before it stays.
 uint32_t SigkitVerifyAddCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
 // Adds the CRLs of a file, as SigkitVerifyAddCrl does.
@@ -227,6 +233,11 @@ const char *SigkitGetVersion(void);
 // Begins a verification: decodes the signature message, verifies its signer's timestamp token, certificate and signature
 // over the signed attributes, and opens a check of the content to come.
 //
+// One Begin for one Final: the checks of several share the content and one verdict, in which a later check that holds
+// may hide an earlier one that does not. A verification that failed or was given up ends with
+// SigkitVerifyDetachSignatureFinal or SigkitVrfCtxFree before the next Begin or Quick: until then its check stays open,
+// and what it was fed counts as the beginning of the next content.
+//
 //   ctx   in/out. Copies the message; its certificates and those of the token stay in the store, after a failure too.
 //   data  in, `len` octets, borrowed for the call only: a SignedData (RFC 5652, section 5) as DER, or as PEM text that
 //         begins with "-----BEGIN CMS-----" or "-----BEGIN PKCS7-----".
@@ -244,20 +255,20 @@ const char *SigkitGetVersion(void);
 //   SIGKIT_ERR_TIMESTAMP_HASH, SIGKIT_ERR_TIMESTAMP_IMPRINT, SIGKIT_ERR_TIME_FORMAT
 //                                             its imprint's digest, imprint or time
 //   SIGKIT_ERR_TIMESTAMP_SIGNER               no certificate for its signer; then the codes of a certificate, below
-//   SIGKIT_ERR_SIGNED_DATA, SIGKIT_ERR_SIGNATURE, SIGKIT_ERR_TIMESTAMP_SIGNATURE
-//                                             its signed attributes are missing, or its signature does not hold
+//   SIGKIT_ERR_SIGNATURE, SIGKIT_ERR_TIMESTAMP_SIGNATURE
+//                                             its signature does not hold
 //   the signer (RFC 5652, 5.4 and 5.6):
 //   SIGKIT_ERR_SIGNER_NOT_FOUND               no certificate for it; then the codes of a certificate
-//   SIGKIT_ERR_SIGNED_DATA, SIGKIT_ERR_SIGNATURE
-//                                             its signed attributes are missing, or its signature does not hold
+//   SIGKIT_ERR_SIGNATURE                      its signature does not hold over its signed attributes
 //   SIGKIT_ERR_DIGEST_CONFLICT                a check of another digest is open since an earlier Begin
 //   SIGKIT_ERR_LIST_FULL                      16 checks are open
 // A certificate gives SIGKIT_ERR_CERT_USAGE, then, at the token's time, SIGKIT_ERR_CERT_NOT_YET_VALID,
-// SIGKIT_ERR_CERT_EXPIRED, SIGKIT_ERR_TIME_FORMAT, SIGKIT_ERR_NO_ROOT, SIGKIT_ERR_NO_CRL, SIGKIT_ERR_PATH_TOO_DEEP,
-// SIGKIT_ERR_CRL_UNVERIFIED or SIGKIT_ERR_CERT_REVOKED, its own or that of a certificate above it. Unsupported algorithms
-// and sizes are SIGKIT_ERR_ALGORITHM, SIGKIT_ERR_DIGEST_ALGORITHM, SIGKIT_ERR_VALUE_TOO_LONG, SIGKIT_ERR_KEY_TOO_LONG and
-// SIGKIT_ERR_SIGNATURE_TOO_LONG; a callback that fails gives its own code, or SIGKIT_ERR_SIGNATURE where it was to check
-// signed attributes.
+// SIGKIT_ERR_CERT_EXPIRED, SIGKIT_ERR_TIME_FORMAT, SIGKIT_ERR_NO_ROOT, SIGKIT_ERR_NO_CRL, SIGKIT_ERR_PATH_TOO_DEEP or
+// SIGKIT_ERR_CERT_REVOKED, its own or that of a certificate above it. Unsupported algorithms and sizes are
+// SIGKIT_ERR_ALGORITHM, SIGKIT_ERR_VALUE_TOO_LONG, SIGKIT_ERR_KEY_TOO_LONG and SIGKIT_ERR_SIGNATURE_TOO_LONG, or
+// SIGKIT_ERR_SIGNATURE where signed attributes were to be checked; a certificate that names itself as its issuer gives
+// SIGKIT_ERR_ALGORITHM or, for a key beyond 4096 bits, SIGKIT_ERR_PARAM. A callback that fails gives its own code, or
+// SIGKIT_ERR_SIGNATURE where it was to check signed attributes.
 // Deliberate: a message without a signer is accepted and opens no check.
 uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
@@ -267,26 +278,28 @@ uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *d
 //   data  in, `len` octets, borrowed for the call only, not null.
 //   len   in, octets; 0 is allowed.
 //
-// Returns SIGKIT_OK, an argument code, SIGKIT_ERR_NOT_BEGUN when no check is open, or the host's code when a digest
-// callback fails.
+// Returns SIGKIT_OK, an argument code, SIGKIT_ERR_NOT_BEGUN when no check is open, or the code of the callback that
+// failed; end the verification then.
 uint32_t SigkitVerifyDetachSignatureUpdate(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
-// Ends the verification in progress. The checks are gone afterwards, whatever the outcome; a new one may begin.
+// Ends the verification in progress. Once the arguments are in order, the checks are gone afterwards, whatever the
+// outcome; a new one may begin.
 //
 //   ctx      in/out.
 //   verdict  out, 1 when the content is authentic, else 0. Only meaningful together with SIGKIT_OK.
 //
 // Returns SIGKIT_OK (also for content that does not match: that is a verdict), an argument code, or the code of the
 // callback that failed. Deliberate: with no check open the verdict is 1, so callers judge by the first call after a
-// Begin.
+// Begin that succeeded.
 uint32_t SigkitVerifyDetachSignatureFinal(SigkitVerifyCtx *ctx, uint32_t *verdict);
 
-// Begin, Update and Final for files. The content is streamed in pieces of 4096 octets and may be of any size.
+// Begin, Update and Final for files. The content is streamed in pieces of 4096 octets and may be of any size. After a
+// failure call Final or free the context, as after a Begin.
 //
 //   ctx            in/out.
 //   contentPath    in, path of the signed content, NUL-terminated.
 //   signaturePath  in, path of the signature message, NUL-terminated; at most SIGKIT_MAX_FILE_SIZE octets.
-//   verdict        out, 1 when the content is authentic, else 0.
+//   verdict        out, 1 when the content is authentic, else 0. Only meaningful together with SIGKIT_OK.
 //
 // Returns SIGKIT_OK, an argument code, a code of reading the files, or what the three steps return.
 uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, const char *contentPath, const char *signaturePath,
@@ -299,8 +312,9 @@ uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, const char *cont
 // Summarises the CRLs in `data` and adds them, and the CA certificates beside them, to the store. The trust anchor must
 // be there already: a self-signed certificate in the data is skipped with a warning.
 //
-//   ctx   in/out. Copies the octets that it keeps. Its time of judgement is left at the last summarised CRL's
-//         thisUpdate; SigkitVerifyDetachSignatureBegin sets it anew.
+//   ctx   in/out. Copies the octets that it keeps. What is added counts in later verifications on this context, so
+//         compare on one of its own. Its time of judgement is left at the thisUpdate of the last CRL whose issuer was
+//         found; the token of the next message sets it anew.
 //   data  in, `len` octets, borrowed for the call only: DER objects back to back, or PEM text, with at least one CRL and
 //         at least one certificate.
 //   len   in, octets.
@@ -311,9 +325,11 @@ uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, const char *cont
 //   SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG   the context is null, or not a live context
 //   SIGKIT_ERR_PARAM                          `data` or `out` is null, or `len` is 0
 //   SIGKIT_ERR_CRL_LOAD                       the data do not decode, hold no CRL or no certificate, or, as DER, more
-//                                             than 16 of one kind; or they could not be stored, or there is no memory
+//                                             than 16 of one kind, or the context holds 16 images; or the store has no
+//                                             room, or there is no memory
 //   SIGKIT_ERR_CRL_DECODE                     more than 16 CRLs were decoded, which no input brings about
-// Of PEM blocks, those beyond 16 of one kind are skipped. A CRL that cannot be summarised is logged and leaves its slot null. A CRL whose issuer is unknown or not trusted is
+// A PEM block that does not decode, or for which none of the context's 16 images is left, is logged and skipped. A CRL
+// that cannot be summarised is logged and leaves its slot null. A CRL whose issuer is unknown or not trusted is
 // summarised with `verified` 0. After a failure, what was added to the store stays.
 uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitCrlBundle **out);
 

@@ -45,7 +45,7 @@ static uint32_t Verify(uint32_t *verdict)
     if (status == SIGKIT_OK) {
         status = SigkitVerifyDetachSignatureQuick(ctx, "content", "signature", verdict);
     }
-    SigkitVrfCtxFree(ctx);
+    SigkitVrfCtxFree(ctx); // on every path: a check that was left open would meet the next content
     return status;
 }
 
