@@ -2,6 +2,7 @@
 #ifndef CRAFTED_MESSAGE_H
 #define CRAFTED_MESSAGE_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,26 +19,59 @@ inline PkgsignBytes Sha256(const PkgsignBytes &data)
     return hash;
 }
 
-// The message of a signer with these attributes, certificates and a good token.
-inline PkgsignBytes CraftMessage(const Party &party, const std::vector<der::Bytes> &attributes)
+inline PkgsignBytes SignOctets(const Party &party, const PkgsignBytes &data)
+{
+    PkgsignBytes signature;
+    EXPECT_TRUE(PkgsignSignOctets(party.key, PkgsignDigest::Sha256, data, &signature).ok);
+    return signature;
+}
+
+// How a signer names its certificate.
+inline der::Bytes SignerIdentifier(const Party &party)
 {
     PkgsignBytes issuer;
     PkgsignBytes serial;
-    PkgsignBytes signature;
-    PkgsignBytes token;
     EXPECT_TRUE(PkgsignGetIssuer(party.certificate, &issuer).ok);
     EXPECT_TRUE(PkgsignGetSerialNumber(party.certificate, &serial).ok);
-    EXPECT_TRUE(PkgsignSignOctets(party.key, PkgsignDigest::Sha256, der::Set(attributes), &signature).ok);
+    return der::IssuerAndSerialNumber(issuer, der::IntegerRaw(serial));
+}
+
+// The message of a party: its certificates, its signature over `signedOctets` and a good token are added to `signer` and
+// `data`.
+inline PkgsignBytes CraftMessage(const Party &party, const PkgsignBytes &signedOctets, der::SignerInfo signer,
+                                 der::SignedData data = {})
+{
+    const PkgsignBytes signature = SignOctets(party, signedOctets);
+    PkgsignBytes token;
     EXPECT_TRUE(PkgsignMakeToken(MessageRequest("").tokenRequest, signature, &token).ok);
-    der::SignerInfo signer;
-    signer.sid = der::IssuerAndSerialNumber(issuer, der::IntegerRaw(serial));
-    signer.signedAttrs = der::SignedAttributes(attributes);
+    signer.sid = SignerIdentifier(party);
     signer.signature = der::OctetString(signature);
     signer.unsignedAttrs = der::UnsignedAttributes({der::Attribute("1.2.840.113549.1.9.16.2.14", {token})});
-    der::SignedData data;
     data.certificates = der::CertificateSet({party.certificate, AllParties().issuingCa.certificate});
     data.signerInfos = der::Set({der::Encode(signer)});
     return der::MessageOf(data);
+}
+
+// The same with these signed attributes.
+inline PkgsignBytes CraftMessage(const Party &party, const std::vector<der::Bytes> &attributes)
+{
+    der::SignerInfo signer;
+    signer.signedAttrs = der::SignedAttributes(attributes);
+    return CraftMessage(party, der::Set(attributes), signer);
+}
+
+// A good message over `content` with the token that `make` returns for its signature value.
+inline PkgsignBytes MessageWithToken(const std::string &content,
+                                     const std::function<PkgsignBytes(const PkgsignBytes &signature)> &make)
+{
+    PkgsignMessageRequest request = MessageRequest(content);
+    request.timestamp = PkgsignTimestamp::None;
+    const PkgsignBytes message = MakeMessage(request);
+    PkgsignBytes signature;
+    PkgsignBytes timed;
+    EXPECT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
+    EXPECT_TRUE(PkgsignEmbedToken(message, make(signature), &timed).ok);
+    return timed;
 }
 
 // Content of a token over `signature`, at PACKAGE_TIME.

@@ -129,6 +129,17 @@ TEST_F(CrlSummary, OfAnUnknownIssuerIsUnverified)
     EXPECT_EQ(1u, bundle->crls[1]->verified);
 }
 
+TEST_F(CrlSummary, LeavesTheTimeOfTheLastCrlWhoseIssuerWasFound)
+{
+    PkgsignCrlRequest unknown = CrlRequest(AllParties().otherRoot);
+    unknown.thisUpdate += 5;
+    const PkgsignBytes data = Join({Ca(), RootCrl(), MakeCrl(unknown)});
+    ASSERT_STATUS(SIGKIT_OK, Decode(data));
+    ASSERT_EQ(2, bundle->count);
+    EXPECT_EQ(bundle->crls[0]->thisUpdate, ctx->verifyTime);
+    EXPECT_NE(bundle->crls[1]->thisUpdate, ctx->verifyTime);
+}
+
 TEST_F(CrlSummary, OfAnIssuerThatHasExpiredIsUnverified)
 {
     PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);

@@ -16,16 +16,11 @@ class KnownMistakes : public WholeMessageTest
 // A message whose token nobody signs, with a TSTInfo of the test's own.
 PkgsignBytes MessageWithTstInfo(const std::function<void(der::TstInfo *, const PkgsignBytes &signature)> &change)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
-    request.timestamp = PkgsignTimestamp::None;
-    const PkgsignBytes message = MakeMessage(request);
-    PkgsignBytes signature;
-    EXPECT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
-    der::TstInfo info = CraftTstInfo(signature);
-    change(&info, signature);
-    PkgsignBytes timed;
-    EXPECT_TRUE(PkgsignEmbedToken(message, CraftToken(info), &timed).ok);
-    return timed;
+    return MessageWithToken(CONTENT, [&](const PkgsignBytes &signature) {
+        der::TstInfo info = CraftTstInfo(signature);
+        change(&info, signature);
+        return CraftToken(info);
+    });
 }
 
 PkgsignBytes MessageWithImprint(const std::function<der::Bytes(const PkgsignBytes &digest)> &hashedMessage)

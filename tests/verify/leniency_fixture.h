@@ -58,11 +58,4 @@ inline PkgsignBytes Replace(PkgsignBytes in, const PkgsignBytes &what, const Pkg
     return in;
 }
 
-inline PkgsignBytes Sign(const Party &party, const PkgsignBytes &data)
-{
-    PkgsignBytes signature;
-    EXPECT_TRUE(PkgsignSignOctets(party.key, PkgsignDigest::Sha256, data, &signature).ok);
-    return signature;
-}
-
 #endif

@@ -30,7 +30,7 @@ PkgsignBytes ToBeSigned(const PkgsignBytes &object)
 PkgsignBytes SignedObject(const Party &issuer, const PkgsignBytes &toBeSigned, const char *algorithm = SHA256_WITH_RSA)
 {
     return der::Sequence(
-        {toBeSigned, der::AlgorithmIdentifier(algorithm), der::BitString(0, Sign(issuer, toBeSigned))});
+        {toBeSigned, der::AlgorithmIdentifier(algorithm), der::BitString(0, SignOctets(issuer, toBeSigned))});
 }
 
 // The entry of the good signer in a CRL, with extensions.

@@ -32,32 +32,6 @@ protected:
     TemporaryDirectory directory;
 };
 
-// A message of the good signer, whose signature over `signedOctets` and token are added to what is given.
-PkgsignBytes Finish(der::SignerInfo signer, der::SignedData data, const PkgsignBytes &signedOctets)
-{
-    const Party &party = AllParties().signer;
-    PkgsignBytes issuer;
-    PkgsignBytes serial;
-    PkgsignBytes token;
-    EXPECT_TRUE(PkgsignGetIssuer(party.certificate, &issuer).ok);
-    EXPECT_TRUE(PkgsignGetSerialNumber(party.certificate, &serial).ok);
-    const PkgsignBytes signature = Sign(party, signedOctets);
-    EXPECT_TRUE(PkgsignMakeToken(MessageRequest("").tokenRequest, signature, &token).ok);
-    signer.sid = der::IssuerAndSerialNumber(issuer, der::IntegerRaw(serial));
-    signer.signature = der::OctetString(signature);
-    signer.unsignedAttrs = der::UnsignedAttributes({der::Attribute("1.2.840.113549.1.9.16.2.14", {token})});
-    data.certificates = der::CertificateSet({party.certificate, AllParties().issuingCa.certificate});
-    data.signerInfos = der::Set({der::Encode(signer)});
-    return der::MessageOf(data);
-}
-
-PkgsignBytes WithAttributes(const std::vector<der::Bytes> &attributes)
-{
-    der::SignerInfo signer;
-    signer.signedAttrs = der::SignedAttributes(attributes);
-    return Finish(signer, {}, der::Set(attributes));
-}
-
 der::Bytes DigestAttribute(const PkgsignBytes &digest)
 {
     return der::Attribute(MESSAGE_DIGEST, {der::OctetString(digest)});
@@ -73,33 +47,28 @@ der::Bytes GoodDigest()
 PkgsignBytes WithToken(const std::function<void(der::TstInfo *)> &change,
                        const std::function<std::vector<der::Bytes>(const PkgsignBytes &tstInfo)> &attributes)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
-    request.timestamp = PkgsignTimestamp::None;
-    const PkgsignBytes message = MakeMessage(request);
-    PkgsignBytes signature;
-    EXPECT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
-    der::TstInfo info = CraftTstInfo(signature);
-    change(&info);
-    const PkgsignBytes tstInfo = der::Encode(info);
+    return MessageWithToken(CONTENT, [&](const PkgsignBytes &signature) {
+        der::TstInfo info = CraftTstInfo(signature);
+        change(&info);
+        const PkgsignBytes tstInfo = der::Encode(info);
+        const std::vector<der::Bytes> signedAttributes = attributes(tstInfo);
+        const Party &authority = AllParties().timestamp;
+        der::SignerInfo signer;
+        signer.sid = SignerIdentifier(authority);
+        signer.signedAttrs = signedAttributes.empty() ? der::Member() : der::SignedAttributes(signedAttributes);
+        signer.signature =
+            der::OctetString(SignOctets(authority, signedAttributes.empty() ? tstInfo : der::Set(signedAttributes)));
+        der::SignedData data;
+        data.encapContentInfo = der::Sequence({der::Oid(DATA), der::Explicit(0, der::OctetString(tstInfo))});
+        data.certificates = der::CertificateSet({authority.certificate});
+        data.signerInfos = der::Set({der::Encode(signer)});
+        return der::MessageOf(data);
+    });
+}
 
-    const Party &authority = AllParties().timestamp;
-    PkgsignBytes issuer;
-    PkgsignBytes serial;
-    EXPECT_TRUE(PkgsignGetIssuer(authority.certificate, &issuer).ok);
-    EXPECT_TRUE(PkgsignGetSerialNumber(authority.certificate, &serial).ok);
-    der::SignerInfo signer;
-    signer.sid = der::IssuerAndSerialNumber(issuer, der::IntegerRaw(serial));
-    const std::vector<der::Bytes> signedAttributes = attributes(tstInfo);
-    signer.signedAttrs = signedAttributes.empty() ? der::Member() : der::SignedAttributes(signedAttributes);
-    signer.signature =
-        der::OctetString(Sign(authority, signedAttributes.empty() ? tstInfo : der::Set(signedAttributes)));
-    der::SignedData data;
-    data.encapContentInfo = der::Sequence({der::Oid(DATA), der::Explicit(0, der::OctetString(tstInfo))});
-    data.certificates = der::CertificateSet({authority.certificate});
-    data.signerInfos = der::Set({der::Encode(signer)});
-    PkgsignBytes timed;
-    EXPECT_TRUE(PkgsignEmbedToken(message, der::MessageOf(data), &timed).ok);
-    return timed;
+PkgsignBytes WithAttributes(const std::vector<der::Bytes> &attributes)
+{
+    return CraftMessage(AllParties().signer, attributes);
 }
 
 std::vector<der::Bytes> NoAttributes(const PkgsignBytes &)
@@ -153,7 +122,8 @@ TEST_F(Leniency, ADigestAlgorithmMayBeThatOfASignatureAndSignatureAlgorithmIsNot
     signer.signedAttrs = der::SignedAttributes({GoodDigest()});
     signer.digestAlgorithm = der::AlgorithmIdentifier(SHA256_WITH_RSA, der::Integer(5));
     signer.signatureAlgorithm = der::AlgorithmIdentifier(MD5_WITH_RSA);
-    ExpectAccepted(Finish(signer, {}, der::Set({GoodDigest()})), "with parameters that it does not have");
+    ExpectAccepted(CraftMessage(AllParties().signer, der::Set({GoodDigest()}), signer),
+                   "with parameters that it does not have");
 }
 
 TEST_F(Leniency, OfSignedAttributesOnlyTheLastMessageDigestIsRead)
@@ -177,7 +147,7 @@ TEST_F(Leniency, SignedAttributesWithoutAMessageDigestAreNotCoveredByTheSignatur
     for (const char *const time : {"220101000000Z", "230101000000Z"}) {
         der::SignerInfo signer;
         signer.signedAttrs = der::SignedAttributes({der::Attribute("1.2.840.113549.1.9.5", {der::UtcTime(time)})});
-        ExpectAccepted(Finish(signer, {}, Octets(CONTENT)), time);
+        ExpectAccepted(CraftMessage(AllParties().signer, Octets(CONTENT), signer), time);
     }
 }
 
@@ -189,7 +159,7 @@ TEST_F(Leniency, ContentInsideTheMessageIsNotLookedAt)
     der::SignedData data;
     data.encapContentInfo =
         der::Sequence({der::Oid(DATA), der::Explicit(0, der::OctetString(der::Text("another content")))});
-    ExpectAccepted(Finish(signer, data, der::Set({GoodDigest()})), "the file decides");
+    ExpectAccepted(CraftMessage(AllParties().signer, der::Set({GoodDigest()}), signer, data), "the file decides");
 }
 
 TEST_F(Leniency, WhatStandsBehindAMessageIsLeftAlone)
