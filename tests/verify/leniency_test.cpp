@@ -261,7 +261,7 @@ TEST_F(Leniency, ACaMayHaveAnyPurposesAndUsagesThatNobodyDefined)
     ExpectAccepted(usages.Message(), "bits 13 and 14 of a key usage");
 }
 
-TEST_F(Leniency, TheVersionOfACertificateAndTheSignOfItsSerialNumberAreNotRead)
+TEST_F(Leniency, VersionsOfCertificatesAndCrlsAndSignsOfSerialNumbersDoNotCount)
 {
     der::TbsCertificate tbs;
     tbs.extensions = der::CertExtensions({der::BasicConstraintsExtension(true)});
@@ -276,6 +276,11 @@ TEST_F(Leniency, TheVersionOfACertificateAndTheSignOfItsSerialNumberAreNotRead)
         EXPECT_EQ(1u, cert->record->tbsCertificate.extensions.basicConstraints.cA);
         EXPECT_EQ((der::Bytes{0xFF}), OctetsOf(cert->record->tbsCertificate.serialNumber));
     }
+
+    const Party &ca = AllParties().issuingCa;
+    const PkgsignBytes crl = ToBeSigned(MakeCrl(CrlRequest(ca)));
+    LoadTrust(Join({RootCrl(), SignedObject(ca, Replace(crl, der::Integer(1), der::Integer(77)))}));
+    ExpectAccepted(GoodMessage(), "a CRL of version 78");
 }
 
 TEST_F(Leniency, ATrustAnchorThatComesAfterItsDecoyIsTakenForADuplicate)
