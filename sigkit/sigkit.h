@@ -15,10 +15,11 @@
 // SIGKIT_OK or one of the codes below, and runs to completion on the caller's thread. A context serves one thread at a
 // time; different contexts share nothing.
 //
-// A failing machine: what is loaded and sought may be passed over (a PEM block that does not decode, a certificate beside
-// CRLs, a candidate for an issuer, a CRL whose issuer is not trusted). When memory or a callback failed at such a place,
-// the operation goes on as described, but what was lost may be the CRL that revokes. So no certificate is trusted on that
-// context any more: Begin returns the failure's code, and SigkitDecodeCrl gives summaries with `verified` 0.
+// A failing machine: what is loaded and sought may be passed over (a PEM block that does not decode, a certificate
+// beside CRLs, a candidate for an issuer, a CRL whose issuer is not trusted, a CRL that cannot be summarised). When
+// memory or a callback failed at such a place, the operation goes on as described, but what was lost may be the CRL
+// that revokes. So no certificate is trusted on that context any more: Begin returns the failure's code, and
+// SigkitDecodeCrl gives summaries with `verified` 0, those that it made before the failure included.
 #ifndef SIGKIT_SIGKIT_H
 #define SIGKIT_SIGKIT_H
 
@@ -330,7 +331,8 @@ uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, const char *cont
 //   SIGKIT_ERR_CRL_DECODE                     more than 16 CRLs were decoded, which no input brings about
 // A PEM block that does not decode, or for which none of the context's 16 images is left, is logged and skipped. A CRL
 // that cannot be summarised is logged and leaves its slot null. A CRL whose issuer is unknown or not trusted is
-// summarised with `verified` 0. After a failure, what was added to the store stays.
+// summarised with `verified` 0, and so is every CRL when the machine failed, now or earlier on this context: see the
+// top. After a failure, what was added to the store stays.
 uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitCrlBundle **out);
 
 // Summarises the CRLs of a file, as SigkitDecodeCrl does.
@@ -355,7 +357,8 @@ uint32_t SigkitDecodeCrlFile(SigkitVerifyCtx *ctx, const char *path, SigkitCrlBu
 //   SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG   the context is null, or not a live context; no result
 //   SIGKIT_ERR_PARAM                          another argument is null; no result
 //   SIGKIT_ERR_CRL_BUNDLE_EMPTY               a file has no summary; no result
-//   SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED          a summary is missing, or its issuer is not trusted; SIGKIT_CRL_CONFLICT
+//   SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED          a summary is missing, or its issuer is not trusted, or the machine failed
+//                                             while the file was summarised; SIGKIT_CRL_CONFLICT
 //   SIGKIT_ERR_CRL_ISSUER_TWICE               one file has two CRLs of one issuer; SIGKIT_CRL_CONFLICT
 //   SIGKIT_ERR_CRL_COVERAGE                   the newer file drops an issuer that it does not revoke;
 //                                             SIGKIT_CRL_CONFLICT

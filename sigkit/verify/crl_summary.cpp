@@ -14,6 +14,7 @@
 
 static_assert(sizeof(void *) != 8 || sizeof(SigkitCrlBundle) == 208, "the size tag that hosts know");
 static_assert(sizeof(SigkitCrlBundle::crls) / sizeof(SigkitCrlInfo *) == SIGKIT_LIST_CAPACITY, "a slot for each CRL");
+static_assert(sizeof(SigkitCrlInfo::issuerName) >= SIGKIT_NAME_TEXT_SIZE, "no name of a file makes the copy fail");
 
 namespace
 {
@@ -45,15 +46,18 @@ uint32_t InternalCheckParamDecodeCrlFile(const SigkitVerifyCtx *ctx, const char 
     return status == SIGKIT_OK && out == nullptr ? SIGKIT_ERR_PARAM : status;
 }
 
-// Prints the issuer's name. A name that cannot be printed, or does not fit, stays empty.
-void InternalGetCrlIssuerName(const SigkitX509Crl &crl, SigkitCrlInfo *info)
+// Prints the issuer's name. A name that cannot be printed stays empty.
+void InternalGetCrlIssuerName(SigkitVerifyCtx *ctx, const SigkitX509Crl &crl, SigkitCrlInfo *info)
 {
     InternalBlockGuard<char> text;
     uint32_t len = 0;
-    if (SigkitConvertFromX509Name(&crl.tbsCertList.issuer, &text.held, &len) != SIGKIT_OK) {
+    const uint32_t status = SigkitConvertFromX509Name(&crl.tbsCertList.issuer, &text.held, &len);
+    InternalPassOver(ctx, status);
+    if (status != SIGKIT_OK) {
         return;
     }
     const int failure = strcpy_s(info->issuerName, sizeof(info->issuerName), text.held);
+    InternalPassOver(ctx, static_cast<uint32_t>(failure));
     if (failure != 0) {
         info->issuerName[0] = '\0';
         SigkitLogCallback(SIGKIT_LOG_WARNING, SIGKIT_LOG_TAG, __LINE__, __func__, static_cast<uint32_t>(failure),
@@ -88,7 +92,7 @@ bool FitsSerial(const SigkitAsnOcts &serialNumber)
 }
 
 // Copies the revoked serial numbers of a root's CRL. Longer ones are left out: they can never justify a dropped issuer.
-uint32_t CopyRevokedSerials(const SigkitX509Revoked &revoked, SigkitCrlInfo *info)
+uint32_t CopyRevokedSerials(SigkitVerifyCtx *ctx, const SigkitX509Revoked &revoked, SigkitCrlInfo *info)
 {
     if (revoked.count == 0) {
         return SIGKIT_OK;
@@ -101,7 +105,8 @@ uint32_t CopyRevokedSerials(const SigkitX509Revoked &revoked, SigkitCrlInfo *inf
     info->revokedSerials = static_cast<SigkitCrlSerial *>(block);
     for (uint32_t i = 0; i < revoked.count; ++i) {
         if (FitsSerial(revoked.items[i].userCertificate)) {
-            (void)CopySerial(revoked.items[i].userCertificate, &info->revokedSerials[info->revokedCount]);
+            InternalPassOver(ctx,
+                             CopySerial(revoked.items[i].userCertificate, &info->revokedSerials[info->revokedCount]));
             info->revokedCount += 1;
         }
     }
@@ -115,11 +120,12 @@ uint32_t DescribeIssuer(SigkitVerifyCtx *ctx, const SigkitX509Crl &crl, SigkitX5
     uint32_t ok = 0;
     const uint32_t verdict = SigkitPkiVerifyCert(ctx, issuer, 1, 1, &ok);
     info->verified = verdict == SIGKIT_OK && ok == 1 ? 1 : 0;
+    InternalPassOver(ctx, verdict);
 
     uint32_t isSelfSigned = 0;
     uint32_t status = SigkitX509IsSelfSigned(issuer, &isSelfSigned);
     if (status == SIGKIT_OK && isSelfSigned == 1) {
-        status = CopyRevokedSerials(crl.tbsCertList.revokedCertificates, info);
+        status = CopyRevokedSerials(ctx, crl.tbsCertList.revokedCertificates, info);
     }
     const SigkitAsnOcts &serialNumber = issuer->tbsCertificate.serialNumber;
     if (status == SIGKIT_OK && FitsSerial(serialNumber)) {
@@ -134,18 +140,36 @@ SigkitCrlInfo *InternalGetCrlInfo(SigkitVerifyCtx *ctx, SigkitX509Crl *crl)
     SummaryGuard info;
     uint32_t status = InternalNewRecord(&info.held);
     if (status == SIGKIT_OK) {
-        InternalGetCrlIssuerName(*crl, info.held);
+        InternalGetCrlIssuerName(ctx, *crl, info.held);
         status = ConvertTimes(crl->tbsCertList, info.held);
     }
     if (status == SIGKIT_OK) {
         SigkitX509Cert *const issuer = SigkitPkiFindCrlIssuer(ctx, crl);
         status = issuer == nullptr ? SIGKIT_OK : DescribeIssuer(ctx, *crl, issuer, info.held);
     }
+    InternalPassOver(ctx, status);
     if (status != SIGKIT_OK) {
         (void)SIGKIT_TRAIL(status);
         return nullptr;
     }
     return info.Take();
+}
+
+// Summarises each CRL in the slot of its place in the file. A summary that is lost makes the file look like one without
+// that CRL. When the machine lost it, or anything else on this context, none of them may count, those made before the
+// failure included.
+void Summarise(SigkitVerifyCtx *ctx, const SigkitList &crls, SigkitCrlBundle *bundle)
+{
+    for (uint32_t i = 0; i < crls.count; ++i) {
+        SigkitX509Crl *const crl = static_cast<SigkitX509Crl *>(crls.items[i]);
+        bundle->crls[i] = crl == nullptr ? nullptr : InternalGetCrlInfo(ctx, crl);
+        bundle->count += bundle->crls[i] == nullptr ? 0 : 1;
+    }
+    for (SigkitCrlInfo *const info : bundle->crls) {
+        if (info != nullptr && ctx->hostFailure != SIGKIT_OK) {
+            info->verified = 0;
+        }
+    }
 }
 
 // Adds what was decoded to the store. The CRLs stay there even when their certificates are missing.
@@ -186,11 +210,7 @@ uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len
         return SIGKIT_TRAIL(SIGKIT_ERR_CRL_LOAD);
     }
     bundle->size = sizeof(*bundle);
-    for (uint32_t i = 0; i < crls.count; ++i) {
-        SigkitX509Crl *const crl = static_cast<SigkitX509Crl *>(crls.items[i]);
-        bundle->crls[i] = crl == nullptr ? nullptr : InternalGetCrlInfo(ctx, crl);
-        bundle->count += bundle->crls[i] == nullptr ? 0 : 1;
-    }
+    Summarise(ctx, crls, bundle);
     *out = bundle;
     return SIGKIT_OK;
 }

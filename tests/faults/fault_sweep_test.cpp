@@ -66,11 +66,6 @@ void FailCall(const Service &service, uint32_t n)
     }
 }
 
-bool IsYes(const Scenario &scenario, const Outcome &outcome)
-{
-    return scenario.kind == Kind::VERIFICATION && outcome.status == SIGKIT_OK && outcome.answer == 1;
-}
-
 bool IsDocumented(uint32_t status)
 {
     return StatusName(status).rfind("SIGKIT_", 0) == 0;

@@ -117,26 +117,42 @@ Outcome VerifyFiles(const Files &files, uint32_t times)
     return outcome;
 }
 
-Outcome Compare(const PkgsignBytes &first, const PkgsignBytes &second)
-{
-    const Context context;
-    Outcome outcome = {context.status, SIGKIT_CRL_CONFLICT};
-    SigkitCrlBundle *bundles[2] = {};
-    const PkgsignBytes *const inputs[2] = {&first, &second};
-    const PkgsignBytes &root = AllParties().root.certificate;
-    if (outcome.status == SIGKIT_OK) {
-        outcome.status = SigkitVerifyAddCert(context.ctx, root.data(), Size(root));
+// A file's summary in a context of its own, so that what fails for one file is not noted for the other.
+struct Summary {
+    Context context;
+    SigkitCrlBundle *bundle = nullptr;
+    uint32_t status = context.status;
+
+    explicit Summary(const PkgsignBytes &file)
+    {
+        const PkgsignBytes &root = AllParties().root.certificate;
+        if (status == SIGKIT_OK) {
+            status = SigkitVerifyAddCert(context.ctx, root.data(), Size(root));
+        }
+        if (status == SIGKIT_OK) {
+            status = SigkitDecodeCrl(context.ctx, file.data(), Size(file), &bundle);
+        }
     }
-    for (int i = 0; i < 2 && outcome.status == SIGKIT_OK; ++i) {
-        outcome.status = SigkitDecodeCrl(context.ctx, inputs[i]->data(), Size(*inputs[i]), &bundles[i]);
-    }
-    if (outcome.status == SIGKIT_OK) {
-        outcome.status = SigkitCrlCompare(context.ctx, bundles[0], bundles[1], &outcome.answer);
-    }
-    for (SigkitCrlBundle *const bundle : bundles) {
+    ~Summary()
+    {
         if (bundle != nullptr) {
             (void)SigkitCrlFree(context.ctx, bundle);
         }
+    }
+    Summary(const Summary &) = delete;
+    Summary &operator=(const Summary &) = delete;
+};
+
+Outcome Compare(const PkgsignBytes &first, const PkgsignBytes &second)
+{
+    const Summary summaries[] = {Summary(first), Summary(second)};
+    Outcome outcome = {SIGKIT_OK, SIGKIT_CRL_CONFLICT};
+    for (const Summary &summary : summaries) {
+        outcome.status = outcome.status == SIGKIT_OK ? summary.status : outcome.status;
+    }
+    if (outcome.status == SIGKIT_OK) {
+        outcome.status =
+            SigkitCrlCompare(summaries[0].context.ctx, summaries[0].bundle, summaries[1].bundle, &outcome.answer);
     }
     return outcome;
 }
@@ -430,8 +446,16 @@ void AddComparisons(std::vector<Scenario> *scenarios)
     const PkgsignBytes both = Join({ca, GoodCrls()});
     const PkgsignBytes rootLater = Join({ca, MakeCrl(later), MakeCrl(CrlRequest(all.issuingCa))});
     const PkgsignBytes caOnlyLater = Join({ca, MakeCrl(CrlRequest(all.root)), MakeCrl(caLater)});
+    const PkgsignBytes bothPem =
+        Join({Pem(PKGSIGN_LABEL_CERTIFICATE, ca), Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(all.root))),
+              Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(all.issuingCa)))});
+    const PkgsignBytes twicePem = Join({bothPem, Pem(PKGSIGN_LABEL_CRL, MakeCrl(later))});
     const PkgsignBytes dropped = Join({ca, MakeCrl(later)});
     const PkgsignBytes droppedAndRevoked = Join({ca, MakeCrl(revoking)});
+    PkgsignCertificateRequest longSerial = CertificateRequest("CA of a long number", &all.root);
+    longSerial.serialNumber = PkgsignBytes(33, 0x11); // longer than a summary tells
+    const Party other = Certify(longSerial);
+    const PkgsignBytes withOther = Join({other.certificate, MakeCrl(CrlRequest(all.root)), MakeCrl(CrlRequest(other))});
     const struct {
         const char *name;
         PkgsignBytes first;
@@ -444,7 +468,9 @@ void AddComparisons(std::vector<Scenario> *scenarios)
         {"CompareConflict", rootLater, caOnlyLater, {SIGKIT_OK, SIGKIT_CRL_CONFLICT}},
         {"CompareDropped", both, dropped, {SIGKIT_ERR_CRL_COVERAGE, SIGKIT_CRL_CONFLICT}},
         {"CompareDroppedAndRevoked", both, droppedAndRevoked, {SIGKIT_OK, SIGKIT_CRL_SECOND_NEWER}},
+        {"CompareDroppedLongSerial", withOther, droppedAndRevoked, {SIGKIT_ERR_CRL_COVERAGE, SIGKIT_CRL_CONFLICT}},
         {"CompareTwice", both, Join({both, MakeCrl(later)}), {SIGKIT_ERR_CRL_ISSUER_TWICE, SIGKIT_CRL_CONFLICT}},
+        {"CompareTwicePem", bothPem, twicePem, {SIGKIT_ERR_CRL_ISSUER_TWICE, SIGKIT_CRL_CONFLICT}},
         {"CompareWithoutCerts", both, GoodCrls(), {SIGKIT_ERR_CRL_LOAD, SIGKIT_CRL_CONFLICT}},
     };
     for (const auto &row : rows) {
@@ -468,4 +494,16 @@ const std::vector<Scenario> &Scenarios()
 {
     static const std::vector<Scenario> scenarios = MakeScenarios();
     return scenarios;
+}
+
+bool IsYes(const Scenario &scenario, const Outcome &outcome)
+{
+    switch (scenario.kind) {
+    case Kind::VERIFICATION:
+        return outcome.status == SIGKIT_OK && outcome.answer == 1;
+    case Kind::COMPARISON:
+        return outcome.status == SIGKIT_OK && outcome.answer != SIGKIT_CRL_CONFLICT && outcome != scenario.expected;
+    default:
+        return false;
+    }
 }

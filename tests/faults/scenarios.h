@@ -30,4 +30,8 @@ struct Scenario {
 // All scenarios, their material made once for the process.
 const std::vector<Scenario> &Scenarios();
 
+// Tells whether an outcome is a yes: of a verification, that the content is authentic; of a comparison, an answer other
+// than the one that the files deserve.
+bool IsYes(const Scenario &scenario, const Outcome &outcome);
+
 #endif

@@ -230,6 +230,81 @@ TEST_F(CrlSummary, ASerialNumberIsToldWholeOrNotAtAll)
     EXPECT_LT(1u, lost);
 }
 
+TEST_F(CrlSummary, IsWholeOrOfAFailingMachineAndThenNoneIsVerified)
+{
+    const PkgsignBytes data = Join({Ca(), RootCrl({{0x01, 0x02, 0x03}}), CaCrl(), RootCrl({}, 1)});
+    ASSERT_STATUS(SIGKIT_OK, Decode(data));
+    const uint32_t blocks = g_recordingPlatform.allocations;
+    WatchedCall RecordingHost::*const calls[] = {&RecordingHost::memcpyS,         &RecordingHost::memsetS,
+                                                 &RecordingHost::strcpyS,         &RecordingHost::strcatS,
+                                                 &RecordingHost::cryptoCreateCtx, &RecordingHost::cryptoInit,
+                                                 &RecordingHost::cryptoUpdate,    &RecordingHost::cryptoFinal};
+    uint32_t lost[3] = {};
+    const auto expectWholeOrUntrusted = [&]() {
+        const uint32_t status = Decode(data);
+        if (status != SIGKIT_OK) {
+            return;
+        }
+        for (size_t i = 0; i < 3; ++i) {
+            const SigkitCrlInfo *const info = bundle->crls[i];
+            if (ctx->hostFailure == SIGKIT_OK) {
+                ASSERT_NE(nullptr, info);
+                EXPECT_EQ(1u, info->verified);
+                EXPECT_STRNE("", info->issuerName);
+                EXPECT_NE(0u, info->issuerSerial.len);
+                EXPECT_EQ(i == 0 ? 1 : 0, info->revokedCount);
+                EXPECT_TRUE(i != 0 || info->revokedSerials[0].len == 3);
+            } else {
+                lost[i] += info == nullptr ? 1 : 0;
+                EXPECT_TRUE(info == nullptr || info->verified == 0);
+            }
+        }
+    };
+    for (uint32_t n = 1; n <= blocks; ++n) {
+        SCOPED_TRACE(n);
+        TearDown();
+        SetUp();
+        g_recordingPlatform.failAt = g_recordingPlatform.allocations + n;
+        expectWholeOrUntrusted();
+    }
+    for (WatchedCall RecordingHost::*const call : calls) {
+        for (uint32_t n = 1; n <= 60; ++n) {
+            SCOPED_TRACE(n);
+            TearDown();
+            SetUp();
+            (g_recordingHost.*call).failAt = (g_recordingHost.*call).calls + n;
+            expectWholeOrUntrusted();
+        }
+    }
+    for (const uint32_t count : lost) {
+        EXPECT_LT(1u, count) << "each of the three is lost at times";
+    }
+}
+
+TEST_F(CrlSummary, NoFileAloneMakesTheMachineOneThatFailed)
+{
+    PkgsignCertificateRequest request = CertificateRequest(std::string(200, 'n'), &AllParties().root);
+    request.subject.insert(request.subject.begin(), {"2.5.4.10", std::string(200, 'o')});
+    request.subject.insert(request.subject.begin(), {"2.5.4.11", std::string(200, 'u')});
+    request.serialNumber = PkgsignBytes(33, 0x11);
+    const Party longNamed = Certify(request);
+    request.subject = {{"2.5.4.5", "1"}};
+    const Party unprintable = Certify(request);
+    PkgsignCrlRequest timeless = CrlRequest(AllParties().root);
+    timeless.omitNextUpdate = true;
+    timeless.revoked = {PkgsignRevokedCertificate()};
+    ASSERT_STATUS(SIGKIT_OK,
+                  Decode(Join({longNamed.certificate, unprintable.certificate, MakeCrl(CrlRequest(longNamed)),
+                               MakeCrl(CrlRequest(unprintable)), MakeCrl(timeless), RootCrl({PkgsignBytes(33, 0x22)}),
+                               MakeCrl(CrlRequest(AllParties().otherRoot))})));
+    EXPECT_STATUS(SIGKIT_OK, ctx->hostFailure);
+    EXPECT_EQ(4, bundle->count);
+    EXPECT_EQ(1u, bundle->crls[0]->verified);
+    EXPECT_STREQ("", bundle->crls[1]->issuerName);
+    EXPECT_EQ(nullptr, bundle->crls[2]);
+    EXPECT_EQ(1u, bundle->crls[3]->verified);
+}
+
 TEST_F(CrlSummary, ASelfSignedCertificateInTheDataIsSkipped)
 {
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({AllParties().otherRoot.certificate, RootCrl()})));
