@@ -6,21 +6,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rsa.h>
 
 #include "bench/operations.h"
+#include "src/libcrypto_start.h"
 
 struct Piece {
     uint32_t len;
     const uint8_t *octets;
 };
-
-/* As verify_tool has it. */
-#define LIBCRYPTO_PARTS                                                                                                \
-    (OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ADD_ALL_CIPHERS | OPENSSL_INIT_NO_ADD_ALL_DIGESTS |                 \
-     OPENSSL_INIT_NO_LOAD_CRYPTO_STRINGS | OPENSSL_INIT_NO_ATEXIT)
 
 static uint8_t g_file[1 << 20];
 
@@ -87,7 +82,7 @@ int main(int argc, char **argv)
     }
     const int file = open(argv[1], O_RDONLY | O_CLOEXEC);
     const ssize_t size = read(file, g_file, sizeof(g_file));
-    if (size <= 0 || OPENSSL_init_crypto(LIBCRYPTO_PARTS, NULL) != 1) {
+    if (size <= 0 || StartLibcrypto() != 1) {
         return 2;
     }
     return DoAll(g_file, g_file + size) ? 0 : 1;

@@ -7,6 +7,7 @@
 
 #include "crltool/crl_file.h"
 #include "crltool/report.h"
+#include "src/libcrypto_start.h"
 
 namespace
 {
@@ -131,6 +132,7 @@ int main(int argc, char **argv)
     case Request::COMPARE:
         break;
     }
+    (void)StartLibcrypto();
     // The library's lines go to standard output, which here belongs to the answer alone.
     const int output = dup(STDOUT_FILENO);
     if (output < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {

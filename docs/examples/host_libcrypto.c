@@ -1,7 +1,10 @@
 // Digests and RSA signatures over libcrypto, from version 1.1.1 on.
+#include "host_libcrypto.h"
+
 #include <stdlib.h>
 
 #include <openssl/bn.h>
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rsa.h>
 
@@ -30,6 +33,11 @@ static const EVP_MD *Digest(uint32_t hashAoid)
     default:
         return NULL;
     }
+}
+
+void HostStartLibcrypto(void)
+{
+    (void)OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, NULL);
 }
 
 // ---- Digests -------------------------------------------------------------------------------------------------------

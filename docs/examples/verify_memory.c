@@ -6,6 +6,7 @@
 #include <stdlib.h>
 
 #include "host_arena.h"
+#include "host_libcrypto.h"
 #include "sigkit/sigkit.h"
 
 enum { FILE_COUNT = 4, FILE_SIZE = 65536 };
@@ -55,6 +56,7 @@ int main(int argc, char **argv)
         fprintf(stderr, "Usage: verify_memory ROOT CRLS SIGNATURE CONTENT\n");
         return 2;
     }
+    HostStartLibcrypto();
     uint32_t verdict = 0;
     const uint32_t status = Verify(&verdict);
     const bool authentic = status == SIGKIT_OK && verdict == 1;

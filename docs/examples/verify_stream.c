@@ -5,6 +5,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 
+#include "host_libcrypto.h"
 #include "sigkit/sigkit.h"
 
 // Reads a signature message. Returns the octets, or 0.
@@ -59,6 +60,7 @@ int main(int argc, char **argv)
         fprintf(stderr, "Usage: verify_stream ROOT CRLS SIGNATURE <CONTENT\n");
         return 2;
     }
+    HostStartLibcrypto();
     SigkitVerifyCreateParam param = {sizeof param, {0}};
     SigkitVerifyCtx *ctx = NULL;
     uint32_t verdict = 0;

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "tests/support/hostile_environment.h"
 #include "tests/support/parties.h"
 #include "tests/support/process.h"
 
@@ -167,6 +168,15 @@ TEST_F(Compare, ControlOctetsDoNotReachTheTerminal)
     EXPECT_TRUE(Contains(result.output, "a\\x1B[2J\\x0Ab"));
     const ProcessResult missing = Run({"--root", Root(), directory.File("m\x1b"), file});
     EXPECT_TRUE(Contains(missing.errors, "m\\x1B: the file cannot be opened"));
+}
+
+TEST_F(Compare, LoadsNoModuleOrConfigurationOfTheEnvironment)
+{
+    const std::string file = CrlFile("file", 0);
+    const HostileEnvironment environment;
+    EXPECT_EQ(0, RunProcess({CRL_COMPARE, "--root", Root(), file, file}, environment.settings).exitStatus);
+    EXPECT_FALSE(environment.LeftMark());
+    EXPECT_TRUE(environment.ReachesOpenssl()) << "the module would leave no mark anywhere";
 }
 
 TEST_F(Compare, AnAnswerThatCannotBeWrittenIsAnError)

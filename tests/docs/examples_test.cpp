@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/hostile_environment.h"
 #include "tests/support/parties.h"
 #include "tests/support/process.h"
 
@@ -60,13 +61,13 @@ protected:
         Write("crls", Join({MakeCrl(CrlRequest(AllParties().root)), MakeCrl(request)}));
     }
 
-    ProcessResult Run()
+    ProcessResult Run(const std::vector<std::string> &environment = {})
     {
         const std::string content = directory.File("content");
         const std::string arguments =
             directory.File("root") + " " + directory.File("crls") + " " + directory.File("signature");
         const std::string separator = GetParam().readsContentFromInput ? " <" : " ";
-        return RunProcess({"/bin/sh", "-c", GetParam().program + " " + arguments + separator + content});
+        return RunProcess({"/bin/sh", "-c", GetParam().program + " " + arguments + separator + content}, environment);
     }
 
     void ExpectRefused(const std::string &code)
@@ -128,6 +129,14 @@ TEST_P(HostExample, RefusesASignatureFileThatIsMissing)
 {
     ASSERT_EQ(0, std::remove(directory.File("signature").c_str()));
     EXPECT_EQ(GetParam().unreadable, Run().exitStatus);
+}
+
+TEST_P(HostExample, LoadsNoModuleOrConfigurationOfTheEnvironment)
+{
+    const HostileEnvironment environment;
+    EXPECT_EQ(0, Run(environment.settings).exitStatus);
+    EXPECT_FALSE(environment.LeftMark());
+    EXPECT_TRUE(environment.ReachesOpenssl()) << "the module would leave no mark anywhere";
 }
 
 INSTANTIATE_TEST_SUITE_P(Guide, HostExample, testing::ValuesIn(EXAMPLES), testing::PrintToStringParamName());
