@@ -28,7 +28,8 @@ struct SigkitVerifyCtx {
     int32_t pathDepth;     // nested path validations
     InternalImage *images; // owned chain: the DER signature messages seen, see verify/image.h
     uint32_t hostFailure;  // first failure of the host that a search passed over, see InternalPassOver
-    uint8_t reserved[60];  // zero
+    uint32_t skippedCrls;  // PEM blocks of CRLs that loading has skipped
+    uint8_t reserved[56];  // zero
 };
 
 static_assert(sizeof(SigkitVerifyCtx) == SIGKIT_VERIFY_CTX_SIZE, "the size tag is the record's own size");

@@ -172,6 +172,18 @@ void Summarise(SigkitVerifyCtx *ctx, const SigkitList &crls, SigkitCrlBundle *bu
     }
 }
 
+// What a context holds of what loading adds to.
+struct Holdings {
+    uint32_t images;
+    uint32_t storedCerts;
+    uint32_t skippedCrls;
+};
+
+Holdings HoldingsOf(const SigkitVerifyCtx &ctx)
+{
+    return {ctx.buffers.count, ctx.pki->certs.count, ctx.skippedCrls};
+}
+
 // Adds what was decoded to the store. The CRLs stay there even when their certificates are missing.
 uint32_t AddToStore(SigkitVerifyCtx *ctx, const SigkitList &certs, const SigkitList &crls)
 {
@@ -197,6 +209,7 @@ uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len
     SigkitList crls = {};
     const InternalCertsGuard certsGuard(&certs);
     const InternalCrlsGuard crlsGuard(&crls);
+    const Holdings before = HoldingsOf(*ctx);
     status = InternalDecodeCertCrl(ctx, data, len, &certs, &crls);
     if (status != SIGKIT_OK || crls.count == 0) {
         return SIGKIT_TRAIL(SIGKIT_ERR_CRL_LOAD);
@@ -209,7 +222,12 @@ uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len
     if (status != SIGKIT_OK || InternalNewRecord(&bundle) != SIGKIT_OK) {
         return SIGKIT_TRAIL(SIGKIT_ERR_CRL_LOAD);
     }
+    const Holdings after = HoldingsOf(*ctx);
     bundle->size = sizeof(*bundle);
+    bundle->decodedCrls = crls.count;
+    bundle->skippedCrls = after.skippedCrls - before.skippedCrls;
+    bundle->storedCerts = after.storedCerts - before.storedCerts;
+    bundle->images = after.images - before.images;
     Summarise(ctx, crls, bundle);
     *out = bundle;
     return SIGKIT_OK;

@@ -126,12 +126,14 @@ void InternalPemDecodeCrl(Walk *walk, const char *start, const char *next)
         status = SigkitListAdd(&walk->ctx->buffers, der.held);
     }
     if (status != SIGKIT_OK) {
+        walk->ctx->skippedCrls += 1;
         InternalPassOver(walk->ctx, status);
         (void)SIGKIT_TRAIL(status);
         return;
     }
     status = SigkitListAdd(walk->crls, crl.held);
     if (status != SIGKIT_OK) {
+        walk->ctx->skippedCrls += 1;
         walk->ctx->buffers.count -= 1; // a block that is dropped keeps no image
         (void)SIGKIT_TRAIL(status);
         return;

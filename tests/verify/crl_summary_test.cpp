@@ -71,6 +71,7 @@ TEST_F(CrlSummary, TellsWhatEachCrlSays)
 {
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), RootCrl({{0x01, 0x02}, {0x80}}), CaCrl(PACKAGE_DAY)})));
     EXPECT_EQ(208u, bundle->size);
+    EXPECT_EQ(208u, sizeof(*bundle));
     ASSERT_EQ(2, bundle->count);
     const SigkitCrlInfo &root = *bundle->crls[0];
     EXPECT_EQ(1u, root.verified);
@@ -303,6 +304,48 @@ TEST_F(CrlSummary, NoFileAloneMakesTheMachineOneThatFailed)
     EXPECT_STREQ("", bundle->crls[1]->issuerName);
     EXPECT_EQ(nullptr, bundle->crls[2]);
     EXPECT_EQ(1u, bundle->crls[3]->verified);
+}
+
+TEST_F(CrlSummary, TellsWhatItHasNoSummaryOf)
+{
+    PkgsignCrlRequest timeless = CrlRequest(AllParties().root);
+    timeless.omitNextUpdate = true;
+    timeless.revoked = {PkgsignRevokedCertificate()};
+    const PkgsignBytes damaged = Octets("-----BEGIN X509 CRL-----\nQQ==\n-----END X509 CRL-----\n");
+    const PkgsignBytes other = Octets("-----BEGIN X509 CRL -----\nQQ==\n-----END X509 CRL -----\n");
+    const PkgsignBytes ca = Pem(PKGSIGN_LABEL_CERTIFICATE, Ca());
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({damaged, ca, other, Pem(PKGSIGN_LABEL_CRL, RootCrl()), damaged,
+                                          Pem(PKGSIGN_LABEL_CRL, MakeCrl(timeless))})));
+    EXPECT_EQ(1, bundle->count);
+    EXPECT_EQ(2u, bundle->decodedCrls);
+    EXPECT_EQ(2u, bundle->skippedCrls);
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), RootCrl()})));
+    EXPECT_EQ(1u, bundle->decodedCrls);
+    EXPECT_EQ(0u, bundle->skippedCrls) << "of these data, not of the context";
+}
+
+TEST_F(CrlSummary, TellsWhatSpaceTheDataTake)
+{
+    const PkgsignBytes otherRoot = AllParties().otherRoot.certificate;
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), otherRoot, RootCrl(), CaCrl()})));
+    EXPECT_EQ(1u, bundle->storedCerts) << "a self-signed one is not stored";
+    EXPECT_EQ(1u, bundle->images);
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Pem(PKGSIGN_LABEL_CERTIFICATE, Ca()), Pem(PKGSIGN_LABEL_CRL, RootCrl()),
+                                          Pem(PKGSIGN_LABEL_CRL, CaCrl())})));
+    EXPECT_EQ(0u, bundle->storedCerts) << "it is there already";
+    EXPECT_EQ(3u, bundle->images);
+}
+
+TEST_F(CrlSummary, ACrlWithoutAnImageIsCountedAsSkipped)
+{
+    PkgsignBytes data = Pem(PKGSIGN_LABEL_CERTIFICATE, Ca());
+    for (int64_t i = 0; i < 16; ++i) {
+        data = Join({data, Pem(PKGSIGN_LABEL_CRL, RootCrl({}, i))});
+    }
+    ASSERT_STATUS(SIGKIT_OK, Decode(data));
+    EXPECT_EQ(14, bundle->count);
+    EXPECT_EQ(15u, bundle->images);
+    EXPECT_EQ(2u, bundle->skippedCrls);
 }
 
 TEST_F(CrlSummary, ASelfSignedCertificateInTheDataIsSkipped)

@@ -262,4 +262,5 @@ TEST_F(Load, ABlockThatItsListCannotTakeKeepsNoImage)
     EXPECT_STATUS(SIGKIT_OK, InternalDecodeCertCrl(ctx, crl.data(), Size(crl), &none, &full));
     EXPECT_EQ(Texts{"E InternalPemDecodeCrl 88000501 -"}, LineTexts());
     EXPECT_EQ(0u, ctx->buffers.count);
+    EXPECT_EQ(1u, ctx->skippedCrls);
 }
