@@ -4,9 +4,12 @@
 #include <unistd.h>
 
 #include <string>
+#include <vector>
 
+#include "crltool/comparison.h"
 #include "crltool/crl_file.h"
 #include "crltool/report.h"
+#include "crltool/text.h"
 #include "src/libcrypto_start.h"
 
 namespace
@@ -33,41 +36,60 @@ struct Options {
     std::string first;
     std::string second;
     bool json = false;
+    std::string misuse; // what is wrong with the command line
 };
 
 enum class Request { COMPARE, HELP, VERSION, MISUSE };
 
+// Above every letter, so that a letter that getopt_long stops at is none of them.
+enum : int { OPTION_ROOT = 256, OPTION_JSON, OPTION_HELP, OPTION_VERSION };
+
+// The option that getopt_long has stopped at because it is wrong.
+std::string WrongOption(char **argv)
+{
+    return optopt > 0 && optopt < OPTION_ROOT ? std::string("-") + static_cast<char>(optopt) : argv[optind - 1];
+}
+
+// Reads the command line to its end, behind a wrong option too: --json may stand there. Of several requests the first
+// counts.
 Request ParseOptions(int argc, char **argv, Options *options)
 {
-    const option longOptions[] = {{"root", required_argument, nullptr, 'r'},
-                                  {"json", no_argument, nullptr, 'j'},
-                                  {"help", no_argument, nullptr, 'h'},
-                                  {"version", no_argument, nullptr, 'V'},
+    const option longOptions[] = {{"root", required_argument, nullptr, OPTION_ROOT},
+                                  {"json", no_argument, nullptr, OPTION_JSON},
+                                  {"help", no_argument, nullptr, OPTION_HELP},
+                                  {"version", no_argument, nullptr, OPTION_VERSION},
                                   {}};
-    for (;;) {
-        switch (getopt_long(argc, argv, "", longOptions, nullptr)) {
-        case 'r':
+    opterr = 0; // getopt_long would print the argument as it is
+    std::vector<Request> requests;
+    for (int found = 0; (found = getopt_long(argc, argv, "", longOptions, nullptr)) != -1;) {
+        switch (found) {
+        case OPTION_ROOT:
             options->root = optarg;
             break;
-        case 'j':
+        case OPTION_JSON:
             options->json = true;
             break;
-        case 'h':
-            return Request::HELP;
-        case 'V':
-            return Request::VERSION;
-        case -1:
-            if (argc - optind != 2 || options->root.empty()) {
-                (void)fprintf(stderr, "crl_compare: wants --root ROOT and two files\n");
-                return Request::MISUSE;
-            }
-            options->first = argv[optind];
-            options->second = argv[optind + 1];
-            return Request::COMPARE;
+        case OPTION_HELP:
+            requests.push_back(Request::HELP);
+            break;
+        case OPTION_VERSION:
+            requests.push_back(Request::VERSION);
+            break;
         default:
-            return Request::MISUSE; // getopt_long has said why
+            options->misuse = options->misuse.empty() ? "wrong option " + WrongOption(argv) : options->misuse;
+            requests.push_back(Request::MISUSE);
         }
     }
+    if (!requests.empty()) {
+        return requests.front();
+    }
+    if (argc - optind != 2 || options->root.empty()) {
+        options->misuse = "wants --root ROOT and two files";
+        return Request::MISUSE;
+    }
+    options->first = argv[optind];
+    options->second = argv[optind + 1];
+    return Request::COMPARE;
 }
 
 // Writes a text to the end and tells whether all of it went out.
@@ -84,14 +106,22 @@ bool Write(int file, const std::string &text)
     return true;
 }
 
-bool Load(const Options &options, const std::string &path, CrlFile *file)
+// Says why there is no answer: on standard error, and for programs on `output`.
+int Fail(const Options &options, const std::string &reason, int output)
+{
+    (void)fprintf(stderr, "crl_compare: %s\n", Printable(reason).c_str());
+    if (options.json && !Write(output, JsonError(reason))) {
+        perror("crl_compare: cannot write the answer");
+    }
+    return EXIT_UNUSABLE;
+}
+
+// Loads a file. Returns why that failed; empty when it did not.
+std::string Load(const Options &options, const std::string &path, CrlFile *file)
 {
     std::string failedPath;
     const uint32_t status = LoadCrlFile(options.root, path, file, &failedPath);
-    if (status != SIGKIT_OK) {
-        (void)fprintf(stderr, "crl_compare: %s: %s\n", Printable(failedPath).c_str(), LoadFailure(status).c_str());
-    }
-    return status == SIGKIT_OK;
+    return status == SIGKIT_OK ? "" : failedPath + ": " + LoadFailure(status);
 }
 
 // Compares the files and writes the answer to `output`.
@@ -99,11 +129,14 @@ int Compare(const Options &options, int output)
 {
     CrlFile first;
     CrlFile second;
-    if (!Load(options, options.first, &first) || !Load(options, options.second, &second)) {
-        return EXIT_UNUSABLE;
+    std::string failure = Load(options, options.first, &first);
+    if (failure.empty()) {
+        failure = Load(options, options.second, &second);
     }
-    Comparison comparison = {first, second, SIGKIT_OK, SIGKIT_CRL_CONFLICT};
-    comparison.status = SigkitCrlCompare(first.ctx, first.bundle, second.bundle, &comparison.result);
+    if (!failure.empty()) {
+        return Fail(options, failure, output);
+    }
+    const Comparison comparison = CompareFiles(first, second);
     if (!Write(output, options.json ? JsonReport(comparison) : TextReport(comparison))) {
         perror("crl_compare: cannot write the answer");
         return EXIT_UNUSABLE;
@@ -127,7 +160,8 @@ int main(int argc, char **argv)
     case Request::VERSION:
         return Print("crl_compare " CRL_COMPARE_VERSION "\n");
     case Request::MISUSE:
-        (void)fprintf(stderr, "Try 'crl_compare --help'.\n");
+        (void)Fail(options, options.misuse, STDOUT_FILENO);
+        (void)fprintf(stderr, "crl_compare: Try 'crl_compare --help'.\n");
         return EXIT_UNUSABLE;
     case Request::COMPARE:
         break;

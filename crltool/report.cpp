@@ -1,30 +1,18 @@
 #include "crltool/report.h"
 
 #include <stdio.h>
-#include <time.h>
 
 #include <algorithm>
-#include <iterator>
 #include <vector>
 
 #include <nlohmann/json.hpp>
+
+#include "crltool/text.h"
 
 namespace
 {
 
 using Row = std::vector<std::string>;
-
-// The time in ISO 8601, UTC.
-std::string TimeText(int64_t seconds)
-{
-    const time_t instant = static_cast<time_t>(seconds);
-    struct tm parts = {};
-    char text[64] = {};
-    if (gmtime_r(&instant, &parts) == nullptr || strftime(text, sizeof(text), "%Y-%m-%dT%H:%M:%SZ", &parts) == 0) {
-        return std::to_string(seconds);
-    }
-    return text;
-}
 
 std::string SerialText(const SigkitCrlSerial &serial)
 {
@@ -37,14 +25,10 @@ std::string SerialText(const SigkitCrlSerial &serial)
     return text;
 }
 
-// The slots up to the last one in use; a CRL that could not be summarised leaves a null among them.
+// The slots of the decoded CRLs; one that could not be summarised is null.
 std::vector<const SigkitCrlInfo *> Slots(const SigkitCrlBundle &bundle)
 {
-    std::vector<const SigkitCrlInfo *> slots(std::begin(bundle.crls), std::end(bundle.crls));
-    while (!slots.empty() && slots.back() == nullptr) {
-        slots.pop_back();
-    }
-    return slots;
+    return std::vector<const SigkitCrlInfo *>(bundle.crls, bundle.crls + bundle.decodedCrls);
 }
 
 std::string Table(const std::vector<Row> &rows)
@@ -75,7 +59,8 @@ std::string FileTable(const CrlFile &file)
             rows.push_back({"(unreadable)"});
             continue;
         }
-        rows.push_back({Printable(info->issuerName), TimeText(info->thisUpdate), TimeText(info->nextUpdate),
+        const std::string issuer = info->issuerName[0] == '\0' ? "(unprintable)" : Printable(info->issuerName);
+        rows.push_back({issuer, TimeText(info->thisUpdate), TimeText(info->nextUpdate),
                         info->verified == 1 ? "yes" : "no", std::to_string(info->revokedCount)});
     }
     return Printable(file.path) + "\n" + Table(rows);
@@ -104,12 +89,15 @@ nlohmann::ordered_json FileJson(const CrlFile &file)
     return json;
 }
 
+// The document in ASCII: then no octets of a file reach the terminal that shows it.
+std::string Dump(const nlohmann::ordered_json &json)
+{
+    return json.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
 // The answer as one word.
 const char *ResultWord(const Comparison &comparison)
 {
-    if (comparison.status != SIGKIT_OK) {
-        return "incomparable";
-    }
     switch (comparison.result) {
     case SIGKIT_CRL_EQUAL:
         return "equal";
@@ -122,44 +110,13 @@ const char *ResultWord(const Comparison &comparison)
     }
 }
 
-// Why the files cannot be compared.
-std::string Obstacle(const Comparison &comparison)
-{
-    switch (comparison.status) {
-    case SIGKIT_OK:
-        return "each file is newer than the other for some issuer";
-    case SIGKIT_ERR_CRL_BUNDLE_EMPTY:
-        return "no CRL of one of the files can be read";
-    case SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED:
-        return "a CRL cannot be read, or its issuer is not trusted at its thisUpdate";
-    case SIGKIT_ERR_CRL_ISSUER_TWICE:
-        return "one file holds two CRLs of one issuer";
-    case SIGKIT_ERR_CRL_COVERAGE:
-        return "the newer file lacks the CRL of an issuer that it does not revoke";
-    default: {
-        char text[32] = {};
-        (void)snprintf(text, sizeof(text), "error %x", comparison.status);
-        return text;
-    }
-    }
-}
-
-} // namespace
-
-int ExitStatus(const Comparison &comparison)
-{
-    if (comparison.status != SIGKIT_OK || comparison.result == SIGKIT_CRL_CONFLICT) {
-        return 2;
-    }
-    return comparison.result == SIGKIT_CRL_SECOND_NEWER ? 1 : 0;
-}
-
+// One line that says which file is newer, or why neither is.
 std::string Verdict(const Comparison &comparison)
 {
     const std::string &first = comparison.first.path;
     const std::string &second = comparison.second.path;
-    if (ExitStatus(comparison) == 2) {
-        return first + " and " + second + " cannot be compared: " + Obstacle(comparison) + ".";
+    if (!comparison.obstacle.empty()) {
+        return first + " and " + second + " cannot be compared: " + comparison.obstacle + ".";
     }
     switch (comparison.result) {
     case SIGKIT_CRL_FIRST_NEWER:
@@ -171,24 +128,26 @@ std::string Verdict(const Comparison &comparison)
     }
 }
 
-std::string Printable(const std::string &text)
+} // namespace
+
+int ExitStatus(const Comparison &comparison)
 {
-    std::string printable;
-    for (const char character : text) {
-        const unsigned octet = static_cast<unsigned char>(character);
-        char escaped[8] = {character};
-        if (octet < 0x20 || octet == 0x7F || octet == '\\') {
-            (void)snprintf(escaped, sizeof(escaped), octet == '\\' ? "\\\\" : "\\x%02X", octet);
-        }
-        printable += escaped;
+    switch (comparison.result) {
+    case SIGKIT_CRL_EQUAL:
+    case SIGKIT_CRL_FIRST_NEWER:
+        return 0;
+    case SIGKIT_CRL_SECOND_NEWER:
+        return 1;
+    default:
+        return 2;
     }
-    return printable;
 }
 
 std::string TextReport(const Comparison &comparison)
 {
-    return FileTable(comparison.first) + "\n" + FileTable(comparison.second) + "\n" + Printable(Verdict(comparison)) +
-           "\n";
+    const std::string warning = comparison.warning.empty() ? "" : "Warning: " + Printable(comparison.warning) + "\n";
+    return FileTable(comparison.first) + "\n" + FileTable(comparison.second) + "\n" + warning +
+           Printable(Verdict(comparison)) + "\n";
 }
 
 std::string JsonReport(const Comparison &comparison)
@@ -197,5 +156,17 @@ std::string JsonReport(const Comparison &comparison)
     json["files"] = {FileJson(comparison.first), FileJson(comparison.second)};
     json["result"] = ResultWord(comparison);
     json["verdict"] = Verdict(comparison);
-    return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+    json["warnings"] = nlohmann::ordered_json::array();
+    if (!comparison.warning.empty()) {
+        json["warnings"].push_back(comparison.warning);
+    }
+    return Dump(json);
+}
+
+std::string JsonError(const std::string &message)
+{
+    nlohmann::ordered_json json;
+    json["result"] = "error";
+    json["verdict"] = message;
+    return Dump(json);
 }

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "sigkit/sigkit.h"
 #include "tests/support/hostile_environment.h"
 #include "tests/support/parties.h"
 #include "tests/support/process.h"
@@ -10,6 +11,16 @@ namespace
 {
 
 using Words = std::vector<std::string>;
+
+bool EndsWith(const std::string &text, const std::string &end)
+{
+    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+bool Contains(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
 
 struct Compare : testing::Test {
     TemporaryDirectory directory;
@@ -41,16 +52,72 @@ struct Compare : testing::Test {
         command.insert(command.end(), arguments.begin(), arguments.end());
         return RunProcess(command, {"QZLOG=/dev/null"});
     }
+
+    // Expects that two files, whichever comes first, cannot be compared for this reason.
+    void ExpectRefused(const std::string &one, const std::string &other, const std::string &reason)
+    {
+        for (const Words &files : {Words{one, other}, Words{other, one}}) {
+            const ProcessResult result = Run({"--root", Root(), files[0], files[1]});
+            const std::string both = files[0] + " and " + files[1];
+            EXPECT_EQ(2, result.exitStatus);
+            EXPECT_TRUE(EndsWith(result.output, "\n" + both + " cannot be compared: " + reason + ".\n"))
+                << result.output;
+        }
+    }
 };
 
-bool EndsWith(const std::string &text, const std::string &end)
+PkgsignBytes CaCertificate(const std::string &name)
 {
-    return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+    return Certify(CertificateRequest(name, &AllParties().root)).certificate;
 }
 
-bool Contains(const std::string &text, const std::string &part)
+// A CRL file with so many CA certificates, one after the other, and the CRLs of root and issuing CA.
+PkgsignBytes FileOfCertificates(int count)
 {
-    return text.find(part) != std::string::npos;
+    std::vector<PkgsignBytes> parts = {AllParties().issuingCa.certificate, GoodCrls()};
+    for (int i = 1; i < count; ++i) {
+        parts.push_back(CaCertificate("CA " + std::to_string(i)));
+    }
+    return Join(parts);
+}
+
+// A CRL file with so many PEM blocks: the root's CRL last, and before it CAs, each with its CRL behind it.
+PkgsignBytes FileOfBlocks(int count)
+{
+    std::vector<PkgsignBytes> blocks;
+    for (int i = 1; i < count; i += 2) {
+        const Party ca = Certify(CertificateRequest("CA " + std::to_string(i), &AllParties().root));
+        blocks.push_back(Pem(PKGSIGN_LABEL_CERTIFICATE, ca.certificate));
+        blocks.push_back(Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(ca))));
+    }
+    blocks.resize(static_cast<size_t>(count) - 1);
+    blocks.push_back(Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().root))));
+    return Join(blocks);
+}
+
+// What a verifier with this CRL file says to a package that brings as many certificates as one can, in PEM.
+uint32_t VerifyFullPackage(const PkgsignBytes &crls)
+{
+    PkgsignMessageRequest request = MessageRequest("content");
+    request.certificates = {AllParties().signer.certificate, CaCertificate("in the message")};
+    request.tokenRequest.certificates = {AllParties().timestamp.certificate, CaCertificate("in the token")};
+    const PkgsignBytes message = Pem(PKGSIGN_LABEL_CMS, MakeMessage(request));
+    const PkgsignBytes &root = AllParties().root.certificate;
+    SigkitVerifyCreateParam param = {};
+    param.size = sizeof(param);
+    SigkitVerifyCtx *ctx = nullptr;
+    uint32_t status = SigkitVerifyCreateCtx(&ctx, &param);
+    if (status == SIGKIT_OK) {
+        status = SigkitVerifyAddCert(ctx, root.data(), static_cast<uint32_t>(root.size()));
+    }
+    if (status == SIGKIT_OK) {
+        status = SigkitVerifyAddCrl(ctx, crls.data(), static_cast<uint32_t>(crls.size()));
+    }
+    if (status == SIGKIT_OK) {
+        status = SigkitVerifyDetachSignatureBegin(ctx, message.data(), static_cast<uint32_t>(message.size()));
+    }
+    (void)SigkitVrfCtxFree(ctx);
+    return status;
 }
 
 } // namespace
@@ -168,6 +235,198 @@ TEST_F(Compare, ControlOctetsDoNotReachTheTerminal)
     EXPECT_TRUE(Contains(result.output, "a\\x1B[2J\\x0Ab"));
     const ProcessResult missing = Run({"--root", Root(), directory.File("m\x1b"), file});
     EXPECT_TRUE(Contains(missing.errors, "m\\x1B: the file cannot be opened"));
+}
+
+TEST_F(Compare, ControlsBeyondAsciiDoNotReachTheTerminal)
+{
+    const std::string letters = "\xc3\x84\xe2\x82\xac\xf0\x9f\x98\x80";
+    PkgsignCertificateRequest request = CertificateRequest("Odd", &AllParties().root);
+    request.subject = {{"CN", "\xc2\x9b"
+                              "1m" +
+                                  letters}};
+    const Party odd = Certify(request);
+    // A control alone, in UTF-8, in a longer form than it needs, and behind a part of a character; then letters.
+    const std::string name = "\x9b"
+                             "1 \xc2\x85"
+                             "2 \xe0\x82\x9b"
+                             "3 \xe2\x9b"
+                             "4 " +
+                             letters + "\xf0\x9f\x98";
+    const std::string escaped = "\\x9B1 \\xC2\\x852 \\xE0\\x82\\x9B3 \\xE2\\x9B4 " + letters + "\\xF0\\x9F\\x98";
+    const std::string file = Write(name, Join({odd.certificate, MakeCrl(CrlRequest(odd))}));
+    const ProcessResult text = Run({"--root", Root(), file, file});
+    EXPECT_TRUE(Contains(text.output, "  CN=\\xC2\\x9B1m" + letters + "  ")) << text.output;
+    EXPECT_TRUE(Contains(text.output, "/" + escaped + "\n")) << text.output;
+    EXPECT_TRUE(Contains(text.output, escaped + " cannot be compared")) << text.output;
+    EXPECT_TRUE(Contains(Run({"--root", Root(), file + "m", file}).errors, escaped + "m: the file cannot"));
+    EXPECT_TRUE(Contains(Run({"--" + name}).errors, "--" + escaped));
+    const ProcessResult json = Run({"--json", "--root", Root(), file, file});
+    for (const char octet : json.output) {
+        EXPECT_TRUE(octet == '\n' || (octet >= 0x20 && octet < 0x7f)) << json.output;
+    }
+    EXPECT_EQ("CN=\xc2\x9b"
+              "1m" +
+                  letters,
+              nlohmann::json::parse(json.output, nullptr, false)["files"][0]["crls"][0]["issuer"]);
+}
+
+TEST_F(Compare, EveryDecodedCrlHasARow)
+{
+    PkgsignCrlRequest timeless = CrlRequest(AllParties().issuingCa);
+    timeless.omitNextUpdate = true;
+    timeless.revoked = {PkgsignRevokedCertificate()}; // stands where nextUpdate should
+    const PkgsignBytes &ca = AllParties().issuingCa.certificate;
+    const PkgsignBytes root = MakeCrl(CrlRequest(AllParties().root));
+    const std::string last = Write("last", Join({ca, root, MakeCrl(timeless)}));
+    const std::string first = Write("first", Join({ca, MakeCrl(timeless), root}));
+    const ProcessResult text = Run({"--root", Root(), last, first});
+    EXPECT_TRUE(Contains(text.output, "yes       0\n  (unreadable)\n")) << text.output;
+    EXPECT_TRUE(Contains(text.output, "revoked\n  (unreadable)\n")) << text.output;
+    const ProcessResult json = Run({"--json", "--root", Root(), last, first});
+    const nlohmann::json files = nlohmann::json::parse(json.output, nullptr, false)["files"];
+    ASSERT_EQ(2u, files[0]["crls"].size());
+    EXPECT_TRUE(files[0]["crls"][1].is_null());
+    EXPECT_TRUE(files[1]["crls"][0].is_null());
+}
+
+TEST_F(Compare, AnIssuerWhoseNameCannotBePrintedIsARefusal)
+{
+    PkgsignCertificateRequest request = CertificateRequest("Odd", &AllParties().root);
+    request.subject = {{"2.5.4.5", "1"}};
+    const Party odd = Certify(request);
+    const std::string good = CrlFile("good", 0);
+    const PkgsignBytes crls = Join({MakeCrl(CrlRequest(AllParties().root)), MakeCrl(CrlRequest(odd))});
+    const std::string nameless = Write("nameless", Join({odd.certificate, crls}));
+    const std::string reason = "the issuer's name of CRL 2 of " + nameless + " cannot be printed";
+    ExpectRefused(good, nameless, reason);
+    ExpectRefused(nameless, nameless, reason);
+    EXPECT_TRUE(Contains(Run({"--root", Root(), good, nameless}).output, "\n  (unprintable)"));
+}
+
+TEST_F(Compare, ACrlThatWasSkippedIsARefusal)
+{
+    const PkgsignBytes ca = Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().issuingCa.certificate);
+    const PkgsignBytes rootCrl = Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().root)));
+    PkgsignCrlRequest request = CrlRequest(AllParties().root);
+    request.thisUpdate += 60;
+    const PkgsignBytes newerRootCrl = Pem(PKGSIGN_LABEL_CRL, MakeCrl(request));
+    const PkgsignBytes damaged = Octets("-----BEGIN X509 CRL-----\nQQ==\n-----END X509 CRL-----\n");
+    const std::string device = Write("device", Join({ca, rootCrl, damaged}));
+    const std::string upgrade = Write("upgrade", Join({ca, newerRootCrl}));
+    // Without the device's CRL of the CA the upgrade would drop nothing.
+    ExpectRefused(device, upgrade,
+                  "X509 CRL blocks of " + device +
+                      " were skipped (1): they do not decode, or there is no space for them");
+}
+
+TEST_F(Compare, AFileThatLeavesNoSpaceForThePackagesCertificatesIsARefusal)
+{
+    const PkgsignBytes most = FileOfCertificates(11);
+    const std::string fits = Write("fits", most);
+    EXPECT_EQ(0, Run({"--root", Root(), fits, fits}).exitStatus);
+    EXPECT_EQ(SIGKIT_OK, VerifyFullPackage(most));
+
+    const PkgsignBytes more = FileOfCertificates(12);
+    const std::string large = Write("large", more);
+    EXPECT_EQ(SIGKIT_ERR_LIST_FULL, VerifyFullPackage(more));
+    ExpectRefused(fits, large,
+                  large + " has 12 CA certificates, more than 11, which leaves the verifier no space for a package");
+}
+
+TEST_F(Compare, AFileThatLeavesNoSpaceForThePackagesImageIsARefusal)
+{
+    const PkgsignBytes &ca = AllParties().issuingCa.certificate;
+    const PkgsignBytes caAndCrl =
+        Join({Pem(PKGSIGN_LABEL_CERTIFICATE, ca), Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().issuingCa)))});
+    const PkgsignBytes most = Join({caAndCrl, FileOfBlocks(12)});
+    const std::string fits = Write("fits", most);
+    EXPECT_EQ(0, Run({"--root", Root(), fits, fits}).exitStatus);
+    EXPECT_EQ(SIGKIT_OK, VerifyFullPackage(most));
+
+    const PkgsignBytes more = Join({caAndCrl, FileOfBlocks(13)});
+    EXPECT_EQ(SIGKIT_ERR_CMS_DECODE, VerifyFullPackage(more));
+    for (const PkgsignBytes &blocks : {more, Join({caAndCrl, FileOfBlocks(14)}), Join({caAndCrl, FileOfBlocks(15)})}) {
+        const std::string large = Write("large", blocks);
+        ExpectRefused(fits, large,
+                      large +
+                          " has more than 14 PEM blocks of CRLs and certificates, which leaves the verifier no space "
+                          "for a package");
+    }
+}
+
+TEST_F(Compare, AThisUpdateFarAheadIsPointedOut)
+{
+    const std::string good = CrlFile("good", 0);
+    const std::string ahead = CrlFile("ahead", 0, PACKAGE_DAY + 1);
+    const std::string warning =
+        "the CRL of C=XX,O=Test,CN=CA in " + ahead +
+        " is of 2021-12-23T00:00:01Z, more than a day after every other one: is that date right?";
+    for (const Words &files : {Words{good, ahead}, Words{ahead, good}}) {
+        const ProcessResult result = Run({"--root", Root(), files[0], files[1]});
+        EXPECT_EQ(files[0] == good ? 1 : 0, result.exitStatus);
+        EXPECT_TRUE(Contains(result.output, "\nWarning: " + warning + "\n")) << result.output;
+    }
+    EXPECT_TRUE(Contains(Run({"--root", Root(), ahead, ahead}).output, warning)) << "its copy is no other one";
+    const ProcessResult json = Run({"--json", "--root", Root(), good, ahead});
+    EXPECT_EQ(nlohmann::json({warning}), nlohmann::json::parse(json.output, nullptr, false)["warnings"]);
+
+    const std::string aDay = CrlFile("aDay", 0, PACKAGE_DAY);
+    const std::string together = CrlFile("together", 9 * PACKAGE_DAY, 9 * PACKAGE_DAY);
+    for (const Words &files : {Words{good, aDay}, Words{good, together}, Words{good, good}}) {
+        EXPECT_FALSE(Contains(Run({"--root", Root(), files[0], files[1]}).output, "Warning"));
+    }
+    const ProcessResult none = Run({"--json", "--root", Root(), good, aDay});
+    EXPECT_EQ(nlohmann::json::array(), nlohmann::json::parse(none.output, nullptr, false)["warnings"]);
+}
+
+TEST_F(Compare, ErrorsAreJsonToo)
+{
+    const std::string good = CrlFile("good", 0);
+    const std::string missing = directory.File("missing");
+    const struct {
+        Words arguments;
+        std::string verdict;
+    } rows[] = {
+        {{"--json", "--root", Root(), good, missing}, missing + ": the file cannot be opened"},
+        {{"--json", "--root", missing, good, good}, missing + ": the file cannot be opened"},
+        {{"--json", good, good}, "wants --root ROOT and two files"},
+        {{"--unknown", "--json"}, "wrong option --unknown"},
+        {{"a", "-xy", "--json"}, "wrong option -x"},
+        {{"--json", "--root"}, "wrong option --root"},
+    };
+    for (const auto &row : rows) {
+        const ProcessResult result = Run(row.arguments);
+        EXPECT_EQ(3, result.exitStatus);
+        const nlohmann::json json = nlohmann::json::parse(result.output, nullptr, false);
+        ASSERT_FALSE(json.is_discarded()) << result.output;
+        EXPECT_EQ("error", json["result"]);
+        EXPECT_EQ(row.verdict, json["verdict"]);
+        EXPECT_TRUE(Contains(result.errors, "crl_compare: " + row.verdict + "\n")) << result.errors;
+    }
+}
+
+TEST_F(Compare, EveryMessageBeginsWithTheNameOfTheProgram)
+{
+    const std::string file = CrlFile("file", 0);
+    const std::string program = std::string("'") + CRL_COMPARE + "' ";
+    const std::string files = " " + file + " " + file;
+    const Words rows = {"--unknown",
+                        "-x",
+                        "--root",
+                        "a b",
+                        "--json=x",
+                        "--root x" + files,
+                        "--root " + Root() + files + " >/dev/full",
+                        "--json --unknown >&-"};
+    for (const std::string &arguments : rows) {
+        std::string lines = RunProcess({"/bin/sh", "-c", program + arguments}).errors;
+        EXPECT_NE("", lines) << arguments;
+        while (!lines.empty()) {
+            const bool isLibrarys = lines.rfind("[ERROR]", 0) == 0 || lines.rfind("[WARNING]", 0) == 0;
+            EXPECT_TRUE(isLibrarys || lines.rfind("crl_compare: ", 0) == 0) << lines;
+            lines.erase(0, lines.find('\n') + 1);
+        }
+    }
 }
 
 TEST_F(Compare, LoadsNoModuleOrConfigurationOfTheEnvironment)
