@@ -2,6 +2,7 @@
 #include "fuzz/target.h"
 
 #include <cstring>
+#include <iterator>
 
 #include "fuzz/support/armour.h"
 #include "fuzz/support/container.h"
@@ -30,11 +31,17 @@ void CheckSummary(const SigkitCrlInfo &info)
 void CheckBundle(const SigkitCrlBundle &bundle)
 {
     int32_t count = 0;
-    for (const SigkitCrlInfo *const info : bundle.crls) {
-        if (info != nullptr) {
-            CheckSummary(*info);
+    for (uint32_t i = 0; i < std::size(bundle.crls); ++i) {
+        if (bundle.crls[i] != nullptr) {
+            CheckSummary(*bundle.crls[i]);
             ++count;
         }
+        if (bundle.crls[i] != nullptr && i >= bundle.decodedCrls) {
+            FuzzFail("%u CRLs were decoded, and there is a summary at %u", bundle.decodedCrls, i);
+        }
+    }
+    if (bundle.images == 0 || bundle.images > 16 || bundle.storedCerts > 16) {
+        FuzzFail("%u images and %u certificates of one file", bundle.images, bundle.storedCerts);
     }
     if (bundle.count != count || bundle.size != sizeof(bundle)) {
         FuzzFail("%d summaries are told, %d are there", bundle.count, count);
