@@ -446,6 +446,8 @@ TEST_F(Compare, AnAnswerThatCannotBeWrittenIsAnError)
         const ProcessResult result = RunProcess({"/bin/sh", "-c", command + output});
         EXPECT_EQ(3, result.exitStatus) << output;
     }
+    const ProcessResult result = RunProcess({"/bin/sh", "-c", "ulimit -f 0\n" + command + " >" + file + "-answer"});
+    EXPECT_EQ(3, result.exitStatus) << "a file that may not grow";
 }
 
 TEST_F(Compare, WrongUsageIsToldAndHelpIsGiven)

@@ -156,6 +156,17 @@ TEST_F(HostileProcess, AReaderOfTheLogThatGoesAwayChangesNoAnswer)
     EXPECT_EQ(1, Script(leave + "export QZLOG=stderr; C=missing; tool >&4 2>&4").exitStatus);
 }
 
+TEST_F(HostileProcess, AFileThatMayNotGrowChangesNoAnswer)
+{
+    Make();
+    const std::string limit = "ulimit -f 0\n";
+    EXPECT_NE(0, Script(limit + "(printf x > file)").exitStatus) << "nothing can be written";
+    EXPECT_EQ(0, Script(limit + "tool > file").exitStatus);
+    EXPECT_EQ(1, Script(limit + "C=missing; tool > file").exitStatus);
+    EXPECT_EQ(0, Script(limit + "export QZLOG=file; tool > other").exitStatus);
+    EXPECT_EQ(1, Script(limit + "export QZLOG=file; C=missing; tool > other").exitStatus);
+}
+
 TEST_F(HostileProcess, NoModuleOrConfigurationOfTheEnvironmentIsLoaded)
 {
     Make();
