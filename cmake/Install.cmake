@@ -58,20 +58,39 @@ install(FILES ${generated}/sigkit.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconf
 
 # ---- Programs ------------------------------------------------------------------------------------------------------
 
-install(TARGETS verify_tool DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
-install(TARGETS pkgsign DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT pkgsign)
-if(TARGET crl_compare)
-  install(TARGETS crl_compare DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT crl_compare)
+# A tree outside the system's own directories finds its library; in them the dynamic linker does. Relative, so that the
+# programs are the same octets wherever they are installed.
+set(from_program_to_library "")
+if(BUILD_SHARED_LIBS AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  file(RELATIVE_PATH from_program_to_library ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  string(PREPEND from_program_to_library "$ORIGIN/")
 endif()
-if(BUILD_SHARED_LIBS)
-  # A tree outside the system's own folders finds its library; in them the dynamic linker does. Relative, so that the
-  # programs are the same octets wherever they are installed.
-  file(RELATIVE_PATH from_bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-  foreach(program verify_tool crl_compare)
-    if(TARGET ${program} AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-      set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/${from_bin_to_lib}")
+
+# Installs a program, linked anew from its objects with the installed tree's search path. Deliberate: CMake would rather
+# edit a copy of the build tree's program, and makes room for that by colons behind its search path. To the dynamic linker
+# what stands behind a colon is an empty entry: the working directory, where the package that is judged may lie with a
+# library beside it. It lies in the build tree as it will lie installed, so that its path leads nowhere else there.
+function(sigkit_install_program program component search_path)
+  set(installed installed_${program})
+  add_executable(${installed} $<TARGET_OBJECTS:${program}>)
+  foreach(property LINK_LIBRARIES LINK_OPTIONS LINKER_LANGUAGE)
+    get_target_property(value ${program} ${property})
+    if(value)
+      set_target_properties(${installed} PROPERTIES ${property} "${value}")
     endif()
   endforeach()
+  set_target_properties(${installed} PROPERTIES
+    OUTPUT_NAME ${program}
+    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/installed${CMAKE_INSTALL_FULL_BINDIR}
+    BUILD_WITH_INSTALL_RPATH ON
+    INSTALL_RPATH "${search_path}")
+  install(TARGETS ${installed} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${component})
+endfunction()
+
+sigkit_install_program(verify_tool tool "${from_program_to_library}")
+sigkit_install_program(pkgsign pkgsign "")
+if(TARGET crl_compare)
+  sigkit_install_program(crl_compare crl_compare "${from_program_to_library}")
 endif()
 
 # ---- Manual pages and documents ------------------------------------------------------------------------------------

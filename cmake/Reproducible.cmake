@@ -9,7 +9,9 @@ if(SIGKIT_HAS_FILE_PREFIX_MAP)
 endif()
 add_link_options(LINKER:--build-id=sha1) # of the content; never a random one
 
-set(CMAKE_BUILD_RPATH_USE_ORIGIN ON) # programs of the build folder find libsigkit.so without naming the folder
+# Programs of the build tree find libsigkit.so from where they lie themselves: the tree is not named in them, and may be
+# moved. Who can put a library there can replace the program as well.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 # Archives without times, owners and modes.
 foreach(language C CXX)

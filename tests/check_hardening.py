@@ -1,12 +1,24 @@
 #!/usr/bin/env python3
-"""Checks what is built into a shipped program. Usage: check_hardening.py PROGRAM ARCHIVE...
+"""Checks what is built into programs. Usage:
+    check_hardening.py PROGRAM ARCHIVE...
+    check_hardening.py --search-paths DIRECTORY...
+    check_hardening.py --no-search-paths DIRECTORY...
 
-Reads the ELF file: position independence, protected relocations, stack and segments that are not executable or
-writable together, stack protector, fortified functions, and that it needs no more than it should: no run-time library
-of C++, no clock, no network. Control-flow protection is looked for in the objects of the archives that the program is
-made of: the program itself only carries the mark when the C library's start-up objects do too.
+The first form is for a shipped program. It reads the ELF file: position independence, protected relocations, stack and
+segments that are not executable or writable together, stack protector, fortified functions, and that it needs no more
+than it should: no run-time library of C++, no clock, no network. Control-flow protection is looked for in the objects of
+the archives that the program is made of: the program itself only carries the mark when the C library's start-up objects
+do too.
+
+The other forms read every program and shared library below a directory, which is a build tree or an installed one. With
+--search-paths each may look for libraries in its own tree and where nobody but its owner can put one: no entry of its
+search path is empty or relative, which would be the working directory, and none can be made or written by others. With
+--no-search-paths it has none at all.
 """
+import os
+import pathlib
 import re
+import stat
 import subprocess
 import sys
 
@@ -66,8 +78,70 @@ def faults(program: str) -> list[str]:
     return found
 
 
+def is_linked(path: pathlib.Path) -> bool:
+    """Tells whether a file is an ELF program or shared library."""
+    if path.is_symlink() or not path.is_file():
+        return False
+    with path.open("rb") as file:
+        head = file.read(18)
+    order = "big" if head[5:6] == b"\x02" else "little"
+    return head[:4] == b"\x7fELF" and int.from_bytes(head[16:18], order) in (2, 3)  # ET_EXEC, ET_DYN
+
+
+def linked_files(directory: pathlib.Path) -> list[pathlib.Path]:
+    """The programs and shared libraries below a directory, but for build trees of their own inside it."""
+    found = []
+    for place, directories, names in os.walk(directory):
+        directories[:] = [name for name in directories if not (pathlib.Path(place) / name / "CMakeCache.txt").exists()]
+        found += [path for path in (pathlib.Path(place) / name for name in names) if is_linked(path)]
+    return sorted(found)
+
+
+def open_to_others(directory: pathlib.Path) -> bool:
+    """Tells whether somebody else can make or fill a directory. In one with the sticky bit what is there is safe."""
+    for place in (directory, *directory.parents):
+        if not place.exists() or place.stat().st_mode & (stat.S_IWOTH | stat.S_ISVTX) == stat.S_IWOTH:
+            return True
+    return directory.stat().st_mode & stat.S_IWOTH != 0
+
+
+def entry_fault(entry: str, file: pathlib.Path, tree: pathlib.Path) -> str | None:
+    """What is wrong with an entry of a search path, if anything. What lies in the tree is as safe as the program."""
+    if entry == "":
+        return "an empty entry, which is the working directory"
+    origin = re.match(r"\$(ORIGIN|\{ORIGIN\})(?=/|$)", entry)
+    if origin:
+        target = pathlib.Path(os.path.normpath(f"{file.parent}{entry[origin.end():]}"))
+        return None if target.is_relative_to(tree) else f"'{entry}', which leads out of {tree}"
+    if not entry.startswith("/"):
+        return f"'{entry}', which is relative to the working directory"
+    return f"'{entry}', which others can write" if open_to_others(pathlib.Path(entry)) else None
+
+
+def search_faults(file: pathlib.Path, tree: pathlib.Path, allowed: bool) -> list[str]:
+    dynamic = readelf(str(file), "-d")
+    found = [f"needs '{name}', a path relative to the working directory"
+             for name in re.findall(r"\(NEEDED\).*\[(.*)\]", dynamic) if "/" in name and not name.startswith("/")]
+    for path in re.findall(r"\((?:RPATH|RUNPATH)\).*\[(.*)\]", dynamic):
+        entries = dict.fromkeys(path.split(":"))
+        problems = (entry_fault(entry, file, tree) for entry in entries) if allowed else [f"'{path}'"]
+        found += [f"looks for libraries in {problem}" for problem in problems if problem]
+    return [f"{file}: {problem}" for problem in found]
+
+
+def tree_faults(directory: str, allowed: bool) -> list[str]:
+    tree = pathlib.Path(directory).resolve()
+    files = linked_files(tree)
+    print(f"{tree}: {len(files)} programs and shared libraries")
+    return [fault for file in files for fault in search_faults(file, tree, allowed)] if files else [f"nothing in {tree}"]
+
+
 def main() -> int:
-    found = faults(sys.argv[1]) + [fault for archive in sys.argv[2:] for fault in unprotected(archive)]
+    first, *others = sys.argv[1:]
+    if first in ("--search-paths", "--no-search-paths"):
+        found = [fault for tree in others for fault in tree_faults(tree, first == "--search-paths")]
+    else:
+        found = faults(first) + [fault for archive in others for fault in unprotected(archive)]
     for fault in found:
         print(fault)
     return 1 if found else 0

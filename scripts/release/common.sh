@@ -72,20 +72,23 @@ release_pki() {
   "$out/static/pkgsign/pkgsign" init "$pki"
 }
 
-# build_tree NAME SOURCE [OPTION...]: configures and builds everything into $out/NAME.
+# build_tree NAME SOURCE [OPTION...]: configures and builds everything into $out/NAME. No program of any such tree may
+# look for libraries where others can put one.
 build_tree() {
   release_pki
   configure "$@"
   cmake --build "$out/$1" -j "$jobs"
+  tests/check_hardening.py --search-paths "$out/$1"
 }
 
 # configure_tests NAME: adds the tests to a tree that was built. They want a development root, not that of release_pki.
 configure_tests() { configure "$1" "$root" -DBUILD_TESTING=ON -DSIGKIT_TRUST_ANCHOR=; }
 
-# install_tree NAME: installs the tree NAME into an empty $out/NAME-root.
+# install_tree NAME: installs the tree NAME into an empty $out/NAME-root. Below /usr the system finds the libraries.
 install_tree() {
   rm -rf "$out/$1-root"
   DESTDIR=$out/$1-root cmake --install "$out/$1"
+  tests/check_hardening.py --no-search-paths "$out/$1-root"
 }
 
 static_tree() { build_tree static "$root" -DBUILD_SHARED_LIBS=OFF && install_tree static; }

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The shared library shows its public operations and leaves the callbacks to the program, and the tools work over it.
+# The shared library shows its public operations and leaves the callbacks to the program, and the tools work over it
+# without looking for it where others could put another one.
 source "$(dirname "$0")/common.sh"
 
 shared_tree
@@ -12,12 +13,15 @@ try_tool "$out/package" env LD_LIBRARY_PATH="$library" "$out/shared-root/usr/bin
 # In a tree outside the system's folders the programs find the library by themselves, wherever the tree is moved to.
 cmake -S . -B "$out/shared" -DCMAKE_INSTALL_PREFIX=/opt/sigkit
 cmake --build "$out/shared" -j "$jobs"
+ctest --test-dir "$out/shared" --output-on-failure --no-tests=error
 rm -rf "$out/moved"
 cmake --install "$out/shared" --prefix "$out/moved/first"
 mv "$out/moved/first" "$out/moved/second"
 try_tool "$out/package" "$out/moved/second/bin/verify_tool"
+tests/check_hardening.py --search-paths "$out/moved/second"
+tests/check_working_directory.py "$out/moved/second/bin/"*
 
 shown=$(nm -D --defined-only "$library/libsigkit.so.2" | grep -c ' T ')
 left=$(nm -D --undefined-only "$library/libsigkit.so.2" | grep -c ' U Sigkit')
 echo "libsigkit.so.2 shows $shown operations and leaves $left callbacks to its host; verify_tool works over it, in a moved" \
-  "tree too"
+  "tree too; no program loads a library of the working directory"

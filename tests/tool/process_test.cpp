@@ -108,7 +108,8 @@ TEST(Tool, EscapesControlOctetsInThePlatformsLogAndPrintsThemAsTheyAre)
 
 TEST(Tool, OverTheDevicesSharedLibrariesDoesTheSame)
 {
-    const ProcessResult result = RunTool(MISSING_FILES, {"QZLOG=stderr"}, VERIFY_TOOL_ON_STAND_IN);
+    const ProcessResult result =
+        RunTool(MISSING_FILES, {"QZLOG=stderr", "LD_LIBRARY_PATH=" STAND_IN_DIRECTORY}, VERIFY_TOOL_ON_STAND_IN);
     const ProcessResult same = RunTool(MISSING_FILES);
     EXPECT_EQ(same.exitStatus, result.exitStatus);
     EXPECT_EQ(same.output, result.output);
