@@ -4,6 +4,15 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
+# ---- The trust anchor: looked at before anything is installed ------------------------------------------------------
+
+# In the script of the installation a variable that is named like a component would stand for its value.
+install(CODE "set(sigkit_tool \"$<TARGET_FILE:installed_verify_tool>\")
+set(sigkit_root \"${sigkit_trust_anchor_file}\")
+set(sigkit_is_development_root \"$<BOOL:${SIGKIT_DEVELOPMENT_PKI}>\")
+set(sigkit_allows_development_root \"$<BOOL:${SIGKIT_ALLOW_DEVELOPMENT_ROOT}>\")" COMPONENT tool)
+install(SCRIPT ${CMAKE_CURRENT_LIST_DIR}/install/check_trust_anchor.cmake COMPONENT tool)
+
 # ---- The library: its installed target carries neither the source folder nor the flags of this build ---------------
 
 set_target_properties(sigkit PROPERTIES
@@ -67,9 +76,9 @@ if(BUILD_SHARED_LIBS AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
 endif()
 
 # Installs a program, linked anew from its objects with the installed tree's search path. Deliberate: CMake would rather
-# edit a copy of the build tree's program, and makes room for that by colons behind its search path. To the dynamic linker
-# what stands behind a colon is an empty entry: the working directory, where the package that is judged may lie with a
-# library beside it. It lies in the build tree as it will lie installed, so that its path leads nowhere else there.
+# edit a copy of the build tree's program, and makes room for that by colons behind its search path. To the dynamic
+# linker what stands behind a colon is an empty entry: the working directory, where the package that is judged may lie
+# with a library beside it. It lies in the build tree as it will lie installed, so that its path leads nowhere else.
 function(sigkit_install_program program component search_path)
   set(installed installed_${program})
   add_executable(${installed} $<TARGET_OBJECTS:${program}>)

@@ -1,8 +1,10 @@
 // trust_anchor_embed IN.der OUT.cpp: turns the root certificate that a deployer supplies into source text, once it has
-// proved to be one that the tool may trust. Runs at build time, over libcrypto.
+// proved to be one that the tool may trust and can use. Runs at every build.
 //
-// The properties are checked in the order of CHECKS; the first one that fails is told in one line on standard error, the
-// exit status is 1 and nothing is written.
+// Its properties are checked over libcrypto, in the order of CHECKS. What libcrypto makes of a certificate need not be
+// what the library makes of it, so in the end the library is asked. The first check that fails is reported in one line
+// on standard error, the exit status is 1 and nothing is written; standard output has what the library logs. A source
+// text that is there already is left alone, with its date, so that a build makes only what has changed.
 #include <stdint.h>
 #include <stdio.h>
 #include <string.h>
@@ -19,7 +21,14 @@
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
 
+#include "core/context.h"
+#include "core/guard.h"
+#include "pki/path.h"
+#include "pki/store.h"
+#include "qzlog.h"
+#include "sigkit/sigkit.h"
 #include "src/trust_anchor.h"
+#include "x509/cert.h"
 
 namespace
 {
@@ -28,6 +37,8 @@ constexpr long CERTIFICATE_VERSION_3 = 2; // RFC 5280, section 4.1.2.1
 constexpr int KEY_BITS = 4096;
 constexpr BN_ULONG KEY_EXPONENT = 65537;
 constexpr uint32_t KEY_USAGE = KU_KEY_CERT_SIGN | KU_CRL_SIGN;
+constexpr int64_t NOT_BEFORE = 1444896530; // 2015-10-15 08:08:50 UTC, as BeginsIn2015 says
+constexpr int64_t NOT_AFTER = 2549434130;  // 2050-10-15 08:08:50 UTC, as EndsIn2050 says
 constexpr size_t OCTETS_PER_LINE = 16;
 
 // ---- Properties of the certificate ---------------------------------------------------------------------------------
@@ -155,6 +166,74 @@ constexpr Check CHECKS[] = {
     {SignatureHolds, "its own signature does not hold"},
 };
 
+// ---- What the library makes of it ----------------------------------------------------------------------------------
+
+void FreeContext(SigkitVerifyCtx *ctx)
+{
+    (void)SigkitVrfCtxFree(ctx);
+}
+
+using ContextGuard = InternalGuard<SigkitVerifyCtx, FreeContext>;
+
+// The certificate as the tool's trust anchor, or null.
+SigkitX509Cert *LoadTrustAnchor(const std::vector<uint8_t> &der, ContextGuard *ctx)
+{
+    SigkitVerifyCreateParam param = {};
+    param.size = sizeof(param);
+    if (SigkitVerifyCreateCtx(&ctx->held, &param) != SIGKIT_OK ||
+        SigkitVerifyAddCert(ctx->held, der.data(), static_cast<uint32_t>(der.size())) != SIGKIT_OK) {
+        return nullptr;
+    }
+    return static_cast<SigkitX509Cert *>(ctx->held->pki->certs.items[0]);
+}
+
+bool IsTrustedThroughout(SigkitVerifyCtx *ctx, SigkitX509Cert *root)
+{
+    for (const int64_t time : {NOT_BEFORE, NOT_AFTER}) {
+        uint32_t ok = 0;
+        ctx->verifyTime = time;
+        if (SigkitPkiVerifyCert(ctx, root, 1, 0, &ok) != SIGKIT_OK || ok != 1) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The root's private key is elsewhere, and all that it is known to have signed is the root. So a second record of it,
+// which is not in the store, stands for a certificate that the root has issued, and its signed octets for a CRL's.
+bool IsFoundAsIssuer(SigkitVerifyCtx *ctx, const std::vector<uint8_t> &der, const SigkitX509Cert *root)
+{
+    InternalCertGuard issued;
+    uint32_t consumed = 0;
+    if (SigkitX509DecodeCert(der.data(), static_cast<uint32_t>(der.size()), &issued.held, &consumed) != SIGKIT_OK ||
+        InternalFindCertIssuer(ctx, issued.held) != root) {
+        return false;
+    }
+    SigkitX509Crl crl = {};
+    crl.encoded = issued.held->encoded;
+    crl.tbsCertList.issuer = issued.held->tbsCertificate.issuer;
+    crl.signatureAlgorithm = issued.held->signatureAlgorithm;
+    crl.signatureValue = issued.held->signatureValue;
+    return SigkitPkiFindCrlIssuer(ctx, &crl) == root;
+}
+
+// What hinders the library from using the certificate, or null.
+const char *LibraryComplaint(const std::vector<uint8_t> &der)
+{
+    ContextGuard ctx;
+    SigkitX509Cert *const root = LoadTrustAnchor(der, &ctx);
+    if (root == nullptr) {
+        return "the library cannot load it";
+    }
+    if (!IsTrustedThroughout(ctx.held, root)) {
+        return "the library does not trust it from its notBefore to its notAfter";
+    }
+    if (!IsFoundAsIssuer(ctx.held, der, root)) {
+        return "the library does not take it as the issuer of certificates and CRLs: is its key usage one octet?";
+    }
+    return nullptr;
+}
+
 // ---- Files ---------------------------------------------------------------------------------------------------------
 
 bool Complain(const char *path, const std::string &complaint)
@@ -180,6 +259,10 @@ bool ReadFile(const char *path, std::vector<uint8_t> *content)
 
 bool WriteFile(const char *path, const std::string &text)
 {
+    std::vector<uint8_t> present;
+    if (ReadFile(path, &present) && std::string(present.begin(), present.end()) == text) {
+        return true;
+    }
     FILE *const file = fopen(path, "wb");
     if (file == nullptr) {
         return false;
@@ -244,6 +327,9 @@ bool CheckCertificate(const char *path, const std::vector<uint8_t> &der)
         }
     }
     X509_free(cert);
+    if (complaint == nullptr) {
+        complaint = LibraryComplaint(der);
+    }
     return complaint == nullptr || Complain(path, complaint);
 }
 
@@ -264,6 +350,12 @@ bool Embed(const char *input, const char *output)
 }
 
 } // namespace
+
+// The platform's log, to which the callbacks write too: a build has no business in the log of the machine it runs on.
+void qzlog(uint32_t /*moduleId*/, int /*level*/, const char * /*file*/, int /*line*/, const char * /*function*/,
+           int /*reserved*/, const char * /*format*/, ...)
+{
+}
 
 int main(int argc, char **argv)
 {

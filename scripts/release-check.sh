@@ -9,7 +9,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-all=(install consumers shared device packages reproducible openssl-1.1.1 aarch64 s390x)
+all=(install consumers shared device trust-anchor packages reproducible openssl-1.1.1 aarch64 s390x)
 out=build/release-check
 COULD_NOT=77 # exit status of a step that lacked something from the network
 

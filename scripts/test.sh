@@ -23,5 +23,5 @@ if [ $# -eq 0 ]; then
   echo "== mutants"
   scripts/mutate.py --own --only '^sigkit/pki/' --sample 12 --least 90
   echo "== release-check"
-  scripts/release-check.sh install consumers shared device
+  scripts/release-check.sh install consumers shared device trust-anchor
 fi

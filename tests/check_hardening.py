@@ -6,9 +6,9 @@
 
 The first form is for a shipped program. It reads the ELF file: position independence, protected relocations, stack and
 segments that are not executable or writable together, stack protector, fortified functions, and that it needs no more
-than it should: no run-time library of C++, no clock, no network. Control-flow protection is looked for in the objects of
-the archives that the program is made of: the program itself only carries the mark when the C library's start-up objects
-do too.
+than it should: no run-time library of C++, no clock, no network. Control-flow protection is looked for in the objects
+of the archives that the program is made of: the program itself only carries the mark when the C library's start-up
+objects do too.
 
 The other forms read every program and shared library below a directory, which is a build tree or an installed one. With
 --search-paths each may look for libraries in its own tree and where nobody but its owner can put one: no entry of its
@@ -133,7 +133,8 @@ def tree_faults(directory: str, allowed: bool) -> list[str]:
     tree = pathlib.Path(directory).resolve()
     files = linked_files(tree)
     print(f"{tree}: {len(files)} programs and shared libraries")
-    return [fault for file in files for fault in search_faults(file, tree, allowed)] if files else [f"nothing in {tree}"]
+    found = [] if files else [f"nothing in {tree}"]
+    return found + [fault for file in files for fault in search_faults(file, tree, allowed)]
 
 
 def main() -> int:

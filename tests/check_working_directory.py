@@ -2,8 +2,8 @@
 """Checks that programs load no library from the working directory. Usage: check_working_directory.py PROGRAM...
 
 Each program is started, without arguments, in a directory that holds hostile libraries under the names of those that it
-needs. They define all that it asks for, so that the dynamic linker would take them, and leave a mark when they are loaded.
-To see that they do, the program is started once more with that directory in LD_LIBRARY_PATH.
+needs. They define all that it asks for, so that the dynamic linker would take them, and leave a mark when they are
+loaded. To see that they do, the program is started once more with that directory in LD_LIBRARY_PATH.
 """
 import os
 import pathlib

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Library and tools build for a device's platform, over stand-ins for its shared libraries; they work, and look for these
-# and other libraries only where the system does.
+# Library and tools build for a device's platform, over stand-ins for its shared libraries; they work, and look for
+# these and other libraries only where the system does.
 source "$(dirname "$0")/common.sh"
 
 static_tree
@@ -10,7 +10,8 @@ stand_in=$out/static/platform/stand-in
 built=$out/device
 
 for shared in OFF ON; do
-  build_tree device "$root" -DSIGKIT_PLATFORM=device -DSIGKIT_PLATFORM_LIBRARY_DIR="$stand_in" -DBUILD_SHARED_LIBS=$shared
+  build_tree device "$root" -DSIGKIT_PLATFORM=device -DSIGKIT_PLATFORM_LIBRARY_DIR="$stand_in" \
+    -DBUILD_SHARED_LIBS=$shared
   install_tree device
   for program in "$built/src/verify_tool" "$built/crltool/crl_compare"; do
     for library in qzlog qzosax annexk; do

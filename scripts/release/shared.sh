@@ -23,5 +23,5 @@ tests/check_working_directory.py "$out/moved/second/bin/"*
 
 shown=$(nm -D --defined-only "$library/libsigkit.so.2" | grep -c ' T ')
 left=$(nm -D --undefined-only "$library/libsigkit.so.2" | grep -c ' U Sigkit')
-echo "libsigkit.so.2 shows $shown operations and leaves $left callbacks to its host; verify_tool works over it, in a moved" \
-  "tree too; no program loads a library of the working directory"
+echo "libsigkit.so.2 shows $shown operations and leaves $left callbacks to its host; verify_tool works over it, in a" \
+  "moved tree too; no program loads a library of the working directory"

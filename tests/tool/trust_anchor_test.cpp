@@ -1,7 +1,13 @@
 // The check of the root certificate that is built in.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <algorithm>
+
+#include <openssl/x509.h>
+#include <openssl/x509v3.h>
 
 #include "pkgsign/pkgsign.h"
 #include "src/trust_anchor.h"
@@ -12,15 +18,20 @@ namespace
 
 using Bytes = PkgsignBytes;
 
-const Bytes &GoodRoot()
+const PkgsignIdentity &GoodIdentity()
 {
-    static const Bytes root = [] {
+    static const PkgsignIdentity root = [] {
         PkgsignIdentity identity;
         const PkgsignStatus status = PkgsignMakeRoot({}, &identity);
         EXPECT_TRUE(status.ok) << status.reason;
-        return identity.certificate;
+        return identity;
     }();
     return root;
+}
+
+const Bytes &GoodRoot()
+{
+    return GoodIdentity().certificate;
 }
 
 struct Embedding {
@@ -92,6 +103,79 @@ Bytes WithAnotherKeyIdentifier()
     return root;
 }
 
+// Names a certificate's subject and issuer by a common name of `length` characters.
+void Rename(X509 *cert, size_t length)
+{
+    const std::string text(length, 'R');
+    X509_NAME *const name = X509_NAME_dup(X509_get_subject_name(cert));
+    X509_NAME_ENTRY_free(X509_NAME_delete_entry(name, X509_NAME_get_index_by_NID(name, NID_commonName, -1)));
+    EXPECT_EQ(1, X509_NAME_add_entry_by_NID(name, NID_commonName, MBSTRING_UTF8,
+                                            reinterpret_cast<const unsigned char *>(text.data()),
+                                            static_cast<int>(length), -1, 0));
+    EXPECT_EQ(1, X509_set_subject_name(cert, name));
+    EXPECT_EQ(1, X509_set_issuer_name(cert, name));
+    X509_NAME_free(name);
+}
+
+// The good root after a change, signed anew. Names, which are there twice, and serial number give it a root's size.
+Bytes Resigned(void (*change)(X509 *cert))
+{
+    for (size_t length = 1; length < 40; ++length) {
+        const Bytes serialNumber(15 + length % 2, 0x11);
+        const unsigned char *next = GoodRoot().data();
+        X509 *const cert = d2i_X509(nullptr, &next, static_cast<long>(GoodRoot().size()));
+        change(cert);
+        Rename(cert, length / 2 + 1);
+        EXPECT_EQ(1, ASN1_STRING_set(X509_get_serialNumber(cert), serialNumber.data(),
+                                     static_cast<int>(serialNumber.size())));
+        EXPECT_LT(0, X509_sign(cert, GoodIdentity().key.get(), EVP_sha256()));
+        unsigned char *encoded = nullptr;
+        const int size = i2d_X509(cert, &encoded);
+        EXPECT_LT(0, size);
+        const Bytes root(encoded, encoded + size);
+        OPENSSL_free(encoded);
+        X509_free(cert);
+        if (root.size() == ROOT_CERT_SIZE) {
+            return root;
+        }
+    }
+    ADD_FAILURE() << "no name gives a certificate of the size";
+    return {};
+}
+
+void LeaveAsItIs(X509 * /*cert*/)
+{
+}
+
+void SetKeyUsage(X509 *cert, const Bytes &bits)
+{
+    ASN1_OCTET_STRING *const value =
+        X509_EXTENSION_get_data(X509_get_ext(cert, X509_get_ext_by_NID(cert, NID_key_usage, -1)));
+    EXPECT_EQ(1, ASN1_OCTET_STRING_set(value, bits.data(), static_cast<int>(bits.size())));
+}
+
+// The same two usages, in an octet more than they need. The library weighs the octets together.
+void WidenKeyUsage(X509 *cert)
+{
+    SetKeyUsage(cert, {0x03, 0x03, 0x01, 0x06, 0x00});
+}
+
+// In two octets more; the library takes at most two.
+void WidenKeyUsageTwice(X509 *cert)
+{
+    SetKeyUsage(cert, {0x03, 0x04, 0x01, 0x06, 0x00, 0x00});
+}
+
+// The same time in another form than RFC 5280, 4.1.2.5.1, allows.
+void WriteNotBeforeWithAnOffset(X509 *cert)
+{
+    ASN1_TIME *const time = ASN1_TIME_new();
+    time->type = V_ASN1_UTCTIME;
+    EXPECT_EQ(1, ASN1_STRING_set(time, "151015080850+0000", 17));
+    EXPECT_EQ(1, X509_set1_notBefore(cert, time));
+    ASN1_TIME_free(time);
+}
+
 const Bytes SHA256_RSA = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0B};
 const Bytes SHA384_RSA = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0C};
 
@@ -110,6 +194,7 @@ TEST(TrustAnchor, IsSplitIntoItsTwoPieces)
     const Embedding embedding = Embed(GoodRoot());
     EXPECT_EQ(0, embedding.result.exitStatus) << embedding.result.errors;
     EXPECT_EQ("", embedding.result.errors);
+    EXPECT_EQ("", embedding.result.output);
     Bytes octets;
     for (size_t place = embedding.source.find("0x"); place != std::string::npos;
          place = embedding.source.find("0x", place + 1)) {
@@ -155,6 +240,47 @@ TEST(TrustAnchor, IsRefusedForTheFirstPropertyThatFails)
         EXPECT_EQ(1, std::count(embedding.result.errors.begin(), embedding.result.errors.end(), '\n'));
         EXPECT_EQ("", embedding.source) << "nothing is made";
     }
+}
+
+TEST(TrustAnchor, ThatTheLibraryCannotUseIsRefused)
+{
+    EXPECT_EQ(0, Embed(Resigned(LeaveAsItIs)).result.exitStatus) << "it is not the new signature that is refused";
+    const struct {
+        void (*change)(X509 *cert);
+        const char *complaint;
+    } rows[] = {
+        {WidenKeyUsageTwice, "the library cannot load it"},
+        {WriteNotBeforeWithAnOffset, "the library does not trust it from its notBefore to its notAfter"},
+        {WidenKeyUsage, "the library does not take it as the issuer of certificates and CRLs"},
+    };
+    for (const auto &row : rows) {
+        const Embedding embedding = Embed(Resigned(row.change));
+        EXPECT_NE(0, embedding.result.exitStatus) << row.complaint;
+        EXPECT_NE(std::string::npos, embedding.result.errors.find(std::string(": ") + row.complaint))
+            << embedding.result.errors;
+        EXPECT_EQ(1, std::count(embedding.result.errors.begin(), embedding.result.errors.end(), '\n'));
+        EXPECT_EQ("", embedding.source) << "nothing is made";
+    }
+}
+
+TEST(TrustAnchor, ThatIsBuiltInAlreadyChangesNoFile)
+{
+    const TemporaryDirectory directory;
+    const std::string source = directory.File("root.cpp");
+    EXPECT_TRUE(PkgsignWriteFile(directory.File("root.der"), GoodRoot()).ok);
+    const std::vector<std::string> embed = {TRUST_ANCHOR_EMBED, directory.File("root.der"), source};
+    struct stat first = {};
+    struct stat second = {};
+    ASSERT_EQ(0, RunProcess(embed).exitStatus);
+    const timespec past[2] = {{1, 0}, {1, 0}};
+    ASSERT_EQ(0, utimensat(AT_FDCWD, source.c_str(), past, 0));
+    ASSERT_EQ(0, RunProcess(embed).exitStatus);
+    ASSERT_EQ(0, stat(source.c_str(), &first));
+    EXPECT_EQ(1, first.st_mtime) << "what is made of it need not be made again";
+    EXPECT_TRUE(PkgsignWriteFile(directory.File("root.der"), Resigned(LeaveAsItIs)).ok);
+    ASSERT_EQ(0, RunProcess(embed).exitStatus);
+    ASSERT_EQ(0, stat(source.c_str(), &second));
+    EXPECT_LT(1, second.st_mtime);
 }
 
 TEST(TrustAnchor, OfAnotherKeyLengthIsRefused)
