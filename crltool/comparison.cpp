@@ -30,21 +30,31 @@ size_t FindNameless(const SigkitCrlBundle &bundle)
     return 0;
 }
 
-// What makes a file one that cannot be compared with any other; empty when nothing does.
-std::string FileObstacle(const CrlFile &file)
+// Why no package could be verified with a file; empty when one could.
+std::string SpaceObstacle(const CrlFile &file)
 {
     const SigkitCrlBundle &bundle = *file.bundle;
     if (bundle.images > IMAGES_MAX) {
         return file.path + " has more than " + std::to_string(IMAGES_MAX) +
                " PEM blocks of CRLs and certificates, which leaves the verifier no space for a package";
     }
-    if (bundle.skippedCrls != 0) {
-        return "X509 CRL blocks of " + file.path + " were skipped (" + std::to_string(bundle.skippedCrls) +
-               "): they do not decode, or there is no space for them";
-    }
     if (bundle.storedCerts > CERTIFICATES_MAX) {
         return file.path + " has " + std::to_string(bundle.storedCerts) + " CA certificates, more than " +
                std::to_string(CERTIFICATES_MAX) + ", which leaves the verifier no space for a package";
+    }
+    return "";
+}
+
+// What makes a file one that cannot be compared with any other; empty when nothing does.
+std::string FileObstacle(const CrlFile &file)
+{
+    const SigkitCrlBundle &bundle = *file.bundle;
+    if (bundle.skippedCrls != 0) {
+        const std::string space = SpaceObstacle(file);
+        const std::string skipped = "X509 CRL blocks of " + file.path + " were skipped (" +
+                                    std::to_string(bundle.skippedCrls) +
+                                    "): they do not decode, or there is no space for them";
+        return space.empty() ? skipped : space;
     }
     const size_t nameless = FindNameless(bundle);
     if (nameless != 0) {
@@ -121,11 +131,19 @@ Comparison CompareFiles(const CrlFile &first, const CrlFile &second)
     if (comparison.obstacle.empty()) {
         comparison.obstacle = FileObstacle(second);
     }
+    uint32_t result = SIGKIT_CRL_CONFLICT;
     if (comparison.obstacle.empty()) {
-        uint32_t result = SIGKIT_CRL_CONFLICT;
         const uint32_t status = SigkitCrlCompare(first.ctx, first.bundle, second.bundle, &result);
         comparison.obstacle = LibraryObstacle(status, result);
-        comparison.result = comparison.obstacle.empty() ? result : SIGKIT_CRL_CONFLICT;
     }
+    // Space matters of the file that the answer recommends alone: a device that holds a file without space is helped by
+    // one that has it.
+    if (comparison.obstacle.empty() && result != SIGKIT_CRL_SECOND_NEWER) {
+        comparison.obstacle = SpaceObstacle(first);
+    }
+    if (comparison.obstacle.empty() && result != SIGKIT_CRL_FIRST_NEWER) {
+        comparison.obstacle = SpaceObstacle(second);
+    }
+    comparison.result = comparison.obstacle.empty() ? result : SIGKIT_CRL_CONFLICT;
     return comparison;
 }

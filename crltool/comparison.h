@@ -18,7 +18,7 @@ struct Comparison {
 
 // Compares two files that were loaded. There are obstacles besides those of SigkitCrlCompare: an issuer whose name
 // cannot be printed, because all of these look alike; a CRL that was skipped, because its file then looks like one
-// without it; and a file that leaves no space for a package, because with it nothing could be verified.
+// without it; and no space for a package beside the file that is newer, because with it nothing could be verified.
 Comparison CompareFiles(const CrlFile &first, const CrlFile &second);
 
 #endif

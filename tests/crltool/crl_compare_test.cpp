@@ -333,6 +333,20 @@ TEST_F(Compare, AFileThatLeavesNoSpaceForThePackagesCertificatesIsARefusal)
                   large + " has 12 CA certificates, more than 11, which leaves the verifier no space for a package");
 }
 
+TEST_F(Compare, AFileThatLeavesNoSpaceGivesWayToANewerOneThatDoes)
+{
+    PkgsignCrlRequest request = CrlRequest(AllParties().root);
+    request.thisUpdate += 60;
+    PkgsignCrlRequest caRequest = CrlRequest(AllParties().issuingCa);
+    caRequest.thisUpdate += 60;
+    const std::string large = Write("large", FileOfCertificates(12));
+    const std::string newer =
+        Write("newer", Join({AllParties().issuingCa.certificate, MakeCrl(request), MakeCrl(caRequest)}));
+    const ProcessResult result = Run({"--root", Root(), large, newer});
+    EXPECT_EQ(1, result.exitStatus) << result.output;
+    EXPECT_EQ(0, Run({"--root", Root(), newer, large}).exitStatus);
+}
+
 TEST_F(Compare, AFileThatLeavesNoSpaceForThePackagesImageIsARefusal)
 {
     const PkgsignBytes &ca = AllParties().issuingCa.certificate;
