@@ -1,64 +1,17 @@
 #include "x509/oid.h"
 
-#include <stddef.h>
-
-#include <iterator>
-
 #include "sigkit/sigkit_host.h"
+#include "x509/oid_schema.h"
 
 namespace
 {
 
-// Content octets of an identifier.
-struct Octets {
-    uint32_t len = 0;
-    uint8_t octets[16] = {};
-};
-
-// Appends one subidentifier: base 128, most significant group first, all but the last with the top bit set
-// (X.690, 8.19.2).
-constexpr void AppendSubidentifier(Octets *out, uint32_t value)
-{
-    uint32_t groups = 1;
-    while ((value >> (7 * groups)) != 0) {
-        ++groups;
-    }
-    for (uint32_t i = groups; i > 0; --i) {
-        const uint32_t group = (value >> (7 * (i - 1))) & 0x7F;
-        out->octets[out->len] = static_cast<uint8_t>(i > 1 ? group | 0x80 : group);
-        ++out->len;
-    }
-}
-
-// Compiles dotted text. The first two arcs share a subidentifier (X.690, 8.19.4).
-constexpr Octets FromDotted(const char *dotted)
-{
-    Octets out;
-    uint32_t first = 0;
-    uint32_t arc = 0;
-    uint32_t arcs = 0;
-    for (const char *at = dotted;; ++at) {
-        if (*at != '.' && *at != '\0') {
-            arc = arc * 10 + static_cast<uint32_t>(*at - '0');
-            continue;
-        }
-        if (arcs == 0) {
-            first = arc;
-        } else {
-            AppendSubidentifier(&out, arcs == 1 ? first * 40 + arc : arc);
-        }
-        ++arcs;
-        arc = 0;
-        if (*at == '\0') {
-            return out;
-        }
-    }
-}
-
 // No identifier ends in an octet with the top bit set.
-constexpr Octets g_octets_AOID_UNKNOWN = {1, {0xFF}};
+constexpr InternalOidOctets g_octets_AOID_UNKNOWN = {1, {0xFF}};
 
-#define ROW(name, value, dotted) constexpr Octets g_octets_##name = FromDotted(dotted);
+#define ROW(name, value, dotted)                                                                                       \
+    constexpr InternalOidOctets g_octets_##name = InternalOidFromDotted(dotted);                                       \
+    static_assert(g_octets_##name.len != 0, "not an object identifier: " dotted);
 SIGKIT_OID_LIST(ROW)
 #undef ROW
 
@@ -68,8 +21,10 @@ SIGKIT_OID_LIST(ROW)
     {name, {g_octets_##name.len, 0, 0, ASN_TAG_OBJECT_IDENTIFIER, g_octets_##name.octets}, #name},
 constexpr SigkitOidInfo g_skvOIDTable[] = {ROW(AOID_UNKNOWN, 0, "") SIGKIT_OID_LIST(ROW)};
 #undef ROW
-constexpr int32_t g_skvOidCount = std::size(g_skvOIDTable);
+constexpr int32_t g_skvOidCount = sizeof(g_skvOIDTable) / sizeof(g_skvOIDTable[0]);
 static_assert(g_skvOidCount == 24, "AOID_UNKNOWN and 23 identifiers");
+static_assert(InternalOidsAscend(g_skvOIDTable), "the numbers of the identifiers ascend");
+static_assert(InternalOidsDiffer(g_skvOIDTable), "two numbers for one identifier");
 
 const SigkitAsnOcts *SigkitFindOid(uint32_t aoid)
 {

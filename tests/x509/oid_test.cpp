@@ -4,6 +4,7 @@
 
 #include "tests/support/der_writer.h"
 #include "tests/support/library_test.h"
+#include "x509/oid_schema.h"
 
 namespace
 {
@@ -127,4 +128,86 @@ TEST_F(Oid, DigestAndSignatureAlgorithmsGiveTheirDigest)
         EXPECT_EQ(row.digest, SigkitGetHashAoidFromSign(&view)) << row.dotted;
     }
     EXPECT_EQ(0u, SigkitGetHashAoidFromSign(nullptr));
+}
+
+TEST_F(Oid, DottedTextBecomesItsContentOctets)
+{
+    const char *const texts[] = {"0.0",
+                                 "0.39",
+                                 "1.0",
+                                 "1.39.1",
+                                 "2.0",
+                                 "2.39",
+                                 "2.40",
+                                 "2.47.127",
+                                 "2.48.128",
+                                 "2.999.16383",
+                                 "2.999.16384",
+                                 "1.2.840.113549",
+                                 "2.5.4.268435455",
+                                 "2.5.4.268435456",
+                                 "2.5.4.4294967295",
+                                 "2.4294967295",
+                                 "1.2.3.4.5.6.7.8.9.10.11.12.13.14.15.16.17"};
+    for (const char *const text : texts) {
+        const InternalOidOctets compiled = InternalOidFromDotted(text);
+        EXPECT_EQ(der::OidContent(text), der::Bytes(compiled.octets, compiled.octets + compiled.len)) << text;
+    }
+}
+
+TEST_F(Oid, OtherTextBecomesNoOctets)
+{
+    const char *const texts[] = {"",
+                                 ".",
+                                 "2",
+                                 "2.",
+                                 ".2",
+                                 "2.5.",
+                                 ".2.5",
+                                 "2..5",
+                                 "2.5..4",
+                                 "2.5.4a",
+                                 "2.5.a",
+                                 "a.5.4",
+                                 "2.5.4 ",
+                                 " 2.5.4",
+                                 "2.5. 4",
+                                 "2,5,4",
+                                 "2.5.-4",
+                                 "2.5.+4",
+                                 "2.05.4",
+                                 "02.5.4",
+                                 "2.5.00",
+                                 "3.5.4",
+                                 "4294967296.1",
+                                 "0.40",
+                                 "1.40.1",
+                                 "2.5.4294967296",
+                                 "2.4294967296",
+                                 "2.5.18446744073709551620",
+                                 "2.5.99999999999999999999999999999999999999",
+                                 "1.2.3.4.5.6.7.8.9.10.11.12.13.14.15.16.17.18",
+                                 "2.5.4.1.1.1.1.1.1.1.1.1.1.1.1.128.1"};
+    for (const char *const text : texts) {
+        EXPECT_EQ(0u, InternalOidFromDotted(text).len) << text;
+    }
+}
+
+TEST_F(Oid, RowsThatShareANumberOrAnIdentifierAreFound)
+{
+    const uint8_t octets[] = {0x55, 0x04, 0x03, 0x07};
+    const SigkitAsnOcts both = {2, 0, 0, 6, octets};
+    const SigkitAsnOcts first = {3, 0, 0, 6, octets};
+    const SigkitAsnOcts last = {3, 0, 0, 6, octets + 1};
+    const uint8_t copyOctets[] = {0x55, 0x04, 0x03};
+    const SigkitAsnOcts copy = {3, 0, 0, 6, copyOctets};
+    const SigkitOidInfo right[] = {{1, both, ""}, {2, first, ""}, {3, last, ""}};
+    EXPECT_TRUE(InternalOidsAscend(right));
+    EXPECT_TRUE(InternalOidsDiffer(right));
+    const SigkitOidInfo sameNumber[] = {{1, both, ""}, {2, first, ""}, {2, last, ""}};
+    EXPECT_FALSE(InternalOidsAscend(sameNumber));
+    const SigkitOidInfo fallingNumber[] = {{2, both, ""}, {1, first, ""}, {3, last, ""}};
+    EXPECT_FALSE(InternalOidsAscend(fallingNumber));
+    const SigkitOidInfo sameIdentifier[] = {{1, first, ""}, {2, last, ""}, {3, copy, ""}};
+    EXPECT_FALSE(InternalOidsDiffer(sameIdentifier));
 }
