@@ -1,16 +1,28 @@
 #include "asn1/decode.h"
 
+#include <type_traits>
+
 #include "core/memory.h"
 #include "sigkit/sigkit.h"
 
-const SigkitAsnDecodeFunc g_skvAsnFuncOct = SigkitDecodeOctet;
-const SigkitAsnDecodeFunc g_skvAsnFuncBits = SigkitDecodeBits;
-const SigkitAsnDecodeFunc g_skvAsnFuncSeq = SigkitDecodeSeq;
-const SigkitAsnDecodeFunc g_skvAsnFuncInt = SigkitDecodeInt;
-const SigkitAsnDecodeFunc g_skvAsnFuncSetOf = SigkitDecodeSetof;
-const SigkitAsnDecodeFunc g_skvAsnFuncMap = SigkitDecodeMap;
-const SigkitAsnDecodeFunc g_skvAsnFuncBitsToInt = SigkitBitsToInt;
-const SigkitAsnDecodeFunc g_skvAsnFuncExku = SigkitOidToExku;
+template <SigkitAsnDecodeFunc Function>
+using Constant = std::integral_constant<SigkitAsnDecodeFunc, Function>;
+
+// Compared as types, because a sanitizer's comparison of functions is no constant.
+#define SLOT(slot, function)                                                                                           \
+    constexpr SigkitAsnDecodeFunc slot = function;                                                                     \
+    static_assert(std::is_same_v<Constant<slot>, Constant<InternalAsnSlot<slot>::FUNCTION>>,                           \
+                  "the slot's function is the one that decode.h describes")
+
+SLOT(g_skvAsnFuncOct, SigkitDecodeOctet);
+SLOT(g_skvAsnFuncBits, SigkitDecodeBits);
+SLOT(g_skvAsnFuncSeq, SigkitDecodeSeq);
+SLOT(g_skvAsnFuncInt, SigkitDecodeInt);
+SLOT(g_skvAsnFuncSetOf, SigkitDecodeSetof);
+SLOT(g_skvAsnFuncMap, SigkitDecodeMap);
+SLOT(g_skvAsnFuncBitsToInt, SigkitBitsToInt);
+SLOT(g_skvAsnFuncExku, SigkitOidToExku);
+#undef SLOT
 
 uint32_t SigkitAsnDecode(const uint8_t *data, uint32_t size, const SigkitAsnItem *item, uint8_t rootFlags,
                          void **record, uint32_t *consumed)

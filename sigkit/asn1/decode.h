@@ -81,13 +81,53 @@ enum : uint32_t { SIGKIT_EXKU_CODE_SIGNING = 0x08, SIGKIT_EXKU_TIME_STAMPING = 0
 // ---- Slots ---------------------------------------------------------------------------------------------------------
 // Items reach their decode function through these.
 
-extern const SigkitAsnDecodeFunc g_skvAsnFuncOct;
-extern const SigkitAsnDecodeFunc g_skvAsnFuncBits;
-extern const SigkitAsnDecodeFunc g_skvAsnFuncSeq;
-extern const SigkitAsnDecodeFunc g_skvAsnFuncInt;
-extern const SigkitAsnDecodeFunc g_skvAsnFuncSetOf;
-extern const SigkitAsnDecodeFunc g_skvAsnFuncMap;
-extern const SigkitAsnDecodeFunc g_skvAsnFuncBitsToInt;
-extern const SigkitAsnDecodeFunc g_skvAsnFuncExku;
+// What the function in a slot can do. A slot that holds another function, and a table that asks for more, do not compile.
+//
+//   FUNCTION        the decode function.
+//   type            what it fills; void where the item says which record.
+//   FLAGS           flags of a member that it obeys; OPTIONAL and DEFAULT are the SEQUENCE's and not among them.
+//   READS_IMPLICIT  whether it reads an element under an IMPLICIT tag.
+//   TAGS            universal tags that it reads, a bit for each.
+template <const SigkitAsnDecodeFunc &Slot>
+struct InternalAsnSlot;
+
+#define ASN_SLOT(slot, function, Type, flags, readsImplicit, tags)                                                     \
+    extern const SigkitAsnDecodeFunc slot;                                                                             \
+    template <>                                                                                                        \
+    struct InternalAsnSlot<slot> {                                                                                     \
+        using type = Type;                                                                                             \
+        static constexpr SigkitAsnDecodeFunc FUNCTION = function;                                                      \
+        static constexpr uint16_t FLAGS = flags;                                                                       \
+        static constexpr bool READS_IMPLICIT = readsImplicit;                                                          \
+        static constexpr uint32_t TAGS = tags;                                                                         \
+    }
+
+constexpr uint32_t InternalAsnTagBit(uint32_t tag)
+{
+    return 1U << tag;
+}
+
+inline constexpr uint32_t ASN_TAGS_BITS = InternalAsnTagBit(ASN_TAG_BIT_STRING);
+inline constexpr uint32_t ASN_TAGS_OID = InternalAsnTagBit(ASN_TAG_OBJECT_IDENTIFIER);
+inline constexpr uint32_t ASN_TAGS_LIST = InternalAsnTagBit(ASN_TAG_SEQUENCE) | InternalAsnTagBit(ASN_TAG_SET);
+inline constexpr uint32_t ASN_TAGS_RECORD = InternalAsnTagBit(ASN_TAG_SEQUENCE) | ASN_TAGS_BITS;
+inline constexpr uint32_t ASN_TAGS_NUMBER =
+    InternalAsnTagBit(ASN_TAG_BOOLEAN) | InternalAsnTagBit(ASN_TAG_INTEGER) | InternalAsnTagBit(ASN_TAG_ENUMERATED);
+inline constexpr uint32_t ASN_TAGS_VIEW = ~ASN_TAGS_BITS; // of a BIT STRING the first octet would count as content
+
+inline constexpr uint16_t ASN_FLAGS_IGNORE = SIGKIT_ASN_FLAG_IGNORE;
+inline constexpr uint16_t ASN_FLAGS_VIEW = SIGKIT_ASN_FLAG_IGNORE | SIGKIT_ASN_FLAG_PEEK | SIGKIT_ASN_FLAG_RAW;
+
+// clang-format off
+//       slot                   FUNCTION           type           FLAGS             READS_IMPLICIT  TAGS
+ASN_SLOT(g_skvAsnFuncOct,       SigkitDecodeOctet, SigkitAsnOcts, ASN_FLAGS_VIEW,   true,           ASN_TAGS_VIEW);
+ASN_SLOT(g_skvAsnFuncBits,      SigkitDecodeBits,  SigkitAsnOcts, ASN_FLAGS_IGNORE, true,           ASN_TAGS_BITS);
+ASN_SLOT(g_skvAsnFuncSeq,       SigkitDecodeSeq,   void,          0,                true,           ASN_TAGS_RECORD);
+ASN_SLOT(g_skvAsnFuncInt,       SigkitDecodeInt,   uint32_t,      ASN_FLAGS_IGNORE, true,           ASN_TAGS_NUMBER);
+ASN_SLOT(g_skvAsnFuncSetOf,     SigkitDecodeSetof, void,          0,                true,           ASN_TAGS_LIST);
+ASN_SLOT(g_skvAsnFuncMap,       SigkitDecodeMap,   void,          0,                true,           ASN_TAGS_LIST);
+ASN_SLOT(g_skvAsnFuncBitsToInt, SigkitBitsToInt,   uint32_t,      0,                true,           ASN_TAGS_BITS);
+ASN_SLOT(g_skvAsnFuncExku,      SigkitOidToExku,   uint32_t,      0,                false,          ASN_TAGS_OID);
+// clang-format on
 
 #endif

@@ -6,41 +6,70 @@
 
 #include <stdint.h>
 
+#include "asn1/decode.h"
 #include "asn1/types.h"
 #include "core/list.h"
 
-// Tells which type of field an item fills, so that a template row with the wrong one does not compile.
+// What an item fills, so that a table that disagrees with it does not compile: `type`, and as in InternalAsnSlot what can
+// be asked of its decode function.
 template <const SigkitAsnItem &Item>
 struct InternalAsnFills;
 
-// Declares an item and the type that it fills.
-#define ASN_ITEM(item, Type)                                                                                           \
-    extern const SigkitAsnItem item;                                                                                   \
+// Declares the item of a primitive type, decoded by the function in `slot`.
+#define ASN_ITEM(Name, slot)                                                                                           \
+    extern const SigkitAsnItem g_itemSigkit##Name;                                                                     \
     template <>                                                                                                        \
-    struct InternalAsnFills<item> {                                                                                    \
-        using type = Type;                                                                                             \
+    struct InternalAsnFills<g_itemSigkit##Name> : InternalAsnSlot<slot> {                                              \
+        static constexpr const SigkitAsnDecodeFunc *SLOT = &(slot);                                                    \
     }
+
+// Declares the item that fills the record Sigkit`Name`, and the item's template of `rows` rows.
+#define ASN_TEMPLATE(Name, rows)                                                                                       \
+    extern const SigkitAsnItem g_itemSigkit##Name;                                                                     \
+    extern const SigkitAsnTemplate g_templSigkit##Name[rows];                                                          \
+    template <>                                                                                                        \
+    struct InternalAsnFills<g_itemSigkit##Name> {                                                                      \
+        using type = Sigkit##Name;                                                                                     \
+        static constexpr uint16_t FLAGS = 0;                                                                           \
+        static constexpr bool READS_IMPLICIT = true;                                                                   \
+    }
+
+// The rows of a record's template, numbered from 0, and how many there are.
+template <typename Record>
+struct InternalAsnRowsOf;
+
+// Declares the item of a SEQUENCE, or of a list of extensions or attributes. The names are those of the RFC's production
+// in its order, those that are dropped too; what is captured ahead of a member is named before it.
+#define ASN_RECORD(Name, ...)                                                                                          \
+    template <>                                                                                                        \
+    struct InternalAsnRowsOf<Sigkit##Name> {                                                                           \
+        enum : uint32_t { __VA_ARGS__, COUNT };                                                                        \
+    };                                                                                                                 \
+    ASN_TEMPLATE(Name, InternalAsnRowsOf<Sigkit##Name>::COUNT)
+
+// Declares the item of a SET OF or SEQUENCE OF.
+#define ASN_LIST(Name) ASN_TEMPLATE(Name, 1)
 
 // ---- Primitive types -----------------------------------------------------------------------------------------------
 
-ASN_ITEM(g_itemSigkitAsnBool, uint32_t);            // BOOLEAN: 1 for TRUE
-ASN_ITEM(g_itemSigkitAsnEnum, uint32_t);            // ENUMERATED
-ASN_ITEM(g_itemSigkitAsnInt, uint32_t);             // INTEGER of at most four octets
-ASN_ITEM(g_itemSigkitAsnBits, SigkitAsnOcts);       // BIT STRING
-ASN_ITEM(g_itemSigkitAsnSet, SigkitAsnOcts);        // SET, not looked into
-ASN_ITEM(g_itemSigkitAsnSeq, SigkitAsnOcts);        // SEQUENCE, not looked into
-ASN_ITEM(g_itemSigkitAsnBigint, SigkitAsnOcts);     // INTEGER of any size
-ASN_ITEM(g_itemSigkitAsnOcts, SigkitAsnOcts);       // any element
-ASN_ITEM(g_itemSigkitAsnBitsToInt, uint32_t);       // BIT STRING as a number
-ASN_ITEM(g_itemSigkitAsnExku, uint32_t);            // KeyPurposeIds as flags
-ASN_ITEM(g_itemSigkitAttrBundleRaw, SigkitAsnOcts); // SET of attributes, captured whole
+ASN_ITEM(AsnBool, g_skvAsnFuncInt);            // BOOLEAN: 1 for TRUE
+ASN_ITEM(AsnEnum, g_skvAsnFuncInt);            // ENUMERATED
+ASN_ITEM(AsnInt, g_skvAsnFuncInt);             // INTEGER of at most four octets
+ASN_ITEM(AsnBits, g_skvAsnFuncBits);           // BIT STRING
+ASN_ITEM(AsnSet, g_skvAsnFuncOct);             // SET, not looked into
+ASN_ITEM(AsnSeq, g_skvAsnFuncOct);             // SEQUENCE, not looked into
+ASN_ITEM(AsnBigint, g_skvAsnFuncOct);          // INTEGER of any size
+ASN_ITEM(AsnOcts, g_skvAsnFuncOct);            // any element
+ASN_ITEM(AsnBitsToInt, g_skvAsnFuncBitsToInt); // BIT STRING as a number
+ASN_ITEM(AsnExku, g_skvAsnFuncExku);           // KeyPurposeIds as flags
+ASN_ITEM(AttrBundleRaw, g_skvAsnFuncOct);      // SET of attributes, captured whole
 
 // KeyPurposeIds of one ExtKeyUsageSyntax (RFC 5280, 4.2.1.12).
 struct SigkitAsnOidBundle {
     uint32_t count;
     SigkitAsnOcts items[10];
 };
-ASN_ITEM(g_itemSigkitAsnOidBundle, SigkitAsnOidBundle);
+ASN_LIST(AsnOidBundle);
 
 // ---- Names, algorithms, keys (RFC 5280, 4.1) -----------------------------------------------------------------------
 
@@ -49,55 +78,55 @@ struct SigkitX509AttrEntry {
     SigkitAsnOcts type;
     SigkitAsnOcts value;
 };
-ASN_ITEM(g_itemSigkitX509AttrEntry, SigkitX509AttrEntry);
+ASN_RECORD(X509AttrEntry, type, value);
 
 // RelativeDistinguishedName.
 struct SigkitX509AttrBundle {
     uint32_t count;
     SigkitX509AttrEntry items[10];
 };
-ASN_ITEM(g_itemSigkitX509AttrBundle, SigkitX509AttrBundle);
+ASN_LIST(X509AttrBundle);
 
 // Name.
 struct SigkitX509Name {
     uint32_t count;
     SigkitX509AttrBundle items[10];
 };
-ASN_ITEM(g_itemSigkitX509Name, SigkitX509Name);
+ASN_LIST(X509Name);
 
 // AlgorithmIdentifier.
 struct SigkitX509AlgoIdentifier {
     SigkitAsnOcts algorithm;
     SigkitAsnOcts parameters;
 };
-ASN_ITEM(g_itemSigkitX509AlgoIdentifier, SigkitX509AlgoIdentifier);
+ASN_RECORD(X509AlgoIdentifier, algorithm, parameters);
 
 // Validity: UTCTime or GeneralizedTime, told apart by the views' tags.
 struct SigkitX509Validity {
     SigkitAsnOcts notBefore;
     SigkitAsnOcts notAfter;
 };
-ASN_ITEM(g_itemSigkitX509Validity, SigkitX509Validity);
+ASN_RECORD(X509Validity, notBefore, notAfter);
 
 // RSAPublicKey (RFC 8017, A.1.1), without leading zeros.
 struct SigkitRsaPublicKey {
     SigkitAsnOcts modulus;
     SigkitAsnOcts publicExponent;
 };
-ASN_ITEM(g_itemSigkitRsaPublicKey, SigkitRsaPublicKey);
+ASN_RECORD(RsaPublicKey, modulus, publicExponent);
 
 // subjectPublicKey: the BIT STRING around an RSAPublicKey.
 struct SigkitX509PublicKey {
     SigkitRsaPublicKey rsaPublicKey;
 };
-ASN_ITEM(g_itemSigkitX509PublicKey, SigkitX509PublicKey);
+ASN_RECORD(X509PublicKey, rsaPublicKey);
 
 // SubjectPublicKeyInfo.
 struct SigkitX509PubkeyInfo {
     SigkitX509AlgoIdentifier algorithm;
     SigkitX509PublicKey subjectPublicKey;
 };
-ASN_ITEM(g_itemSigkitX509PubkeyInfo, SigkitX509PubkeyInfo);
+ASN_RECORD(X509PubkeyInfo, algorithm, subjectPublicKey);
 
 // ---- Extensions (RFC 5280, 4.2) ------------------------------------------------------------------------------------
 
@@ -107,13 +136,13 @@ struct SigkitX509ExtensionEntry {
     uint32_t critical;
     SigkitAsnOcts extnValue;
 };
-ASN_ITEM(g_itemSigkitX509ExtensionEntry, SigkitX509ExtensionEntry);
+ASN_RECORD(X509ExtensionEntry, extnID, critical, extnValue);
 
 // BasicConstraints.
 struct SigkitX509BasicConstraints {
     uint32_t cA; // 1 for a CA
 };
-ASN_ITEM(g_itemSigkitX509BasicConstraints, SigkitX509BasicConstraints);
+ASN_RECORD(X509BasicConstraints, cA, pathLenConstraint);
 
 // The extensions of a certificate that are looked at; zero when absent.
 struct SigkitX509CertExts {
@@ -121,7 +150,7 @@ struct SigkitX509CertExts {
     uint32_t keyUsage;    // see SigkitBitsToInt
     uint32_t extKeyUsage; // see SigkitOidToExku
 };
-ASN_ITEM(g_itemSigkitX509CertExts, SigkitX509CertExts);
+ASN_RECORD(X509CertExts, basicConstraints, keyUsage, extKeyUsage);
 
 // ---- Certificates (RFC 5280, 4.1) ----------------------------------------------------------------------------------
 
@@ -134,7 +163,8 @@ struct SigkitX509CertInfo {
     SigkitX509PubkeyInfo subjectPublicKeyInfo;
     SigkitX509CertExts extensions;
 };
-ASN_ITEM(g_itemSigkitX509CertInfo, SigkitX509CertInfo);
+ASN_RECORD(X509CertInfo, version, serialNumber, signature, issuer, validity, subject, subjectPublicKeyInfo,
+           issuerUniqueID, subjectUniqueID, extensions);
 
 // Which certificates issued a record, as far as that was found out. Bit 0 stands for the record's own key, bit i for the
 // certificate whose place in the store is i.
@@ -154,7 +184,7 @@ struct SigkitX509Cert {
     uint32_t storeIndex;        // place in the store, from 1; 0 outside it
     InternalIssuerVerdicts issuerVerdicts;
 };
-ASN_ITEM(g_itemSigkitX509Cert, SigkitX509Cert);
+ASN_RECORD(X509Cert, encoded, tbsCertificate, signatureAlgorithm, signatureValue);
 
 // ---- CRLs (RFC 5280, 5.1) ------------------------------------------------------------------------------------------
 
@@ -162,7 +192,7 @@ ASN_ITEM(g_itemSigkitX509Cert, SigkitX509Cert);
 struct SigkitX509RevokeAttrs {
     uint32_t reasonCode; // 0, unspecified, when absent
 };
-ASN_ITEM(g_itemSigkitX509RevokeAttrs, SigkitX509RevokeAttrs);
+ASN_RECORD(X509RevokeAttrs, reasonCode);
 
 // One entry of revokedCertificates.
 struct SigkitX509RevokeEntry {
@@ -170,14 +200,14 @@ struct SigkitX509RevokeEntry {
     SigkitAsnOcts revocationDate;
     SigkitX509RevokeAttrs crlEntryExtensions;
 };
-ASN_ITEM(g_itemSigkitX509RevokeEntry, SigkitX509RevokeEntry);
+ASN_RECORD(X509RevokeEntry, userCertificate, revocationDate, crlEntryExtensions);
 
 // revokedCertificates.
 struct SigkitX509Revoked {
     uint32_t count;
     SigkitX509RevokeEntry items[20];
 };
-ASN_ITEM(g_itemSigkitX509Revoked, SigkitX509Revoked);
+ASN_LIST(X509Revoked);
 
 // IssuingDistributionPoint (RFC 5280, 5.2.5).
 struct SigkitX509IssuingDistPoint {
@@ -188,13 +218,14 @@ struct SigkitX509IssuingDistPoint {
     uint32_t indirectCRL;
     uint32_t onlyContainsAttributeCerts;
 };
-ASN_ITEM(g_itemSigkitX509IssuingDistPoint, SigkitX509IssuingDistPoint);
+ASN_RECORD(X509IssuingDistPoint, distributionPoint, onlyContainsUserCerts, onlyContainsCACerts, onlySomeReasons,
+           indirectCRL, onlyContainsAttributeCerts);
 
 // crlExtensions.
 struct SigkitX509CrlAttrs {
     SigkitX509IssuingDistPoint issuingDistributionPoint;
 };
-ASN_ITEM(g_itemSigkitX509CrlAttrs, SigkitX509CrlAttrs);
+ASN_RECORD(X509CrlAttrs, issuingDistributionPoint);
 
 // TBSCertList.
 struct SigkitX509CrlInfo {
@@ -206,7 +237,7 @@ struct SigkitX509CrlInfo {
     SigkitX509Revoked revokedCertificates;
     SigkitX509CrlAttrs crlExtensions;
 };
-ASN_ITEM(g_itemSigkitX509CrlInfo, SigkitX509CrlInfo);
+ASN_RECORD(X509CrlInfo, version, signature, issuer, thisUpdate, nextUpdate, revokedCertificates, crlExtensions);
 
 // CertificateList.
 struct SigkitX509Crl {
@@ -217,7 +248,7 @@ struct SigkitX509Crl {
     int32_t refCount; // holders
     InternalIssuerVerdicts issuerVerdicts;
 };
-ASN_ITEM(g_itemSigkitX509Crl, SigkitX509Crl);
+ASN_RECORD(X509Crl, encoded, tbsCertList, signatureAlgorithm, signatureValue);
 
 // ---- Signature messages (RFC 5652, 5) ------------------------------------------------------------------------------
 
@@ -226,33 +257,33 @@ struct SigkitPkcs7ContentInfo {
     SigkitAsnOcts eContentType;
     SigkitAsnOcts eContent;
 };
-ASN_ITEM(g_itemSigkitPkcs7ContentInfo, SigkitPkcs7ContentInfo);
+ASN_RECORD(Pkcs7ContentInfo, eContentType, eContent);
 
 // CertificateSet: whole encodings. There is room for 10, and 2 are accepted: a signer and its CA.
 struct SigkitX509CertRawBundle {
     uint32_t count;
     SigkitAsnOcts items[10];
 };
-ASN_ITEM(g_itemSigkitX509CertRawBundle, SigkitX509CertRawBundle);
+ASN_LIST(X509CertRawBundle);
 
 // IssuerAndSerialNumber.
 struct SigkitPkcs7IssuerAndSerial {
     SigkitX509Name issuer;
     SigkitAsnOcts serialNumber;
 };
-ASN_ITEM(g_itemSigkitPkcs7IssuerAndSerial, SigkitPkcs7IssuerAndSerial);
+ASN_RECORD(Pkcs7IssuerAndSerial, issuer, serialNumber);
 
 // The signed attributes that are looked at.
 struct SigkitX509SignedAttrs {
     SigkitAsnOcts messageDigest; // RFC 5652, 11.2
 };
-ASN_ITEM(g_itemSigkitX509SignedAttrs, SigkitX509SignedAttrs);
+ASN_RECORD(X509SignedAttrs, messageDigest);
 
 // The unsigned attributes that are looked at.
 struct SigkitX509UnsignedAttrs {
     SigkitAsnOcts timeStampToken; // RFC 3161, appendix A: the token's whole ContentInfo
 };
-ASN_ITEM(g_itemSigkitX509UnsignedAttrs, SigkitX509UnsignedAttrs);
+ASN_RECORD(X509UnsignedAttrs, timeStampToken);
 
 // SignerInfo.
 struct SigkitPkcs7SignedInfo {
@@ -264,14 +295,15 @@ struct SigkitPkcs7SignedInfo {
     SigkitAsnOcts signature;
     SigkitX509UnsignedAttrs unsignedAttrs;
 };
-ASN_ITEM(g_itemSigkitPkcs7SignedInfo, SigkitPkcs7SignedInfo);
+ASN_RECORD(Pkcs7SignedInfo, version, sid, digestAlgorithm, signedAttrsRaw, signedAttrs, signatureAlgorithm, signature,
+           unsignedAttrs);
 
 // SignerInfos.
 struct SigkitPkcs7SignedInfoBundle {
     uint32_t count;
     SigkitPkcs7SignedInfo items[1];
 };
-ASN_ITEM(g_itemSigkitPkcs7SignedInfoBundle, SigkitPkcs7SignedInfoBundle);
+ASN_LIST(Pkcs7SignedInfoBundle);
 
 // SignedData.
 struct SigkitPkcs7SignedData {
@@ -281,14 +313,14 @@ struct SigkitPkcs7SignedData {
     SigkitList certList; // owned SigkitX509Cert, decoded from `certificates`
     SigkitPkcs7SignedInfoBundle signerInfos;
 };
-ASN_ITEM(g_itemSigkitPkcs7SignedData, SigkitPkcs7SignedData);
+ASN_RECORD(Pkcs7SignedData, version, digestAlgorithms, encapContentInfo, certificates, crls, signerInfos);
 
 // ContentInfo.
 struct SigkitPkcs7Content {
     SigkitAsnOcts contentType;
     SigkitPkcs7SignedData content;
 };
-ASN_ITEM(g_itemSigkitPkcs7Content, SigkitPkcs7Content);
+ASN_RECORD(Pkcs7Content, contentType, content);
 
 // ---- Timestamps (RFC 3161, 2.4) ------------------------------------------------------------------------------------
 
@@ -297,49 +329,14 @@ struct SigkitTsMsgImprint {
     SigkitX509AlgoIdentifier hashAlgorithm;
     SigkitAsnOcts hashedMessage;
 };
-ASN_ITEM(g_itemSigkitTsMsgImprint, SigkitTsMsgImprint);
+ASN_RECORD(TsMsgImprint, hashAlgorithm, hashedMessage);
 
 // TSTInfo.
 struct SigkitTimestampInfo {
     SigkitTsMsgImprint messageImprint;
     SigkitAsnOcts genTime;
 };
-ASN_ITEM(g_itemSigkitTimestampInfo, SigkitTimestampInfo);
-
-// ---- Templates -----------------------------------------------------------------------------------------------------
-// The members of each constructed type, as many as its item counts.
-
-extern const SigkitAsnTemplate g_templSigkitX509Cert[4];
-extern const SigkitAsnTemplate g_templSigkitX509CertInfo[10];
-extern const SigkitAsnTemplate g_templSigkitX509Name[1];
-extern const SigkitAsnTemplate g_templSigkitX509AttrBundle[1];
-extern const SigkitAsnTemplate g_templSigkitX509AttrEntry[2];
-extern const SigkitAsnTemplate g_templSigkitX509AlgoIdentifier[2];
-extern const SigkitAsnTemplate g_templSigkitX509Validity[2];
-extern const SigkitAsnTemplate g_templSigkitX509PubkeyInfo[2];
-extern const SigkitAsnTemplate g_templSigkitX509PublicKey[1];
-extern const SigkitAsnTemplate g_templSigkitRsaPublicKey[2];
-extern const SigkitAsnTemplate g_templSigkitX509CertExts[3];
-extern const SigkitAsnTemplate g_templSigkitX509BasicConstraints[2];
-extern const SigkitAsnTemplate g_templSigkitX509ExtensionEntry[3];
-extern const SigkitAsnTemplate g_templSigkitAsnOidBundle[1];
-extern const SigkitAsnTemplate g_templSigkitX509Crl[4];
-extern const SigkitAsnTemplate g_templSigkitX509CrlInfo[7];
-extern const SigkitAsnTemplate g_templSigkitX509Revoked[1];
-extern const SigkitAsnTemplate g_templSigkitX509RevokeEntry[3];
-extern const SigkitAsnTemplate g_templSigkitX509RevokeAttrs[1];
-extern const SigkitAsnTemplate g_templSigkitX509CrlAttrs[1];
-extern const SigkitAsnTemplate g_templSigkitX509IssuingDistPoint[6];
-extern const SigkitAsnTemplate g_templSigkitPkcs7Content[2];
-extern const SigkitAsnTemplate g_templSigkitPkcs7SignedData[6];
-extern const SigkitAsnTemplate g_templSigkitPkcs7ContentInfo[2];
-extern const SigkitAsnTemplate g_templSigkitX509CertRawBundle[1];
-extern const SigkitAsnTemplate g_templSigkitPkcs7SignedInfoBundle[1];
-extern const SigkitAsnTemplate g_templSigkitPkcs7SignedInfo[8];
-extern const SigkitAsnTemplate g_templSigkitPkcs7IssuerAndSerial[2];
-extern const SigkitAsnTemplate g_templSigkitX509SignedAttrs[1];
-extern const SigkitAsnTemplate g_templSigkitX509UnsignedAttrs[1];
-extern const SigkitAsnTemplate g_templSigkitTimestampInfo[10];
-extern const SigkitAsnTemplate g_templSigkitTsMsgImprint[2];
+ASN_RECORD(TimestampInfo, version, policy, messageImprint, serialNumber, genTime, accuracy, ordering, nonce, tsa,
+           extensions);
 
 #endif

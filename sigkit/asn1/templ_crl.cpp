@@ -3,35 +3,32 @@
 
 // clang-format off
 
-// crlEntryExtensions: Extensions. Lenient: may be empty                                           RFC 5280, 5.3
+// crlEntryExtensions: Extensions. Widened: may be empty                                           RFC 5280, 5.3
 #define RECORD SigkitX509RevokeAttrs
-constexpr SigkitAsnTemplate g_templSigkitX509RevokeAttrs[] = {
-    KEEP(reasonCode, AsnEnum, MEMBER(AOID_CE_CRLREASONS), OPTIONAL), // CRLReason (ENUMERATED), 5.3.1
-};
-MAP_ITEM(X509RevokeAttrs, ASN_TAG_SEQUENCE);
+EXTENSIONS(X509RevokeAttrs,
+    KEEP(reasonCode, AsnEnum, MEMBER(AOID_CE_CRLREASONS), OPTIONAL) // CRLReason (ENUMERATED), 5.3.1
+);
 #undef RECORD
 
 // An entry of revokedCertificates: SEQUENCE {                                                     RFC 5280, 5.1
 #define RECORD SigkitX509RevokeEntry
-constexpr SigkitAsnTemplate g_templSigkitX509RevokeEntry[] = {
+SEQUENCE(X509RevokeEntry,
     KEEP(userCertificate,    AsnBigint,       UNIVERSAL, REQUIRED), // CertificateSerialNumber
     KEEP(revocationDate,     AsnOcts,         UNIVERSAL, REQUIRED), // Time
-    KEEP(crlEntryExtensions, X509RevokeAttrs, UNIVERSAL, OPTIONAL), // Extensions OPTIONAL }
-};
-SEQUENCE_ITEM(X509RevokeEntry);
+    KEEP(crlEntryExtensions, X509RevokeAttrs, UNIVERSAL, OPTIONAL) // Extensions OPTIONAL }
+);
 #undef RECORD
 
 // revokedCertificates: SEQUENCE OF, absent rather than empty                                      RFC 5280, 5.1.2.6
 #define RECORD SigkitX509Revoked
-constexpr SigkitAsnTemplate g_templSigkitX509Revoked[] = {
-    ELEMENT(X509RevokeEntry, 20, REQUIRED), // Narrowed: at most 20. Lenient: may be empty
-};
-SEQUENCE_OF_ITEM(X509Revoked);
+SEQUENCE_OF(X509Revoked,
+    ELEMENT(X509RevokeEntry, 20, REQUIRED) // Narrowed: at most 20. Widened: may be empty
+);
 #undef RECORD
 
 // IssuingDistributionPoint ::= SEQUENCE {                                                         RFC 5280, 5.2.5
 #define RECORD SigkitX509IssuingDistPoint
-constexpr SigkitAsnTemplate g_templSigkitX509IssuingDistPoint[] = {
+SEQUENCE(X509IssuingDistPoint,
     KEEP(distributionPoint,          AsnOcts, IMPLICIT(0), OPTIONAL), // [0] DistributionPointName OPTIONAL: a CHOICE,
                                                                       // so the tag is in effect EXPLICIT, and the view
                                                                       // is the wrapper's content: the name as it stands
@@ -39,22 +36,20 @@ constexpr SigkitAsnTemplate g_templSigkitX509IssuingDistPoint[] = {
     KEEP(onlyContainsCACerts,        AsnBool, IMPLICIT(2), OPTIONAL), // [2] BOOLEAN DEFAULT FALSE
     KEEP(onlySomeReasons,            AsnBits, IMPLICIT(3), OPTIONAL), // [3] ReasonFlags OPTIONAL
     KEEP(indirectCRL,                AsnBool, IMPLICIT(4), OPTIONAL), // [4] BOOLEAN DEFAULT FALSE
-    KEEP(onlyContainsAttributeCerts, AsnBool, IMPLICIT(5), OPTIONAL), // [5] BOOLEAN DEFAULT FALSE }
-};
-SEQUENCE_ITEM(X509IssuingDistPoint);
+    KEEP(onlyContainsAttributeCerts, AsnBool, IMPLICIT(5), OPTIONAL) // [5] BOOLEAN DEFAULT FALSE }
+);
 #undef RECORD
 
-// crlExtensions: Extensions. Lenient: may be empty                                                RFC 5280, 5.2
+// crlExtensions: Extensions. Widened: may be empty                                                RFC 5280, 5.2
 #define RECORD SigkitX509CrlAttrs
-constexpr SigkitAsnTemplate g_templSigkitX509CrlAttrs[] = {
-    KEEP(issuingDistributionPoint, X509IssuingDistPoint, MEMBER(AOID_CE_ISSUINGDISTRIBUTIONPOINT), OPTIONAL), // 5.2.5
-};
-MAP_ITEM(X509CrlAttrs, ASN_TAG_SEQUENCE);
+EXTENSIONS(X509CrlAttrs,
+    KEEP(issuingDistributionPoint, X509IssuingDistPoint, MEMBER(AOID_CE_ISSUINGDISTRIBUTIONPOINT), OPTIONAL) // 5.2.5
+);
 #undef RECORD
 
 // TBSCertList ::= SEQUENCE {                                                                      RFC 5280, 5.1
 #define RECORD SigkitX509CrlInfo
-constexpr SigkitAsnTemplate g_templSigkitX509CrlInfo[] = {
+SEQUENCE(X509CrlInfo,
     KEEP(version,             AsnInt,             UNIVERSAL,   REQUIRED), // Version OPTIONAL. Narrowed: must be there,
                                                                           // so v1 is refused
     KEEP(signature,           X509AlgoIdentifier, UNIVERSAL,   REQUIRED), // AlgorithmIdentifier
@@ -62,18 +57,16 @@ constexpr SigkitAsnTemplate g_templSigkitX509CrlInfo[] = {
     KEEP(thisUpdate,          AsnOcts,            UNIVERSAL,   REQUIRED), // Time
     KEEP(nextUpdate,          AsnOcts,            UNIVERSAL,   REQUIRED), // Time OPTIONAL. Narrowed: must be there
     KEEP(revokedCertificates, X509Revoked,        UNIVERSAL,   OPTIONAL), // SEQUENCE OF SEQUENCE { ... } OPTIONAL
-    KEEP(crlExtensions,       X509CrlAttrs,       EXPLICIT(0), OPTIONAL), // [0] EXPLICIT Extensions OPTIONAL }
-};
-SEQUENCE_ITEM(X509CrlInfo);
+    KEEP(crlExtensions,       X509CrlAttrs,       EXPLICIT(0), OPTIONAL) // [0] EXPLICIT Extensions OPTIONAL }
+);
 #undef RECORD
 
 // CertificateList ::= SEQUENCE {                                                                  RFC 5280, 5.1
 #define RECORD SigkitX509Crl
-constexpr SigkitAsnTemplate g_templSigkitX509Crl[] = {
+SEQUENCE(X509Crl,
     KEEP(encoded,            AsnOcts,            UNIVERSAL, REQUIRED | PEEK | RAW), // tbsCertList, whole
     KEEP(tbsCertList,        X509CrlInfo,        UNIVERSAL, REQUIRED), // TBSCertList
     KEEP(signatureAlgorithm, X509AlgoIdentifier, UNIVERSAL, REQUIRED), // AlgorithmIdentifier
-    KEEP(signatureValue,     AsnBits,            UNIVERSAL, REQUIRED), // BIT STRING }
-};
-SEQUENCE_ITEM(X509Crl);
+    KEEP(signatureValue,     AsnBits,            UNIVERSAL, REQUIRED) // BIT STRING }
+);
 #undef RECORD

@@ -4,18 +4,17 @@
 
 // MessageImprint ::= SEQUENCE {                                                                   RFC 3161, 2.4.1
 #define RECORD SigkitTsMsgImprint
-constexpr SigkitAsnTemplate g_templSigkitTsMsgImprint[] = {
+SEQUENCE(TsMsgImprint,
     KEEP(hashAlgorithm, X509AlgoIdentifier, UNIVERSAL, REQUIRED), // AlgorithmIdentifier
-    KEEP(hashedMessage, AsnOcts,            UNIVERSAL, REQUIRED), // OCTET STRING }
-};
-SEQUENCE_ITEM(TsMsgImprint);
+    KEEP(hashedMessage, AsnOcts,            UNIVERSAL, REQUIRED) // OCTET STRING }
+);
 #undef RECORD
 
 // TSTInfo ::= SEQUENCE {                                                                          RFC 3161, 2.4.2
 #define RECORD SigkitTimestampInfo
-constexpr SigkitAsnTemplate g_templSigkitTimestampInfo[] = {
+SEQUENCE(TimestampInfo,
     DROP(version,        AsnInt,       UNIVERSAL,   REQUIRED), // INTEGER { v1(1) }
-    DROP(policy,         AsnOcts,      UNIVERSAL,   REQUIRED), // TSAPolicyId (OBJECT IDENTIFIER). Lenient: any element
+    DROP(policy,         AsnOcts,      UNIVERSAL,   REQUIRED), // TSAPolicyId (OBJECT IDENTIFIER). Widened: any element
     KEEP(messageImprint, TsMsgImprint, UNIVERSAL,   REQUIRED), // MessageImprint
     DROP(serialNumber,   AsnBigint,    UNIVERSAL,   REQUIRED), // INTEGER
     KEEP(genTime,        AsnOcts,      UNIVERSAL,   REQUIRED), // GeneralizedTime
@@ -24,7 +23,6 @@ constexpr SigkitAsnTemplate g_templSigkitTimestampInfo[] = {
     DROP(nonce,          AsnBigint,    UNIVERSAL,   OPTIONAL), // INTEGER OPTIONAL
     DROP(tsa,            AsnSeq,       IMPLICIT(0), OPTIONAL), // [0] GeneralName OPTIONAL: a CHOICE, so the tag is in
                                                                // effect EXPLICIT; wrapper and name are dropped
-    DROP(extensions,     AsnSeq,       IMPLICIT(1), OPTIONAL), // [1] IMPLICIT Extensions OPTIONAL }
-};
-SEQUENCE_ITEM(TimestampInfo);
+    DROP(extensions,     AsnSeq,       IMPLICIT(1), OPTIONAL) // [1] IMPLICIT Extensions OPTIONAL }
+);
 #undef RECORD

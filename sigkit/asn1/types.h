@@ -34,6 +34,7 @@ enum : uint32_t {
     ASN_TAG_SET = 17,
     ASN_TAG_UTC_TIME = 23,
     ASN_TAG_GENERALIZED_TIME = 24,
+    ASN_TAG_MAX = 30, // the greatest that one identifier octet holds
 };
 
 // ---- Tables --------------------------------------------------------------------------------------------------------
