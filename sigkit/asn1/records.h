@@ -10,8 +10,8 @@
 #include "asn1/types.h"
 #include "core/list.h"
 
-// What an item fills, so that a table that disagrees with it does not compile: `type`, and as in InternalAsnSlot what can
-// be asked of its decode function.
+// What an item fills, so that a table that disagrees with it does not compile: `type`, and as in InternalAsnSlot what
+// can be asked of its decode function.
 template <const SigkitAsnItem &Item>
 struct InternalAsnFills;
 
@@ -38,8 +38,8 @@ struct InternalAsnFills;
 template <typename Record>
 struct InternalAsnRowsOf;
 
-// Declares the item of a SEQUENCE, or of a list of extensions or attributes. The names are those of the RFC's production
-// in its order, those that are dropped too; what is captured ahead of a member is named before it.
+// Declares the item of a SEQUENCE, or of a list of extensions or attributes. The names are those of the RFC's
+// production in its order, those that are dropped too; what is captured ahead of a member is named before it.
 #define ASN_RECORD(Name, ...)                                                                                          \
     template <>                                                                                                        \
     struct InternalAsnRowsOf<Sigkit##Name> {                                                                           \
@@ -166,8 +166,8 @@ struct SigkitX509CertInfo {
 ASN_RECORD(X509CertInfo, version, serialNumber, signature, issuer, validity, subject, subjectPublicKeyInfo,
            issuerUniqueID, subjectUniqueID, extensions);
 
-// Which certificates issued a record, as far as that was found out. Bit 0 stands for the record's own key, bit i for the
-// certificate whose place in the store is i.
+// Which certificates issued a record, as far as that was found out. Bit 0 stands for the record's own key, bit i for
+// the certificate whose place in the store is i.
 struct InternalIssuerVerdicts {
     uint32_t known;
     uint32_t issued;

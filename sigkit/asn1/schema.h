@@ -1,27 +1,28 @@
 // The notation of the template tables, for templ_*.cpp only. What holds once it compiles:
-//   each row     its field lies in the table's record and has the type that its item fills; its flags and tagging are ones
-//                that the item's decode function obeys; a member that is dropped has no field.
-//   each table   is that of its record's item; its rows are the members that records.h names, in that order, and fields
-//                stand in the same order; no context-specific tag and no AOID comes twice; what is captured ahead of a
-//                member is read by the next row.
-//   each list    its element fits the record's array, which has room for as many as are accepted, at least one.
-//   each item    has an identifier that its decode function reads.
-// What no compiler checks: that the RFC's production is the one that records.h and the rows tell, and that what may be
-// absent can be told from what follows (tests/asn1/schema_test.cpp). Wrong rows are tried out by
-// tests/asn1/check_wrong_rows.py.
+//   a row    Its field lies in the table's record and has the type that its item fills; its flags and its tagging are
+//            ones that the item's decode function obeys. What is dropped has no field.
+//   a table  Its record is the one that its item fills. Its rows are those that records.h names, in that order, and the
+//            fields of the record stand in the same order. No context-specific tag and no AOID comes twice. What is
+//            captured ahead of a member is read by the next row.
+//   a list   Its element is the one of the record's array, which has room for as many as are accepted: one at least.
+//   an item  Its identifier is one that its decode function reads.
+// What no compiler checks: that records.h and the rows name the members of the RFC's production with their types, and
+// that an element is not read as a member that is absent before it (tests/asn1/schema_test.cpp).
+// tests/check_wrong_rows.py tries wrong rows out.
 //
 // A table is read beside its production: the comment above it is the production's head, and each row is one line, the
-// row's name first and behind the row what the RFC says of that name. Then it is told how the row departs from it:
-// "Narrowed" is what the RFC allows and the table refuses, "Widened" the reverse, "Skipped" what it does not look at.
+// row's name first and behind the row what the RFC says of that name. Then comes how the row departs from it:
+// "Narrowed" is what the RFC allows and the table refuses, "Widened" the reverse, "Skipped" what is decoded and never
+// looked at, as is all that is dropped. An item departs on its own row, at the head of templ_cert.cpp.
 //
 // RECORD is defined around each table as the record that it fills. Items are named without their `g_itemSigkit`. What
-// holds for every row, and is not told there:
+// holds wherever a row has the word, and is not said there:
 //   EXPLICIT     Widened: the wrapper's length is compared with the input alone, not with the element inside.
 //   DEFAULT      Widened: the default value may be encoded (X.690, 11.5).
 //   SET OF       Widened: the elements may stand in any order (X.690, 11.6).
-//   EXTENSIONS,  Widened: may be empty; members without a row are skipped, critical or not (RFC 5280, 4.2); a member
-//   ATTRIBUTES   that comes again is decoded into the same field; octets behind the value are left alone, and so are an
-//                attribute's further values. Narrowed: a member without a value is refused, known or not.
+//   EXTENSIONS,  Widened: members without a row are skipped, critical or not (RFC 5280, 4.2); a member that comes again
+//   ATTRIBUTES   is decoded into the same field; octets behind the value are left alone, and so are an attribute's
+//                further values. Narrowed: a member without a value is refused, with a row or without.
 #ifndef ASN1_SCHEMA_H
 #define ASN1_SCHEMA_H
 

@@ -5,25 +5,34 @@
 
 // ---- Primitive types -----------------------------------------------------------------------------------------------
 
-PRIMITIVE(AsnBool,       ASN_CLASS_UNIVERSAL, 0, ASN_TAG_BOOLEAN);
-PRIMITIVE(AsnEnum,       ASN_CLASS_UNIVERSAL, 0, ASN_TAG_ENUMERATED);
-PRIMITIVE(AsnInt,        ASN_CLASS_UNIVERSAL, 0, ASN_TAG_INTEGER);
-PRIMITIVE(AsnBits,       ASN_CLASS_UNIVERSAL, 0, ASN_TAG_BIT_STRING);
-PRIMITIVE(AsnSet,        ASN_CLASS_UNIVERSAL, 1, ASN_TAG_SET);
-PRIMITIVE(AsnSeq,        ASN_CLASS_UNIVERSAL, 1, ASN_TAG_SEQUENCE);
-PRIMITIVE(AsnBigint,     ASN_CLASS_UNIVERSAL, 0, ASN_TAG_INTEGER);
-PRIMITIVE(AsnOcts,       SIGKIT_ASN_ANY, SIGKIT_ASN_ANY, SIGKIT_ASN_TAG_ANY);
-PRIMITIVE(AsnBitsToInt,  ASN_CLASS_UNIVERSAL, 0, ASN_TAG_BIT_STRING);
-PRIMITIVE(AsnExku,       ASN_CLASS_UNIVERSAL, 0, ASN_TAG_OBJECT_IDENTIFIER);
-PRIMITIVE(AttrBundleRaw, ASN_CLASS_UNIVERSAL, 1, ASN_TAG_SET);
+PRIMITIVE(AsnBool,       ASN_CLASS_UNIVERSAL, 0, ASN_TAG_BOOLEAN);           // Widened: any octet but FF is FALSE
+                                                                             // (X.690, 11.1)
+PRIMITIVE(AsnEnum,       ASN_CLASS_UNIVERSAL, 0, ASN_TAG_ENUMERATED);        // Narrowed: at most four octets. Widened:
+                                                                             // more than the value takes (X.690, 8.3.2)
+PRIMITIVE(AsnInt,        ASN_CLASS_UNIVERSAL, 0, ASN_TAG_INTEGER);           // Where it is kept, as AsnEnum. Widened:
+                                                                             // where it is dropped, any number of
+                                                                             // octets, and none
+PRIMITIVE(AsnBits,       ASN_CLASS_UNIVERSAL, 0, ASN_TAG_BIT_STRING);        // Widened: any count of unused bits, and
+                                                                             // they count (X.690, 8.6.2.2 and 11.2.1)
+PRIMITIVE(AsnSet,        ASN_CLASS_UNIVERSAL, 1, ASN_TAG_SET);               // Widened: any content
+PRIMITIVE(AsnSeq,        ASN_CLASS_UNIVERSAL, 1, ASN_TAG_SEQUENCE);          // Widened: any content
+PRIMITIVE(AsnBigint,     ASN_CLASS_UNIVERSAL, 0, ASN_TAG_INTEGER);           // Widened: no octet, or more than the
+                                                                             // value takes (X.690, 8.3)
+PRIMITIVE(AsnOcts,       SIGKIT_ASN_ANY, SIGKIT_ASN_ANY, SIGKIT_ASN_TAG_ANY); // any element
+PRIMITIVE(AsnBitsToInt,  ASN_CLASS_UNIVERSAL, 0, ASN_TAG_BIT_STRING);        // Widened as AsnBits. Narrowed: one or two
+                                                                             // octets behind the count
+PRIMITIVE(AsnExku,       ASN_CLASS_UNIVERSAL, 0, ASN_TAG_OBJECT_IDENTIFIER); // Reads an AsnOidBundle, whatever the tag
+                                                                             // here. Narrowed: only the first purpose
+                                                                             // counts
+PRIMITIVE(AttrBundleRaw, ASN_CLASS_UNIVERSAL, 1, ASN_TAG_SET);               // Widened: any content
 
 // ---- Names ---------------------------------------------------------------------------------------------------------
 
 // AttributeTypeAndValue ::= SEQUENCE {                                                            RFC 5280, 4.1.2.4
 #define RECORD SigkitX509AttrEntry
 SEQUENCE(X509AttrEntry,
-    KEEP(type,  AsnOcts, UNIVERSAL, REQUIRED), // AttributeType (OBJECT IDENTIFIER)
-    KEEP(value, AsnOcts, UNIVERSAL, REQUIRED) // AttributeValue (ANY) }
+    KEEP(type,  AsnOcts, UNIVERSAL, REQUIRED), // AttributeType (OBJECT IDENTIFIER). Widened: any element
+    KEEP(value, AsnOcts, UNIVERSAL, REQUIRED)  // AttributeValue (ANY) }
 );
 #undef RECORD
 
@@ -47,31 +56,33 @@ SEQUENCE_OF(X509Name,
 // AlgorithmIdentifier ::= SEQUENCE {                                                              RFC 5280, 4.1.1.2
 #define RECORD SigkitX509AlgoIdentifier
 SEQUENCE(X509AlgoIdentifier,
-    KEEP(algorithm,  AsnOcts, UNIVERSAL, REQUIRED), // OBJECT IDENTIFIER
-    KEEP(parameters, AsnOcts, UNIVERSAL, OPTIONAL) // ANY DEFINED BY algorithm OPTIONAL }
+    KEEP(algorithm,  AsnOcts, UNIVERSAL, REQUIRED), // OBJECT IDENTIFIER. Widened: any element
+    KEEP(parameters, AsnOcts, UNIVERSAL, OPTIONAL)  // ANY DEFINED BY algorithm OPTIONAL }. Skipped
 );
 #undef RECORD
 
 // RSAPublicKey ::= SEQUENCE {                                                                     RFC 8017, A.1.1
 #define RECORD SigkitRsaPublicKey
 SEQUENCE(RsaPublicKey,
-    KEEP(modulus,        AsnBigint, UNIVERSAL, REQUIRED), // INTEGER
-    KEEP(publicExponent, AsnBigint, UNIVERSAL, REQUIRED) // INTEGER }
+    KEEP(modulus,        AsnBigint, UNIVERSAL, REQUIRED), // INTEGER. Widened as AsnBigint
+    KEEP(publicExponent, AsnBigint, UNIVERSAL, REQUIRED)  // INTEGER }. Widened as AsnBigint
 );
 #undef RECORD
 
 // What the BIT STRING subjectPublicKey holds                                                      RFC 3279, 2.3.1
 #define RECORD SigkitX509PublicKey
 BIT_STRING(X509PublicKey,
-    KEEP(rsaPublicKey, RsaPublicKey, UNIVERSAL, REQUIRED) // RSAPublicKey. Narrowed: no other key
+    KEEP(rsaPublicKey, RsaPublicKey, UNIVERSAL, REQUIRED) // RSAPublicKey. Narrowed: no other key. Widened: any count of
+                                                          // unused bits
 );
 #undef RECORD
 
 // SubjectPublicKeyInfo ::= SEQUENCE {                                                             RFC 5280, 4.1
 #define RECORD SigkitX509PubkeyInfo
 SEQUENCE(X509PubkeyInfo,
-    KEEP(algorithm,        X509AlgoIdentifier, UNIVERSAL, REQUIRED), // AlgorithmIdentifier
-    KEEP(subjectPublicKey, X509PublicKey,      UNIVERSAL, REQUIRED) // BIT STRING }
+    KEEP(algorithm,        X509AlgoIdentifier, UNIVERSAL, REQUIRED), // AlgorithmIdentifier. Skipped: taken for
+                                                                     // rsaEncryption (RFC 3279, 2.3.1)
+    KEEP(subjectPublicKey, X509PublicKey,      UNIVERSAL, REQUIRED)  // BIT STRING }. Narrowed: holds an RSAPublicKey
 );
 #undef RECORD
 
@@ -81,16 +92,17 @@ SEQUENCE(X509PubkeyInfo,
 // Attribute ::= SEQUENCE { attrType OBJECT IDENTIFIER, attrValues SET OF AttributeValue }         RFC 5652, 5.3
 #define RECORD SigkitX509ExtensionEntry
 SEQUENCE(X509ExtensionEntry,
-    KEEP(extnID,    AsnOcts, UNIVERSAL, REQUIRED), // OBJECT IDENTIFIER; attrType
-    KEEP(critical,  AsnBool, UNIVERSAL, DEFAULT),  // BOOLEAN DEFAULT FALSE; an Attribute has none
-    KEEP(extnValue, AsnOcts, UNIVERSAL, REQUIRED) // OCTET STRING }; attrValues
+    KEEP(extnID,    AsnOcts, UNIVERSAL, REQUIRED), // OBJECT IDENTIFIER; attrType. Widened: any element
+    KEEP(critical,  AsnBool, UNIVERSAL, DEFAULT),  // BOOLEAN DEFAULT FALSE. Skipped. Widened: an Attribute has none,
+                                                   // and may have one
+    KEEP(extnValue, AsnOcts, UNIVERSAL, REQUIRED)  // OCTET STRING; attrValues (SET OF) }. Widened: any element
 );
 #undef RECORD
 
 // BasicConstraints ::= SEQUENCE {                                                                 RFC 5280, 4.2.1.9
 #define RECORD SigkitX509BasicConstraints
 SEQUENCE(X509BasicConstraints,
-    KEEP(cA,                AsnBool, UNIVERSAL, DEFAULT),  // BOOLEAN DEFAULT FALSE
+    KEEP(cA,                AsnBool, UNIVERSAL, DEFAULT), // BOOLEAN DEFAULT FALSE
     DROP(pathLenConstraint, AsnOcts, UNIVERSAL, OPTIONAL) // INTEGER (0..MAX) OPTIONAL }. Widened: any element
 );
 #undef RECORD
@@ -98,16 +110,18 @@ SEQUENCE(X509BasicConstraints,
 // ExtKeyUsageSyntax ::= SEQUENCE SIZE (1..MAX) OF KeyPurposeId                                    RFC 5280, 4.2.1.12
 #define RECORD SigkitAsnOidBundle
 SEQUENCE_OF(AsnOidBundle,
-    ELEMENT(AsnOcts, 10, REQUIRED) // OBJECT IDENTIFIER. Narrowed: at most 10. Widened: may be empty
+    ELEMENT(AsnOcts, 10, REQUIRED) // KeyPurposeId (OBJECT IDENTIFIER). Widened: any element; may be empty. Narrowed: at
+                                   // most 10
 );
 #undef RECORD
 
 // Extensions ::= SEQUENCE SIZE (1..MAX) OF Extension. Widened: may be empty                       RFC 5280, 4.1
+// KeyUsage ::= BIT STRING, read as AsnBitsToInt; ExtKeyUsageSyntax, read as AsnExku
 #define RECORD SigkitX509CertExts
 EXTENSIONS(X509CertExts,
-    KEEP(basicConstraints, X509BasicConstraints, MEMBER(AOID_CE_BASICCONSTRAINTS), OPTIONAL), // BasicConstraints
-    KEEP(keyUsage,         AsnBitsToInt,         MEMBER(AOID_CE_KEYUSAGE),         OPTIONAL), // KeyUsage, 4.2.1.3
-    KEEP(extKeyUsage,      AsnExku,              MEMBER(AOID_CE_EXTKEYUSAGE),      OPTIONAL) // ExtKeyUsageSyntax
+    KEEP(basicConstraints, X509BasicConstraints, MEMBER(AOID_CE_BASICCONSTRAINTS), OPTIONAL), // 4.2.1.9
+    KEEP(keyUsage,         AsnBitsToInt,         MEMBER(AOID_CE_KEYUSAGE),         OPTIONAL), // 4.2.1.3
+    KEEP(extKeyUsage,      AsnExku,              MEMBER(AOID_CE_EXTKEYUSAGE),      OPTIONAL)  // 4.2.1.12
 );
 #undef RECORD
 
@@ -116,8 +130,9 @@ EXTENSIONS(X509CertExts,
 // Validity ::= SEQUENCE {                                                                         RFC 5280, 4.1
 #define RECORD SigkitX509Validity
 SEQUENCE(X509Validity,
-    KEEP(notBefore, AsnOcts, UNIVERSAL, REQUIRED), // Time (CHOICE of UTCTime and GeneralizedTime)
-    KEEP(notAfter,  AsnOcts, UNIVERSAL, REQUIRED) // Time }
+    KEEP(notBefore, AsnOcts, UNIVERSAL, REQUIRED), // Time (CHOICE of UTCTime and GeneralizedTime). Widened: any
+                                                   // element: who reads the time looks at the tag
+    KEEP(notAfter,  AsnOcts, UNIVERSAL, REQUIRED)  // Time }. Widened: any element
 );
 #undef RECORD
 
@@ -125,16 +140,20 @@ SEQUENCE(X509Validity,
 #define RECORD SigkitX509CertInfo
 SEQUENCE(X509CertInfo,
     DROP(version,              AsnInt,         EXPLICIT(0), REQUIRED), // [0] EXPLICIT Version DEFAULT v1. Narrowed:
-                                                                       // must be there, so v1 is refused
-    KEEP(serialNumber,         AsnBigint,      UNIVERSAL,   REQUIRED), // CertificateSerialNumber
-    DROP(signature,            AsnSeq,         UNIVERSAL,   REQUIRED), // AlgorithmIdentifier
+                                                                       // must be there. Widened: any INTEGER
+    KEEP(serialNumber,         AsnBigint,      UNIVERSAL,   REQUIRED), // CertificateSerialNumber (INTEGER). Widened as
+                                                                       // AsnBigint; of any length (4.1.2.2)
+    DROP(signature,            AsnSeq,         UNIVERSAL,   REQUIRED), // AlgorithmIdentifier. Widened: any SEQUENCE,
+                                                                       // and another one than signatureAlgorithm
+                                                                       // (4.1.2.3)
     KEEP(issuer,               X509Name,       UNIVERSAL,   REQUIRED), // Name
     KEEP(validity,             X509Validity,   UNIVERSAL,   REQUIRED), // Validity
     KEEP(subject,              X509Name,       UNIVERSAL,   REQUIRED), // Name
     KEEP(subjectPublicKeyInfo, X509PubkeyInfo, UNIVERSAL,   REQUIRED), // SubjectPublicKeyInfo
     DROP(issuerUniqueID,       AsnBits,        IMPLICIT(1), OPTIONAL), // [1] IMPLICIT UniqueIdentifier OPTIONAL
     DROP(subjectUniqueID,      AsnBits,        IMPLICIT(2), OPTIONAL), // [2] IMPLICIT UniqueIdentifier OPTIONAL
-    KEEP(extensions,           X509CertExts,   EXPLICIT(3), OPTIONAL) // [3] EXPLICIT Extensions OPTIONAL }
+    KEEP(extensions,           X509CertExts,   EXPLICIT(3), OPTIONAL)  // [3] EXPLICIT Extensions OPTIONAL }. Widened:
+                                                                       // in a certificate of any version
 );
 #undef RECORD
 
@@ -142,8 +161,8 @@ SEQUENCE(X509CertInfo,
 #define RECORD SigkitX509Cert
 SEQUENCE(X509Cert,
     KEEP(encoded,            AsnOcts,            UNIVERSAL, REQUIRED | PEEK | RAW), // tbsCertificate, whole
-    KEEP(tbsCertificate,     X509CertInfo,       UNIVERSAL, REQUIRED), // TBSCertificate
-    KEEP(signatureAlgorithm, X509AlgoIdentifier, UNIVERSAL, REQUIRED), // AlgorithmIdentifier
-    KEEP(signatureValue,     AsnBits,            UNIVERSAL, REQUIRED) // BIT STRING }
+    KEEP(tbsCertificate,     X509CertInfo,       UNIVERSAL, REQUIRED),              // TBSCertificate
+    KEEP(signatureAlgorithm, X509AlgoIdentifier, UNIVERSAL, REQUIRED),              // AlgorithmIdentifier
+    KEEP(signatureValue,     AsnBits,            UNIVERSAL, REQUIRED)               // BIT STRING }. Widened as AsnBits
 );
 #undef RECORD
