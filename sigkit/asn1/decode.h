@@ -19,8 +19,10 @@
 //   record     out, a new record of the item's size, owned by the caller until SigkitAsnFree.
 //   consumed   out, octets that the value took.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null or empty argument, SIGKIT_ERR_ASN_NO_DECODER, SIGKIT_ERR_NO_MEMORY, or
-// the decode function's code. After a failure nothing is allocated and the record pointer is not written.
+// Returns SIGKIT_OK, or the first of these that applies: SIGKIT_ERR_PARAM for a null or empty argument,
+// SIGKIT_ERR_ASN_NO_DECODER when the item's slot is empty, the host's code when it has no memory
+// (SIGKIT_ERR_NO_MEMORY), the code of memset_s, the decode function's code. After a failure nothing is allocated and
+// the record pointer is not written. Logs: nothing of its own.
 [[nodiscard]] uint32_t SigkitAsnDecode(const uint8_t *data, uint32_t size, const SigkitAsnItem *item, uint8_t rootFlags,
                                        void **record, uint32_t *consumed);
 
@@ -34,44 +36,71 @@ void SigkitAsnFree(void *record, const SigkitAsnItem *item);
                                           uint32_t *consumed, const SigkitAsnTemplate *entry);
 
 // ---- Decode functions, each a SigkitAsnDecodeFunc ------------------------------------------------------------------
+// Besides SIGKIT_OK each returns SIGKIT_ERR_PARAM when `buf`, `consumed` or an entry that it reads is null, and the
+// codes that stand with it. The codes of a header are those of InternalDecTag and InternalDecLen (asn1/header.h):
+// SIGKIT_ERR_BUFFER_END, SIGKIT_ERR_ASN_TAG and, logged, SIGKIT_ERR_ASN_LENGTH. Of their own they log what is said.
 
 // Any element, captured as a SigkitAsnOcts. One leading zero octet of an INTEGER is dropped.
-// Codes: SIGKIT_ERR_PARAM, the header's, SIGKIT_ERR_ASN_OCTETS_TAG, SIGKIT_ERR_ASN_PEEK.
+//
+// Returns also SIGKIT_ERR_PARAM when `out` is null and the entry does not say SIGKIT_ASN_FLAG_IGNORE; the codes of a
+// header; SIGKIT_ERR_ASN_OCTETS_TAG for another class, form or tag than the entry's; SIGKIT_ERR_ASN_PEEK for a
+// look-ahead that is dropped, or that is IMPLICIT and has no item.
 [[nodiscard]] uint32_t SigkitDecodeOctet(SigkitDecodeBuf *buf, void *out, uint32_t *consumed,
                                          const SigkitAsnTemplate *entry);
 
 // BIT STRING as a SigkitAsnOcts behind the octet that counts unused bits.
-// Codes: SIGKIT_ERR_PARAM, the header's, SIGKIT_ERR_ASN_BITS.
+//
+// Returns also the codes of a header, with SIGKIT_ERR_ASN_TAG for another identifier than the entry's;
+// SIGKIT_ERR_ASN_BITS when there is no content, or when `out` is null and the entry does not say
+// SIGKIT_ASN_FLAG_IGNORE.
 [[nodiscard]] uint32_t SigkitDecodeBits(SigkitDecodeBuf *buf, void *out, uint32_t *consumed,
                                         const SigkitAsnTemplate *entry);
 
 // BOOLEAN, INTEGER or ENUMERATED of at most four octets as a uint32_t.
-// Codes: SIGKIT_ERR_PARAM, the header's, SIGKIT_ERR_ASN_INTEGER, SIGKIT_ERR_ASN_BOOLEAN.
+//
+// Returns also the codes of a header, with SIGKIT_ERR_ASN_TAG for another identifier than the entry's;
+// SIGKIT_ERR_ASN_INTEGER, logged, when `out` is null and the entry does not say SIGKIT_ASN_FLAG_IGNORE;
+// SIGKIT_ERR_ASN_INTEGER for no octet or more than four; SIGKIT_ERR_ASN_BOOLEAN for a BOOLEAN of two to four, and for
+// one of none unless the input ends there.
 [[nodiscard]] uint32_t SigkitDecodeInt(SigkitDecodeBuf *buf, void *out, uint32_t *consumed,
                                        const SigkitAsnTemplate *entry);
 
 // SEQUENCE, or a BIT STRING that holds the members of one, into a record.
-// Codes: SIGKIT_ERR_PARAM, the header's, SIGKIT_ERR_ASN_SEQUENCE, the codes of the members.
+//
+// Returns also SIGKIT_ERR_PARAM when `out` is null; the codes of a header, with SIGKIT_ERR_ASN_TAG for another
+// identifier than the entry's; SIGKIT_ERR_ASN_SEQUENCE for a BIT STRING without content, a wrapper with another tag, a
+// member without a decode function, and members that do not make up the whole content; for a member that must be there,
+// the codes of its wrapper's header and of its decode function.
 [[nodiscard]] uint32_t SigkitDecodeSeq(SigkitDecodeBuf *buf, void *out, uint32_t *consumed,
                                        const SigkitAsnTemplate *entry);
 
 // SET OF or SEQUENCE OF into a count and an array.
-// Codes: SIGKIT_ERR_PARAM, SIGKIT_ERR_ASN_SET.
+//
+// Returns also SIGKIT_ERR_PARAM when `out` is null or the item has other than one template entry; SIGKIT_ERR_ASN_SET
+// for everything else, whatever code the header or an element had.
 [[nodiscard]] uint32_t SigkitDecodeSetof(SigkitDecodeBuf *buf, void *out, uint32_t *consumed,
                                          const SigkitAsnTemplate *entry);
 
 // A list of extensions or attributes into the fields of the known ones. Unknown members are skipped, critical or not.
-// Codes: SIGKIT_ERR_PARAM, the header's, SIGKIT_ERR_ASN_SET, the codes of the members.
+//
+// Returns also SIGKIT_ERR_PARAM when `out` is null; the codes of a header, with SIGKIT_ERR_ASN_TAG for another
+// identifier than the entry's; the codes of SigkitDecodeSeq for a member that is no Extension or Attribute;
+// SIGKIT_ERR_ASN_SET for a member without a value, a known member without a decode function, and members that do not
+// make up the whole content; the codes of a known member's decode function.
 [[nodiscard]] uint32_t SigkitDecodeMap(SigkitDecodeBuf *buf, void *out, uint32_t *consumed,
                                        const SigkitAsnTemplate *entry);
 
 // BIT STRING of one or two octets as a uint32_t. Deliberate: the first bit weighs 128 in one octet and 32768 in two.
-// Codes: those of SigkitDecodeBits, SIGKIT_ERR_ASN_BITS.
+//
+// Returns also SIGKIT_ERR_PARAM when `out` is null; the codes of SigkitDecodeBits; SIGKIT_ERR_ASN_BITS, logged, for no
+// octet behind the count of unused bits, and for more than two.
 [[nodiscard]] uint32_t SigkitBitsToInt(SigkitDecodeBuf *buf, void *out, uint32_t *consumed,
                                        const SigkitAsnTemplate *entry);
 
-// Extended key usage as flags ORed into a uint32_t. Deliberate: only the first purpose counts.
-// Codes: SIGKIT_ERR_PARAM, SIGKIT_ERR_ASN_SET.
+// Extended key usage as flags ORed into a uint32_t. Deliberate: only the first purpose counts. The entry is not read.
+//
+// Returns also SIGKIT_ERR_PARAM when `out` is null, and SIGKIT_ERR_ASN_SET when it is no SEQUENCE of at most 10
+// elements.
 [[nodiscard]] uint32_t SigkitOidToExku(SigkitDecodeBuf *buf, void *out, uint32_t *consumed,
                                        const SigkitAsnTemplate *entry);
 
@@ -81,7 +110,8 @@ enum : uint32_t { SIGKIT_EXKU_CODE_SIGNING = 0x08, SIGKIT_EXKU_TIME_STAMPING = 0
 // ---- Slots ---------------------------------------------------------------------------------------------------------
 // Items reach their decode function through these.
 
-// What the function in a slot can do. A slot that holds another function, and a table that asks for more, do not compile.
+// What the function in a slot can do. A slot that holds another function, and a table that asks for more, do not
+// compile.
 //
 //   FUNCTION        the decode function.
 //   type            what it fills; void where the item says which record.

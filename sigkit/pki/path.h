@@ -2,7 +2,8 @@
 // way. Where that issuer is the very certificate that issued the one in hand, as in the ordinary case, this covers the
 // chain above; else the walk goes on to the certificate's issuer.
 //
-// Not checked (narrower than RFC 5280, 6): path length, policies, name constraints, a CRL's thisUpdate and scope.
+// RFC 5280, 6. Skipped, so that more is accepted: path length, policies, name constraints, critical extensions that are
+// unknown, a CRL's thisUpdate and scope.
 #ifndef PKI_PATH_H
 #define PKI_PATH_H
 

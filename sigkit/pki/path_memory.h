@@ -22,8 +22,8 @@ struct InternalPathOutcome {
 };
 
 struct InternalPathMemory {
-    uint32_t nested;                      // nested validations so far
-    uint32_t literal;                     // how many of them are carried out in any case
+    uint32_t nested;                      // nested validations that were carried out in any case; ends at `literal`
+    uint32_t literal;                     // how many are, usually SIGKIT_PATH_LITERAL_MAX
     uint32_t known[SIGKIT_LIST_CAPACITY]; // by certificate: bit d says that outcomes[..][d] is filled
     InternalPathOutcome outcomes[SIGKIT_LIST_CAPACITY][SIGKIT_PATH_DEPTH_MAX + 1]; // by certificate and depth
 };
@@ -31,7 +31,8 @@ struct InternalPathMemory {
 // Begins a top-level validation: nothing is known.
 void InternalForgetOutcomes(InternalPathMemory *memory);
 
-// Counts a nested validation and returns its outcome when it is known and the literal ones are used up; else null.
+// Returns the outcome of a nested validation when it is known and those that are carried out in any case are used up.
+// Else null, and while there are such ones left this one is counted among them.
 //
 //   storeIndex  in, of the certificate, from 1; 0, not stored, is never known.
 //   depth       in, pathDepth before the validation.

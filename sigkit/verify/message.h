@@ -7,7 +7,8 @@
 #include "core/context.h"
 #include "x509/pkcs7.h"
 
-// Decodes a message from a copy that the context keeps: among its buffers when it was PEM, else among its images.
+// Decodes a message. The octets that it points into stay with the context: among its buffers the DER that PEM text
+// decodes to, or among its images a copy of DER `data`, until InternalFreeImages. After a failure none stay.
 //
 //   data     in, `len` octets, at least SIGKIT_MIN_DATA_SIZE; borrowed for the call only.
 //   message  out, owned by the caller until SigkitPkcs7FreeSigned. Not written on failure.

@@ -8,7 +8,9 @@
 #include "core/guard.h"
 
 // Weights of key usage bits (RFC 5280, 4.2.1.3) where the BIT STRING has one content octet. Deliberate: cRLSign and
-// keyCertSign are looked for with these weights alone, so a CA's key usage must have one octet.
+// keyCertSign are looked for with these weights alone. Of a key usage with two octets, as decipherOnly makes it, they
+// read the second one, where the RFC assigns these bits nothing (Widened: bit 13 there stands for keyCertSign, bit 14
+// for cRLSign), and not the first (Narrowed: a CA with decipherOnly does not count as one that signs).
 enum : uint32_t {
     SIGKIT_KEY_USAGE_CRL_SIGN = 0x02,
     SIGKIT_KEY_USAGE_KEY_CERT_SIGN = 0x04,
@@ -25,7 +27,11 @@ enum : uint32_t {
 //   cert      out, a record with one holder, to be released with SigkitX509FreeCert.
 //   consumed  out, octets that the certificate took.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null or empty argument, or a decoding code.
+// Returns SIGKIT_OK, or the first of these that applies: SIGKIT_ERR_PARAM for a null or empty argument, the host's code
+// when it has no memory (SIGKIT_ERR_NO_MEMORY), the code of memset_s, or of what does not decode SIGKIT_ERR_BUFFER_END,
+// SIGKIT_ERR_ASN_TAG, SIGKIT_ERR_ASN_OCTETS_TAG, SIGKIT_ERR_ASN_LENGTH, SIGKIT_ERR_ASN_SEQUENCE, SIGKIT_ERR_ASN_BITS or
+// SIGKIT_ERR_ASN_SET. `cert` is not written on failure. Logs: lengths that are refused (InternalDecLen) and key usages
+// that are (SigkitBitsToInt), even where the member that they are in may be absent.
 [[nodiscard]] uint32_t SigkitX509DecodeCert(const uint8_t *data, uint32_t len, SigkitX509Cert **cert,
                                             uint32_t *consumed);
 
@@ -40,7 +46,8 @@ void InternalFreeCertEntry(void *cert);
 //
 //   isSelfSigned  out, 1 or 0.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument, or the code of SigkitX509PubKeyVerify.
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument, or a code of SigkitX509PubKeyVerify: SIGKIT_ERR_PARAM,
+// SIGKIT_ERR_ALGORITHM, that of memcpy_s or of the callback that failed.
 [[nodiscard]] uint32_t SigkitX509IsSelfSigned(SigkitX509Cert *cert, uint32_t *isSelfSigned);
 
 using InternalCertGuard = InternalGuard<SigkitX509Cert, SigkitX509FreeCert>;

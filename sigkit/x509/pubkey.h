@@ -14,8 +14,8 @@ using InternalCryptoGuard = InternalGuard<SigkitCryptoCtx, SigkitCryptoVerifyDes
 //
 //   exponent, modulus  out; on failure the exponent may be written already.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument, or SIGKIT_ERR_KEY_TOO_LONG, logged, when a number has more
-// than 512 octets.
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument, or, logged, SIGKIT_ERR_KEY_TOO_LONG when a number has more
+// than 512 octets, or the code of memcpy_s.
 [[nodiscard]] uint32_t SigkitX509ExtractPublicKey(const SigkitX509Cert *cert, SigkitBigInt *exponent,
                                                   SigkitBigInt *modulus);
 
@@ -27,8 +27,11 @@ using InternalCryptoGuard = InternalGuard<SigkitCryptoCtx, SigkitCryptoVerifyDes
 //   algorithm  in, identifier of the signature algorithm or of its digest.
 //   result     out, 1 when the signature holds, else 0. Not written on failure.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument and for a number of more than 512 octets, SIGKIT_ERR_ALGORITHM,
-// or the code of the callback that failed.
+// Returns SIGKIT_OK, or the first of these that applies:
+//   SIGKIT_ERR_PARAM      data, signature, key or result is null
+//   SIGKIT_ERR_ALGORITHM  logged: the algorithm is null, or has no digest that the library knows
+//   SIGKIT_ERR_PARAM      logged with its length: a number of the key has more than 512 octets
+//   the code of memcpy_s, or of the callback that failed
 [[nodiscard]] uint32_t SigkitX509PubKeyVerify(const uint8_t *data, uint32_t dataLen, const uint8_t *signature,
                                               uint32_t signatureLen, const SigkitRsaPublicKey *key,
                                               const SigkitAsnOcts *algorithm, uint32_t *result);
