@@ -15,7 +15,7 @@ import tempfile
 sys.dont_write_bytecode = True
 from check_hardening import readelf
 
-MODULE = pathlib.Path(__file__).resolve().parent / "package" / "hostile_module.c"
+MODULE = pathlib.Path(__file__).resolve().parent / "support" / "hostile_module.c"
 # Of the C library, the compiler and its sanitizers: a program does not get far enough without the true ones.
 OWN_LIBRARIES = re.compile(r"(libc|libm|libgcc_s|libstdc\+\+|libasan|libubsan|ld-linux[^.]*)\.")
 OWN_VERSIONS = re.compile(r"@(GLIBC|GLIBCXX|CXXABI|GCC)_")
