@@ -11,7 +11,7 @@
 
 #include "sigkit/sigkit.h"
 #include "tests/support/parties.h"
-#include "verify/base64.h"
+#include "verify/load/base64.h"
 #include "x509/cert.h"
 #include "x509/crl.h"
 #include "x509/pkcs7.h"

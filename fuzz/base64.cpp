@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "verify/base64.h"
+#include "verify/load/base64.h"
 
 namespace
 {

@@ -8,7 +8,7 @@
 #include "fuzz/support/host.h"
 #include "fuzz/support/keys.h"
 #include "fuzz/support/times.h"
-#include "verify/base64.h"
+#include "verify/load/base64.h"
 
 namespace
 {

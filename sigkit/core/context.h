@@ -26,7 +26,7 @@ struct SigkitVerifyCtx {
     int64_t verifyTime;    // seconds since 1970 UTC: the instant at which all dates are judged
     uint32_t pathError;    // code of the last failed CRL selection; a diagnostic
     int32_t pathDepth;     // nested path validations
-    InternalImage *images; // owned chain: the DER signature messages seen, see verify/image.h
+    InternalImage *images; // owned chain: the DER signature messages seen, see verify/load/image.h
     uint32_t hostFailure;  // first failure of the host that a search passed over, see InternalPassOver
     uint32_t skippedCrls;  // PEM blocks of CRLs that loading has skipped
     uint8_t reserved[56];  // zero

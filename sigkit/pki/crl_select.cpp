@@ -1,10 +1,8 @@
 #include "pki/crl_select.h"
 
-#include "core/context.h"
-#include "core/guard.h"
 #include "core/log.h"
 #include "core/memory.h"
-#include "pki/path.h"
+#include "pki/chain.h"
 #include "pki/revocation.h"
 #include "pki/store.h"
 #include "sigkit/sigkit.h"
@@ -13,13 +11,6 @@
 
 namespace
 {
-
-void FreeCandidates(SigkitList *candidates)
-{
-    SigkitListFree(candidates, SigkitFree);
-}
-
-using CandidatesGuard = InternalGuard<SigkitList, FreeCandidates>;
 
 bool SameIssuer(const SigkitX509Crl &crl, const SigkitX509Cert &cert)
 {
@@ -79,22 +70,16 @@ uint32_t CollectCandidates(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, con
 
 } // namespace
 
-uint32_t InternalSelectCrl(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,
-                           uint32_t strictRevocation, InternalCrlChoice *best)
+void InternalFreeCandidates(SigkitList *candidates)
 {
-    SigkitList candidates = {};
-    const CandidatesGuard guard(&candidates);
-    uint32_t status = CollectCandidates(ctx, cert, root, &candidates);
-    if (status == SIGKIT_OK) {
-        status = SigkitListSort(&candidates, InternalCrlScoreSortDesc);
-    }
-    if (status == SIGKIT_OK) {
-        status = InternalFindBestCrlOfCert(ctx, candidates, strictRevocation, best);
-    }
-    if (status != SIGKIT_OK) {
-        ctx->pathError = status;
-    }
-    return status;
+    SigkitListFree(candidates, SigkitFree);
+}
+
+uint32_t InternalRankCrls(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,
+                          SigkitList *candidates)
+{
+    const uint32_t status = CollectCandidates(ctx, cert, root, candidates);
+    return status == SIGKIT_OK ? SigkitListSort(candidates, InternalCrlScoreSortDesc) : status;
 }
 
 uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cert, int64_t verifyTime)
@@ -121,32 +106,6 @@ uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cer
     }
     SIGKIT_WARN(SIGKIT_ERR_CRL_EXPIRED, "Found an expired CRL, it most likely cause NO CRL error.");
     return listed ? score : 0;
-}
-
-uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candidates, uint32_t strictRevocation,
-                                   InternalCrlChoice *best)
-{
-    if (candidates.count == 0) {
-        SIGKIT_ERROR(SIGKIT_OK, "Can't find CRL for certificate.");
-        return SIGKIT_ERR_NO_CRL;
-    }
-    uint32_t last = SIGKIT_OK;
-    for (uint32_t i = 0; i < candidates.count; ++i) {
-        SigkitX509Crl *const crl = static_cast<const SigkitCrlCandidate *>(candidates.items[i])->crl;
-        SigkitX509Cert *const issuer = SigkitPkiFindCrlIssuer(ctx, crl);
-        if (issuer == nullptr) {
-            continue;
-        }
-        uint32_t ok = 0;
-        last = SigkitPkiVerifyCert(ctx, issuer, 0, strictRevocation, &ok);
-        if (last == SIGKIT_OK && ok == 1) {
-            *best = {crl, issuer};
-            return SIGKIT_OK;
-        }
-        InternalPassOver(ctx, last);
-    }
-    SIGKIT_ERROR(last, "Verify CRL failed.");
-    return last != SIGKIT_OK ? last : SIGKIT_ERR_CRL_UNVERIFIED;
 }
 
 int32_t InternalCrlScoreSortDesc(const void *first, const void *second)

@@ -1,4 +1,4 @@
-// The choice of a CRL for a certificate: each CRL of the store is scored, and the best whose issuer validates is taken.
+// The CRLs that may decide about a certificate: each CRL of the store is scored.
 #ifndef PKI_CRL_SELECT_H
 #define PKI_CRL_SELECT_H
 
@@ -6,6 +6,7 @@
 
 #include "asn1/records.h"
 #include "core/context.h"
+#include "core/guard.h"
 #include "core/list.h"
 
 // Bits of a score. A CRL that lists the certificate outranks every one that does not; then a current one outranks an
@@ -23,37 +24,23 @@ struct SigkitCrlCandidate {
     SigkitX509Crl *crl; // the store's
 };
 
-// The CRL that decides about a certificate, and the certificate that signed it: both the store's.
-struct InternalCrlChoice {
-    SigkitX509Crl *crl;
-    SigkitX509Cert *issuer; // has been validated
-};
+void InternalFreeCandidates(SigkitList *candidates);
 
-// Chooses the CRL that decides about `cert`.
+using InternalCandidatesGuard = InternalGuard<SigkitList, InternalFreeCandidates>;
+
+// Lists the CRLs of the store that may decide about `cert` at the context's verifyTime, best first.
 //
-//   ctx               in/out; after a failure its pathError holds the code.
-//   root              in, the root of the certificate's chain; CRLs of other roots are left out.
-//   strictRevocation  in, handed on to the validation of the CRL's issuer.
-//   best              out.
+//   root        in, the root of the certificate's chain; CRLs of other roots are left out.
+//   candidates  out, an empty list that gets SigkitCrlCandidate, owned by the caller, after a failure too.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_NO_CRL, the code of the last issuer that did not validate, SIGKIT_ERR_CRL_UNVERIFIED, or
-// SIGKIT_ERR_NO_MEMORY.
-[[nodiscard]] uint32_t InternalSelectCrl(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,
-                                         uint32_t strictRevocation, InternalCrlChoice *best);
+// Returns SIGKIT_OK, also when there is none, SIGKIT_ERR_NO_MEMORY or SIGKIT_ERR_LIST_FULL.
+[[nodiscard]] uint32_t InternalRankCrls(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,
+                                        SigkitList *candidates);
 
 // Scores one CRL for a certificate at `verifyTime`. Returns the sum of the bits, or 0 when the CRL cannot be used: of
 // another issuer without being indirect, without a readable nextUpdate, or expired without listing the certificate. An
 // expired CRL still proves a revocation, never a clean record.
 [[nodiscard]] uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cert, int64_t verifyTime);
-
-// Takes the first candidate, in order, whose CRL has an issuer that validates.
-//
-//   candidates  in, SigkitCrlCandidate, best first.
-//
-// Returns SIGKIT_OK, SIGKIT_ERR_NO_CRL for an empty list, the code of the last issuer that did not validate, or
-// SIGKIT_ERR_CRL_UNVERIFIED; failures are logged.
-[[nodiscard]] uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candidates,
-                                                 uint32_t strictRevocation, InternalCrlChoice *best);
 
 // Orders two SigkitCrlCandidate, the higher score first: -1, 0 or 1.
 [[nodiscard]] int32_t InternalCrlScoreSortDesc(const void *first, const void *second);

@@ -2,12 +2,12 @@
 
 #include "core/context.h"
 #include "core/log.h"
+#include "pki/chain.h"
 #include "pki/crl_select.h"
 #include "pki/revocation.h"
 #include "pki/store.h"
 #include "sigkit/sigkit.h"
 #include "x509/cert.h"
-#include "x509/issuer.h"
 #include "x509/time.h"
 
 namespace
@@ -142,51 +142,43 @@ uint32_t InternalVerifyCertificate(const SigkitX509Cert &cert, int64_t verifyTim
     return status;
 }
 
-SigkitX509Cert *InternalFindCertIssuer(SigkitVerifyCtx *ctx, SigkitX509Cert *cert)
+uint32_t InternalSelectCrl(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,
+                           uint32_t strictRevocation, InternalCrlChoice *best)
 {
-    const SigkitList &certs = ctx->pki->certs;
-    for (uint32_t i = 0; i < certs.count; ++i) {
-        SigkitX509Cert *const candidate = static_cast<SigkitX509Cert *>(certs.items[i]);
-        const SigkitX509CertInfo &info = candidate->tbsCertificate;
-        if (info.extensions.basicConstraints.cA != 1) {
-            continue;
-        }
-        if (cert->issuerCert != nullptr) {
-            if (candidate == cert->issuerCert) {
-                return candidate;
-            }
-            continue;
-        }
-        if ((info.extensions.keyUsage & SIGKIT_KEY_USAGE_KEY_CERT_SIGN) == 0) {
-            continue;
-        }
-        bool issued = false;
-        const uint32_t status = InternalIsCertIssuedBy(cert, *candidate, &issued);
-        if (status == SIGKIT_OK && issued) {
-            cert->issuerCert = candidate;
-            return candidate;
-        }
-        InternalPassOver(ctx, status);
+    SigkitList candidates = {};
+    const InternalCandidatesGuard guard(&candidates);
+    uint32_t status = InternalRankCrls(ctx, cert, root, &candidates);
+    if (status == SIGKIT_OK) {
+        status = InternalFindBestCrlOfCert(ctx, candidates, strictRevocation, best);
     }
-    return nullptr;
+    if (status != SIGKIT_OK) {
+        ctx->pathError = status;
+    }
+    return status;
 }
 
-// The recursion is bounded by `depth`.
-SigkitX509Cert *InternalFindCertRoot(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t depth)
+uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candidates, uint32_t strictRevocation,
+                                   InternalCrlChoice *best)
 {
-    if (depth > SIGKIT_PATH_DEPTH_MAX) {
-        SIGKIT_ERROR(SIGKIT_ERR_UNKNOWN, "find path too deep.");
-        return nullptr;
+    if (candidates.count == 0) {
+        SIGKIT_ERROR(SIGKIT_OK, "Can't find CRL for certificate.");
+        return SIGKIT_ERR_NO_CRL;
     }
-    uint32_t isSelfSigned = 0;
-    const uint32_t status = SigkitX509IsSelfSigned(cert, &isSelfSigned);
-    if (status != SIGKIT_OK) {
-        InternalPassOver(ctx, status);
-        return nullptr;
+    uint32_t last = SIGKIT_OK;
+    for (uint32_t i = 0; i < candidates.count; ++i) {
+        SigkitX509Crl *const crl = static_cast<const SigkitCrlCandidate *>(candidates.items[i])->crl;
+        SigkitX509Cert *const issuer = SigkitPkiFindCrlIssuer(ctx, crl);
+        if (issuer == nullptr) {
+            continue;
+        }
+        uint32_t ok = 0;
+        last = SigkitPkiVerifyCert(ctx, issuer, 0, strictRevocation, &ok);
+        if (last == SIGKIT_OK && ok == 1) {
+            *best = {crl, issuer};
+            return SIGKIT_OK;
+        }
+        InternalPassOver(ctx, last);
     }
-    if (isSelfSigned == 1) {
-        return cert;
-    }
-    SigkitX509Cert *const issuer = InternalFindCertIssuer(ctx, cert);
-    return issuer == nullptr ? nullptr : InternalFindCertRoot(ctx, issuer, depth + 1);
+    SIGKIT_ERROR(last, "Verify CRL failed.");
+    return last != SIGKIT_OK ? last : SIGKIT_ERR_CRL_UNVERIFIED;
 }

@@ -11,6 +11,7 @@
 
 #include "asn1/records.h"
 #include "core/context.h"
+#include "core/list.h"
 
 // Validates a certificate at the context's verifyTime.
 //
@@ -35,12 +36,31 @@
 // SIGKIT_ERR_CERT_EXPIRED.
 [[nodiscard]] uint32_t InternalVerifyCertificate(const SigkitX509Cert &cert, int64_t verifyTime);
 
-// Returns the stored certificate that issued `cert`, or null: a CA that bears its issuer name, may sign certificates and
-// verifies it. The issuer is remembered, and later searches find that record only.
-[[nodiscard]] SigkitX509Cert *InternalFindCertIssuer(SigkitVerifyCtx *ctx, SigkitX509Cert *cert);
+// The CRL that decides about a certificate, and the certificate that signed it: both the store's.
+struct InternalCrlChoice {
+    SigkitX509Crl *crl;
+    SigkitX509Cert *issuer; // has been validated
+};
 
-// Returns the self-signed certificate at the end of the chain above `cert`, `cert` itself when it is self-signed, or
-// null. `depth` is 0 for the first step; it bounds the recursion.
-[[nodiscard]] SigkitX509Cert *InternalFindCertRoot(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t depth);
+// Chooses the CRL that decides about `cert`.
+//
+//   ctx               in/out; after a failure its pathError holds the code.
+//   root              in, the root of the certificate's chain; CRLs of other roots are left out.
+//   strictRevocation  in, handed on to the validation of the CRL's issuer.
+//   best              out.
+//
+// Returns SIGKIT_OK, SIGKIT_ERR_NO_CRL, the code of the last issuer that did not validate, SIGKIT_ERR_CRL_UNVERIFIED, or
+// SIGKIT_ERR_NO_MEMORY.
+[[nodiscard]] uint32_t InternalSelectCrl(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,
+                                         uint32_t strictRevocation, InternalCrlChoice *best);
+
+// Takes the first candidate, in order, whose CRL has an issuer that validates.
+//
+//   candidates  in, SigkitCrlCandidate, best first.
+//
+// Returns SIGKIT_OK, SIGKIT_ERR_NO_CRL for an empty list, the code of the last issuer that did not validate, or
+// SIGKIT_ERR_CRL_UNVERIFIED; failures are logged.
+[[nodiscard]] uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candidates,
+                                                 uint32_t strictRevocation, InternalCrlChoice *best);
 
 #endif

@@ -5,7 +5,6 @@
 #include "sigkit/sigkit.h"
 #include "x509/cert.h"
 #include "x509/crl.h"
-#include "x509/issuer.h"
 #include "x509/name.h"
 #include "x509/oid.h"
 
@@ -90,27 +89,6 @@ SigkitX509Cert *SigkitPkiFindCertByIssuerSn(const SigkitVerifyCtx *ctx, const Si
             SigkitCompareAsnOcts(&cert->tbsCertificate.serialNumber, serialNumber) == 0) {
             return cert;
         }
-    }
-    return nullptr;
-}
-
-SigkitX509Cert *SigkitPkiFindCrlIssuer(SigkitVerifyCtx *ctx, SigkitX509Crl *crl)
-{
-    if (ctx == nullptr || crl == nullptr || ctx->pki == nullptr) {
-        return nullptr;
-    }
-    const SigkitList &certs = ctx->pki->certs;
-    for (uint32_t i = 0; i < certs.count; ++i) {
-        SigkitX509Cert *const cert = static_cast<SigkitX509Cert *>(certs.items[i]);
-        if ((cert->tbsCertificate.extensions.keyUsage & SIGKIT_KEY_USAGE_CRL_SIGN) == 0) {
-            continue;
-        }
-        bool issued = false;
-        const uint32_t status = InternalIsCrlIssuedBy(crl, *cert, &issued);
-        if (status == SIGKIT_OK && issued) {
-            return cert;
-        }
-        InternalPassOver(ctx, status);
     }
     return nullptr;
 }

@@ -39,8 +39,4 @@ void SigkitPkiUninit(SigkitVerifyCtx *ctx);
 [[nodiscard]] SigkitX509Cert *SigkitPkiFindCertByIssuerSn(const SigkitVerifyCtx *ctx, const SigkitX509Name *issuer,
                                                           const SigkitAsnOcts *serialNumber);
 
-// Returns the first certificate that bears the CRL's issuer name, may sign CRLs and verifies this CRL, or null. Not
-// checked: its dates, its path and whether it is a CA. The store keeps its share.
-[[nodiscard]] SigkitX509Cert *SigkitPkiFindCrlIssuer(SigkitVerifyCtx *ctx, SigkitX509Crl *crl);
-
 #endif

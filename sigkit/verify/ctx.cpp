@@ -5,10 +5,11 @@
 #include "pki/store.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
+#include "verify/admission.h"
 #include "verify/content_check.h"
-#include "verify/file.h"
-#include "verify/image.h"
-#include "verify/load.h"
+#include "verify/load/file.h"
+#include "verify/load/image.h"
+#include "verify/load/loading.h"
 
 namespace
 {

@@ -4,7 +4,7 @@
 #include "core/memory.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
-#include "verify/file.h"
+#include "verify/load/file.h"
 
 namespace
 {

@@ -110,22 +110,6 @@ TEST_F(Path, AnIssuerMustBeACaThatMaySignCertificates)
     EXPECT_STATUS(SIGKIT_ERR_NO_ROOT, Judge(SIGNER));
 }
 
-TEST_F(Path, ADecoyWithTheIssuersNameIsPassedOver)
-{
-    store.certs.insert(store.certs.begin() + 1, {"CA", "Root", 9, 1, 9});
-    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER + 1));
-    EXPECT_EQ(Cert(2), Cert(3)->issuerCert);
-}
-
-TEST_F(Path, ARememberedIssuerIsTheOnlyOne)
-{
-    Load();
-    Cert(SIGNER)->issuerCert = Cert(ROOT); // not its issuer, but remembered
-    EXPECT_EQ(Cert(ROOT), InternalFindCertIssuer(ctx, Cert(SIGNER)));
-    Cert(ROOT)->tbsCertificate.extensions.basicConstraints.cA = 0;
-    EXPECT_EQ(nullptr, InternalFindCertIssuer(ctx, Cert(SIGNER)));
-}
-
 TEST_F(Path, WithoutAnyCrlOfTheIssuerIsRefused)
 {
     store.crls.pop_back();

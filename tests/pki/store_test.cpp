@@ -122,27 +122,3 @@ TEST_F(Store, FindsNoCertificateWithoutNameOrSerial)
     Cert(SIGNER)->tbsCertificate.serialNumber = noSerial;
     EXPECT_EQ(nullptr, SigkitPkiFindCertByIssuerSn(ctx, &issuer, &noSerial));
 }
-
-TEST_F(Store, FindsTheIssuerOfACrlByNameUsageAndSignature)
-{
-    // In the order of the store: right name and no right to sign CRLs, right name and another key, the issuer.
-    store.certs = {
-        {"Root", "Root", 1, 1, 1}, {"CA", "Root", 2, 1, 2}, {"CA", "Root", 3, 1, 3}, {"CA", "Root", 2, 1, 4}};
-    store.certs[1].mayCrlSign = false;
-    store.certs[3].cA = false; // not asked for
-    store.certs[3].notAfter = JUDGED_AT - DAY;
-    Load();
-    EXPECT_EQ(Cert(3), SigkitPkiFindCrlIssuer(ctx, Crl(1)));
-    EXPECT_EQ(Cert(ROOT), SigkitPkiFindCrlIssuer(ctx, Crl(0)));
-    EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(nullptr, Crl(0)));
-    EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(ctx, nullptr));
-    SigkitVerifyCtx empty = {};
-    EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(&empty, Crl(0)));
-}
-
-TEST_F(Store, FindsNoIssuerWhoseKeyDoesNotVerify)
-{
-    store.crls[1].issuerKey = 9;
-    Load();
-    EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(ctx, Crl(1)));
-}

@@ -6,7 +6,7 @@
 #include "tests/verify/verify_fixture.h"
 #include "tests/x509/decode_helper.h"
 #include "verify/content_check.h"
-#include "verify/load.h"
+#include "verify/load/loading.h"
 #include "verify/timestamp.h"
 #include "x509/oid.h"
 

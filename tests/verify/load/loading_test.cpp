@@ -1,5 +1,5 @@
 // Certificates and CRLs from DER and PEM.
-#include "verify/load.h"
+#include "verify/load/loading.h"
 
 #include "tests/verify/verify_fixture.h"
 

@@ -1,4 +1,4 @@
-#include "verify/file.h"
+#include "verify/load/file.h"
 
 #include "core/log.h"
 #include "core/memory.h"

@@ -1,6 +1,6 @@
 // Signature messages: PEM or DER octets into a decoded SignedData.
-#ifndef VERIFY_MESSAGE_H
-#define VERIFY_MESSAGE_H
+#ifndef VERIFY_LOAD_MESSAGE_H
+#define VERIFY_LOAD_MESSAGE_H
 
 #include <stdint.h>
 

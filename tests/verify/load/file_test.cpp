@@ -1,5 +1,5 @@
 // Files that are read whole, through a host whose files fail, and trust material from files.
-#include "verify/file.h"
+#include "verify/load/file.h"
 
 #include "tests/support/process.h"
 #include "tests/verify/verify_fixture.h"

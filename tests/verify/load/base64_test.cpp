@@ -1,5 +1,5 @@
 // Base64 text: what is decoded, what is refused, and the edges of what is let through.
-#include "verify/base64.h"
+#include "verify/load/base64.h"
 
 #include <string>
 #include <vector>

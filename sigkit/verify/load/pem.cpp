@@ -1,4 +1,4 @@
-#include "verify/pem.h"
+#include "verify/load/pem.h"
 
 #include "core/context.h"
 #include "core/guard.h"
@@ -6,14 +6,14 @@
 #include "core/memory.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
-#include "verify/base64.h"
+#include "verify/load/armour.h"
+#include "verify/load/base64.h"
 #include "x509/cert.h"
 #include "x509/crl.h"
 
 namespace
 {
 
-constexpr char BEGIN[] = "-----BEGIN";
 constexpr char END[] = "-----END";
 constexpr char DASHES[] = "-----";
 
@@ -144,13 +144,13 @@ void InternalPemDecodeCrl(Walk *walk, const char *start, const char *next)
 
 bool IsKind(const BlockKind &kind, const char *start)
 {
-    return SigkitStrNCmp(start + InternalTextLen(BEGIN) + 1, kind.label, kind.labelLen) == 0 &&
+    return SigkitStrNCmp(start + InternalTextLen(SIGKIT_PEM_BEGIN) + 1, kind.label, kind.labelLen) == 0 &&
            SigkitStrNCmp(start, kind.begin, kind.beginLen) == 0;
 }
 
 uint32_t WalkBlocks(Walk *walk, const char *text)
 {
-    for (const char *start = SigkitStrStr(text, BEGIN); start != nullptr;) {
+    for (const char *start = SigkitStrStr(text, SIGKIT_PEM_BEGIN); start != nullptr;) {
         const char *const end = SigkitStrStr(start, END);
         const char *const close = end == nullptr ? nullptr : SigkitStrStr(end + InternalTextLen(END), DASHES);
         if (close == nullptr) {
@@ -162,17 +162,12 @@ uint32_t WalkBlocks(Walk *walk, const char *text)
         } else if (IsKind(CRL_BLOCK, start)) {
             InternalPemDecodeCrl(walk, start, next);
         }
-        start = SigkitStrStr(next, BEGIN);
+        start = SigkitStrStr(next, SIGKIT_PEM_BEGIN);
     }
     return SIGKIT_OK;
 }
 
 } // namespace
-
-bool InternalIsPem(const uint8_t *data)
-{
-    return SigkitStrNCmp(reinterpret_cast<const char *>(data), BEGIN, InternalTextLen(BEGIN)) == 0;
-}
 
 uint32_t InternalDecodePemCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitList *certs,
                                   SigkitList *crls)

@@ -1,6 +1,6 @@
 // Whole files through the host's file callbacks.
-#ifndef VERIFY_FILE_H
-#define VERIFY_FILE_H
+#ifndef VERIFY_LOAD_FILE_H
+#define VERIFY_LOAD_FILE_H
 
 #include <stdint.h>
 

@@ -1,4 +1,4 @@
-#include "verify/base64.h"
+#include "verify/load/base64.h"
 
 #include "core/guard.h"
 #include "core/memory.h"

@@ -1,5 +1,5 @@
 // Where a PEM block begins and ends, and what a block that is skipped says.
-#include "verify/pem.h"
+#include "verify/load/pem.h"
 
 #include "tests/verify/verify_fixture.h"
 

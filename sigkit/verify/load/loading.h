@@ -1,6 +1,6 @@
-// Certificates and CRLs from DER or PEM data into lists and into the store.
-#ifndef VERIFY_LOAD_H
-#define VERIFY_LOAD_H
+// Certificates and CRLs from DER or PEM data into lists.
+#ifndef VERIFY_LOAD_LOADING_H
+#define VERIFY_LOAD_LOADING_H
 
 #include <stdint.h>
 
@@ -28,18 +28,6 @@ inline constexpr uint32_t SIGKIT_MIN_DATA_SIZE = 38;
 // The DER half of InternalDecodeCertCrl: objects back to back, with a tail of up to 32 octets tolerated.
 [[nodiscard]] uint32_t InternalDecodeStreamCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len,
                                                    SigkitList *certs, SigkitList *crls);
-
-// Adds certificates to the store; ones that are there already are passed over.
-//
-//   allowRoot  in, 1 to accept self-signed certificates; with 0 they are skipped with a warning, so that data which
-//              comes with a package can never bring a trust anchor.
-//
-// Returns SIGKIT_OK, or, logged, the code of SigkitX509IsSelfSigned or SigkitPkiStoreAddCert.
-[[nodiscard]] uint32_t InternalAddCertToStore(SigkitVerifyCtx *ctx, const SigkitList &certs, uint32_t allowRoot);
-
-// Adds CRLs to the store; ones that are there already are passed over. Returns SIGKIT_OK or the code of
-// SigkitPkiStoreAddCrl.
-[[nodiscard]] uint32_t InternalAddCrlToStore(SigkitVerifyCtx *ctx, const SigkitList &crls);
 
 // Give up the shares that a list holds.
 inline void InternalFreeCerts(SigkitList *certs)

@@ -1,13 +1,13 @@
-#include "verify/message.h"
+#include "verify/load/message.h"
 
 #include "core/guard.h"
 #include "core/log.h"
 #include "core/memory.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
-#include "verify/base64.h"
-#include "verify/image.h"
-#include "verify/pem.h"
+#include "verify/load/armour.h"
+#include "verify/load/base64.h"
+#include "verify/load/image.h"
 
 namespace
 {

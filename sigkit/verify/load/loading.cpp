@@ -1,12 +1,12 @@
-#include "verify/load.h"
+#include "verify/load/loading.h"
 
 #include "core/guard.h"
 #include "core/log.h"
 #include "core/memory.h"
-#include "pki/store.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
-#include "verify/pem.h"
+#include "verify/load/armour.h"
+#include "verify/load/pem.h"
 #include "x509/cert.h"
 #include "x509/crl.h"
 
@@ -94,43 +94,6 @@ uint32_t InternalDecodeStreamCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, 
         }
         image += consumed;
         remaining -= consumed;
-    }
-    return SIGKIT_OK;
-}
-
-uint32_t InternalAddCertToStore(SigkitVerifyCtx *ctx, const SigkitList &certs, uint32_t allowRoot)
-{
-    for (uint32_t i = 0; i < certs.count; ++i) {
-        SigkitX509Cert *const cert = static_cast<SigkitX509Cert *>(certs.items[i]);
-        if (cert == nullptr) {
-            continue;
-        }
-        if (allowRoot == 0) {
-            uint32_t isSelfSigned = 0;
-            const uint32_t status = SigkitX509IsSelfSigned(cert, &isSelfSigned);
-            if (status != SIGKIT_OK) {
-                return SIGKIT_FAIL(status, "Failed to check self sign for certificate.");
-            }
-            if (isSelfSigned == 1) {
-                SIGKIT_WARN(SIGKIT_OK, "There is a root certificate, which is not allowed when add crl or cms.");
-                continue;
-            }
-        }
-        const uint32_t status = SigkitPkiStoreAddCert(ctx, cert);
-        if (status != SIGKIT_OK && status != SIGKIT_ERR_CERT_DUPLICATE) {
-            return SIGKIT_FAIL(status, "Failed to add certificate into PKI context.");
-        }
-    }
-    return SIGKIT_OK;
-}
-
-uint32_t InternalAddCrlToStore(SigkitVerifyCtx *ctx, const SigkitList &crls)
-{
-    for (uint32_t i = 0; i < crls.count; ++i) {
-        const uint32_t status = SigkitPkiStoreAddCrl(ctx, static_cast<SigkitX509Crl *>(crls.items[i]));
-        if (status != SIGKIT_OK && status != SIGKIT_ERR_CRL_DUPLICATE) {
-            return status;
-        }
     }
     return SIGKIT_OK;
 }

@@ -1,4 +1,4 @@
-#include "verify/image.h"
+#include "verify/load/image.h"
 
 #include "annexk.h"
 #include "sigkit/sigkit.h"

@@ -1,7 +1,7 @@
 // Images of DER signature messages. Certificates that come with a message stay in the store for the life of the context,
 // so the octets that they point into must too, whatever the caller does with its buffer.
-#ifndef VERIFY_IMAGE_H
-#define VERIFY_IMAGE_H
+#ifndef VERIFY_LOAD_IMAGE_H
+#define VERIFY_LOAD_IMAGE_H
 
 #include <stdint.h>
 

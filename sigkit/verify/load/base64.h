@@ -1,6 +1,6 @@
 // Base64 (RFC 4648, section 4) as it stands in PEM armour.
-#ifndef VERIFY_BASE64_H
-#define VERIFY_BASE64_H
+#ifndef VERIFY_LOAD_BASE64_H
+#define VERIFY_LOAD_BASE64_H
 
 #include <stdint.h>
 

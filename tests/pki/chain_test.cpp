@@ -1,0 +1,50 @@
+#include "pki/chain.h"
+
+#include "tests/pki/pki_fixture.h"
+
+namespace
+{
+
+using Chain = PkiTest;
+
+} // namespace
+
+TEST_F(Chain, ADecoyWithTheIssuersNameIsPassedOver)
+{
+    store.certs.insert(store.certs.begin() + 1, {"CA", "Root", 9, 1, 9});
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER + 1));
+    EXPECT_EQ(Cert(2), Cert(3)->issuerCert);
+}
+
+TEST_F(Chain, ARememberedIssuerIsTheOnlyOne)
+{
+    Load();
+    Cert(SIGNER)->issuerCert = Cert(ROOT); // not its issuer, but remembered
+    EXPECT_EQ(Cert(ROOT), InternalFindCertIssuer(ctx, Cert(SIGNER)));
+    Cert(ROOT)->tbsCertificate.extensions.basicConstraints.cA = 0;
+    EXPECT_EQ(nullptr, InternalFindCertIssuer(ctx, Cert(SIGNER)));
+}
+
+TEST_F(Chain, FindsTheIssuerOfACrlByNameUsageAndSignature)
+{
+    // In the order of the store: right name and no right to sign CRLs, right name and another key, the issuer.
+    store.certs = {
+        {"Root", "Root", 1, 1, 1}, {"CA", "Root", 2, 1, 2}, {"CA", "Root", 3, 1, 3}, {"CA", "Root", 2, 1, 4}};
+    store.certs[1].mayCrlSign = false;
+    store.certs[3].cA = false; // not asked for
+    store.certs[3].notAfter = JUDGED_AT - DAY;
+    Load();
+    EXPECT_EQ(Cert(3), SigkitPkiFindCrlIssuer(ctx, Crl(1)));
+    EXPECT_EQ(Cert(ROOT), SigkitPkiFindCrlIssuer(ctx, Crl(0)));
+    EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(nullptr, Crl(0)));
+    EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(ctx, nullptr));
+    SigkitVerifyCtx empty = {};
+    EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(&empty, Crl(0)));
+}
+
+TEST_F(Chain, FindsNoIssuerWhoseKeyDoesNotVerify)
+{
+    store.crls[1].issuerKey = 9;
+    Load();
+    EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(ctx, Crl(1)));
+}
