@@ -245,7 +245,8 @@ struct SigkitX509Crl {
     SigkitX509CrlInfo tbsCertList;
     SigkitX509AlgoIdentifier signatureAlgorithm;
     SigkitAsnOcts signatureValue;
-    int32_t refCount; // holders
+    int32_t refCount;    // holders
+    uint32_t storeIndex; // place in the store, from 1; 0 outside it
     InternalIssuerVerdicts issuerVerdicts;
 };
 ASN_RECORD(X509Crl, encoded, tbsCertList, signatureAlgorithm, signatureValue);

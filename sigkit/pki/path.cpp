@@ -105,6 +105,9 @@ uint32_t SigkitPkiVerifyCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, int32_t
         return SIGKIT_ERR_PARAM;
     }
     *ok = 0;
+    if (ctx->pki == nullptr) {
+        return SIGKIT_ERR_PARAM;
+    }
     uint32_t status = SIGKIT_OK;
     if (isTopLevel != 0) {
         InternalForgetOutcomes(&ctx->pki->memory);

@@ -11,7 +11,8 @@
 namespace
 {
 
-// Appends `record` to `list` and takes a share, unless a stored record has the same signature.
+// Appends `record` to `list` and takes a share, unless a stored record has the same signature. A record belongs to one
+// store for life: what it remembers of its issuers goes by their places in that store, and would name others in a second.
 template <typename Record>
 uint32_t AddRecord(SigkitList *list, Record *record, uint32_t duplicate)
 {
@@ -21,9 +22,13 @@ uint32_t AddRecord(SigkitList *list, Record *record, uint32_t duplicate)
             return duplicate;
         }
     }
+    if (record->storeIndex != 0) {
+        return SIGKIT_ERR_PARAM;
+    }
     const uint32_t status = SigkitListAdd(list, record);
     if (status == SIGKIT_OK) {
         record->refCount += 1;
+        record->storeIndex = list->count;
     }
     return status;
 }
@@ -60,11 +65,7 @@ uint32_t SigkitPkiStoreAddCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert)
     if (ctx == nullptr || cert == nullptr || ctx->pki == nullptr) {
         return SIGKIT_ERR_PARAM;
     }
-    const uint32_t status = AddRecord(&ctx->pki->certs, cert, SIGKIT_ERR_CERT_DUPLICATE);
-    if (status == SIGKIT_OK) {
-        cert->storeIndex = ctx->pki->certs.count;
-    }
-    return status;
+    return AddRecord(&ctx->pki->certs, cert, SIGKIT_ERR_CERT_DUPLICATE);
 }
 
 uint32_t SigkitPkiStoreAddCrl(SigkitVerifyCtx *ctx, SigkitX509Crl *crl)

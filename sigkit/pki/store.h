@@ -24,14 +24,14 @@ void SigkitPkiUninit(SigkitVerifyCtx *ctx);
 
 // Adds a certificate and takes a share of it. Two certificates are the same one when their signatures are the same bits.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_PARAM when an argument or the store is null, SIGKIT_ERR_CERT_DUPLICATE, or
-// SIGKIT_ERR_LIST_FULL; after a failure no share was taken.
+// Returns SIGKIT_OK, SIGKIT_ERR_CERT_DUPLICATE, SIGKIT_ERR_PARAM when an argument or the store is null or the record is
+// another store's, or SIGKIT_ERR_LIST_FULL; after a failure no share was taken.
 [[nodiscard]] uint32_t SigkitPkiStoreAddCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert);
 
 // Adds a CRL and takes a share of it. Older and newer CRLs of one issuer stay side by side.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_PARAM when an argument or the store is null, SIGKIT_ERR_CRL_DUPLICATE, or
-// SIGKIT_ERR_LIST_FULL; after a failure no share was taken.
+// Returns SIGKIT_OK, SIGKIT_ERR_CRL_DUPLICATE, SIGKIT_ERR_PARAM when an argument or the store is null or the record is
+// another store's, or SIGKIT_ERR_LIST_FULL; after a failure no share was taken.
 [[nodiscard]] uint32_t SigkitPkiStoreAddCrl(SigkitVerifyCtx *ctx, SigkitX509Crl *crl);
 
 // Returns the first certificate with this issuer and serial number, or null when there is none or an argument is null or

@@ -187,6 +187,19 @@ TEST_F(Path, NothingIsRememberedFromOneValidationToTheNext)
     EXPECT_STATUS(SIGKIT_OK, JudgeLoaded(SIGNER));
 }
 
+TEST_F(Path, WithoutAStoreIsAWrongArgument)
+{
+    Load();
+    SigkitVerifyCtx empty = {};
+    for (const int32_t isTopLevel : {1, 0}) {
+        uint32_t ok = 7;
+        EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiVerifyCert(&empty, Cert(SIGNER), isTopLevel, 0, &ok));
+        EXPECT_EQ(0u, ok);
+        EXPECT_EQ(0, empty.pathDepth);
+    }
+    EXPECT_TRUE(LogLines().empty());
+}
+
 TEST_F(Path, IsTrustedNoMoreWhenTheHostFailedAtAnyCandidate)
 {
     // A decoy, which comes first, bears the name of the issuer, so that the failure may pass without harm.

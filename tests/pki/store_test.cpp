@@ -55,6 +55,23 @@ TEST_F(Store, TakesASignatureOnce)
     EXPECT_EQ(3u, ctx->pki->certs.count);
 }
 
+TEST_F(Store, TakesNoRecordOfAnotherStore)
+{
+    Load();
+    SigkitVerifyCtx second = {};
+    ASSERT_STATUS(SIGKIT_OK, SigkitPkiInit(&second));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiStoreAddCert(&second, Cert(CA)));
+    EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkiStoreAddCrl(&second, Crl(1)));
+    EXPECT_EQ(0u, second.pki->certs.count);
+    EXPECT_EQ(0u, second.pki->crls.count);
+    EXPECT_EQ(1, Cert(CA)->refCount);
+    EXPECT_EQ(1, Crl(1)->refCount);
+    EXPECT_EQ(CA + 1, Cert(CA)->storeIndex) << "its place in its own store";
+    EXPECT_TRUE(LogLines().empty());
+    SigkitPkiUninit(&second);
+    EXPECT_STATUS(SIGKIT_OK, JudgeLoaded(SIGNER)) << "as if nothing had been tried";
+}
+
 TEST_F(Store, KeepsOlderAndNewerCrlsOfOneIssuer)
 {
     store.crls.push_back(store.crls[0]);
