@@ -36,7 +36,7 @@ uint32_t InternalAddCrlToStore(SigkitVerifyCtx *ctx, const SigkitList &crls)
     for (uint32_t i = 0; i < crls.count; ++i) {
         const uint32_t status = SigkitPkiStoreAddCrl(ctx, static_cast<SigkitX509Crl *>(crls.items[i]));
         if (status != SIGKIT_OK && status != SIGKIT_ERR_CRL_DUPLICATE) {
-            return status;
+            return SIGKIT_TRAIL(status);
         }
     }
     return SIGKIT_OK;

@@ -15,7 +15,7 @@
 // Returns SIGKIT_OK, or, logged, the code of SigkitX509IsSelfSigned or SigkitPkiStoreAddCert.
 [[nodiscard]] uint32_t InternalAddCertToStore(SigkitVerifyCtx *ctx, const SigkitList &certs, uint32_t allowRoot);
 
-// Adds CRLs to the store; ones that are there already are passed over. Returns SIGKIT_OK or the code of
+// Adds CRLs to the store; ones that are there already are passed over. Returns SIGKIT_OK, or, logged, the code of
 // SigkitPkiStoreAddCrl.
 [[nodiscard]] uint32_t InternalAddCrlToStore(SigkitVerifyCtx *ctx, const SigkitList &crls);
 

@@ -119,18 +119,18 @@ uint32_t SigkitCrlCompare(SigkitVerifyCtx *ctx, const SigkitCrlBundle *first, co
     }
     *result = SIGKIT_CRL_CONFLICT;
     if (!AllVerified(*first) || !AllVerified(*second)) {
-        return SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED;
+        return SIGKIT_TRAIL(SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED);
     }
     uint32_t answer = CompareTimes(*first, *second);
     if (InternalFindDuplicateCrlIssuer(*first) || InternalFindDuplicateCrlIssuer(*second)) {
-        return SIGKIT_ERR_CRL_ISSUER_TWICE;
+        return SIGKIT_TRAIL(SIGKIT_ERR_CRL_ISSUER_TWICE);
     }
     if (answer == SIGKIT_CRL_EQUAL) {
         answer = CompareCounts(*first, *second);
     }
     const bool isFirstNewer = answer == SIGKIT_CRL_FIRST_NEWER;
     if (!(isFirstNewer ? InternalCheckNewCrl(*first, *second) : InternalCheckNewCrl(*second, *first))) {
-        return SIGKIT_ERR_CRL_COVERAGE;
+        return SIGKIT_TRAIL(SIGKIT_ERR_CRL_COVERAGE);
     }
     *result = answer;
     return SIGKIT_OK;

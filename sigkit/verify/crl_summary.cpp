@@ -247,10 +247,10 @@ uint32_t SigkitDecodeCrlFile(SigkitVerifyCtx *ctx, const char *path, SigkitCrlBu
     InternalBytesGuard bytes;
     uint32_t len = 0;
     status = InternalReadFile(path, &bytes.held, &len);
-    if (status != SIGKIT_OK) {
-        return SIGKIT_TRAIL(status);
+    if (status == SIGKIT_OK) {
+        status = SigkitDecodeCrl(ctx, bytes.held, len, out);
     }
-    return SigkitDecodeCrl(ctx, bytes.held, len, out);
+    return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
 }
 
 uint32_t SigkitCrlFree(SigkitVerifyCtx *ctx, SigkitCrlBundle *bundle)

@@ -54,12 +54,12 @@ uint32_t SigkitVerifyCreateCtx(SigkitVerifyCtx **ctx, const SigkitVerifyCreatePa
     SigkitVerifyCtx *fresh = nullptr;
     uint32_t status = InternalNewRecord(&fresh);
     if (status != SIGKIT_OK) {
-        return status;
+        return SIGKIT_TRAIL(status);
     }
     status = SigkitPkiInit(fresh);
     if (status != SIGKIT_OK) {
         SigkitFree(fresh);
-        return status;
+        return SIGKIT_TRAIL(status);
     }
     fresh->size = SIGKIT_VERIFY_CTX_SIZE;
     *ctx = fresh;
@@ -93,10 +93,10 @@ uint32_t SigkitVerifyAddCertFile(SigkitVerifyCtx *ctx, const char *path)
     InternalBytesGuard bytes;
     uint32_t len = 0;
     status = InternalReadFile(path, &bytes.held, &len);
-    if (status != SIGKIT_OK) {
-        return SIGKIT_TRAIL(status);
+    if (status == SIGKIT_OK) {
+        status = SigkitVerifyAddCert(ctx, bytes.held, len);
     }
-    return SigkitVerifyAddCert(ctx, bytes.held, len);
+    return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
 }
 
 uint32_t SigkitVerifyAddCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len)
@@ -145,10 +145,10 @@ uint32_t SigkitVerifyAddCrlFile(SigkitVerifyCtx *ctx, const char *path)
     InternalBytesGuard bytes;
     uint32_t len = 0;
     status = InternalReadFile(path, &bytes.held, &len);
-    if (status != SIGKIT_OK) {
-        return SIGKIT_TRAIL(status);
+    if (status == SIGKIT_OK) {
+        status = SigkitVerifyAddCrl(ctx, bytes.held, len);
     }
-    return SigkitVerifyAddCrl(ctx, bytes.held, len);
+    return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
 }
 
 uint32_t SigkitVrfCtxFree(SigkitVerifyCtx *ctx)

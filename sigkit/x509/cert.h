@@ -31,7 +31,8 @@ enum : uint32_t {
 // when it has no memory (SIGKIT_ERR_NO_MEMORY), the code of memset_s, or of what does not decode SIGKIT_ERR_BUFFER_END,
 // SIGKIT_ERR_ASN_TAG, SIGKIT_ERR_ASN_OCTETS_TAG, SIGKIT_ERR_ASN_LENGTH, SIGKIT_ERR_ASN_SEQUENCE, SIGKIT_ERR_ASN_BITS or
 // SIGKIT_ERR_ASN_SET. `cert` is not written on failure. Logs: lengths that are refused (InternalDecLen) and key usages
-// that are (SigkitBitsToInt), even where the member that they are in may be absent.
+// that are (SigkitBitsToInt), even where the member that they are in may be absent; not what it returns: where a
+// certificate or a CRL may stand, one of the two decoders always fails, and only the caller knows whether it matters.
 [[nodiscard]] uint32_t SigkitX509DecodeCert(const uint8_t *data, uint32_t len, SigkitX509Cert **cert,
                                             uint32_t *consumed);
 
@@ -47,7 +48,7 @@ void InternalFreeCertEntry(void *cert);
 //   isSelfSigned  out, 1 or 0.
 //
 // Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument, or a code of SigkitX509PubKeyVerify: SIGKIT_ERR_PARAM,
-// SIGKIT_ERR_ALGORITHM, that of memcpy_s or of the callback that failed.
+// SIGKIT_ERR_ALGORITHM, that of memcpy_s or of the callback that failed. Logs nothing itself.
 [[nodiscard]] uint32_t SigkitX509IsSelfSigned(SigkitX509Cert *cert, uint32_t *isSelfSigned);
 
 using InternalCertGuard = InternalGuard<SigkitX509Cert, SigkitX509FreeCert>;

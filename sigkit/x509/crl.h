@@ -24,7 +24,7 @@ enum : uint32_t {
 // when it has no memory (SIGKIT_ERR_NO_MEMORY), the code of memset_s, or of what does not decode SIGKIT_ERR_BUFFER_END,
 // SIGKIT_ERR_ASN_TAG, SIGKIT_ERR_ASN_LENGTH, SIGKIT_ERR_ASN_SEQUENCE, SIGKIT_ERR_ASN_BITS, SIGKIT_ERR_ASN_INTEGER or
 // SIGKIT_ERR_ASN_SET. `crl` is not written on failure. Logs: lengths that are refused (InternalDecLen), even where the
-// member that they are in may be absent.
+// member that they are in may be absent; not what it returns, see SigkitX509DecodeCert.
 [[nodiscard]] uint32_t SigkitX509DecodeCrl(const uint8_t *data, uint32_t len, SigkitX509Crl **crl, uint32_t *consumed);
 
 // Gives up one holder's share; the last one frees the record. Null is ignored.

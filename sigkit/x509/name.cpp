@@ -127,7 +127,7 @@ uint32_t SigkitConvertFromX509Name(const SigkitX509Name *name, char **text, uint
     void *block = nullptr;
     uint32_t status = SigkitMallocWith0(&block, SIGKIT_NAME_TEXT_SIZE);
     if (status != SIGKIT_OK) {
-        return status;
+        return SIGKIT_TRAIL(status);
     }
     char *const printed = static_cast<char *>(block);
     for (uint32_t i = 0; i < name->count && status == SIGKIT_OK; ++i) {
@@ -135,7 +135,7 @@ uint32_t SigkitConvertFromX509Name(const SigkitX509Name *name, char **text, uint
     }
     if (status != SIGKIT_OK) {
         SigkitFree(block);
-        return status;
+        return SIGKIT_TRAIL(status);
     }
     *text = printed;
     *len = SigkitStrlen(printed);

@@ -22,8 +22,8 @@ inline constexpr uint32_t SIGKIT_NAME_TEXT_SIZE = 256;
 //   text  out, NUL-terminated, owned by the caller until SigkitFree.
 //   len   out, its length.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument, SIGKIT_ERR_NO_MEMORY, SIGKIT_ERR_NAME_ATTRIBUTE for an
-// attribute type outside the table of identifiers, or the code of a bounds-checked function. Nothing is written on
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument, or, logged, SIGKIT_ERR_NO_MEMORY, SIGKIT_ERR_NAME_ATTRIBUTE
+// for an attribute type outside the table of identifiers, or the code of a bounds-checked function. Nothing is written on
 // failure.
 [[nodiscard]] uint32_t SigkitConvertFromX509Name(const SigkitX509Name *name, char **text, uint32_t *len);
 

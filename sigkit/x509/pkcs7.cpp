@@ -32,18 +32,18 @@ uint32_t InternalDecodeCert(const SigkitAsnOcts &encoded, SigkitList *certs)
 uint32_t SigkitPkcs7DecodeSigned(const uint8_t *data, uint32_t len, SigkitPkcs7Content **message, uint32_t *consumed)
 {
     if (data == nullptr || len == 0 || message == nullptr || consumed == nullptr) {
-        return SIGKIT_ERR_PARAM;
+        return SIGKIT_TRAIL(SIGKIT_ERR_PARAM); // the one answer about a signer without a token, so it is logged
     }
     void *record = nullptr;
     if (SigkitAsnDecode(data, len, &g_itemSigkitPkcs7Content, 0, &record, consumed) != SIGKIT_OK) {
-        return SIGKIT_ERR_SIGNED_DATA;
+        return SIGKIT_TRAIL(SIGKIT_ERR_SIGNED_DATA);
     }
     InternalMessageGuard decoded(static_cast<SigkitPkcs7Content *>(record));
     SigkitPkcs7SignedData &signedData = decoded.held->content;
     for (uint32_t i = 0; i < signedData.certificates.count; ++i) {
         const uint32_t status = InternalDecodeCert(signedData.certificates.items[i], &signedData.certList);
         if (status != SIGKIT_OK) {
-            return status;
+            return SIGKIT_TRAIL(status);
         }
     }
     *message = decoded.Take();

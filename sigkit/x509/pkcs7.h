@@ -13,7 +13,8 @@
 //   message   out, to be released with SigkitPkcs7FreeSigned; its `certList` holds the certificates.
 //   consumed  out, octets that the message took.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null or empty argument, or SIGKIT_ERR_SIGNED_DATA for every other failure.
+// Returns SIGKIT_OK, or, logged, SIGKIT_ERR_PARAM for a null or empty argument, or SIGKIT_ERR_SIGNED_DATA for every
+// other failure.
 [[nodiscard]] uint32_t SigkitPkcs7DecodeSigned(const uint8_t *data, uint32_t len, SigkitPkcs7Content **message,
                                                uint32_t *consumed);
 

@@ -84,10 +84,11 @@ uint32_t SigkitX509PubKeyVerify(const uint8_t *data, uint32_t dataLen, const uin
         }
         const uint32_t status = CopyNumber(copy.from, &copy.to);
         if (status != SIGKIT_OK) {
-            return status;
+            return SIGKIT_TRAIL(status);
         }
     }
     const SigkitAsnOcts dataView = {dataLen, 0, 0, 0, data};
     const SigkitAsnOcts signatureView = {signatureLen, 0, 0, 0, signature};
-    return CheckSignature(numbers, hashAoid, dataView, signatureView, result);
+    const uint32_t status = CheckSignature(numbers, hashAoid, dataView, signatureView, result);
+    return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
 }

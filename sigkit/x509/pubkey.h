@@ -31,7 +31,7 @@ using InternalCryptoGuard = InternalGuard<SigkitCryptoCtx, SigkitCryptoVerifyDes
 //   SIGKIT_ERR_PARAM      data, signature, key or result is null
 //   SIGKIT_ERR_ALGORITHM  logged: the algorithm is null, or has no digest that the library knows
 //   SIGKIT_ERR_PARAM      logged with its length: a number of the key has more than 512 octets
-//   the code of memcpy_s, or of the callback that failed
+//   the code of memcpy_s, or of the callback that failed, logged
 [[nodiscard]] uint32_t SigkitX509PubKeyVerify(const uint8_t *data, uint32_t dataLen, const uint8_t *signature,
                                               uint32_t signatureLen, const SigkitRsaPublicKey *key,
                                               const SigkitAsnOcts *algorithm, uint32_t *result);

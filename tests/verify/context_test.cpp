@@ -92,9 +92,11 @@ TEST_F(Context, IsNotCreatedWithoutMemory)
     param.size = 72;
     for (const uint32_t n : {1u, 2u}) {
         SigkitVerifyCtx *other = nullptr;
+        ResetRecordingHost();
         FailAllocation(n);
         EXPECT_STATUS(SIGKIT_ERR_NO_MEMORY, SigkitVerifyCreateCtx(&other, &param));
         EXPECT_EQ(nullptr, other);
+        EXPECT_EQ(Texts{"E SigkitVerifyCreateCtx 88000001 -"}, LineTexts());
     }
 }
 

@@ -423,4 +423,10 @@ TEST_F(CrlSummary, IsMadeFromFilesInDerAndPem)
     EXPECT_STATUS(SIGKIT_ERR_FILE_OPEN, SigkitDecodeCrlFile(ctx, missing.c_str(), &bundle));
     EXPECT_EQ("E SigkitDecodeCrlFile 88000101 -", LineTexts().back());
     EXPECT_EQ(nullptr, bundle);
+    ASSERT_TRUE(PkgsignWriteFile(directory.File("junk"), PkgsignBytes(50, 0x02)).ok);
+    ResetRecordingHost();
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, SigkitDecodeCrlFile(ctx, directory.File("junk").c_str(), &bundle));
+    EXPECT_EQ((Texts{"E InternalDecodeStreamCertCrl 88300001 -", "E InternalDecodeCertCrl 88300001 -",
+                     "E SigkitDecodeCrl 88200102 -", "E SigkitDecodeCrlFile 88200102 -"}),
+              LineTexts());
 }

@@ -58,7 +58,8 @@ TEST_F(LoadCert, AFailedCallbackIsNoReasonToRefuseCrls)
 {
     g_recordingHost.cryptoInit.failAt = 1;
     EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({RootCrl(), AllParties().root.certificate})));
-    EXPECT_EQ((Texts{"E InternalAddCertToStore ffffffff Failed to check self sign for certificate.",
+    EXPECT_EQ((Texts{"E SigkitX509PubKeyVerify ffffffff -",
+                     "E InternalAddCertToStore ffffffff Failed to check self sign for certificate.",
                      "W SigkitVerifyAddCrl ffffffff Failed to add certificate into store."}),
               LineTexts());
     EXPECT_EQ(0u, StoredCerts());

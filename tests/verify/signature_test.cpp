@@ -190,6 +190,11 @@ TEST_F(Signature, AMessageThatDoesNotDecodeIsRefused)
     twice.signerInfoCount = 2;
     EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(twice));
     EXPECT_EQ(nullptr, ctx->images) << "the image of a failed decode is freed at once";
+    const PkgsignBytes message = MakeMessage(MessageRequest(CONTENT));
+    ResetRecordingHost();
+    FailAllocation(1);
+    EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(message));
+    EXPECT_EQ((Texts{"E DecodeDerMessage 88000001 -", "E SigkitVerifyDetachSignatureBegin 88200308 -"}), LineTexts());
 }
 
 TEST_F(Signature, ACallersBufferMayGoAfterBegin)
@@ -366,7 +371,7 @@ TEST_F(Signature, WithoutATokenIsRefused)
     PkgsignMessageRequest request = MessageRequest(CONTENT);
     request.timestamp = PkgsignTimestamp::None;
     EXPECT_STATUS(SIGKIT_ERR_PARAM, Begin(request));
-    EXPECT_EQ(TokenTrail("88100001", {}), LineTexts());
+    EXPECT_EQ(TokenTrail("88100001", {"E SigkitPkcs7DecodeSigned 88100001 -"}), LineTexts());
 }
 
 TEST_F(Signature, WithAnyOtherValueForATokenIsRefused)

@@ -111,19 +111,27 @@ TEST_F(Message, HoldsTwoCertificates)
     EXPECT_EQ(1, static_cast<SigkitX509Cert *>(message.record->content.certList.items[1])->refCount);
     data.certificates = CertificateSet({cert, cert, cert});
     EXPECT_STATUS(SIGKIT_ERR_ASN_SET, DecoderStatus(data));
+    ResetRecordingHost();
     EXPECT_STATUS(SIGKIT_ERR_SIGNED_DATA, DecodedMessage(data).status);
+    EXPECT_EQ(std::vector<std::string>{"E SigkitPkcs7DecodeSigned 88200312 -"}, LineTexts());
 }
 
 TEST_F(Message, WithABrokenCertificateIsRefused)
 {
     const Bytes cert = CertificateOf(TbsCertificate());
-    for (const Bytes &broken : {Truncate(cert, 1), Retag(SET, cert), Integer(5), Sequence({Integer(5)})}) {
+    const std::string line = "E SigkitPkcs7DecodeSigned 88200312 -";
+    for (const Bytes &broken : {Retag(SET, cert), Integer(5), Sequence({Integer(5)})}) {
         ResetRecordingHost();
         SignedData data;
         data.certificates = CertificateSet({cert, broken});
         EXPECT_STATUS(SIGKIT_ERR_SIGNED_DATA, DecodedMessage(data).status);
+        EXPECT_EQ((std::vector<std::string>{"E InternalDecodeCert 88200312 -", line}), LineTexts());
     }
-    EXPECT_TRUE(HasLine("E InternalDecodeCert 88200312 -"));
+    ResetRecordingHost();
+    SignedData data;
+    data.certificates = CertificateSet({cert, Truncate(cert, 1)});
+    EXPECT_STATUS(SIGKIT_ERR_SIGNED_DATA, DecodedMessage(data).status);
+    EXPECT_EQ(std::vector<std::string>{line}, LineTexts()) << "the set around it does not decode";
 }
 
 TEST_F(Message, OfTwoSignersIsRefused)
@@ -192,6 +200,7 @@ TEST_F(Message, MissingArgumentsAreRefused)
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkcs7DecodeSigned(encoding.data(), 0, &message, &out));
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkcs7DecodeSigned(encoding.data(), len, nullptr, &out));
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkcs7DecodeSigned(encoding.data(), len, &message, nullptr));
+    EXPECT_EQ(std::vector<std::string>(4, "E SigkitPkcs7DecodeSigned 88100001 -"), LineTexts());
     SigkitPkcs7FreeSigned(nullptr);
 }
 

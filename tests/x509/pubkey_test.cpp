@@ -149,6 +149,7 @@ TEST_F(PublicKey, FailedCallbacksArePassedOn)
         (g_recordingHost.*call).failure = -7;
         Check check = Under(root, root);
         EXPECT_EQ(static_cast<uint32_t>(-7), check.Run());
+        EXPECT_EQ(std::vector<std::string>{"E SigkitX509PubKeyVerify fffffff9 -"}, LineTexts());
         EXPECT_EQ(7u, check.result);
         EXPECT_EQ(0, LiveHostObjects());
     }

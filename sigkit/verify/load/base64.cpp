@@ -1,6 +1,7 @@
 #include "verify/load/base64.h"
 
 #include "core/guard.h"
+#include "core/log.h"
 #include "core/memory.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
@@ -214,19 +215,18 @@ uint32_t InternalBase64Decode(const char *begin, const char *end, uint8_t **data
     const int32_t inputLen = static_cast<int32_t>(end - begin);
     uint32_t room = 0;
     uint32_t status = SigkitBase64Decode(begin, inputLen, nullptr, &room);
-    if (status != SIGKIT_OK) {
-        return status;
-    }
-    if (room == 0) {
-        return SIGKIT_ERR_ARMOUR;
+    if (status == SIGKIT_OK && room == 0) {
+        status = SIGKIT_ERR_ARMOUR;
     }
     InternalBytesGuard decoded;
-    status = InternalNewBytes(&decoded.held, room);
+    if (status == SIGKIT_OK) {
+        status = InternalNewBytes(&decoded.held, room);
+    }
     if (status == SIGKIT_OK) {
         status = SigkitBase64Decode(begin, inputLen, decoded.held, &room);
     }
     if (status != SIGKIT_OK) {
-        return status;
+        return SIGKIT_TRAIL(status);
     }
     *len = room;
     *data = decoded.Take();

@@ -14,21 +14,20 @@ uint32_t InternalReadFile(const char *path, uint8_t **data, uint32_t *len)
     if (file.held == nullptr) {
         return SIGKIT_FAIL(SIGKIT_ERR_FILE_OPEN, "Can not open file '%s'.", path);
     }
-    // From here on the caller's line tells the failure.
     const size_t size = SigkitFileGetSize(file.held);
     if (size == 0) {
-        return SIGKIT_ERR_FILE_EMPTY;
+        return SIGKIT_TRAIL(SIGKIT_ERR_FILE_EMPTY);
     }
     if (size > SIGKIT_MAX_FILE_SIZE) {
-        return SIGKIT_ERR_FILE_TOO_BIG;
+        return SIGKIT_TRAIL(SIGKIT_ERR_FILE_TOO_BIG);
     }
     InternalBytesGuard bytes;
     const uint32_t status = InternalNewBytes(&bytes.held, size);
     if (status != SIGKIT_OK) {
-        return status;
+        return SIGKIT_TRAIL(status);
     }
     if (SigkitFileRead(bytes.held, size, file.held) != size) {
-        return SIGKIT_ERR_FILE_READ;
+        return SIGKIT_TRAIL(SIGKIT_ERR_FILE_READ);
     }
     *len = static_cast<uint32_t>(size);
     *data = bytes.Take();

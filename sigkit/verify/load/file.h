@@ -12,7 +12,7 @@
 //   data  out, owned by the caller until SigkitFree. Not written on failure.
 //   len   out, octets.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for an empty path, SIGKIT_ERR_FILE_OPEN, SIGKIT_ERR_FILE_EMPTY,
+// Returns SIGKIT_OK, or, logged, SIGKIT_ERR_PARAM for an empty path, SIGKIT_ERR_FILE_OPEN, SIGKIT_ERR_FILE_EMPTY,
 // SIGKIT_ERR_FILE_TOO_BIG, SIGKIT_ERR_NO_MEMORY or SIGKIT_ERR_FILE_READ.
 [[nodiscard]] uint32_t InternalReadFile(const char *path, uint8_t **data, uint32_t *len);
 

@@ -65,10 +65,11 @@ uint32_t InternalDecodeCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32
                                SigkitList *crls)
 {
     if (len < SIGKIT_MIN_DATA_SIZE) {
-        return SIGKIT_ERR_ARMOUR;
+        return SIGKIT_ERR_ARMOUR; // the caller's line is enough for data that are nothing at all
     }
-    return InternalIsPem(data) ? InternalDecodePemCertCrl(ctx, data, len, certs, crls)
-                               : InternalDecodeStreamCertCrl(ctx, data, len, certs, crls);
+    const uint32_t status = InternalIsPem(data) ? InternalDecodePemCertCrl(ctx, data, len, certs, crls)
+                                                : InternalDecodeStreamCertCrl(ctx, data, len, certs, crls);
+    return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
 }
 
 uint32_t InternalDecodeStreamCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitList *certs,
@@ -77,7 +78,7 @@ uint32_t InternalDecodeStreamCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, 
     const uint8_t *image = nullptr;
     uint32_t status = CopyToImage(ctx, data, len, &image);
     if (status != SIGKIT_OK) {
-        return status;
+        return SIGKIT_TRAIL(status);
     }
     uint32_t remaining = len;
     while (remaining != 0) {
@@ -86,7 +87,7 @@ uint32_t InternalDecodeStreamCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, 
         uint32_t consumed = 0;
         status = DecodeObject(image, remaining, &cert, &crl, &consumed);
         if (status != SIGKIT_OK) {
-            return remaining < MIN_OBJECT_SIZE ? SIGKIT_OK : status;
+            return remaining < MIN_OBJECT_SIZE ? SIGKIT_OK : SIGKIT_TRAIL(status);
         }
         status = AppendObject(&cert, &crl, certs, crls);
         if (status != SIGKIT_OK) {

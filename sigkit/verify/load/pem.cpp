@@ -173,10 +173,10 @@ uint32_t InternalDecodePemCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uin
                                   SigkitList *crls)
 {
     InternalBytesGuard text;
-    const uint32_t status = InternalCopyBytes(&text.held, data, len, 1);
-    if (status != SIGKIT_OK) {
-        return status;
+    uint32_t status = InternalCopyBytes(&text.held, data, len, 1);
+    if (status == SIGKIT_OK) {
+        Walk walk = {ctx, certs, crls, {}, {}};
+        status = WalkBlocks(&walk, reinterpret_cast<const char *>(text.held));
     }
-    Walk walk = {ctx, certs, crls, {}, {}};
-    return WalkBlocks(&walk, reinterpret_cast<const char *>(text.held));
+    return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
 }

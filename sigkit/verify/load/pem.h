@@ -9,7 +9,7 @@
 
 // The PEM half of InternalDecodeCertCrl: any number of blocks with any text between them. A broken certificate or CRL
 // block is logged and skipped, a block of another kind is skipped silently; only a block without an end stops the walk,
-// with SIGKIT_ERR_ARMOUR.
+// with SIGKIT_ERR_ARMOUR. Every failure is logged.
 [[nodiscard]] uint32_t InternalDecodePemCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len,
                                                 SigkitList *certs, SigkitList *crls);
 

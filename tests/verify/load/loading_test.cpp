@@ -104,7 +104,9 @@ TEST_F(Load, ThirtySevenOctetsAreTooFew)
 {
     EXPECT_STATUS(SIGKIT_ERR_ARMOUR, AddCert(PkgsignBytes(37, 0x30)));
     EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, AddCert(PkgsignBytes(38, 0x02)));
-    EXPECT_EQ((Texts{"E SigkitVerifyAddCert 88200305 -", "E SigkitVerifyAddCert 88300001 -"}), LineTexts());
+    EXPECT_EQ((Texts{"E SigkitVerifyAddCert 88200305 -", "E InternalDecodeStreamCertCrl 88300001 -",
+                     "E InternalDecodeCertCrl 88300001 -", "E SigkitVerifyAddCert 88300001 -"}),
+              LineTexts());
     EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(PkgsignBytes(37, 0x30)));
 }
 
@@ -122,10 +124,11 @@ TEST_F(Load, ADamagedBlockIsSkippedAndTold)
     EXPECT_STATUS(SIGKIT_OK, AddCert(Join({damaged, CertPem(Root())})));
     EXPECT_EQ(1u, StoredCerts());
     EXPECT_EQ(1u, ctx->buffers.count) << "a PEM block that fails keeps no slot";
-    EXPECT_EQ(Texts{"E InternalPemDecodeCert 88000302 -"}, LineTexts());
+    EXPECT_EQ((Texts{"E InternalBase64Decode 88000302 -", "E InternalPemDecodeCert 88000302 -"}), LineTexts());
     ResetRecordingHost();
     EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({Replaced(CrlPem(RootCrl()), "MI", "M\x80"), CrlPem(NumberedCrl(7))})));
-    EXPECT_EQ((Texts{"E InternalPemDecodeCrl 88000302 -", CERT_WARNING}), LineTexts());
+    EXPECT_EQ((Texts{"E InternalBase64Decode 88000302 -", "E InternalPemDecodeCrl 88000302 -", CERT_WARNING}),
+              LineTexts());
     EXPECT_EQ(1u, StoredCrls());
 }
 
@@ -139,9 +142,14 @@ TEST_F(Load, ABlockOfAnotherObjectIsSkippedAndTold)
 TEST_F(Load, PemWithoutAnEndIsRefused)
 {
     const std::string begin = "-----BEGIN CERTIFICATE-----\n" + std::string(40, 'A');
-    EXPECT_STATUS(SIGKIT_ERR_ARMOUR, AddCert(Octets(begin)));
-    EXPECT_STATUS(SIGKIT_ERR_ARMOUR, AddCert(Octets(begin + "-----END CERTIFICATE")));
-    EXPECT_STATUS(SIGKIT_ERR_ARMOUR, AddCert(Join({CertPem(Root()), Octets(begin)})));
+    for (const PkgsignBytes &data :
+         {Octets(begin), Octets(begin + "-----END CERTIFICATE"), Join({CertPem(Root()), Octets(begin)})}) {
+        ResetRecordingHost();
+        EXPECT_STATUS(SIGKIT_ERR_ARMOUR, AddCert(data));
+        EXPECT_EQ((Texts{"E InternalDecodePemCertCrl 88200305 -", "E InternalDecodeCertCrl 88200305 -",
+                         "E SigkitVerifyAddCert 88200305 -"}),
+                  LineTexts());
+    }
     EXPECT_EQ(0u, StoredCerts()) << "what stands before the broken block is lost with it";
 }
 
@@ -152,8 +160,27 @@ TEST_F(Load, ABlockEndsWithTheEndOfAnother)
     const std::string end = "-----END CERTIFICATE-----\n";
     EXPECT_STATUS(SIGKIT_OK, AddCert(Join({Octets(begin + std::string(99, 'A') + end), CertPem(Root())})));
     EXPECT_STATUS(SIGKIT_OK, AddCert(Join({Octets(begin + end), CertPem(Root())})));
-    EXPECT_EQ((Texts{"E InternalPemDecodeCert 88200305 -", "E InternalPemDecodeCert 88000302 -"}), LineTexts());
+    EXPECT_EQ((Texts{"E InternalPemDecodeCert 88200305 -", "E InternalBase64Decode 88000302 -",
+                     "E InternalPemDecodeCert 88000302 -"}),
+              LineTexts());
     EXPECT_EQ(1u, StoredCerts());
+}
+
+TEST_F(Load, WithoutMemoryForTheCopyNothingIsDecodedAndTheCauseIsLogged)
+{
+    const struct {
+        PkgsignBytes data;
+        const char *line;
+    } rows[] = {{Root(), "E InternalDecodeStreamCertCrl 88000001 -"},
+                {CertPem(Root()), "E InternalDecodePemCertCrl 88000001 -"}};
+    for (const auto &row : rows) {
+        ResetRecordingHost();
+        FailAllocation(1);
+        EXPECT_STATUS(SIGKIT_ERR_NO_MEMORY, AddCert(row.data));
+        EXPECT_EQ((Texts{row.line, "E InternalDecodeCertCrl 88000001 -", "E SigkitVerifyAddCert 88000001 -"}),
+                  LineTexts());
+    }
+    EXPECT_EQ(0u, ctx->buffers.count);
 }
 
 TEST_F(Load, RootsAmongCrlsAreDroppedWithAWarning)
@@ -176,7 +203,9 @@ TEST_F(Load, DataWithoutACrlAreRefused)
 {
     EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(AllParties().issuingCa.certificate));
     EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(PkgsignBytes(50, 0x02)));
-    EXPECT_EQ((Texts{"E SigkitVerifyAddCrl 88200102 -", "E SigkitVerifyAddCrl 88200102 -"}), LineTexts());
+    EXPECT_EQ((Texts{"E SigkitVerifyAddCrl 88200102 -", "E InternalDecodeStreamCertCrl 88300001 -",
+                     "E InternalDecodeCertCrl 88300001 -", "E SigkitVerifyAddCrl 88200102 -"}),
+              LineTexts());
     EXPECT_EQ(0u, StoredCerts()) << "certificates beside no CRL are not added";
 }
 
@@ -186,9 +215,12 @@ TEST_F(Load, SixteenImagesFitAContext)
         ASSERT_STATUS(SIGKIT_OK, AddCert(Root()));
     }
     EXPECT_STATUS(SIGKIT_ERR_LIST_FULL, AddCert(Root()));
-    EXPECT_EQ(Texts{"E SigkitVerifyAddCert 88000501 -"}, LineTexts());
+    EXPECT_EQ((Texts{"E InternalDecodeStreamCertCrl 88000501 -", "E InternalDecodeCertCrl 88000501 -",
+                     "E SigkitVerifyAddCert 88000501 -"}),
+              LineTexts());
+    ResetRecordingHost();
     EXPECT_STATUS(SIGKIT_ERR_UNKNOWN, AddCert(CertPem(Root()))) << "a block without a slot is skipped";
-    EXPECT_EQ("E InternalPemDecodeCert 88000501 -", LineTexts()[1]);
+    EXPECT_EQ("E InternalPemDecodeCert 88000501 -", LineTexts()[0]);
 }
 
 TEST_F(Load, SixteenCertificatesFitAStore)
@@ -218,10 +250,12 @@ TEST_F(Load, SixteenCrlsFitAStore)
     ASSERT_STATUS(SIGKIT_OK, AddCrl(crls));
     ResetRecordingHost();
     EXPECT_STATUS(SIGKIT_ERR_LIST_FULL, AddCrl(NumberedCrl(16)));
-    EXPECT_EQ(Texts{"E SigkitVerifyAddCrl 88000501 -"}, LineTexts());
+    EXPECT_EQ((Texts{"E InternalAddCrlToStore 88000501 -", "E SigkitVerifyAddCrl 88000501 -"}), LineTexts());
     ResetRecordingHost();
     EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(Join({crls, NumberedCrl(16)})));
-    EXPECT_EQ((Texts{"E InternalDecodeStreamCertCrl 88000501 -", "E SigkitVerifyAddCrl 88200102 -"}), LineTexts());
+    EXPECT_EQ((Texts{"E InternalDecodeStreamCertCrl 88000501 -", "E InternalDecodeCertCrl 88000501 -",
+                     "E SigkitVerifyAddCrl 88200102 -"}),
+              LineTexts());
 }
 
 TEST_F(Load, SeventeenCertificatesDoNotFitOneInput)
@@ -231,7 +265,9 @@ TEST_F(Load, SeventeenCertificatesDoNotFitOneInput)
         certs = Join({certs, NumberedCert(i)});
     }
     EXPECT_STATUS(SIGKIT_ERR_LIST_FULL, AddCert(certs));
-    EXPECT_EQ((Texts{"E InternalDecodeStreamCertCrl 88000501 -", "E SigkitVerifyAddCert 88000501 -"}), LineTexts());
+    EXPECT_EQ((Texts{"E InternalDecodeStreamCertCrl 88000501 -", "E InternalDecodeCertCrl 88000501 -",
+                     "E SigkitVerifyAddCert 88000501 -"}),
+              LineTexts());
     EXPECT_EQ(0u, StoredCerts());
 }
 

@@ -52,7 +52,9 @@ std::string GoodCrl()
 struct Skipped {
     std::string name;
     std::string block;
-    const char *code; // null: silently
+    const char *function;
+    const char *code;
+    bool notBase64; // refused before anything is decoded from it
 };
 
 } // namespace
@@ -143,8 +145,10 @@ TEST_F(PemBlocks, ABodyIsAtMostAsLongAsItsBlock)
             ResetRecordingHost();
             const std::string text = row.begin + OTHER_END + std::string(row.filler + more, 'A') + row.end;
             EXPECT_STATUS(SIGKIT_ERR_UNKNOWN, AddCert(Octets(text)));
-            const std::string code = more == 0 ? "88000302" : "88200305";
-            EXPECT_EQ((Texts{"E " + std::string(row.function) + " " + code + " -", "E SigkitVerifyAddCert ffffffff -"}),
+            const std::string function = row.function;
+            EXPECT_EQ(more == 0 ? (Texts{"E InternalBase64Decode 88000302 -", "E " + function + " 88000302 -",
+                                         "E SigkitVerifyAddCert ffffffff -"})
+                                : (Texts{"E " + function + " 88200305 -", "E SigkitVerifyAddCert ffffffff -"}),
                       LineTexts());
         }
     }
@@ -152,27 +156,29 @@ TEST_F(PemBlocks, ABodyIsAtMostAsLongAsItsBlock)
 
 TEST_F(PemBlocks, ABlockThatHoldsNothingIsSkippedAndTold)
 {
+    const char CERT[] = "InternalPemDecodeCert";
+    const char CRL[] = "InternalPemDecodeCrl";
     const Skipped rows[] = {
-        {"nothing between the lines", std::string(CERT_BEGIN) + "\n" + CERT_END, "InternalPemDecodeCert 88100001"},
-        {"an empty line", std::string(CERT_BEGIN) + "\n\n" + CERT_END, "InternalPemDecodeCert 88000302"},
-        {"nothing but padding", std::string(CERT_BEGIN) + "\n==\n" + CERT_END, "InternalPemDecodeCert 88200305"},
-        {"an end before the body begins", std::string(CERT_BEGIN) + CERT_END, "InternalPemDecodeCert 88200305"},
-        {"no object", std::string(CERT_BEGIN) + "\nQUJD\n" + CERT_END, "InternalPemDecodeCert 88300001"},
-        {"nothing at all in a CRL", std::string(CRL_BEGIN) + CRL_END, "InternalPemDecodeCrl 88100001"},
-        {"only a line end in a CRL", std::string(CRL_BEGIN) + "\n" + CRL_END, "InternalPemDecodeCrl 88000302"},
-        {"nothing but padding in a CRL", std::string(CRL_BEGIN) + "\n==\n" + CRL_END, "InternalPemDecodeCrl 88200305"},
-        {"no CRL", CRL_BEGIN + Line(Root()) + CRL_END, nullptr},
+        {"nothing between the lines", std::string(CERT_BEGIN) + "\n" + CERT_END, CERT, "88100001", true},
+        {"an empty line", std::string(CERT_BEGIN) + "\n\n" + CERT_END, CERT, "88000302", true},
+        {"nothing but padding", std::string(CERT_BEGIN) + "\n==\n" + CERT_END, CERT, "88200305", true},
+        {"an end before the body begins", std::string(CERT_BEGIN) + CERT_END, CERT, "88200305", false},
+        {"no object", std::string(CERT_BEGIN) + "\nQUJD\n" + CERT_END, CERT, "88300001", false},
+        {"nothing at all in a CRL", std::string(CRL_BEGIN) + CRL_END, CRL, "88100001", true},
+        {"only a line end in a CRL", std::string(CRL_BEGIN) + "\n" + CRL_END, CRL, "88000302", true},
+        {"nothing but padding in a CRL", std::string(CRL_BEGIN) + "\n==\n" + CRL_END, CRL, "88200305", true},
+        {"no CRL", CRL_BEGIN + Line(Root()) + CRL_END, CRL, "88300001", false},
     };
     for (const Skipped &row : rows) {
         SCOPED_TRACE(row.name);
         ResetRecordingHost();
         EXPECT_STATUS(SIGKIT_OK, AddCert(Octets(row.block + "\n" + GoodCert())));
-        ASSERT_EQ(1u, Lines().size());
-        if (row.code != nullptr) {
-            EXPECT_EQ("E " + std::string(row.code) + " -", LineTexts()[0]);
-        } else {
-            EXPECT_EQ("InternalPemDecodeCrl", Lines()[0].function);
+        Texts lines;
+        if (row.notBase64) {
+            lines.push_back("E InternalBase64Decode " + std::string(row.code) + " -");
         }
+        lines.push_back("E " + std::string(row.function) + " " + row.code + " -");
+        EXPECT_EQ(lines, LineTexts());
         EXPECT_EQ(1u, StoredCerts());
     }
     EXPECT_EQ(std::size(rows), ctx->buffers.count) << "an image of each good block and of no other";
@@ -206,7 +212,9 @@ TEST_F(PemBlocks, TheWalkStopsAtAMissingEnd)
         SCOPED_TRACE(row.name);
         ResetRecordingHost();
         EXPECT_STATUS(SIGKIT_ERR_ARMOUR, AddCert(Octets(row.text)));
-        EXPECT_EQ(Texts{"E SigkitVerifyAddCert 88200305 -"}, LineTexts());
+        EXPECT_EQ((Texts{"E InternalDecodePemCertCrl 88200305 -", "E InternalDecodeCertCrl 88200305 -",
+                         "E SigkitVerifyAddCert 88200305 -"}),
+                  LineTexts());
         EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(Octets(row.text)));
     }
     EXPECT_EQ(0u, StoredCerts());
