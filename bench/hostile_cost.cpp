@@ -271,6 +271,8 @@ int main()
     Measure(blank);
     Measure(Pem("blocks without their own end", "-----BEGIN CERTIFICATE-----\nQUJD\n-----END OTHER-----\n"));
     Measure(Pem("nested headers", "-----BEGIN CERTIFICATE----------BEGIN X509 CRL----------END-----"));
+    Measure(Pem("blocks that share an end marker",
+                "-----BEGIN X509 CRL-----END----------BEGIN X509 CRL----------END X509 CRL-----"));
     Measure(Pem("blocks of four characters", "-----BEGIN X509 CRL-----\nQUJD\n-----END X509 CRL-----\n"));
     return 0;
 }

@@ -171,6 +171,9 @@ ASN_RECORD(X509CertInfo, version, serialNumber, signature, issuer, validity, sub
 struct InternalIssuerVerdicts {
     uint32_t known;
     uint32_t issued;
+    uint32_t failed; // what stands in the way is in the record or in that key, and will be there again
+    uint32_t error;  // code of every such failure: the record and a key's length leave no other
+    uint32_t errors; // such failures in the operation in progress
 };
 
 // Certificate.

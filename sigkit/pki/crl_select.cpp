@@ -56,7 +56,7 @@ uint32_t CollectCandidates(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, con
         if (crl == nullptr || !IsInReach(ctx, *crl, cert, root)) {
             continue;
         }
-        const uint32_t score = InternalCrlGetScore(*crl, cert, ctx->verifyTime);
+        const uint32_t score = InternalCrlGetScore(*crl, cert, ctx->verifyTime, &ctx->pki->memory);
         if (score == 0) {
             continue;
         }
@@ -82,7 +82,8 @@ uint32_t InternalRankCrls(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, cons
     return status == SIGKIT_OK ? SigkitListSort(candidates, InternalCrlScoreSortDesc) : status;
 }
 
-uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cert, int64_t verifyTime)
+uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cert, int64_t verifyTime,
+                             InternalPathMemory *memory)
 {
     uint32_t score = 0;
     if (SameIssuer(crl, cert)) {
@@ -104,7 +105,9 @@ uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cer
     if (verifyTime <= static_cast<int64_t>(nextUpdate)) {
         return score | SIGKIT_CRL_SCORE_CURRENT;
     }
-    SIGKIT_WARN(SIGKIT_ERR_CRL_EXPIRED, "Found an expired CRL, it most likely cause NO CRL error.");
+    if (InternalMayWarn(memory)) {
+        SIGKIT_WARN(SIGKIT_ERR_CRL_EXPIRED, "Found an expired CRL, it most likely cause NO CRL error.");
+    }
     return listed ? score : 0;
 }
 

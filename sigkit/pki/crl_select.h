@@ -8,6 +8,7 @@
 #include "core/context.h"
 #include "core/guard.h"
 #include "core/list.h"
+#include "pki/path_memory.h"
 
 // Bits of a score. A CRL that lists the certificate outranks every one that does not; then a current one outranks an
 // expired one; then one of the certificate's own issuer outranks an indirect one of another.
@@ -40,7 +41,10 @@ using InternalCandidatesGuard = InternalGuard<SigkitList, InternalFreeCandidates
 // Scores one CRL for a certificate at `verifyTime`. Returns the sum of the bits, or 0 when the CRL cannot be used: of
 // another issuer without being indirect, without a readable nextUpdate, or expired without listing the certificate. An
 // expired CRL still proves a revocation, never a clean record.
-[[nodiscard]] uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cert, int64_t verifyTime);
+//
+//   memory  in/out, says whether an expired CRL is worth its warning.
+[[nodiscard]] uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cert, int64_t verifyTime,
+                                           InternalPathMemory *memory);
 
 // Orders two SigkitCrlCandidate, the higher score first: -1, 0 or 1.
 [[nodiscard]] int32_t InternalCrlScoreSortDesc(const void *first, const void *second);

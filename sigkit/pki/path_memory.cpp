@@ -13,10 +13,20 @@ bool HasPlace(uint32_t storeIndex, int32_t depth)
 
 void InternalForgetOutcomes(InternalPathMemory *memory)
 {
-    memory->nested = 0;
+    memory->warned = false;
     for (uint32_t &known : memory->known) {
         known = 0;
     }
+}
+
+bool InternalMayWarn(InternalPathMemory *memory)
+{
+    if (memory->nested < memory->literal) {
+        return true;
+    }
+    const bool isFirst = !memory->warned;
+    memory->warned = true;
+    return isFirst;
 }
 
 const InternalPathOutcome *InternalRecallOutcome(InternalPathMemory *memory, uint32_t storeIndex, int32_t depth)

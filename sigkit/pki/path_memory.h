@@ -12,8 +12,9 @@
 // certificates.
 inline constexpr int32_t SIGKIT_PATH_DEPTH_MAX = 10;
 
-// Nested validations of one top-level validation that are carried out even where the outcome is known, so that every
-// ordinary store is judged with all its log lines.
+// Nested validations of one public operation that are carried out even where the outcome is known, so that every ordinary
+// store is judged with all its log lines. Summaries judge the issuers of up to 16 CRLs in one operation: counted for each
+// of those, the literal ones would fill the log.
 inline constexpr uint32_t SIGKIT_PATH_LITERAL_MAX = 256;
 
 struct InternalPathOutcome {
@@ -22,14 +23,19 @@ struct InternalPathOutcome {
 };
 
 struct InternalPathMemory {
-    uint32_t nested;                      // nested validations that were carried out in any case; ends at `literal`
+    uint32_t nested;                      // of the operation: carried out in any case; ends at `literal`
     uint32_t literal;                     // how many are, usually SIGKIT_PATH_LITERAL_MAX
+    bool warned;                          // since then, of an expired CRL
     uint32_t known[SIGKIT_LIST_CAPACITY]; // by certificate: bit d says that outcomes[..][d] is filled
     InternalPathOutcome outcomes[SIGKIT_LIST_CAPACITY][SIGKIT_PATH_DEPTH_MAX + 1]; // by certificate and depth
 };
 
 // Begins a top-level validation: nothing is known.
 void InternalForgetOutcomes(InternalPathMemory *memory);
+
+// Returns whether an expired CRL is worth a warning: always until the literal validations are used up, then once in each
+// top-level validation, as the warning names neither CRL nor certificate.
+[[nodiscard]] bool InternalMayWarn(InternalPathMemory *memory);
 
 // Returns the outcome of a nested validation when it is known and those that are carried out in any case are used up.
 // Else null, and while there are such ones left this one is counted among them.

@@ -60,6 +60,18 @@ void SigkitPkiUninit(SigkitVerifyCtx *ctx)
     ctx->pki = nullptr;
 }
 
+void InternalRenewTrail(SigkitVerifyCtx *ctx)
+{
+    SigkitPkiCtx *const store = ctx->pki;
+    store->memory.nested = 0;
+    for (uint32_t i = 0; i < store->certs.count; ++i) {
+        static_cast<SigkitX509Cert *>(store->certs.items[i])->issuerVerdicts.errors = 0;
+    }
+    for (uint32_t i = 0; i < store->crls.count; ++i) {
+        static_cast<SigkitX509Crl *>(store->crls.items[i])->issuerVerdicts.errors = 0;
+    }
+}
+
 uint32_t SigkitPkiStoreAddCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert)
 {
     if (ctx == nullptr || cert == nullptr || ctx->pki == nullptr) {

@@ -22,6 +22,10 @@ struct SigkitPkiCtx {
 // Releases a context's store and everything in it. A null context and a context without a store are ignored.
 void SigkitPkiUninit(SigkitVerifyCtx *ctx);
 
+// Begins a public operation that validates certificates: its log lines are written in full again, however often earlier
+// operations of the context have repeated them.
+void InternalRenewTrail(SigkitVerifyCtx *ctx);
+
 // Adds a certificate and takes a share of it. Two certificates are the same one when their signatures are the same bits.
 //
 // Returns SIGKIT_OK, SIGKIT_ERR_CERT_DUPLICATE, SIGKIT_ERR_PARAM when an argument or the store is null or the record is

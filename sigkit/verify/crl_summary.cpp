@@ -230,6 +230,7 @@ uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len
     bundle->skippedCrls = after.skippedCrls - before.skippedCrls;
     bundle->storedCerts = after.storedCerts - before.storedCerts;
     bundle->images = after.images - before.images;
+    InternalRenewTrail(ctx);
     Summarise(ctx, crls, bundle);
     *out = bundle;
     return SIGKIT_OK;

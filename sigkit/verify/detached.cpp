@@ -134,6 +134,7 @@ uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *d
     if (len < SIGKIT_MIN_DATA_SIZE) {
         return SIGKIT_ERR_ARMOUR;
     }
+    InternalRenewTrail(ctx);
     const InternalImage *const imagesBefore = ctx->images;
     const uint32_t certsBefore = ctx->pki->certs.count;
     status = JudgeMessage(ctx, data, len);

@@ -1,5 +1,6 @@
 #include "x509/issuer.h"
 
+#include "core/context.h"
 #include "sigkit/sigkit.h"
 #include "x509/name.h"
 #include "x509/pubkey.h"
@@ -25,11 +26,24 @@ uint32_t StoredKey(const SigkitX509Cert &issuer)
     return issuer.storeIndex == 0 ? 0 : OWN_KEY << issuer.storeIndex;
 }
 
+// Keeps a failure that another check would repeat. The host's may pass, so those are never kept.
+void NoteError(uint32_t status, uint32_t key, InternalIssuerVerdicts *verdicts)
+{
+    if (!InternalIsHostFailure(status)) {
+        verdicts->failed |= key;
+        verdicts->error = status;
+        verdicts->errors += 1;
+    }
+}
+
 uint32_t IsIssuedBy(const Signed &record, const SigkitX509Cert &issuer, uint32_t key, bool *issued)
 {
     *issued = (record.verdicts->issued & key) != 0;
     if ((record.verdicts->known & key) != 0) {
         return SIGKIT_OK;
+    }
+    if ((record.verdicts->failed & key) != 0 && record.verdicts->errors >= SIGKIT_ISSUER_ERRORS_MAX) {
+        return record.verdicts->error;
     }
     uint32_t verified = 0;
     if (SigkitCompareX509Name(&issuer.tbsCertificate.subject, &record.issuer) == 0) {
@@ -37,6 +51,7 @@ uint32_t IsIssuedBy(const Signed &record, const SigkitX509Cert &issuer, uint32_t
             record.encoded.data, record.encoded.len, record.signature.data, record.signature.len,
             &issuer.tbsCertificate.subjectPublicKeyInfo.subjectPublicKey.rsaPublicKey, &record.algorithm, &verified);
         if (status != SIGKIT_OK) {
+            NoteError(status, key, record.verdicts);
             return status;
         }
     }

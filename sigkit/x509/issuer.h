@@ -7,11 +7,15 @@
 
 #include "asn1/records.h"
 
+// Failures of checks of one record in one operation after which those that are known to fail are answered from memory, so
+// that a record which nobody can check does not fill the log. No ordinary store comes near.
+inline constexpr uint32_t SIGKIT_ISSUER_ERRORS_MAX = 256;
+
 // Tells whether a record bears the subject of `issuer` as its issuer name and the key of `issuer` verifies its signature
 // (RFC 5280, 6.1.3). Not checked: usages, dates.
 //
-//   record  in/out, keeps a yes or no about itself and about certificates that are stored. A callback's failure is never
-//           kept; an error that the host answers as a no is.
+//   record  in/out, keeps a yes or no about itself and about certificates that are stored, and failures that are not the
+//           host's. An error that the host answers as a no is kept as one.
 //   issued  out, the answer; false on failure.
 //
 // Returns SIGKIT_OK, or the code of SigkitX509PubKeyVerify.

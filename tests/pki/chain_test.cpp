@@ -1,6 +1,7 @@
 #include "pki/chain.h"
 
 #include "tests/pki/pki_fixture.h"
+#include "x509/issuer.h"
 
 namespace
 {
@@ -47,4 +48,33 @@ TEST_F(Chain, FindsNoIssuerWhoseKeyDoesNotVerify)
     store.crls[1].issuerKey = 9;
     Load();
     EXPECT_EQ(nullptr, SigkitPkiFindCrlIssuer(ctx, Crl(1)));
+}
+
+TEST_F(Chain, AnswersErrorsOfACheckFromMemoryOnceARecordHasHadTooMany)
+{
+    store.crls[1].algorithm = "1.2.3.4";
+    Load();
+    bool issued = true;
+    for (int operation = 0; operation < 2; ++operation) {
+        InternalRenewTrail(ctx);
+        g_pretendedHost.lines.clear();
+        for (uint32_t i = 0; i < SIGKIT_ISSUER_ERRORS_MAX + 9; ++i) {
+            ASSERT_STATUS(SIGKIT_ERR_ALGORITHM, InternalIsCrlIssuedBy(Crl(1), *Cert(CA), &issued));
+            EXPECT_FALSE(issued);
+        }
+        EXPECT_EQ(Texts(SIGKIT_ISSUER_ERRORS_MAX, "E SigkitX509PubKeyVerify 88200310 -"), LogLines());
+    }
+}
+
+TEST_F(Chain, AsksTheHostAgainHoweverOftenItFailed)
+{
+    Load();
+    bool issued = false;
+    for (uint32_t i = 0; i < SIGKIT_ISSUER_ERRORS_MAX + 9; ++i) {
+        g_pretendedHost.checkFailAt = g_pretendedHost.signatureChecks + 1;
+        ASSERT_STATUS(SIGKIT_ERR_UNKNOWN, InternalIsCrlIssuedBy(Crl(1), *Cert(CA), &issued));
+    }
+    g_pretendedHost.checkFailAt = 0;
+    EXPECT_STATUS(SIGKIT_OK, InternalIsCrlIssuedBy(Crl(1), *Cert(CA), &issued));
+    EXPECT_TRUE(issued);
 }

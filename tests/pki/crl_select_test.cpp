@@ -66,7 +66,7 @@ TEST_F(CrlChoice, ScoresEachProperty)
         }
         store.crls[0].nextUpdate = row.current ? JUDGED_AT : JUDGED_AT - 1;
         Load();
-        EXPECT_EQ(row.score, InternalCrlGetScore(*Crl(0), *Cert(SIGNER), JUDGED_AT));
+        EXPECT_EQ(row.score, InternalCrlGetScore(*Crl(0), *Cert(SIGNER), JUDGED_AT, &ctx->pki->memory));
         Texts expected = row.current ? Texts() : Texts{EXPIRED};
         if (row.issuer == std::string("Root") && !row.indirect) {
             expected = {"W InternalCrlGetScore 0 invalid issuer score."};

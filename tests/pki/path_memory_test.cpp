@@ -80,5 +80,22 @@ TEST(PathMemory, AnswersOnlyWhenTheLiteralValidationsAreUsedUp)
         EXPECT_NE(nullptr, InternalRecallOutcome(&memory, 1, 1));
         InternalForgetOutcomes(&memory);
         InternalKeepOutcome(&memory, 1, 1, {SIGKIT_ERR_NO_CRL, SIGKIT_OK});
+        EXPECT_NE(nullptr, InternalRecallOutcome(&memory, 1, 1)) << "the next validation of the operation has none";
+        memory.nested = 0;
+    }
+}
+
+TEST(PathMemory, LetsAWarningPassOnceInEachValidationWhenTheLiteralOnesAreUsedUp)
+{
+    InternalPathMemory memory = {};
+    memory.literal = 1;
+    EXPECT_TRUE(InternalMayWarn(&memory));
+    EXPECT_TRUE(InternalMayWarn(&memory));
+    memory.nested = 1;
+    for (int validation = 0; validation < 2; ++validation) {
+        EXPECT_TRUE(InternalMayWarn(&memory));
+        EXPECT_FALSE(InternalMayWarn(&memory));
+        EXPECT_FALSE(InternalMayWarn(&memory));
+        InternalForgetOutcomes(&memory);
     }
 }

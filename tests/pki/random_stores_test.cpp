@@ -67,6 +67,7 @@ Answer AskLibrary(SigkitVerifyCtx *ctx, const StoreQuestion &question)
     Answer answer;
     ctx->verifyTime = question.verifyTime;
     g_pretendedHost.lines.clear();
+    InternalRenewTrail(ctx);
     SigkitX509Cert *const cert = static_cast<SigkitX509Cert *>(ctx->pki->certs.items[question.cert]);
     answer.status = SigkitPkiVerifyCert(ctx, cert, 1, question.strictRevocation, &answer.ok);
     answer.pathError = ctx->pathError;

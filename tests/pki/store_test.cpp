@@ -1,4 +1,5 @@
 #include "tests/pki/pki_fixture.h"
+#include "x509/issuer.h"
 
 namespace
 {

@@ -68,10 +68,11 @@ Bytes KeyUsage(const WrittenCert &cert)
     return KeyUsageExtension(BitString(1, usage));
 }
 
-Bytes SubjectKey(uint8_t key)
+Bytes SubjectKey(const WrittenCert &cert)
 {
+    const Bytes modulus = Concatenate({Fill(cert.longKey ? 512 : 1, 0x40), {cert.key}});
     return SubjectPublicKeyInfo(AlgorithmIdentifier("1.2.840.113549.1.1.1"),
-                                BitString(0, RsaPublicKey(IntegerRaw({0x40, key}), Integer(65537))));
+                                BitString(0, RsaPublicKey(IntegerRaw(modulus), Integer(65537))));
 }
 
 Bytes EncodeCert(const WrittenCert &cert, uint8_t counter)
@@ -81,7 +82,7 @@ Bytes EncodeCert(const WrittenCert &cert, uint8_t counter)
     tbs.issuer = WrittenName(cert.issuer, cert.issuerForm);
     tbs.subject = WrittenName(cert.subject, cert.subjectForm);
     tbs.validity = Validity(Time(cert.notBefore, cert.notBeforeText), Time(cert.notAfter, cert.notAfterText));
-    tbs.subjectPublicKeyInfo = SubjectKey(cert.key);
+    tbs.subjectPublicKeyInfo = SubjectKey(cert);
     tbs.extensions = CertExtensions({BasicConstraintsExtension(cert.cA), KeyUsage(cert)});
     Certificate whole;
     whole.tbsCertificate = Encode(tbs);

@@ -49,6 +49,7 @@ struct WrittenCert {
     NameForm issuerForm = NameForm::PLAIN;
     int32_t usageTail = -1; // second octet of the key usage; negative: there is one octet
     std::string algorithm = SHA256_WITH_RSA;
+    bool longKey = false; // of more octets than are supported
 };
 
 struct WrittenEntry {

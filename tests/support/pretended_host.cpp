@@ -80,9 +80,19 @@ size_t SigkitFileGetSize(void *)
     return 0;
 }
 
-void SigkitLogPrint(int level, const char *, int, const char *function, uint32_t errorCode, const char *message)
+void SigkitLogPrint(int level, const char *file, int line, const char *function, uint32_t errorCode,
+                    const char *message)
 {
-    char code[16] = {};
+    char code[32] = {};
+    if (errorCode != 0) {
+        (void)snprintf(code, sizeof(code), "(err:%x)", errorCode);
+    }
+    const int octets = snprintf(nullptr, 0, "%s%s(%d):(%s):%s%s\r\n", level == 0 ? "[ERROR]" : "[WARNING]", file, line,
+                                function, message == nullptr ? "(null)" : message, code);
+    g_pretendedHost.printedOctets += static_cast<uint64_t>(octets);
+    if (!g_pretendedHost.keepsLines) {
+        return;
+    }
     (void)snprintf(code, sizeof(code), " %x ", errorCode);
     g_pretendedHost.lines.push_back((level == 0 ? "E " : "W ") + std::string(function) + code +
                                     (message == nullptr || message[0] == '\0' ? "-" : message));

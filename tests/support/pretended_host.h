@@ -10,6 +10,8 @@
 
 struct PretendedHost {
     std::vector<std::string> lines; // level letter, function, code in hexadecimal, text
+    bool keepsLines = true;
+    uint64_t printedOctets = 0; // of all lines, as the tool prints them on standard output
     uint32_t signatureChecks = 0;
     uint32_t checkFailAt = 0; // number of the signature check that fails, from 1; 0 for none
     int32_t liveBlocks = 0;

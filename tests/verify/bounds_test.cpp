@@ -1,4 +1,4 @@
-// What a verification takes at most: stack and heap that a device must have.
+// What a verification takes at most: stack, heap and room for its log that a device must have.
 #include <pthread.h>
 #include <string.h>
 #include <sys/mman.h>
@@ -14,6 +14,7 @@ namespace
 constexpr size_t STACK_MAX = 64 * 1024;
 constexpr size_t HEAP_MAX = 10 * 1024 * 1024;
 constexpr size_t FILE_MAX = 2000000; // octets of a CRL file and of a signature file
+constexpr size_t LOG_MAX = 8000000;  // octets on standard output
 
 const char CONTENT[] = "f4d1b0 firmware.bin\n";
 
@@ -34,6 +35,18 @@ PkgsignExtension Padding(size_t size)
     extension.identifier = "1.3.6.1.4.1.99999.2";
     extension.value = PkgsignBytes(size, 0x05);
     return extension;
+}
+
+// Octets of the lines so far, as the tool prints them.
+size_t PrintedOctets()
+{
+    size_t octets = 0;
+    for (const LogLine &line : Lines()) {
+        const std::string place = "sigkit_log.log(" + std::to_string(line.line) + "):(" + line.function + "):";
+        octets += (line.level == 0 ? strlen("[ERROR]") : strlen("[WARNING]")) + place.size() +
+                  line.message.value_or("(null)").size() + (line.errorCode == 0 ? 0 : strlen("(err:88000001)")) + 2;
+    }
+    return octets;
 }
 
 #if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__) // other builds keep more on the stack
@@ -154,4 +167,35 @@ TEST_F(Bounds, TheLargestFilesFitTenMegabytesOfHeap)
     EXPECT_LT(2 * FILE_MAX, g_recordingPlatform.peakOctets) << "the heap was not watched";
     EXPECT_GT(HEAP_MAX, g_recordingPlatform.peakOctets);
     printf("%zu octets of heap\n", g_recordingPlatform.peakOctets);
+}
+
+TEST_F(Bounds, TheLogOfTheLargestFileOfBrokenBlocksFitsEightMegabytes)
+{
+    const std::string begin = "-----BEGIN X509 CRL-----";
+    const std::string end = "-----END X509 CRL-----";
+    // The shortest blocks of each way to fail. An END may begin with the dashes of the marker before it; and one end marker
+    // ends two bodies, that of the block before it and the empty one of the block that it closes.
+    const struct {
+        const char *name;
+        std::string blocks;
+        const char *line;
+    } rows[] = {
+        {"no end of its own", begin + "END-----", "E InternalPemDecodeCrl 88200305 -"},
+        {"two bodies that are not Base64", begin + "END-----" + begin + end, "E InternalBase64Decode 88000302 -"},
+        {"a length that is too long", begin + "MH8=" + end, "E InternalDecLen 88300101 overflow length."},
+        {"no length", begin + "MIA=" + end, "W InternalDecLen 88300101 indefinit length not supported."},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        ResetRecordingHost();
+        const size_t times = FILE_MAX / row.blocks.size();
+        std::string text;
+        for (size_t i = 0; i < times; ++i) {
+            text += row.blocks;
+        }
+        EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, SigkitVerifyAddCrlFile(ctx, Write("crls", Octets(text)).c_str()));
+        EXPECT_EQ(times, CountLine(row.line)) << "the line that was meant";
+        EXPECT_GT(LOG_MAX, PrintedOctets());
+        printf("%s: %zu octets of log\n", row.name, PrintedOctets());
+    }
 }

@@ -389,6 +389,14 @@ TEST_F(CrlSummary, OutlivesItsContext)
     EXPECT_EQ(SIGKIT_CRL_EQUAL, result);
 }
 
+TEST_F(CrlSummary, EachWritesItsTrailInFull)
+{
+    ctx->pki->memory.nested = SIGKIT_PATH_LITERAL_MAX; // as an earlier operation left it
+    const PkgsignBytes data = Join({Ca(), RootCrl()});
+    ASSERT_STATUS(SIGKIT_OK, SigkitDecodeCrl(ctx, data.data(), Size(data), &bundle));
+    EXPECT_GT(SIGKIT_PATH_LITERAL_MAX, ctx->pki->memory.nested);
+}
+
 TEST_F(CrlSummary, MissingArgumentsAreRefused)
 {
     const PkgsignBytes data = RootCrl();

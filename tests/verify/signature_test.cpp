@@ -181,6 +181,13 @@ TEST_F(Signature, BrokenArmourIsRefusedAlikeAndToldDifferently)
     EXPECT_EQ(2u, ctx->buffers.count) << "the trust anchor's and the CRLs'";
 }
 
+TEST_F(Signature, EachBeginWritesItsTrailInFull)
+{
+    ctx->pki->memory.nested = SIGKIT_PATH_LITERAL_MAX; // as an earlier operation left it
+    ASSERT_STATUS(SIGKIT_OK, Begin(MessageRequest(CONTENT)));
+    EXPECT_GT(SIGKIT_PATH_LITERAL_MAX, ctx->pki->memory.nested);
+}
+
 TEST_F(Signature, AMessageThatDoesNotDecodeIsRefused)
 {
     EXPECT_STATUS(SIGKIT_ERR_ARMOUR, Begin(PkgsignBytes(37, 0x30)));
