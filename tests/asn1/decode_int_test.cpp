@@ -119,7 +119,7 @@ using DecodeInt = DecodeTest;
 TEST_F(DecodeInt, RefusesAnEmptyBooleanAtTheEndOfTheInput)
 {
     uint32_t value = ANY_OUTPUT;
-    EXPECT_NE(SIGKIT_OK, Decode(SigkitDecodeInt, {0x01, 0x00}, &value, &kBool));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_INTEGER, Decode(SigkitDecodeInt, {0x01, 0x00}, &value, &kBool));
     EXPECT_EQ(ANY_OUTPUT, value);
 }
 

@@ -1,6 +1,7 @@
 #include "tests/asn1/decode_fixture.h"
 
 #include "tests/support/der_records.h"
+#include "x509/oid.h"
 
 namespace
 {
@@ -112,6 +113,19 @@ TEST_F(DecodeMap, AnotherHeaderIsRefused)
     EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, Decode(SigkitDecodeMap, Set({KeyUsage(1)}), &extensions, &kExtensions));
     EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, Decode(SigkitDecodeMap, Set({}), &attributes, &kAttributes));
     EXPECT_STATUS(SIGKIT_ERR_ASN_LENGTH, Decode(SigkitDecodeMap, {0x30, 0x02, 0x30}, &extensions, &kExtensions));
+}
+
+TEST_F(DecodeMap, AMemberOfATypeThatNothingDecodesIsRefused)
+{
+    const SigkitAsnItem nothing = {nullptr, &NO_FUNCTION, 0, 0, 3, 0, sizeof(uint32_t)};
+    const SigkitAsnTemplate member = {&nothing, AOID_CE_KEYUSAGE, ASN_MODE_UNIVERSAL, 0, 0, 0};
+    const SigkitAsnItem map = {&member, &g_skvAsnFuncMap, 0, 1, 16, 1, sizeof(uint32_t)};
+    const SigkitAsnTemplate entry = EntryOf(&map);
+    uint32_t field = ANY_OUTPUT;
+    EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Decode(SigkitDecodeMap, Sequence({KeyUsage(0x80)}), &field, &entry));
+    EXPECT_EQ(ANY_OUTPUT, field);
+    EXPECT_STATUS(SIGKIT_OK, Decode(SigkitDecodeMap, Sequence({Extension("1.2.3", Null())}), &field, &entry))
+        << "a member that the map does not know needs no function";
 }
 
 TEST_F(DecodeMap, MissingArgumentsAreRefused)

@@ -419,8 +419,8 @@ TEST_F(DecodeSeq, ReadsMembersInsideABitString)
 TEST_F(DecodeSeq, RefusesABitStringWithoutRoomForItsMembers)
 {
     Use({Int(kFirst)}, 3);
-    EXPECT_NE(SIGKIT_OK, Run({0x03, 0x00}));
-    EXPECT_NE(SIGKIT_OK, Run({0x03, 0x00, 0x00, 0x02, 0x01, 0x05}));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, Run({0x03, 0x00}));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, Run({0x03, 0x00, 0x00, 0x02, 0x01, 0x05}));
     EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, Run({0x03, 0x01, 0x00}));
     EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, Run({0x03, 0x01, 0x00, 0x02, 0x01, 0x05}));
 }

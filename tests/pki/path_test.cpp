@@ -1,3 +1,5 @@
+#include <iterator>
+
 #include "tests/pki/pki_fixture.h"
 #include "x509/crl.h"
 
@@ -209,15 +211,18 @@ TEST_F(Path, IsTrustedNoMoreWhenTheHostFailedAtAnyCandidate)
     g_pretendedHost.signatureChecks = 0;
     EXPECT_STATUS(SIGKIT_OK, JudgeLoaded(signer));
     const uint32_t checks = g_pretendedHost.signatureChecks;
-    EXPECT_LT(6u, checks);
+    // The two decoys are passed over, and the path is whole without them; each other check is one that it needs.
+    const uint32_t statuses[] = {SIGKIT_ERR_UNKNOWN, SIGKIT_ERR_NO_ROOT, SIGKIT_ERR_NO_ROOT, SIGKIT_ERR_NO_ROOT,
+                                 SIGKIT_ERR_UNKNOWN, SIGKIT_ERR_NO_CRL,  SIGKIT_ERR_NO_CRL};
+    ASSERT_EQ(std::size(statuses), checks);
     for (uint32_t n = 1; n <= checks; ++n) {
         Load();
         g_pretendedHost.signatureChecks = 0;
         g_pretendedHost.checkFailAt = n;
-        EXPECT_NE(SIGKIT_OK, JudgeLoaded(signer)) << n;
+        EXPECT_STATUS(statuses[n - 1], JudgeLoaded(signer)) << n;
         EXPECT_STATUS(SIGKIT_ERR_UNKNOWN, ctx->hostFailure) << n;
         g_pretendedHost.checkFailAt = 0;
-        EXPECT_NE(SIGKIT_OK, JudgeLoaded(signer)) << "for the life of the context";
+        EXPECT_STATUS(SIGKIT_ERR_UNKNOWN, JudgeLoaded(signer)) << "for the life of the context";
     }
 }
 

@@ -234,7 +234,7 @@ TEST(TrustAnchor, IsRefusedForTheFirstPropertyThatFails)
     };
     for (const auto &row : rows) {
         const Embedding embedding = Embed(row.root);
-        EXPECT_NE(0, embedding.result.exitStatus) << row.complaint;
+        EXPECT_EQ(1, embedding.result.exitStatus) << row.complaint;
         EXPECT_NE(std::string::npos, embedding.result.errors.find(std::string(": ") + row.complaint + "\n"))
             << embedding.result.errors;
         EXPECT_EQ(1, std::count(embedding.result.errors.begin(), embedding.result.errors.end(), '\n'));
@@ -306,6 +306,6 @@ TEST(TrustAnchor, OfAnotherSizeIsRefused)
 TEST(TrustAnchor, ThatCannotBeReadIsRefused)
 {
     const ProcessResult result = RunProcess({TRUST_ANCHOR_EMBED, "/nonexistent/root.der", "/dev/null"});
-    EXPECT_NE(0, result.exitStatus);
+    EXPECT_EQ(1, result.exitStatus);
     EXPECT_NE(std::string::npos, result.errors.find("it cannot be read"));
 }

@@ -57,24 +57,35 @@ TEST_F(Cert, DecodesIntoItsMembers)
 
 TEST_F(Cert, EachRequiredMemberIsRequired)
 {
-    Member TbsCertificate::*const members[] = {&TbsCertificate::version,
-                                               &TbsCertificate::serialNumber,
-                                               &TbsCertificate::signature,
-                                               &TbsCertificate::issuer,
-                                               &TbsCertificate::validity,
-                                               &TbsCertificate::subject,
-                                               &TbsCertificate::subjectPublicKeyInfo};
-    for (Member TbsCertificate::*const member : members) {
+    // The member behind it is read in its place.
+    const struct {
+        Member TbsCertificate::*member;
+        uint32_t status;
+    } rows[] = {
+        {&TbsCertificate::version, SIGKIT_ERR_ASN_SEQUENCE},
+        {&TbsCertificate::serialNumber, SIGKIT_ERR_ASN_OCTETS_TAG},
+        {&TbsCertificate::signature, SIGKIT_ERR_ASN_SET},
+        {&TbsCertificate::issuer, SIGKIT_ERR_ASN_SET},
+        {&TbsCertificate::validity, SIGKIT_ERR_ASN_SEQUENCE},
+        {&TbsCertificate::subject, SIGKIT_ERR_ASN_SET},
+        {&TbsCertificate::subjectPublicKeyInfo, SIGKIT_ERR_ASN_SEQUENCE},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(&row - rows);
         TbsCertificate tbs;
-        tbs.*member = std::nullopt;
-        EXPECT_NE(SIGKIT_OK, DecodedCert(tbs).status);
+        tbs.*row.member = std::nullopt;
+        EXPECT_STATUS(row.status, DecodedCert(tbs).status);
     }
-    Member Certificate::*const outer[] = {&Certificate::signatureAlgorithm, &Certificate::signatureValue};
-    for (Member Certificate::*const member : outer) {
+    const struct {
+        Member Certificate::*member;
+        uint32_t status;
+    } outer[] = {{&Certificate::signatureAlgorithm, SIGKIT_ERR_ASN_TAG},
+                 {&Certificate::signatureValue, SIGKIT_ERR_ASN_SEQUENCE}};
+    for (const auto &row : outer) {
         Certificate certificate;
         certificate.tbsCertificate = Encode(TbsCertificate());
-        certificate.*member = std::nullopt;
-        EXPECT_NE(SIGKIT_OK, DecodedCert(Encode(certificate)).status);
+        certificate.*row.member = std::nullopt;
+        EXPECT_STATUS(row.status, DecodedCert(Encode(certificate)).status);
     }
 }
 
@@ -207,11 +218,11 @@ TEST_F(Cert, OfAnotherKeyThanRsaDoesNotDecode)
     TbsCertificate tbs;
     const Bytes algorithm = AlgorithmIdentifier("1.2.840.10045.2.1", Oid("1.2.840.10045.3.1.7"));
     tbs.subjectPublicKeyInfo = SubjectPublicKeyInfo(algorithm, BitString(0, Concatenate({{0x04}, Fill(64, 0x11)})));
-    EXPECT_NE(SIGKIT_OK, DecodedCert(tbs).status);
+    EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, DecodedCert(tbs).status);
     tbs.subjectPublicKeyInfo = SubjectPublicKeyInfo(algorithm, BitString(0, {}));
-    EXPECT_NE(SIGKIT_OK, DecodedCert(tbs).status) << "no key at all";
+    EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, DecodedCert(tbs).status) << "no key at all";
     tbs.subjectPublicKeyInfo = SubjectPublicKeyInfo(algorithm, Tlv(BIT_STRING, {}));
-    EXPECT_NE(SIGKIT_OK, DecodedCert(tbs).status) << "not even the count of unused bits";
+    EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, DecodedCert(tbs).status) << "not even the count of unused bits";
     tbs.subjectPublicKeyInfo = SubjectPublicKeyInfo(algorithm, BitString(0, RsaPublicKey(Integer(5), Integer(3))));
     EXPECT_STATUS(SIGKIT_OK, DecodedCert(tbs).status) << "whatever the algorithm is called";
 }
@@ -263,7 +274,9 @@ TEST_F(Cert, NoTruncatedEncodingDecodes)
 {
     const Bytes encoding = CertificateOf(With({BasicConstraintsExtension(true), KeyUsage({0x01, 0x86})}));
     for (size_t length = 1; length < encoding.size(); ++length) {
-        EXPECT_NE(SIGKIT_OK,
-                  DecodedCert(Bytes(encoding.begin(), encoding.begin() + static_cast<ptrdiff_t>(length))).status);
+        const Bytes truncated(encoding.begin(), encoding.begin() + static_cast<ptrdiff_t>(length));
+        EXPECT_STATUS(length < HEADER_SIZE ? SIGKIT_ERR_BUFFER_END : SIGKIT_ERR_ASN_LENGTH,
+                      DecodedCert(truncated).status)
+            << length;
     }
 }

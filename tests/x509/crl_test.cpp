@@ -49,23 +49,27 @@ TEST_F(Crl, DecodesIntoItsMembers)
 
 TEST_F(Crl, EachRequiredMemberIsRequired)
 {
-    Member TbsCertList::*const members[] = {&TbsCertList::version, &TbsCertList::signature, &TbsCertList::issuer,
-                                            &TbsCertList::thisUpdate};
-    for (Member TbsCertList::*const member : members) {
+    // The member behind it is read in its place.
+    const struct {
+        Member TbsCertList::*member;
+        uint32_t status;
+    } rows[] = {{&TbsCertList::version, SIGKIT_ERR_ASN_TAG},
+                {&TbsCertList::signature, SIGKIT_ERR_ASN_SEQUENCE},
+                {&TbsCertList::issuer, SIGKIT_ERR_ASN_SET},
+                {&TbsCertList::thisUpdate, SIGKIT_ERR_ASN_SEQUENCE}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(&row - rows);
         TbsCertList tbs;
-        tbs.*member = std::nullopt;
-        EXPECT_NE(SIGKIT_OK, DecodedCrl(tbs).status);
+        tbs.*row.member = std::nullopt;
+        EXPECT_STATUS(row.status, DecodedCrl(tbs).status);
     }
-    TbsCertList tbs;
-    tbs.version = std::nullopt;
-    EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, DecodedCrl(tbs).status);
 }
 
 TEST_F(Crl, WithoutNextUpdateTakesWhateverStandsThere)
 {
     TbsCertList tbs;
     tbs.nextUpdate = std::nullopt;
-    EXPECT_NE(SIGKIT_OK, DecodedCrl(tbs).status) << "nothing stands there";
+    EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, DecodedCrl(tbs).status) << "nothing stands there";
     tbs.revokedCertificates = Sequence({RevokedEntry(Integer(7))});
     const DecodedCrl crl(tbs);
     ASSERT_STATUS(SIGKIT_OK, crl.status);
@@ -134,7 +138,9 @@ TEST_F(Crl, NoTruncatedEncodingDecodes)
     tbs.revokedCertificates = Sequence({RevokedEntry(Integer(7))});
     const Bytes encoding = CertificateListOf(tbs);
     for (size_t length = 1; length < encoding.size(); ++length) {
-        EXPECT_NE(SIGKIT_OK,
-                  DecodedCrl(Bytes(encoding.begin(), encoding.begin() + static_cast<ptrdiff_t>(length))).status);
+        const Bytes truncated(encoding.begin(), encoding.begin() + static_cast<ptrdiff_t>(length));
+        EXPECT_STATUS(length < HEADER_SIZE ? SIGKIT_ERR_BUFFER_END : SIGKIT_ERR_ASN_LENGTH,
+                      DecodedCrl(truncated).status)
+            << length;
     }
 }

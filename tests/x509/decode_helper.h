@@ -10,6 +10,9 @@
 #include "x509/crl.h"
 #include "x509/pkcs7.h"
 
+// Octets of the identifier and length before the content of what the writers write whole.
+inline constexpr size_t HEADER_SIZE = 4;
+
 inline der::Bytes OctetsOf(const SigkitAsnOcts &view)
 {
     return view.data == nullptr ? der::Bytes() : der::Bytes(view.data, view.data + view.len);
