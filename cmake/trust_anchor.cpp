@@ -23,6 +23,7 @@
 
 #include "core/context.h"
 #include "core/guard.h"
+#include "pki/chain.h"
 #include "pki/path.h"
 #include "pki/store.h"
 #include "qzlog.h"

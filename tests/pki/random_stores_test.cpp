@@ -120,13 +120,13 @@ bool CompareOnce(JudgedStore *judged, const StoreQuestion &question, Tally *tall
         tally->givenUp += 1;
         return false;
     }
-    const bool beyondLiteral = judged->model.nested > SIGKIT_PATH_LITERAL_MAX;
+    const bool beyondLiteral = judged->model.nested >= SIGKIT_PATH_LITERAL_MAX;
     ExpectSame(expected, AskLibrary(judged->usual.held, question), beyondLiteral);
     uint32_t *const literal = &judged->remembering.held->pki->memory.literal;
     *literal = 0;
     ExpectSame(expected, AskLibrary(judged->remembering.held, question), true);
     if (!beyondLiteral) {
-        *literal = judged->model.nested; // just enough
+        *literal = judged->model.nested + 1; // just enough
         ExpectSame(expected, AskLibrary(judged->remembering.held, question), false);
     }
     tally->statuses[expected.status] += 1;

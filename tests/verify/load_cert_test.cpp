@@ -1,6 +1,7 @@
 // Trust anchors and the certificates beside CRLs: which may enter the store, and who owns their octets.
 #include "tests/verify/verify_fixture.h"
 #include "verify/admission.h"
+#include "verify/load/loading.h"
 
 namespace
 {

@@ -5,8 +5,8 @@
 #include "core/memory.h"
 #include "tests/verify/verify_fixture.h"
 #include "tests/x509/decode_helper.h"
+#include "verify/admission.h"
 #include "verify/content_check.h"
-#include "verify/load/loading.h"
 #include "verify/timestamp.h"
 #include "x509/oid.h"
 
