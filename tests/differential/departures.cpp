@@ -11,6 +11,7 @@ std::string DepartureText(Departure departure)
         NARROWING_LIST(ROW)
         LENIENCY_LIST(ROW)
         DIVERGENCE_LIST(ROW)
+        OPEN_LIST(ROW)
 #undef ROW
     }
     return "";

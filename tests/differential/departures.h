@@ -37,7 +37,6 @@
     ROW(UNUSED_BITS, "a BIT STRING that tells of more than seven unused bits")                                         \
     ROW(EXTENSION_VALUE_TYPE, "in the place of an extension's OCTET STRING another type")                              \
     ROW(WRAPPER_LENGTH, "an EXPLICIT tag whose length is not that of the element inside")                              \
-    ROW(LENGTH_AT_END, "an empty last element whose length takes the long form")                                       \
     ROW(UNREAD_REVOKED, "a CRL without nextUpdate, and in its place something malformed or a second list")
 
 // Divergences: both accept, and read a field differently.
@@ -48,13 +47,16 @@
     ROW(PADDING_BITS, "unused bits that are not zero")                                                                 \
     ROW(SEGMENTED_STRING, "a string in segments")                                                                      \
     ROW(TRUE_NOT_FF, "a BOOLEAN that is neither 00 nor FF")                                                            \
-    ROW(KEY_FORM, "an RSAPublicKey that only the library can read")                                                    \
     ROW(EXTENSION_FORM, "a known extension that only the library can read")                                            \
     ROW(REPEATED_EXTENSION, "a known extension that is there twice")                                                   \
     ROW(MISSING_NEXT_UPDATE, "a CRL without nextUpdate, and in its place what follows")
 
+// Left open: the library accepts. libcrypto may refuse or accept, since its releases differ: 3.0.19 refuses this, 3.0.22
+// does not.
+#define OPEN_LIST(ROW) ROW(LENGTH_AT_END, "an empty last element whose length takes the long form")
+
 #define ROW(name, text) name,
-enum class Departure { MALFORMED, NARROWING_LIST(ROW) LENIENCY_LIST(ROW) DIVERGENCE_LIST(ROW) };
+enum class Departure { MALFORMED, NARROWING_LIST(ROW) LENIENCY_LIST(ROW) DIVERGENCE_LIST(ROW) OPEN_LIST(ROW) };
 #undef ROW
 
 // The name and what it stands for.

@@ -80,8 +80,10 @@ std::string Disagreement(const Kind &kind, const der::Bytes &input)
     const Facts libcrypto = kind.libcrypto(input);
     const Survey survey = kind.survey(input);
     Count(library, libcrypto);
-    std::string text = JudgeAcceptance("the library", library.accepted, survey.library) +
-                       JudgeAcceptance("libcrypto", libcrypto.accepted, survey.libcrypto);
+    std::string text = JudgeAcceptance("the library", library.accepted, survey.library);
+    if (!IsOpen(survey.libcrypto)) {
+        text += JudgeAcceptance("libcrypto", libcrypto.accepted, survey.libcrypto);
+    }
     if (library.accepted && libcrypto.accepted) {
         text += JudgeFields(library, libcrypto, survey);
     }

@@ -17,6 +17,12 @@ struct Survey {
     std::map<std::string, Departure> mayDiffer; // fields that they may read differently
 };
 
+// Whether the reasons that libcrypto has leave it open what it does: see OPEN_LIST.
+inline bool IsOpen(const std::set<Departure> &reasons)
+{
+    return reasons == std::set<Departure>{Departure::LENGTH_AT_END};
+}
+
 // Certificate and CertificateList (RFC 5280, 4.1 and 5.1).
 Survey SurveyCertificate(const der::Bytes &input);
 Survey SurveyCrl(const der::Bytes &input);

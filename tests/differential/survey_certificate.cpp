@@ -104,7 +104,7 @@ void JudgeKey(Survey *survey, const Bytes &key)
     }
     survey->library.merge(inside.library);
     if (!IsTaken(d2i_RSAPublicKey, RSA_free, key)) {
-        survey->differing["modulus"] = survey->differing["publicExponent"] = Departure::KEY_FORM;
+        survey->differing["modulus"] = survey->differing["publicExponent"] = Departure::LENGTH_AT_END;
     }
 }
 
@@ -136,7 +136,8 @@ bool TakeInnerAlgorithm(Reader *reader)
     Survey unread;
     Reader again = {reader->input, start, reader->pos, reader->visible, &unread};
     if (!TakeAlgorithm(&again, "signature") || !unread.libcrypto.empty()) {
-        reader->survey->libcrypto.insert(Departure::UNREAD_ALGORITHM);
+        reader->survey->libcrypto.insert(IsOpen(unread.libcrypto) ? Departure::LENGTH_AT_END
+                                                                  : Departure::UNREAD_ALGORITHM);
     }
     return true;
 }

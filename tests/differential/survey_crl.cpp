@@ -134,7 +134,8 @@ bool TakeWithoutNextUpdate(Reader *reader)
     asLibcrypto.survey = &libcrypto;
     TakeRest(&asLibcrypto);
     if (!libcrypto.libcrypto.empty()) {
-        reader->survey->libcrypto.insert(Departure::UNREAD_REVOKED);
+        reader->survey->libcrypto.insert(IsOpen(libcrypto.libcrypto) ? Departure::LENGTH_AT_END
+                                                                     : Departure::UNREAD_REVOKED);
     }
     reader->survey->differing["nextUpdate"] = Departure::MISSING_NEXT_UPDATE;
     reader->survey->mayDiffer["issuingDistributionPoint"] = Departure::MISSING_NEXT_UPDATE;
