@@ -5,13 +5,11 @@ cd "$(dirname "$0")/.."
 
 scripts/bootstrap.sh build test lint
 
-sources() { git ls-files '*.cpp' '*.h' '*.c'; }
-
-sources | xargs clang-format --dry-run --Werror
+scripts/files.sh '*.cpp' '*.h' '*.c' | xargs clang-format --dry-run --Werror
 tests/check_rules.py
 
 cmake --preset release >/dev/null
 # It counts what it does not show; all else that it says stays to be seen.
-git ls-files 'sigkit/*.cpp' 'src/*.cpp' 'platform/*.cpp' 'crltool/*.cpp' 'pkgsign/*.cpp' 'cmake/*.cpp' |
+scripts/files.sh 'sigkit/*.cpp' 'src/*.cpp' 'platform/*.cpp' 'crltool/*.cpp' 'pkgsign/*.cpp' 'cmake/*.cpp' |
   xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p build/release 2>&1 |
   { grep -v '^[0-9]* warnings\? generated\.$' || true; }

@@ -32,9 +32,8 @@ LOGGING = re.compile(r"\bSIGKIT_(FAIL|TRAIL|WARN|ERROR)\(|__LINE__")
 QUOTED = re.compile(r"<!-- from (\S+) -->\n```\w*\n(.*?)```", re.S)
 
 
-def tracked(*patterns: str) -> list[str]:
-    """Files of the tree, those not yet added included."""
-    return subprocess.run(["git", "-C", str(ROOT), "ls-files", "--cached", "--others", "--exclude-standard", *patterns],
+def files(pattern: str) -> list[str]:
+    return subprocess.run([ROOT / "scripts" / "files.sh", pattern],
                           check=True, capture_output=True, text=True).stdout.split()
 
 
@@ -101,7 +100,7 @@ def check_links(path: str) -> list[str]:
 def logging_lines() -> dict[str, set[int]]:
     """The lines on which each function of the library logs; of a call over several lines all of them."""
     lines: dict[str, set[int]] = {}
-    for source in tracked("sigkit/*.cpp"):
+    for source in files("sigkit/*.cpp"):
         function, within = "", False
         for number, line in enumerate(read(source).splitlines(), 1):
             definition = FUNCTION.match(line)
@@ -131,7 +130,7 @@ def check_quotes(path: str) -> list[str]:
 
 def check_tests(path: str) -> list[str]:
     """A test that a document names by its suite and name, or by its suite alone, is there."""
-    sources = "".join(read(source) for source in tracked("tests/*.cpp"))
+    sources = "".join(read(source) for source in files("tests/*.cpp"))
     tests = re.findall(r"^TEST(?:_F|_P)?\((\w+),\s*(\w+)\)", sources, re.M)
     named = re.findall(r"`([A-Z]\w+)\.([A-Z]\w+|\*)`", read(path))
     return [f"{path}: no test {suite}.{name}" for suite, name in named
@@ -157,9 +156,9 @@ def check_picture(path: str) -> list[str]:
 
 def main() -> int:
     defined = {name: int(value, 16) for name, value in DEFINITION.findall(read(HEADER))}
-    documents = tracked("*.md")
+    documents = files("*.md")
     logging = logging_lines()
-    pages = tracked("docs/man/*")
+    pages = files("docs/man/*")
     trails = sum(len(TRAIL.findall(read(path))) for path in documents)
     if len(defined) < 50 or not pages or "README.md" not in documents or trails == 0:
         print("too little was found to check")
@@ -168,7 +167,7 @@ def main() -> int:
     for path in documents:
         problems += check_mentions(path, defined) + check_links(path) + check_quotes(path) + check_tests(path)
         problems += check_trails(path, logging)
-    for path in tracked("docs/*.dot"):
+    for path in files("docs/*.dot"):
         problems += check_picture(path)
     if shutil.which("mandoc"):
         problems += [problem for page in pages for problem in check_page(page)]

@@ -7,7 +7,7 @@ copy_tree() {
   copy=$(mktemp -d)/another-folder-with-a-longer-name
   trap 'rm -rf "$(dirname "$copy")"' EXIT
   mkdir "$copy"
-  git ls-files --cached --others --exclude-standard -z | sort -rz | xargs -0 cp --parents -t "$copy"
+  scripts/files.sh | sort -r | xargs -d '\n' cp --parents -t "$copy"
 }
 
 # build_copy NAME SHARED: what static_tree and shared_tree build, outside $out and one after the other in one folder. In
