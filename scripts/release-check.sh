@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Checks what a release promises beyond its tests: that it installs, that others can build against it, that its packages
-# work on a clean system, that its builds can be repeated, and that other versions of OpenSSL and other machines do.
+# work on a clean system, that its builds can be repeated, that other versions of OpenSSL and other machines do, and
+# that the README's commands pass on a fresh machine.
 # Usage: scripts/release-check.sh [step...]; without an argument all steps, from an empty build/release-check.
 #
 # Each step prints one line with what was seen; what it ran is in build/release-check/<step>.log.
@@ -9,7 +10,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-all=(install consumers shared device trust-anchor packages reproducible openssl-1.1.1 aarch64 s390x)
+all=(install consumers shared device trust-anchor packages reproducible openssl-1.1.1 aarch64 s390x fresh-machine)
 out=build/release-check
 COULD_NOT=77 # exit status of a step that lacked something from the network
 
@@ -23,6 +24,7 @@ scripts/bootstrap.sh build test
 left_out=()
 for step in "$@"; do
   program=scripts/release/$step.sh
+  [ "$step" != fresh-machine ] || program=scripts/fresh-machine.sh
   if [ ! -x "$program" ]; then
     echo "release-check.sh: no step '$step'; there are: ${all[*]}" >&2
     exit 2

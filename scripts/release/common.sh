@@ -19,6 +19,10 @@ as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
 
+# confined [OPTION...] COMMAND...: runs a command as root, with mounts and processes of its own, which are gone as soon
+# as it has ended or this script was killed. The options are unshare's.
+confined() { as_root setpriv --pdeathsig KILL unshare --mount --pid --fork --kill-child "$@"; }
+
 # debian_mirror: where this machine gets Debian from.
 debian_mirror() {
   apt-get indextargets --format '$(REPO_URI)' 'Origin: Debian' 'Created-By: Packages' "Codename: $(debian_release)" |
@@ -26,6 +30,22 @@ debian_mirror() {
 }
 
 debian_release() { (. /etc/os-release && echo "$VERSION_CODENAME"); }
+
+# make_system DIRECTORY [OPTION...]: the smallest Debian of this machine's release, by debootstrap with these options.
+# False when packages are out of reach.
+make_system() {
+  local directory=$1
+  shift
+  as_root rm -rf --one-file-system "$directory"
+  confined debootstrap --variant=minbase "$@" "$(debian_release)" "$directory" "$(debian_mirror)"
+}
+
+# inside DIRECTORY COMMAND...: runs a command on the system there, as root and without this machine's environment.
+inside() {
+  local directory=$1
+  shift
+  confined --root="$directory" --mount-proc env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root "$@"
+}
 
 # fetch_debian DIRECTORY RELEASE ARCHITECTURE PACKAGE...: unpacks packages of another release or machine into DIRECTORY,
 # beside the system's own state of packages. False when they are out of reach.

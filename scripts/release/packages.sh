@@ -25,12 +25,6 @@ build_against_packages() {
   try_consumer "$out/package" env LD_LIBRARY_PATH="$tree/usr/lib/$multiarch" "$build/consumer"
 }
 
-# make_clean_system: the smallest Debian of this machine's release, with the one library the tools need besides.
-make_clean_system() {
-  as_root rm -rf --one-file-system "$clean"
-  as_root debootstrap --variant=minbase --include=libssl3 "$(debian_release)" "$clean" "$(debian_mirror)"
-}
-
 try_clean_system() {
   local before after
   before=$(in_clean find /usr /etc/ld.so.conf.d | sort)
@@ -49,7 +43,7 @@ try_clean_system() {
   diff <(echo "$before") <(echo "$after") || fail "removed packages leave something behind"
 }
 
-in_clean() { as_root env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C chroot "$clean" "$@"; }
+in_clean() { inside "$clean" "$@"; }
 
 shared_tree
 make_packages
@@ -58,7 +52,9 @@ warnings=$(grep -c '^W:' "$out/lintian.txt" || true)
 sign_package "$out/shared-root/usr/bin/pkgsign" "$out/package"
 build_against_packages
 made="$(wc -w <"$out/debs.names") packages, lintian: no errors, $warnings warnings; libsigkit-dev builds a program"
-make_clean_system || could_not "$made; but no clean system could be made, so nobody has seen them installed"
+# With the one library that the tools need besides.
+make_system "$clean" --include=libssl3 ||
+  could_not "$made; but no clean system could be made, so nobody has seen them installed"
 try_clean_system
 as_root rm -rf --one-file-system "$clean"
 echo "$made; installed, used and purged on a clean system"
