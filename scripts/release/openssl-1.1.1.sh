@@ -28,11 +28,12 @@ sign_package "$out/static/pkgsign/pkgsign" "$out/package"
 try_tool "$out/package" "$built/src/verify_tool"
 expect 0 "$built/crltool/crl_compare" --root "$pki/root.der" "$out/package/crls.pem" "$out/package-1.1.1/crls.pem"
 
-# Its calls with unusual arguments, and each of them failing while packages are verified: another version may behave in
-# other ways there.
+# Its calls with unusual arguments, each of them failing while packages are verified, and what its decoder reads: another
+# version may behave in other ways there.
 configure_tests openssl-1.1.1
-cmake --build "$built" -j "$jobs" --target libcrypto_faults_test callbacks_test
+cmake --build "$built" -j "$jobs" --target libcrypto_faults_test callbacks_test differential_test
 "$built/tests/tool/callbacks_test" --gtest_brief=1
+"$built/tests/differential/differential_test" --gtest_brief=1
 readelf -d "$built/tests/faults/libcrypto_faults_test" | grep 'NEEDED.*\[libcrypto.so.1.1\]'
 "$built/tests/faults/libcrypto_faults_test" --gtest_brief=1 | tee "$out/openssl-1.1.1.tests"
 faults=$(sed -n 's/^\([0-9]*\) faults$/\1/p' "$out/openssl-1.1.1.tests")

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include <openssl/bn.h>
 #include <openssl/err.h>
 #include <openssl/rsa.h>
 #include <openssl/x509.h>
@@ -28,12 +29,12 @@ struct Release {
 template <typename Object, void (*Free)(Object *)>
 using Owned = std::unique_ptr<Object, Release<Object, Free>>;
 
-// What an i2d function of libcrypto writes.
-template <typename Object>
-Bytes Encoded(int (*write)(Object *, unsigned char **), Object *object)
+// What an i2d function of libcrypto writes. It changes nothing, but before version 3 its argument is not const.
+template <typename Argument, typename Object>
+Bytes Encoded(int (*write)(Argument *, unsigned char **), const Object *object)
 {
     unsigned char *octets = nullptr;
-    const int count = write(object, &octets);
+    const int count = write(const_cast<Object *>(object), &octets);
     const Bytes encoding = count > 0 ? Bytes(octets, octets + count) : Bytes();
     OPENSSL_free(octets);
     return encoding;
@@ -100,7 +101,8 @@ std::string SecondText(const Bytes &sequence)
     }
     std::string text = std::to_string(second.cls);
     text += second.constructed ? ".1." : ".0.";
-    text += std::to_string(second.tag) + ":" + HexOf(content);
+    // libcrypto 1.1.1 writes its own flag of a negative number into the tag of an ENUMERATED, whatever its sign.
+    text += std::to_string(second.tag & ~static_cast<uint32_t>(V_ASN1_NEG)) + ":" + HexOf(content);
     return text;
 }
 
@@ -253,7 +255,7 @@ void ReadCertificate(X509 *cert, Fields *fields)
     const ASN1_BIT_STRING *signature = nullptr;
     const X509_ALGOR *algorithm = nullptr;
     X509_get0_signature(&signature, &algorithm, cert);
-    *fields = {{"tbs", SignedText(Encoded<const X509>(i2d_X509, cert))},
+    *fields = {{"tbs", SignedText(Encoded(i2d_X509, cert))},
                {"serialNumber", SerialText(X509_get0_serialNumber(cert))},
                {"issuer", NameText(X509_get_issuer_name(cert))},
                {"notBefore", TimeText(X509_get0_notBefore(cert))},
@@ -287,7 +289,7 @@ void ReadCrl(X509_CRL *crl, Fields *fields)
     X509_CRL_get0_signature(crl, &signature, &algorithm);
     STACK_OF(X509_REVOKED) *const entries = X509_CRL_get_REVOKED(crl);
     const int count = entries == nullptr ? 0 : sk_X509_REVOKED_num(entries);
-    *fields = {{"tbs", SignedText(Encoded<const X509_CRL>(i2d_X509_CRL, crl))},
+    *fields = {{"tbs", SignedText(Encoded(i2d_X509_CRL, crl))},
                {"version", std::to_string(static_cast<uint32_t>(X509_CRL_get_version(crl)))},
                {"issuer", NameText(X509_CRL_get_issuer(crl))},
                {"thisUpdate", TimeText(X509_CRL_get0_lastUpdate(crl))},
