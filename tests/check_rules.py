@@ -1,22 +1,24 @@
 #!/usr/bin/env python3
-"""Holds the rules of the house that no compiler checks. Exits with 1 and names each place that breaks one.
+"""Holds the rules that no compiler checks. Exits with 1 and names each place that breaks one.
 
-Layers: an include inside the library goes down to a lower floor, never up. The one exception is the list of object
-identifiers, for the one file of the decoder that chooses by them and for the tables that name them.
+Layers: an include inside the library goes down to a lower layer, never up, and no files include each other in a circle. The
+one exception of direction is the list of object identifiers, for the one file of the decoder that chooses by them and for
+the tables that name them.
 The library reaches the world through its host alone: no libcrypto, no stdio, no allocation of its own.
 """
 import pathlib
 import re
 import sys
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
+LIBRARY = pathlib.Path(__file__).resolve().parent.parent / "sigkit"
 
-FLOORS = {
+LAYERS = {  # a directory and those that it may include from
     "core": set(),
     "asn1": {"core"},
     "x509": {"core", "asn1"},
     "pki": {"core", "asn1", "x509"},
-    "verify": {"core", "asn1", "x509", "pki"},
+    "verify/load": {"core", "asn1", "x509"},
+    "verify": {"core", "asn1", "x509", "pki", "verify/load"},
 }
 EXCEPTIONS = {
     "x509/oid.h": {f"sigkit/asn1/{name}.cpp" for name in ("decode_map", "templ_cert", "templ_crl", "templ_pkcs7")},
@@ -41,40 +43,67 @@ def strip(text: str) -> str:
     return pattern.sub(lambda m: re.sub(r"[^\n]", " ", m.group()), text)
 
 
-def check_include(path: str, floor: str, kind: str, name: str) -> str | None:
+def layer_of(path: str) -> str:
+    return path.rpartition("/")[0]
+
+
+def check_include(path: str, kind: str, name: str) -> str | None:
     if kind == "<":
         return None if name in SYSTEM else f"system header <{name}>"
-    if name in OUTSIDE or path in EXCEPTIONS.get(name, ()):
+    if name in OUTSIDE or f"sigkit/{path}" in EXCEPTIONS.get(name, ()):
         return None
-    target = name.split("/")[0]
-    if target == floor or target in FLOORS[floor]:
+    layer, target = layer_of(path), layer_of(name)
+    if target == layer or target in LAYERS[layer]:
         return None
-    return f"{floor} must not include {name}"
+    return f"{layer} must not include {name}"
+
+
+def includes(path: str) -> list[tuple[int, str, str]]:
+    lines = (LIBRARY / path).read_text().splitlines()
+    return [(number, match[1], match[2]) for number, line in enumerate(lines, 1) if (match := INCLUDE.match(line))]
+
+
+def circles(sources: list[str]) -> list[str]:
+    """A file and its header count as one; a circle is named by the files in it."""
+    knows = {}
+    for path in sources:
+        stems = {name.rpartition(".")[0] for _, kind, name in includes(path) if kind == '"'}
+        knows.setdefault(path.rpartition(".")[0], set()).update(stems)
+    found, done = set(), set()
+
+    def follow(stem: str, trail: list[str]) -> None:
+        if stem in trail:
+            found.add(" -> ".join(trail[trail.index(stem):] + [stem]))
+        elif stem not in done:
+            for known in sorted(knows.get(stem, set()) - {stem}):
+                follow(known, trail + [stem])
+            done.add(stem)
+
+    for stem in sorted(knows):
+        follow(stem, [])
+    return [f"files that include each other: {circle}" for circle in sorted(found)]
 
 
 def check_file(path: str) -> list[str]:
-    text = (ROOT / path).read_text()
+    text = (LIBRARY / path).read_text()
     found = []
-    floor = path.split("/")[1]
-    for number, line in enumerate(text.splitlines(), 1):
-        match = INCLUDE.match(line)
-        if match:
-            problem = check_include(path, floor, match[1], match[2])
-            if problem:
-                found.append(f"{path}:{number}: {problem}")
+    for number, kind, name in includes(path):
+        problem = check_include(path, kind, name)
+        if problem:
+            found.append(f"sigkit/{path}:{number}: {problem}")
     for number, line in enumerate(strip(text).splitlines(), 1):
         if re.match(r"\s*#\s*include", line) or "= delete" in line:
             continue
         for pattern, reason in BANNED.items():
             if re.search(pattern, line):
-                found.append(f"{path}:{number}: {reason}: {line.strip()}")
+                found.append(f"sigkit/{path}:{number}: {reason}: {line.strip()}")
     return found
 
 
 def main() -> int:
-    sources = sorted(path.relative_to(ROOT).as_posix() for path in (ROOT / "sigkit").glob("*/*")
+    sources = sorted(path.relative_to(LIBRARY).as_posix() for path in LIBRARY.glob("*/**/*")
                      if path.suffix in (".cpp", ".h"))
-    problems = [problem for path in sources for problem in check_file(path)]
+    problems = [problem for path in sources for problem in check_file(path)] + circles(sources)
     print("\n".join(problems), end="\n" if problems else "")
     if not sources:
         print("no source file was checked")

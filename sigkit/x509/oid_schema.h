@@ -6,7 +6,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include "x509/oid.h"
+#include "asn1/types.h"
 
 // Content octets of an identifier, as many as the longest one of the table takes and some more.
 struct InternalOidOctets {
@@ -66,8 +66,8 @@ constexpr InternalOidOctets InternalOidFromDotted(const char *at)
 }
 
 // Whether the numbers of rows ascend, so that none comes twice.
-template <size_t Count>
-constexpr bool InternalOidsAscend(const SigkitOidInfo (&rows)[Count])
+template <typename Row, size_t Count>
+constexpr bool InternalOidsAscend(const Row (&rows)[Count])
 {
     for (size_t i = 1; i < Count; ++i) {
         if (rows[i].aoid <= rows[i - 1].aoid) {
@@ -88,8 +88,8 @@ constexpr bool InternalIsSameOid(const SigkitAsnOcts &a, const SigkitAsnOcts &b)
 }
 
 // Whether no two rows have the same identifier.
-template <size_t Count>
-constexpr bool InternalOidsDiffer(const SigkitOidInfo (&rows)[Count])
+template <typename Row, size_t Count>
+constexpr bool InternalOidsDiffer(const Row (&rows)[Count])
 {
     for (size_t i = 1; i < Count; ++i) {
         for (size_t j = 0; j < i; ++j) {
