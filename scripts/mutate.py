@@ -110,7 +110,7 @@ def equivalent_mutants() -> set[tuple[str, str, str]]:
             before = line[2:]
         elif line.startswith("+ "):
             found.add((path, before, line[2:]))
-        elif re.fullmatch(r"(sigkit|src)/\S+\.cpp", line):
+        elif re.fullmatch(r"(sigkit|src)/\S+\.(cpp|h)", line):
             path = line
     return found
 
@@ -129,8 +129,9 @@ class Workplace:
         ignored = shutil.ignore_patterns("build*", ".git")
         shutil.rmtree(self.tree, ignore_errors=True)  # of an earlier run; its build is used again
         shutil.copytree(ROOT, self.tree, ignore=ignored)
-        for source in (*self.tree.glob("sigkit/*/*.cpp"), *self.tree.glob("src/*.cpp")):
-            source.touch()  # what was built of it last may have been a mutant
+        for pattern in ("sigkit/*/*.cpp", "src/**/*.cpp", "src/*/*.h"):
+            for source in self.tree.glob(pattern):
+                source.touch()  # what was built of it last may have been a mutant
         self.seconds = {}  # that each program took before anything was broken
         self.run(["cmake", "-S", self.tree, "-B", self.build, "-DCMAKE_BUILD_TYPE=Debug", "-DBUILD_TESTING=ON",
                   "-DCMAKE_CXX_FLAGS=-O1 -g0"], check=True, stderr=None)
@@ -198,7 +199,7 @@ def main() -> int:
 
     subprocess.run([ROOT / "scripts" / "bootstrap.sh", "build", "test"], check=True)
     sources = [path for room in ROOMS for path in sorted((ROOT / "sigkit" / room).glob("*.cpp"))]
-    sources += sorted((ROOT / "src").glob("*.cpp"))
+    sources += sorted((ROOT / "src").rglob("*.cpp")) + sorted((ROOT / "src").glob("*/*.h"))  # the latter hold code
     every = [mutant for path in sources for mutant in mutants_of(path)]
     equivalent = equivalent_mutants()
     gone = equivalent - {mutant.key() for mutant in every}

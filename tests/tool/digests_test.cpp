@@ -1,4 +1,4 @@
-#include "src/upgrade_sigkit_sdk_callback.h"
+#include "src/upgrade_sigkit_sdk_callback/digests.h"
 
 #include <gtest/gtest.h>
 
@@ -6,6 +6,7 @@
 
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
+#include "src/upgrade_sigkit_sdk_callback/contexts.h"
 #include "tests/support/recording_platform.h"
 
 namespace

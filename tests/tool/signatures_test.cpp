@@ -1,4 +1,4 @@
-#include "src/upgrade_sigkit_sdk_callback.h"
+#include "src/upgrade_sigkit_sdk_callback/contexts.h"
 
 #include <gtest/gtest.h>
 

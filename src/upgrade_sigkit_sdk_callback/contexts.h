@@ -1,6 +1,6 @@
-// What lies behind the host callbacks of sigkit_host.h: their context records and the choice of the digest.
-#ifndef SRC_UPGRADE_SIGKIT_SDK_CALLBACK_H
-#define SRC_UPGRADE_SIGKIT_SDK_CALLBACK_H
+// The records behind the opaque contexts of sigkit_host.h: a digest and a signature check in progress.
+#ifndef SRC_UPGRADE_SIGKIT_SDK_CALLBACK_CONTEXTS_H
+#define SRC_UPGRADE_SIGKIT_SDK_CALLBACK_CONTEXTS_H
 
 #include <stdint.h>
 
@@ -22,19 +22,8 @@ struct SigkitCryptoCtx {
     EVP_PKEY *pkey;    // owned; the signer's public key, null when there is none
 };
 
-#ifdef __cplusplus
-extern "C" {
-#endif
-
-// Returns libcrypto's digest for a hash algorithm of the library (43 SHA-256, 44 SHA-384, 45 SHA-512), a static object;
-// null for any other number.
-const EVP_MD *SkvGetOpensslEvpmd(uint32_t aoid);
-
-// Returns its argument. It belongs to the set of callbacks; nothing calls it.
-uint32_t SkvOpensslUnint(uint32_t value);
-
-#ifdef __cplusplus
-}
-#endif
+// The tag at the head of both records is their own size.
+inline constexpr uint32_t CONTEXT_SIZE = 24;
+static_assert(sizeof(SigkitMdCtx) == CONTEXT_SIZE && sizeof(SigkitCryptoCtx) == CONTEXT_SIZE);
 
 #endif
