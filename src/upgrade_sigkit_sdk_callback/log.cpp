@@ -1,4 +1,5 @@
-// The host callback for the log, over standard output and the platform's log.
+// The host callback for the log, over standard output and the platform's log. Nothing else is in this file, so that a
+// program with a log of its own can have the other callbacks without it.
 #include <stdio.h>
 
 #include "qzlog.h"
