@@ -8,15 +8,6 @@
 # `development_pki` makes the folder.
 option(SIGKIT_ALLOW_DEVELOPMENT_ROOT "Let a tool that trusts a development root be installed and packaged" OFF)
 
-# The check asks the library's inner operations, which a shared library does not show; and the build's own programs are
-# for the machine that builds, whatever the platform of the tool.
-add_executable(trust_anchor_embed ${CMAKE_CURRENT_LIST_DIR}/trust_anchor.cpp)
-target_include_directories(trust_anchor_embed PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/sigkit
-                                                      ${PROJECT_SOURCE_DIR}/platform)
-target_compile_definitions(trust_anchor_embed PRIVATE OPENSSL_API_COMPAT=0x10101000L)
-target_link_libraries(trust_anchor_embed PRIVATE sigkit_warnings $<IF:$<BOOL:${BUILD_SHARED_LIBS}>,sigkit_static,sigkit>
-                                                 sigkit_host workstation_qzosax workstation_annexk OpenSSL::Crypto)
-
 # Ends the configuration when the file cannot be read. Whatever is not empty names a file: OFF, 0 or a search's
 # -NOTFOUND as well, which CMake takes for false.
 function(sigkit_check_trust_anchor_file file)

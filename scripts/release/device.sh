@@ -20,7 +20,7 @@ for shared in OFF ON; do
   done
   expect 127 "$built/src/verify_tool" # the build does not tell a program where the device's libraries are
   LD_LIBRARY_PATH=$stand_in tests/check_working_directory.py "$built/src/verify_tool" "$built/crltool/crl_compare" \
-    "$built/pkgsign/pkgsign" "$built/trust_anchor_embed"
+    "$built/pkgsign/pkgsign" "$built/tools/trust_anchor_embed"
   try_tool "$out/package" env LD_LIBRARY_PATH="$stand_in:$out/device-root/usr/lib/$multiarch" \
     "$out/device-root/usr/bin/verify_tool"
 done
