@@ -32,7 +32,7 @@ make_machine() {
 failed=0
 try_command() {
   local log=$out/fresh-machine.$1.log began=$SECONDS result=passed
-  inside "$machine" "/sigkit/scripts/$1.sh" >"$log" 2>&1 </dev/null || result="FAILED, see $log"
+  inside "$machine" "/root/sigkit/scripts/$1.sh" >"$log" 2>&1 </dev/null || result="FAILED, see $log"
   echo "scripts/$1.sh: $((SECONDS - began)) s, $result"
   [ "$result" = passed ] || { failed=$((failed + 1)) && tail -n 30 "$log" >&2; }
 }
@@ -41,8 +41,8 @@ archives=$(archives) || true
 [ "$(wc -l <<<"$archives")" -eq 3 ] || could_not "apt does not know where this machine gets Debian's updates from"
 log=$out/fresh-machine.system.log
 make_machine >"$log" 2>&1 || could_not "no fresh machine could be made, see $log"
-as_root mkdir "$machine/sigkit"
-tree | as_root tar -x --no-same-owner -C "$machine/sigkit"
+as_root mkdir "$machine/root/sigkit"
+tree | as_root tar -x --no-same-owner -C "$machine/root/sigkit"
 try_command demo
 seen=$(inside "$machine" dpkg-query -W -f '${Package} ${Version}, ' openssl libssl-dev g++ cmake || true)
 seen="Debian $(inside "$machine" cat /etc/debian_version), ${seen%, }"
