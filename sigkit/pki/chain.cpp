@@ -13,18 +13,23 @@ SigkitX509Cert *InternalFindCertIssuer(SigkitVerifyCtx *ctx, SigkitX509Cert *cer
     for (uint32_t i = 0; i < certs.count; ++i) {
         SigkitX509Cert *const candidate = static_cast<SigkitX509Cert *>(certs.items[i]);
         const SigkitX509CertInfo &info = candidate->tbsCertificate;
+        // RFC 5280, 6.1.4 (k). Narrowed: asked of a trust anchor, too. (l), (m): skipped, no length of path is read.
         if (info.extensions.basicConstraints.cA != 1) {
             continue;
         }
+        // Found before: what follows held then.
         if (cert->issuerCert != nullptr) {
             if (candidate == cert->issuerCert) {
                 return candidate;
             }
             continue;
         }
+        // (n). Narrowed: the key usage must be there. (a), (b), (g) to (j), (o): skipped, neither policies, name
+        // constraints nor unknown critical extensions are read.
         if ((info.extensions.keyUsage & SIGKIT_KEY_USAGE_KEY_CERT_SIGN) == 0) {
             continue;
         }
+        // 6.1.3 (a)(1), (a)(4), with the candidate's name and key in place of the state that 6.1.4 (c) to (f) keeps.
         bool issued = false;
         const uint32_t status = InternalIsCertIssuedBy(cert, *candidate, &issued);
         if (status == SIGKIT_OK && issued) {
@@ -44,9 +49,11 @@ SigkitX509Cert *SigkitPkiFindCrlIssuer(SigkitVerifyCtx *ctx, SigkitX509Crl *crl)
     const SigkitList &certs = ctx->pki->certs;
     for (uint32_t i = 0; i < certs.count; ++i) {
         SigkitX509Cert *const cert = static_cast<SigkitX509Cert *>(certs.items[i]);
+        // RFC 5280, 6.3.3 (f), last sentence. Narrowed: the key usage must be there.
         if ((cert->tbsCertificate.extensions.keyUsage & SIGKIT_KEY_USAGE_CRL_SIGN) == 0) {
             continue;
         }
+        // 6.3.3 (g).
         bool issued = false;
         const uint32_t status = InternalIsCrlIssuedBy(crl, *cert, &issued);
         if (status == SIGKIT_OK && issued) {
@@ -57,7 +64,8 @@ SigkitX509Cert *SigkitPkiFindCrlIssuer(SigkitVerifyCtx *ctx, SigkitX509Crl *crl)
     return nullptr;
 }
 
-// The recursion is bounded by `depth`.
+// The recursion is bounded by `depth`, which stands for RFC 5280, 6.1, as well: CAs that issued each other in a circle
+// would have a certificate twice in the path, and here have no root.
 SigkitX509Cert *InternalFindCertRoot(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t depth)
 {
     if (depth > SIGKIT_PATH_DEPTH_MAX) {

@@ -22,12 +22,16 @@ bool IsIndirect(const SigkitX509Crl &crl)
     return crl.tbsCertList.crlExtensions.issuingDistributionPoint.indirectCRL == 1;
 }
 
-// Tells whether a CRL speaks about the certificate's issuer and hangs below the same root.
+// Returns whether a CRL speaks about the certificate's issuer and hangs below the same root.
 bool IsInReach(SigkitVerifyCtx *ctx, SigkitX509Crl &crl, const SigkitX509Cert &cert, const SigkitX509Cert *root)
 {
+    // RFC 5280, 6.3.3 (b)(1). Widened: which indirect CRL the certificate names (cRLIssuer, 4.2.1.13) is not read, so
+    // any will do. (b)(2): skipped, a CRL for some certificates counts for all. (c), (h), (i): skipped, deltas are not
+    // used. Widened: a delta CRL, as any with unknown critical extensions, counts as a complete one (5.2, 5.2.4).
     if (cert.tbsCertificate.issuer.count == 0 || (!SameIssuer(crl, cert) && !IsIndirect(crl))) {
         return false;
     }
+    // (f), second sentence: one trust anchor for both. The path itself is validated when the CRL is tried.
     SigkitX509Cert *const issuer = SigkitPkiFindCrlIssuer(ctx, &crl);
     return issuer != nullptr && InternalFindCertRoot(ctx, issuer, 0) == root;
 }
@@ -47,6 +51,8 @@ uint32_t AddCandidate(SigkitList *candidates, uint32_t score, SigkitX509Crl *crl
     return status;
 }
 
+// RFC 5280, 6.3.3, asks the CRLs of the certificate's distribution points. Those are not read: each CRL of the store is
+// asked, as after (l) for CRLs that no distribution point names. (a): skipped, nothing is fetched.
 uint32_t CollectCandidates(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,
                            SigkitList *candidates)
 {
@@ -98,6 +104,7 @@ uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cer
     if (listed) {
         score |= SIGKIT_CRL_SCORE_LISTS_CERT;
     }
+    // RFC 5280, 6.3.3 (a)(1). Narrowed: without nextUpdate a CRL is of no use (5.1.2.5 leaves that open).
     uint64_t nextUpdate = 0;
     if (SigkitConvertDatetimeToTime(&crl.tbsCertList.nextUpdate, &nextUpdate) != SIGKIT_OK) {
         return 0;
@@ -105,6 +112,7 @@ uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cer
     if (verifyTime <= static_cast<int64_t>(nextUpdate)) {
         return score | SIGKIT_CRL_SCORE_CURRENT;
     }
+    // (a)(1)(ii) fetches a current one instead. Widened: the expired CRL may still prove a revocation.
     if (InternalMayWarn(memory)) {
         SIGKIT_WARN(SIGKIT_ERR_CRL_EXPIRED, "Found an expired CRL, it most likely cause NO CRL error.");
     }

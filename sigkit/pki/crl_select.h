@@ -10,8 +10,9 @@
 #include "core/list.h"
 #include "pki/path_memory.h"
 
-// Bits of a score. A CRL that lists the certificate outranks every one that does not; then a current one outranks an
-// expired one; then one of the certificate's own issuer outranks an indirect one of another.
+// Bits of a score. A CRL that lists the certificate outranks every one that does not, which may simply be older: an
+// entry stays until the certificate has expired (RFC 5280, 3.3). Then a current one outranks an expired one; then one
+// of the certificate's own issuer outranks an indirect one of another.
 enum : uint32_t {
     SIGKIT_CRL_SCORE_OTHER_ISSUER = 0x10, // indirect CRL; with SAME_ISSUER: the own issuer's CRL is marked indirect
     SIGKIT_CRL_SCORE_SAME_ISSUER = 0x20,
@@ -35,6 +36,8 @@ using InternalCandidatesGuard = InternalGuard<SigkitList, InternalFreeCandidates
 //   candidates  out, an empty list that gets SigkitCrlCandidate, owned by the caller, after a failure too.
 //
 // Returns SIGKIT_OK, also when there is none, SIGKIT_ERR_NO_MEMORY or SIGKIT_ERR_LIST_FULL.
+//
+// Logs: nothing.
 [[nodiscard]] uint32_t InternalRankCrls(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,
                                         SigkitList *candidates);
 
@@ -43,6 +46,8 @@ using InternalCandidatesGuard = InternalGuard<SigkitList, InternalFreeCandidates
 // expired CRL still proves a revocation, never a clean record.
 //
 //   memory  in/out, says whether an expired CRL is worth its warning.
+//
+// Logs: as warnings, another issuer and an expired CRL, even one that keeps its score; not an unreadable nextUpdate.
 [[nodiscard]] uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cert, int64_t verifyTime,
                                            InternalPathMemory *memory);
 

@@ -17,7 +17,7 @@ namespace
 enum class Step { TRUSTED, NEXT_ISSUER };
 
 // Returns whether the validation of the CRL's issuer, made when the CRL was chosen, covers the chain above a
-// certificate. RFC 5280, 6.1.3 wants every certificate of the path judged, so only the very record that issued the
+// certificate. RFC 5280, 6.1.3, judges every certificate of the path, so only the very record that issued the
 // certificate will do. A CRL that another certificate signed says nothing about the issuer, which may have been revoked
 // or have ended: not an indirect one; not one of a namesake, which a revoked CA can make below itself; and not one of a
 // second certificate of the issuer's name and key, which has a serial number, and a revocation, of its own.
@@ -28,12 +28,17 @@ bool CoversChainAbove(SigkitVerifyCtx *ctx, const InternalCrlChoice &choice, Sig
 }
 
 // Checks one certificate. Where its CRL does not cover the chain above, its issuer is next.
+//
+// RFC 5280, 6.1.3 (b), (c): skipped, name constraints are not read. (d) to (f), and 6.1.5 (a), (b), (g): skipped,
+// policies are not read. 6.1.5 (f): skipped, an unknown critical extension is passed over. 6.1.4 is chain.cpp's.
 uint32_t CheckOne(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRevocation, Step *step)
 {
+    // RFC 5280, 6.1.3 (a)(2), at a time in the past, as 6.1 permits. Narrowed: a trust anchor's dates must hold, too.
     uint32_t status = InternalVerifyCertificate(*cert, ctx->verifyTime);
     if (status != SIGKIT_OK) {
         return status;
     }
+    // 6.1.1 (d): what is self-signed is the trust anchor. It is no part of the path, so (a)(3) is not asked of it.
     uint32_t isSelfSigned = 0;
     status = SigkitX509IsSelfSigned(cert, &isSelfSigned);
     if (status != SIGKIT_OK) {
@@ -43,11 +48,13 @@ uint32_t CheckOne(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRev
         *step = Step::TRUSTED; // trust anchors alone get into the store self-signed
         return SIGKIT_OK;
     }
+    // 6.1.3 (a)(1), (a)(4), for the whole chain: the CRLs below are chosen by its root.
     const SigkitX509Cert *const root = InternalFindCertRoot(ctx, cert, 0);
     if (root == nullptr) {
         ctx->pathError = SIGKIT_ERR_NO_ROOT;
         return SIGKIT_ERR_NO_ROOT;
     }
+    // 6.1.3 (a)(3), by 6.3. Narrowed: CRLs are the only way, so a certificate for which there is none is refused.
     InternalCrlChoice choice = {};
     status = InternalSelectCrl(ctx, *cert, root, strictRevocation, &choice);
     if (status != SIGKIT_OK) {
@@ -114,6 +121,7 @@ uint32_t SigkitPkiVerifyCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, int32_t
         ctx->pathDepth = 1;
         status = WalkUp(ctx, cert, strictRevocation);
         ctx->pathDepth -= 1;
+        // What a failing host made a search pass over may be the CRL that revokes.
         status = status == SIGKIT_OK ? ctx->hostFailure : status;
     } else if (ctx->pathDepth > SIGKIT_PATH_DEPTH_MAX) {
         SIGKIT_ERROR(SIGKIT_OK, "The path of certificate is too deep.");
@@ -170,12 +178,15 @@ uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candi
     uint32_t last = SIGKIT_OK;
     for (uint32_t i = 0; i < candidates.count; ++i) {
         SigkitX509Crl *const crl = static_cast<const SigkitCrlCandidate *>(candidates.items[i])->crl;
+        // RFC 5280, 6.3.3 (g), before (f): only its signature says which of the issuer's certificates made the CRL.
         SigkitX509Cert *const issuer = SigkitPkiFindCrlIssuer(ctx, crl);
         if (issuer == nullptr) {
             continue;
         }
+        // (f): the issuer's path. That it ends at the certificate's own trust anchor was seen when the CRL was ranked.
         uint32_t ok = 0;
         last = SigkitPkiVerifyCert(ctx, issuer, 0, strictRevocation, &ok);
+        // (d), (e), (l): skipped. Widened: each CRL counts for all reasons, so the first one ends the search.
         if (last == SIGKIT_OK && ok == 1) {
             *best = {crl, issuer};
             return SIGKIT_OK;

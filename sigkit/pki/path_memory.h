@@ -12,9 +12,9 @@
 // certificates.
 inline constexpr int32_t SIGKIT_PATH_DEPTH_MAX = 10;
 
-// Nested validations of one public operation that are carried out even where the outcome is known, so that every ordinary
-// store is judged with all its log lines. Summaries judge the issuers of up to 16 CRLs in one operation: counted for each
-// of those, the literal ones would fill the log.
+// Nested validations of one public operation that are carried out even where the outcome is known, so that every
+// ordinary store is judged with all its log lines. Summaries judge the issuers of up to 16 CRLs in one operation:
+// counted for each of those, the literal ones would fill the log.
 inline constexpr uint32_t SIGKIT_PATH_LITERAL_MAX = 256;
 
 struct InternalPathOutcome {
@@ -33,8 +33,8 @@ struct InternalPathMemory {
 // Begins a top-level validation: nothing is known.
 void InternalForgetOutcomes(InternalPathMemory *memory);
 
-// Returns whether an expired CRL is worth a warning: always until the literal validations are used up, then once in each
-// top-level validation, as the warning names neither CRL nor certificate.
+// Returns whether an expired CRL is worth a warning: always until the literal validations are used up, then once in
+// each top-level validation, as the warning names neither CRL nor certificate.
 [[nodiscard]] bool InternalMayWarn(InternalPathMemory *memory);
 
 // Returns the outcome of a nested validation when it is known and those that are carried out in any case are used up.

@@ -12,7 +12,7 @@ namespace
 {
 
 // Appends `record` to `list` and takes a share, unless a stored record has the same signature. A record belongs to one
-// store for life: what it remembers of its issuers goes by their places in that store, and would name others in a second.
+// store for life: what it remembers of its issuers goes by their places there, and would name others in a second.
 template <typename Record>
 uint32_t AddRecord(SigkitList *list, Record *record, uint32_t duplicate)
 {

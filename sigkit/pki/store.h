@@ -1,4 +1,6 @@
 // The store: the certificates and CRLs that one context knows. It only grows; records leave it with the context.
+//
+// Logs: nothing, in any function of this header; a record that is there already is no failure to most callers.
 #ifndef PKI_STORE_H
 #define PKI_STORE_H
 
@@ -26,7 +28,7 @@ void SigkitPkiUninit(SigkitVerifyCtx *ctx);
 // operations of the context have repeated them.
 void InternalRenewTrail(SigkitVerifyCtx *ctx);
 
-// Adds a certificate and takes a share of it. Two certificates are the same one when their signatures are the same bits.
+// Adds a certificate and takes a share of it. Two certificates are the same one when their signatures are equal.
 //
 // Returns SIGKIT_OK, SIGKIT_ERR_CERT_DUPLICATE, SIGKIT_ERR_PARAM when an argument or the store is null or the record is
 // another store's, or SIGKIT_ERR_LIST_FULL; after a failure no share was taken.
@@ -38,8 +40,8 @@ void InternalRenewTrail(SigkitVerifyCtx *ctx);
 // another store's, or SIGKIT_ERR_LIST_FULL; after a failure no share was taken.
 [[nodiscard]] uint32_t SigkitPkiStoreAddCrl(SigkitVerifyCtx *ctx, SigkitX509Crl *crl);
 
-// Returns the first certificate with this issuer and serial number, or null when there is none or an argument is null or
-// empty. Not checked: anything else about it. The store keeps its share.
+// Returns the first certificate with this issuer and serial number (RFC 5652, 10.2.4), or null when there is none or an
+// argument is null or empty. Not checked: anything else about it. The store keeps its share.
 [[nodiscard]] SigkitX509Cert *SigkitPkiFindCertByIssuerSn(const SigkitVerifyCtx *ctx, const SigkitX509Name *issuer,
                                                           const SigkitAsnOcts *serialNumber);
 
