@@ -12,6 +12,8 @@ uint32_t InternalAddCertToStore(SigkitVerifyCtx *ctx, const SigkitList &certs, u
         if (cert == nullptr) {
             continue;
         }
+        // RFC 5280, 6.1.1 (d): a trust anchor is trusted because it came by a way of its own, so never with what it is
+        // to vouch for.
         if (allowRoot == 0) {
             uint32_t isSelfSigned = 0;
             const uint32_t status = SigkitX509IsSelfSigned(cert, &isSelfSigned);

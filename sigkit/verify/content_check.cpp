@@ -43,6 +43,7 @@ uint32_t StartDigest(SigkitMdInfo *info)
 // Arms a signature check with the signer's key and keeps the signature.
 uint32_t StartSignatureCheck(SigkitMdInfo *info, const SigkitPkcs7SignedInfo &signer, const SigkitX509Cert &cert)
 {
+    // RFC 5652, 5.3. Widened: digestAlgorithm stands for both algorithms, as where attributes are signed (signer.cpp).
     const uint32_t hashAlg = SigkitGetHashAoidFromSign(&signer.digestAlgorithm.algorithm);
     if (hashAlg == AOID_UNKNOWN) {
         return SIGKIT_ERR_ALGORITHM;
@@ -94,6 +95,7 @@ uint32_t InternalGetDigestFromSignerInfo(const SigkitPkcs7SignedInfo &signer, Si
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }
+    // RFC 5652, 5.3, lets a verifier ask that the message lists it among its digestAlgorithms: skipped.
     record.held->hashAlg = SigkitGetHashAoidFromSign(&signer.digestAlgorithm.algorithm);
     if (record.held->hashAlg == AOID_UNKNOWN) {
         return SIGKIT_TRAIL(SIGKIT_ERR_DIGEST_ALGORITHM);
@@ -119,6 +121,7 @@ uint32_t InternalAddSignerInfoToVerifyProcess(SigkitVerifyCtx *ctx, const Sigkit
     }
     const SigkitMdInfo *const open = FindDigestCheck(ctx->handles, info.held->hashAlg);
     if (open != nullptr) {
+        // Narrowed: RFC 5652, 5.6, judges signers one by one. Of two digests of one content at most one is its digest.
         if (!InternalDigestMatches(*open, info.held->expectedDigest, info.held->expectedDigestLen)) {
             return SIGKIT_TRAIL(SIGKIT_ERR_DIGEST_CONFLICT);
         }

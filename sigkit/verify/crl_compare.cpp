@@ -45,7 +45,8 @@ bool AllVerified(const SigkitCrlBundle &bundle)
     return true;
 }
 
-// What the CRLs of the issuers that both files have come to, by their thisUpdate.
+// What the CRLs of the issuers that both files have come to, by their thisUpdate (RFC 5280, 5.1.2.4). Skipped:
+// cRLNumber, which 5.2.3 has for this, is not read.
 uint32_t CompareTimes(const SigkitCrlBundle &first, const SigkitCrlBundle &second)
 {
     uint32_t state = SIGKIT_CRL_EQUAL;

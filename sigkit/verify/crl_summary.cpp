@@ -115,9 +115,11 @@ uint32_t CopyRevokedSerials(SigkitVerifyCtx *ctx, const SigkitX509Revoked &revok
     return SIGKIT_OK;
 }
 
-// Adds what the issuer's certificate tells: whether it is trusted, its serial number, and a root's revoked serials.
+// Adds what the issuer's certificate says: whether it is trusted, its serial number, and a root's revoked serials.
 uint32_t DescribeIssuer(SigkitVerifyCtx *ctx, const SigkitX509Crl &crl, SigkitX509Cert *issuer, SigkitCrlInfo *info)
 {
+    // RFC 5280, 6.3.3 (f), as of the CRL's issue (5.1.2.4): no signature lends a file its time, and the clock is never
+    // asked. Strictly, as what a stolen key signed may bear any thisUpdate.
     ctx->verifyTime = info->thisUpdate;
     uint32_t ok = 0;
     const uint32_t verdict = SigkitPkiVerifyCert(ctx, issuer, 1, 1, &ok);

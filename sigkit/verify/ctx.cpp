@@ -120,7 +120,7 @@ uint32_t SigkitVerifyAddCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t 
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }
-    // Certificates that come with CRLs are a courtesy: trouble with them is only told.
+    // Certificates that come with CRLs are a courtesy: trouble with them is only logged.
     status = InternalAddCertToStore(ctx, certs, 0);
     InternalPassOver(ctx, status);
     status = certs.count == 0 ? SIGKIT_ERR_UNKNOWN : status;

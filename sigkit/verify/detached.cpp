@@ -27,6 +27,7 @@ uint32_t InternalCheckParamVerifyDetachSignatureBegin(const SigkitVerifyCtx *ctx
     return status;
 }
 
+// The name is part of the log, its spelling too.
 uint32_t InternalCheckParmVerifyDetachSignatureUpdate(const SigkitVerifyCtx *ctx, const uint8_t *data)
 {
     const uint32_t status = InternalCheckContext(ctx);
@@ -57,7 +58,7 @@ uint32_t FeedCheck(SigkitMdInfo *check, const uint8_t *data, uint32_t len)
     return SIGKIT_ERR_NOT_BEGUN;
 }
 
-// Ends a digest check.
+// Ends a digest check: RFC 5652, 5.6, the digest of the content is the messageDigest.
 uint32_t FinishDigestCheck(SigkitMdInfo *check, bool *matches)
 {
     uint8_t digest[SIGKIT_MAX_DIGEST_SIZE] = {};
@@ -67,7 +68,7 @@ uint32_t FinishDigestCheck(SigkitMdInfo *check, bool *matches)
     return static_cast<uint32_t>(status);
 }
 
-// Ends a signature check.
+// Ends a signature check: RFC 5652, 5.4 and 5.6, the signature over the content itself.
 uint32_t FinishSignatureCheck(SigkitMdInfo *check, bool *matches)
 {
     if (check->verify == nullptr) {
@@ -79,8 +80,8 @@ uint32_t FinishSignatureCheck(SigkitMdInfo *check, bool *matches)
     return static_cast<uint32_t>(status);
 }
 
-// Ends the checks in order. A digest that does not match settles the verdict; that of a signature check stands only when
-// no other signature check follows it.
+// Ends the checks in order. A digest that does not match settles the verdict; that of a signature check stands only
+// when no other signature check follows it. One follows after a second Begin only: a message has at most one signer.
 uint32_t FinishChecks(const SigkitList &handles, uint32_t *verdict)
 {
     *verdict = 1;
@@ -112,6 +113,8 @@ uint32_t JudgeMessage(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len)
     if (InternalDecodeMessage(ctx, data, len, &message.held) != SIGKIT_OK || message.held == nullptr) {
         return SIGKIT_ERR_CMS_DECODE; // whatever the cause was
     }
+    // RFC 5652, 5.1. Skipped: crls, which come from the CRL file alone, and versions. 5.2: skipped, the content type,
+    // and content inside the message. Without a signer (5.2, last paragraph) nothing is judged, and no check is opened.
     const SigkitPkcs7SignedData &signedData = message.held->content;
     uint32_t status = SIGKIT_OK;
     if (signedData.certificates.count != 0) {
@@ -146,18 +149,24 @@ uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *d
 
 uint32_t InternalVerifyCms(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo &signer)
 {
+    // RFC 3161, appendix B, B (1) and (2): the token first, as its time is the one at which the rest is judged.
+    // Narrowed: to RFC 5652 the token is optional.
     uint32_t status = InternalVerifyTimeStamp(ctx, signer);
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }
+    // RFC 5652, 5.3. Narrowed: by issuerAndSerialNumber alone.
     SigkitX509Cert *const cert = SigkitPkiFindCertByIssuerSn(ctx, &signer.sid.issuer, &signer.sid.serialNumber);
     if (cert == nullptr) {
         return SIGKIT_TRAIL(SIGKIT_ERR_SIGNER_NOT_FOUND);
     }
+    // 5.6 leaves to us what makes the key trustworthy: the path, and RFC 3161, appendix B, B (4) to (6).
     status = InternalVerifyIssuerCert(ctx, cert, SIGKIT_EXKU_CODE_SIGNING);
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }
+    // 5.4: without signed attributes the signature is over the content. Widened: so it is where they lack the
+    // messageDigest that 5.3 asks of them, and then they are not covered.
     if (!InternalHasMessageDigest(signer)) {
         status = InternalCreateVerifyHandle(ctx, signer, *cert);
         return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);

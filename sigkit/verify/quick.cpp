@@ -22,7 +22,7 @@ uint32_t InternalCheckParamVerifyDetachSignatureQuick(const SigkitVerifyCtx *ctx
     return status;
 }
 
-// Feeds a whole file, however large, to the verification in progress.
+// Feeds a whole file, however large, to the verification in progress. The name is part of the log: the content is read.
 uint32_t InternalUpdateContent(SigkitVerifyCtx *ctx, const char *path)
 {
     if (path[0] == '\0') {

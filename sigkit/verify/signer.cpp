@@ -12,8 +12,8 @@
 namespace
 {
 
-// Feeds the signed attributes as they are signed: with the identifier octet of a SET in place of the IMPLICIT [0] that
-// they bear in the message.
+// Feeds the signed attributes as RFC 5652, 5.4, has them signed: with the identifier octet of a SET in place of the
+// IMPLICIT [0] that they bear in the message. Widened: they are taken as they stand, in DER or not.
 int32_t FeedSignedAttributes(SigkitCryptoCtx *check, const SigkitAsnOcts &raw)
 {
     const uint8_t identifier = static_cast<uint8_t>((raw.cls << 6) | (raw.constructed << 5) | raw.tag);
@@ -42,10 +42,14 @@ int32_t RunCheck(SigkitCryptoCtx *check, const SigkitBigInt &exponent, const Sig
 
 uint32_t InternalVerifyIssuerCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t usage)
 {
+    // RFC 5280, 4.2.1.3. Narrowed: the key usage must be there, and nonRepudiation alone will not do. 4.2.1.12 lets us
+    // ask for a purpose. Narrowed: it must be the first. Widened: RFC 3161, 2.3, wants timeStamping alone, and
+    // critical.
     const SigkitX509CertExts &extensions = cert->tbsCertificate.extensions;
     if (!InternalHasDigitalSignature(extensions.keyUsage) || (extensions.extKeyUsage & usage) == 0) {
         return SIGKIT_TRAIL(SIGKIT_ERR_CERT_USAGE);
     }
+    // RFC 3161, 4, items 1 and 2: what a stolen timestamp key signs can bear any date.
     const uint32_t strictRevocation = usage == SIGKIT_EXKU_TIME_STAMPING ? 1 : 0;
     uint32_t ok = 0;
     const uint32_t status = SigkitPkiVerifyCert(ctx, cert, 1, strictRevocation, &ok);
@@ -61,6 +65,7 @@ uint32_t SigkitPkcs7DetachedSignatureVerify(const SigkitPkcs7SignedInfo *signer,
     if (signer == nullptr || cert == nullptr || verdict == nullptr || signer->signedAttrsRaw.len == 0) {
         return SIGKIT_TRAIL(SIGKIT_ERR_PARAM);
     }
+    // RFC 5652, 5.3. Widened: signatureAlgorithm is not read, so digestAlgorithm stands for it.
     const uint32_t hashAlg = SigkitGetHashAoidFromSign(&signer->digestAlgorithm.algorithm);
     if (hashAlg == AOID_UNKNOWN) {
         return SIGKIT_TRAIL(SIGKIT_ERR_ALGORITHM);
@@ -89,6 +94,7 @@ uint32_t InternalRequireSignedAttributes(const SigkitPkcs7SignedInfo &signer, co
     if (signer.signedAttrsRaw.data == nullptr || signer.signedAttrsRaw.len == 0) {
         return SIGKIT_ERR_SIGNED_DATA;
     }
+    // RFC 5652, 5.6, last paragraph, and 11.1: skipped, contentType is not compared and need not be there.
     uint32_t verdict = 0;
     const uint32_t status = SigkitPkcs7DetachedSignatureVerify(&signer, &cert, &verdict);
     return status == SIGKIT_OK && verdict == 1 ? SIGKIT_OK : SIGKIT_ERR_SIGNATURE;

@@ -20,7 +20,7 @@ namespace
 
 using RecordGuard = InternalBlockGuard<void>;
 
-// Tells whether the imprint is the digest of the content signer's signature (RFC 3161, appendix A).
+// Finds out whether the imprint is the digest of the content signer's signature (RFC 3161, appendix A).
 uint32_t CheckImprint(const SigkitTsMsgImprint &imprint, const SigkitAsnOcts &signature, bool *matches)
 {
     const uint32_t hashAlg = SigkitGetHashAoidFromSign(&imprint.hashAlgorithm.algorithm);
@@ -31,13 +31,18 @@ uint32_t CheckImprint(const SigkitTsMsgImprint &imprint, const SigkitAsnOcts &si
     uint32_t digestLen = 0;
     const uint32_t status = InternalHashContent(signature.data, signature.len, hashAlg, digest, &digestLen);
     if (status == SIGKIT_OK) {
+        // RFC 3161, 2.4.1 and 2.4.2: of the algorithm's length.
         *matches =
             imprint.hashedMessage.len == digestLen && SigkitMemCmp(imprint.hashedMessage.data, digest, digestLen) == 0;
     }
     return status;
 }
 
-// Checks what a token says: that it was made for this signature, and when. Sets the context's verifyTime.
+// Checks what a token says: that it was made for this signature, and when. The name is part of the log: it also sets
+// the context's verifyTime.
+//
+// RFC 3161, 2.4.2. Skipped: version, policy, serialNumber, ordering, tsa, extensions; nonce, as there is no request to
+// compare it with; accuracy, so that genTime counts to the second.
 uint32_t InternalVerifyTstInfo(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo &signer, const SigkitAsnOcts &encoded)
 {
     RecordGuard record;
@@ -56,16 +61,21 @@ uint32_t InternalVerifyTstInfo(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo
     if (!matches) {
         return SIGKIT_FAIL(SIGKIT_ERR_TIMESTAMP_IMPRINT, "the timestamp not match with target cms.");
     }
+    // 2.4.2. Narrowed: without a fraction of a second.
     SigkitDateTime genTime = {};
     status = SigkitConvertFromTime(&info.genTime, &genTime);
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }
+    // Taken before the token is proved, because proving it needs a time at which to judge its signer's certificate, and
+    // the device's clock is never asked. Nothing trusts it yet: a token that turns out bad ends the verification, and
+    // the next one sets the time anew.
     ctx->verifyTime = static_cast<int64_t>(SigkitMktime(&genTime));
     return SIGKIT_OK;
 }
 
-// Checks a token signer that states a messageDigest: its signed attributes, and that they are about this TSTInfo.
+// Checks a token signer that states a messageDigest: its signed attributes, and that they are about this TSTInfo. The
+// name is part of the log: the attributes are signed, they do not sign.
 uint32_t InternalVerifyAttributeSign(const SigkitPkcs7SignedInfo &tokenSigner, const SigkitX509Cert &cert,
                                      const SigkitAsnOcts &tstInfo)
 {
@@ -78,6 +88,7 @@ uint32_t InternalVerifyAttributeSign(const SigkitPkcs7SignedInfo &tokenSigner, c
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }
+    // RFC 5652, 5.4 and 5.6: of the TSTInfo without the header of its OCTET STRING.
     uint8_t digest[SIGKIT_MAX_DIGEST_SIZE] = {};
     uint32_t digestLen = 0;
     status = InternalHashContent(tstInfo.data, tstInfo.len, expected.held->hashAlg, digest, &digestLen);
@@ -91,6 +102,9 @@ uint32_t InternalVerifyAttributeSign(const SigkitPkcs7SignedInfo &tokenSigner, c
 }
 
 // Checks one signer of a token.
+//
+// RFC 3161, 2.4.2, and RFC 5816, 2.2.1 and 2.2.2: skipped, signingCertificate is not read, nor is tsa compared.
+// Widened: each certificate with the signer's issuer and serial number will do.
 uint32_t InternalVerifyTsSignerInfo(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo &tokenSigner,
                                     const SigkitAsnOcts &tstInfo)
 {
@@ -99,6 +113,7 @@ uint32_t InternalVerifyTsSignerInfo(SigkitVerifyCtx *ctx, const SigkitPkcs7Signe
     if (cert == nullptr) {
         return SIGKIT_TRAIL(SIGKIT_ERR_TIMESTAMP_SIGNER);
     }
+    // RFC 3161, 2.3; its certificate is judged at genTime, too. 4, item 3: skipped, a token does not age with its key.
     uint32_t status = InternalVerifyIssuerCert(ctx, cert, SIGKIT_EXKU_TIME_STAMPING);
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
@@ -107,6 +122,7 @@ uint32_t InternalVerifyTsSignerInfo(SigkitVerifyCtx *ctx, const SigkitPkcs7Signe
         status = InternalVerifyAttributeSign(tokenSigner, *cert, tstInfo);
         return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
     }
+    // RFC 5652, 5.4: the signature is over the TSTInfo. Widened: 5.3 wants signed attributes, as it is not id-data.
     uint32_t verified = 0;
     status = SigkitX509PubKeyVerify(tstInfo.data, tstInfo.len, tokenSigner.signature.data, tokenSigner.signature.len,
                                     &cert->tbsCertificate.subjectPublicKeyInfo.subjectPublicKey.rsaPublicKey,
@@ -125,6 +141,7 @@ uint32_t VerifyToken(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo &signer, 
 {
     RecordGuard record;
     uint32_t consumed = 0;
+    // RFC 3161, 2.4.2: skipped, eContentType need not be id-ct-TSTInfo.
     const SigkitAsnOcts &eContent = token.encapContentInfo.eContent;
     uint32_t status = SigkitAsnDecode(eContent.data, eContent.len, &g_itemSigkitAsnOcts, 0, &record.held, &consumed);
     if (status != SIGKIT_OK) {
@@ -135,6 +152,7 @@ uint32_t VerifyToken(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo &signer, 
     if (status == SIGKIT_OK && token.certificates.count != 0) {
         status = InternalAddCertToStore(ctx, token.certList, 0);
     }
+    // 2.4.2: no signature but the authority's, so at most one signer. Widened: none, which leaves genTime a mere claim.
     for (uint32_t i = 0; status == SIGKIT_OK && i < token.signerInfos.count; ++i) {
         status = InternalVerifyTsSignerInfo(ctx, token.signerInfos.items[i], tstInfo);
     }
