@@ -1,6 +1,6 @@
 // Comparison of CRL files by their summaries.
 //
-// Logs: nothing here; SigkitCrlCompare logs what it returns for a no.
+// Logs: nothing here; SigkitCrlCompare logs what it returns.
 #ifndef VERIFY_CRL_COMPARE_H
 #define VERIFY_CRL_COMPARE_H
 

@@ -43,8 +43,7 @@ int32_t RunCheck(SigkitCryptoCtx *check, const SigkitBigInt &exponent, const Sig
 uint32_t InternalVerifyIssuerCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t usage)
 {
     // RFC 5280, 4.2.1.3. Narrowed: the key usage must be there, and nonRepudiation alone will not do. 4.2.1.12 lets us
-    // ask for a purpose. Narrowed: it must be the first. Widened: RFC 3161, 2.3, wants timeStamping alone, and
-    // critical.
+    // ask for a purpose. Narrowed: it must be the first. Widened: RFC 3161, 2.3, wants timeStamping alone.
     const SigkitX509CertExts &extensions = cert->tbsCertificate.extensions;
     if (!InternalHasDigitalSignature(extensions.keyUsage) || (extensions.extKeyUsage & usage) == 0) {
         return SIGKIT_TRAIL(SIGKIT_ERR_CERT_USAGE);

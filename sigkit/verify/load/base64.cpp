@@ -66,8 +66,8 @@ int32_t CountPlain(const uint8_t *text, int32_t len)
     return plain;
 }
 
-// Decodes groups of four digits from the start of checked text, as long as there is room for one octet more than a group
-// has. Returns the groups.
+// Decodes groups of four digits from the start of checked text, as long as there is room for one octet more than a
+// group has. Returns the groups.
 uint32_t DecodePlain(const uint8_t *text, int32_t len, uint8_t *output, uint64_t room)
 {
     const uint32_t inText = static_cast<uint32_t>(len) / 4;
@@ -156,8 +156,8 @@ bool Scan(const uint8_t *input, int32_t inputLen, Layout *layout)
     return layout->digits != 0;
 }
 
-// Decodes the covered characters into at most `room` octets. Of each group of four, one octet fewer is written for every
-// "=" met so far.
+// Decodes the covered characters into at most `room` octets. Of each group of four, one octet fewer is written for
+// every "=" met so far.
 uint32_t Decode(const uint8_t *input, const Layout &layout, uint8_t *output, uint64_t room)
 {
     uint32_t group = 0;

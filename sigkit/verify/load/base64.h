@@ -15,7 +15,9 @@ extern const uint8_t g_skvBase64DecMap[128];
 //   len     in/out, the room at `output` in; the octets written out, or, when `output` is null or too small, the room
 //           that is needed, with nothing written.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_PARAM when `input` or `len` is null or `inputLen` 0, or SIGKIT_ERR_BASE64. Logs nothing.
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM when `input` or `len` is null or `inputLen` 0, or SIGKIT_ERR_BASE64.
+//
+// Logs: nothing.
 [[nodiscard]] uint32_t SigkitBase64Decode(const char *input, int32_t inputLen, uint8_t *output, uint32_t *len);
 
 // Decodes Base64 text from `begin` up to `end` into a new block.
@@ -23,8 +25,10 @@ extern const uint8_t g_skvBase64DecMap[128];
 //   data  out, owned by the caller until SigkitFree. Not written on failure.
 //   len   out, octets written to it.
 //
-// Returns SIGKIT_OK, or, logged, what SigkitBase64Decode returns, SIGKIT_ERR_ARMOUR when nothing comes out, or
+// Returns SIGKIT_OK, what SigkitBase64Decode returns, SIGKIT_ERR_ARMOUR when nothing comes out, or
 // SIGKIT_ERR_NO_MEMORY.
+//
+// Logs: each failure.
 [[nodiscard]] uint32_t InternalBase64Decode(const char *begin, const char *end, uint8_t **data, uint32_t *len);
 
 #endif

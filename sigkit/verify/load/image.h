@@ -1,5 +1,5 @@
-// Images of DER signature messages. Certificates that come with a message stay in the store for the life of the context,
-// so the octets that they point into must too, whatever the caller does with its buffer.
+// Images of DER signature messages. Certificates that come with a message stay in the store for the life of the
+// context, so the octets that they point into must too, whatever the caller does with its buffer.
 #ifndef VERIFY_LOAD_IMAGE_H
 #define VERIFY_LOAD_IMAGE_H
 
@@ -17,6 +17,8 @@ struct InternalImage {
 //   image  out, owned by the caller until InternalKeepImage or SigkitFree. Not written on failure.
 //
 // Returns SIGKIT_OK, or the code of the allocation or of the copy.
+//
+// Logs: nothing.
 [[nodiscard]] uint32_t InternalNewImage(const uint8_t *data, uint32_t len, InternalImage **image);
 
 // Returns the octets of an image.

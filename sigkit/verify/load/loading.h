@@ -20,13 +20,18 @@ inline constexpr uint32_t SIGKIT_MIN_DATA_SIZE = 38;
 //   certs  in/out, list to which SigkitX509Cert are appended, one share each.
 //   crls   in/out, list to which SigkitX509Crl are appended, one share each; null to drop CRLs.
 //
-// Returns SIGKIT_OK (also when nothing was found in PEM text), SIGKIT_ERR_ARMOUR for fewer than SIGKIT_MIN_DATA_SIZE
-// octets, or, logged, SIGKIT_ERR_ARMOUR, SIGKIT_ERR_LIST_FULL, SIGKIT_ERR_NO_MEMORY or a decoding code. After a failure
-// the lists hold what was decoded before it.
+// Returns SIGKIT_OK (also when nothing was found in PEM text), SIGKIT_ERR_ARMOUR, also for fewer than
+// SIGKIT_MIN_DATA_SIZE octets, SIGKIT_ERR_LIST_FULL, SIGKIT_ERR_NO_MEMORY or a decoding code. After a failure the lists
+// hold what was decoded before it.
+//
+// Logs: each failure but that of too few octets.
 [[nodiscard]] uint32_t InternalDecodeCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitList *certs,
                                              SigkitList *crls);
 
-// The DER half of InternalDecodeCertCrl: objects back to back, with a tail of up to 32 octets tolerated.
+// The DER half of InternalDecodeCertCrl: objects back to back, with a tail of up to 32 octets tolerated. The name is
+// part of the log: nothing is streamed, all octets are there.
+//
+// Logs: each failure.
 [[nodiscard]] uint32_t InternalDecodeStreamCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len,
                                                    SigkitList *certs, SigkitList *crls);
 

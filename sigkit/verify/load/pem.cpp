@@ -46,8 +46,8 @@ constexpr BlockKind CRL_BLOCK = {CRL_LABEL,
                                  "-----END X509 CRL-----",
                                  InternalTextLen(CRL_BEGIN)};
 
-// The next place of one marker. Blocks are walked forwards, so a place that still lies ahead, or the knowledge that there
-// is none, serves the blocks that follow: however many blocks there are, the text is searched once for each marker.
+// The next place of one marker. Blocks are walked forwards, so a place that still lies ahead, or the knowledge that
+// there is none, serves the blocks that follow: however many blocks there are, one search a marker does.
 struct MarkerSearch {
     const char *found = nullptr;
     bool none = false;

@@ -8,8 +8,9 @@
 #include "core/list.h"
 
 // The PEM half of InternalDecodeCertCrl: any number of blocks with any text between them. A broken certificate or CRL
-// block is logged and skipped, a block of another kind is skipped silently; only a block without an end stops the walk,
-// with SIGKIT_ERR_ARMOUR. Every failure is logged.
+// block is skipped, as is one of another kind; only a block without an end stops the walk, with SIGKIT_ERR_ARMOUR.
+//
+// Logs: each failure, and each broken block; not a certificate for which `certs` has no room.
 [[nodiscard]] uint32_t InternalDecodePemCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len,
                                                 SigkitList *certs, SigkitList *crls);
 
