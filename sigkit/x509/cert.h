@@ -17,8 +17,8 @@ enum : uint32_t {
     SIGKIT_KEY_USAGE_DIGITAL_SIGNATURE = 0x80,
 };
 
-// Tells whether a key usage has digitalSignature. A BIT STRING of two octets, as decipherOnly makes it, weighs each bit
-// 256 times as much. Only when its first octet is zero, it cannot be told from one of a single octet.
+// Returns whether a key usage has digitalSignature. A BIT STRING of two octets, as decipherOnly makes it, weighs each
+// bit 256 times as much. Only when its first octet is zero, it cannot be told from one of a single octet.
 [[nodiscard]] bool InternalHasDigitalSignature(uint32_t keyUsage);
 
 // Decodes one certificate from the start of `data`; octets behind it are left alone.
@@ -42,13 +42,16 @@ void SigkitX509FreeCert(SigkitX509Cert *cert);
 // Releases a list entry that is a certificate: a SigkitListDestructor.
 void InternalFreeCertEntry(void *cert);
 
-// Tells whether a certificate is self-signed: its subject is its issuer and its own key verifies it. A yes is remembered
-// in the certificate.
+// Finds out whether a certificate is self-signed (RFC 5280, 3.2): its subject is its issuer and its own key verifies
+// it. One that is self-issued under another key is not. That it is self-signed is remembered in the certificate. Not
+// checked: whether it is a CA.
 //
 //   isSelfSigned  out, 1 or 0.
 //
 // Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument, or a code of SigkitX509PubKeyVerify: SIGKIT_ERR_PARAM,
-// SIGKIT_ERR_ALGORITHM, that of memcpy_s or of the callback that failed. Logs nothing itself.
+// SIGKIT_ERR_ALGORITHM, that of memcpy_s or of the callback that failed.
+//
+// Logs: nothing.
 [[nodiscard]] uint32_t SigkitX509IsSelfSigned(SigkitX509Cert *cert, uint32_t *isSelfSigned);
 
 using InternalCertGuard = InternalGuard<SigkitX509Cert, SigkitX509FreeCert>;

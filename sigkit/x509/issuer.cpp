@@ -45,6 +45,8 @@ uint32_t IsIssuedBy(const Signed &record, const SigkitX509Cert &issuer, uint32_t
     if ((record.verdicts->failed & key) != 0 && record.verdicts->errors >= SIGKIT_ISSUER_ERRORS_MAX) {
         return record.verdicts->error;
     }
+    // RFC 5280, 4.1.1.2 and 5.1.1.2: skipped, signatureAlgorithm is not compared with the one that is signed. 4.2.1.1
+    // and 5.2.1: skipped, an authority key identifier is not read, so each certificate of the name is tried.
     uint32_t verified = 0;
     if (SigkitCompareX509Name(&issuer.tbsCertificate.subject, &record.issuer) == 0) {
         const uint32_t status = SigkitX509PubKeyVerify(

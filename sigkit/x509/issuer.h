@@ -1,5 +1,5 @@
-// Who issued a certificate or CRL. What was found out is kept in the record, so that no signature is checked twice under
-// one key, however often path validation comes by.
+// Who issued a certificate or CRL. What was found out is kept in the record, so that no signature is checked twice
+// under one key, however often path validation comes by.
 #ifndef X509_ISSUER_H
 #define X509_ISSUER_H
 
@@ -7,18 +7,20 @@
 
 #include "asn1/records.h"
 
-// Failures of checks of one record in one operation after which those that are known to fail are answered from memory, so
-// that a record which nobody can check does not fill the log. No ordinary store comes near.
+// Failures of checks of one record in one operation after which those that are known to fail are answered from memory,
+// so that a record which nobody can check does not fill the log. No ordinary store comes near.
 inline constexpr uint32_t SIGKIT_ISSUER_ERRORS_MAX = 256;
 
-// Tells whether a record bears the subject of `issuer` as its issuer name and the key of `issuer` verifies its signature
-// (RFC 5280, 6.1.3). Not checked: usages, dates.
+// Finds out whether a record bears the subject of `issuer` as its issuer name and the key of `issuer` verifies its
+// signature: RFC 5280, 6.1.3 (a)(1) and (a)(4) for a certificate, 6.3.3 (g) for a CRL. Not checked: usages, dates.
 //
-//   record  in/out, keeps a yes or no about itself and about certificates that are stored, and failures that are not the
-//           host's. An error that the host answers as a no is kept as one.
+//   record  in/out, keeps a yes or no about itself and about certificates that are stored, and failures that are not
+//           the host's. An error that the host answers as a no is kept as one.
 //   issued  out, the answer; false on failure.
 //
 // Returns SIGKIT_OK, or the code of SigkitX509PubKeyVerify.
+//
+// Logs: nothing.
 [[nodiscard]] uint32_t InternalIsCertIssuedBy(SigkitX509Cert *record, const SigkitX509Cert &issuer, bool *issued);
 [[nodiscard]] uint32_t InternalIsCrlIssuedBy(SigkitX509Crl *record, const SigkitX509Cert &issuer, bool *issued);
 

@@ -1,4 +1,6 @@
 // Object identifiers: each that the library knows is one small number, its AOID.
+//
+// Logs: nothing, in any function of this header.
 #ifndef X509_OID_H
 #define X509_OID_H
 
@@ -59,7 +61,8 @@ extern const int32_t g_skvOidCount;
 [[nodiscard]] int32_t SigkitCompareAsnOcts(const SigkitAsnOcts *a, const SigkitAsnOcts *b);
 
 // Returns the digest, AOID_SHA256, AOID_SHA384 or AOID_SHA512, of a digest algorithm or of a signature algorithm of
-// RSASSA-PKCS1-v1_5; 0 for every other identifier.
+// RSASSA-PKCS1-v1_5; 0 for every other identifier. The name says less: of a signer it is the digest's identifier alone
+// that comes here.
 [[nodiscard]] uint32_t SigkitGetHashAoidFromSign(const SigkitAsnOcts *algorithm);
 
 #endif

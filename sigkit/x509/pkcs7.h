@@ -7,14 +7,16 @@
 #include "asn1/records.h"
 #include "core/guard.h"
 
-// Decodes a signature message and its certificates. Not checked: the content types.
+// Decodes a signature message and its certificates. The name is part of the log: it is CMS that is read, not all of
+// what PKCS #7 allowed (RFC 5652, 5.2.1). Not checked: the content types.
 //
 //   data      in, `len` octets, which the record and its certificates point into: they must outlive them.
 //   message   out, to be released with SigkitPkcs7FreeSigned; its `certList` holds the certificates.
 //   consumed  out, octets that the message took.
 //
-// Returns SIGKIT_OK, or, logged, SIGKIT_ERR_PARAM for a null or empty argument, or SIGKIT_ERR_SIGNED_DATA for every
-// other failure.
+// Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null or empty argument, or SIGKIT_ERR_SIGNED_DATA for every other failure.
+//
+// Logs: each failure.
 [[nodiscard]] uint32_t SigkitPkcs7DecodeSigned(const uint8_t *data, uint32_t len, SigkitPkcs7Content **message,
                                                uint32_t *consumed);
 

@@ -1,4 +1,6 @@
 // UTCTime and GeneralizedTime (RFC 5280, 4.1.2.5) to seconds, without the C library's time zone.
+//
+// Logs: nothing, in any function of this header.
 #ifndef X509_TIME_H
 #define X509_TIME_H
 
@@ -22,8 +24,8 @@ struct SigkitDateTime {
 // Returns SIGKIT_OK, SIGKIT_ERR_PARAM for a null argument, or SIGKIT_ERR_TIME_FORMAT.
 [[nodiscard]] uint32_t SigkitConvertFromTime(const SigkitAsnOcts *time, SigkitDateTime *out);
 
-// Converts a time view to seconds since 1970-01-01 00:00:00 UTC; an earlier instant is the two's complement of its
-// distance, so that it reads as negative in a signed field.
+// Converts a time view (the name misleads: not a SigkitDateTime) to seconds since 1970-01-01 00:00:00 UTC; an earlier
+// instant is the two's complement of its distance, so that it reads as negative in a signed field.
 //
 // Returns what SigkitConvertFromTime returns.
 [[nodiscard]] uint32_t SigkitConvertDatetimeToTime(const SigkitAsnOcts *time, uint64_t *seconds);
