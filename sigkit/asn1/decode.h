@@ -40,7 +40,8 @@ void SigkitAsnFree(void *record, const SigkitAsnItem *item);
 // codes that stand with it. The codes of a header are those of InternalDecTag and InternalDecLen (asn1/header.h):
 // SIGKIT_ERR_BUFFER_END, SIGKIT_ERR_ASN_TAG and, logged, SIGKIT_ERR_ASN_LENGTH. Of their own they log what is said.
 
-// Any element, captured as a SigkitAsnOcts. One leading zero octet of an INTEGER is dropped.
+// Any element, captured as a SigkitAsnOcts. The name misleads: not OCTET STRINGs alone. One leading zero octet of an
+// INTEGER is dropped.
 //
 // Returns also SIGKIT_ERR_PARAM when `out` is null and the entry does not say SIGKIT_ASN_FLAG_IGNORE; the codes of a
 // header; SIGKIT_ERR_ASN_OCTETS_TAG for another class, form or tag than the entry's; SIGKIT_ERR_ASN_PEEK for a
@@ -108,7 +109,8 @@ void SigkitAsnFree(void *record, const SigkitAsnItem *item);
 enum : uint32_t { SIGKIT_EXKU_CODE_SIGNING = 0x08, SIGKIT_EXKU_TIME_STAMPING = 0x40 };
 
 // ---- Slots ---------------------------------------------------------------------------------------------------------
-// Items reach their decode function through these.
+// Items point to a slot, not to the function in it: decode.cpp alone says which function that is, and InternalAsnSlot
+// what it can do, so that no item pairs the two wrongly. An item whose slot is empty is refused, never called.
 
 // What the function in a slot can do. A slot that holds another function, and a table that asks for more, do not
 // compile.

@@ -67,7 +67,7 @@ inline constexpr uint32_t SIGKIT_ASN_TAG_NONE = 101;
 // How one ASN.1 type is recognised and decoded.
 struct SigkitAsnItem {
     const SigkitAsnTemplate *templ;    // members; null for a primitive type
-    const SigkitAsnDecodeFunc *decode; // slot that holds the decode function
+    const SigkitAsnDecodeFunc *decode; // slot that holds the decode function; why a slot: decode.h
     uint32_t cls;                      // class, or SIGKIT_ASN_ANY
     uint32_t constructed;              // 0, 1 or SIGKIT_ASN_ANY
     uint32_t tag;                      // universal tag number, or SIGKIT_ASN_TAG_ANY

@@ -1,4 +1,5 @@
-// The library's log: each failure is told where it arises and again by every function that it ends.
+// The library's log: each failure is told where it arises and again by every function that it ends. In headers "Logs:"
+// says for which failing returns a function writes a line of its own; what it calls writes its own lines besides.
 #ifndef CORE_LOG_H
 #define CORE_LOG_H
 
@@ -14,8 +15,8 @@ inline constexpr const char *SIGKIT_LOG_TAG = "sigkit_log.log";
 inline constexpr uint32_t SIGKIT_LOG_MESSAGE_SIZE = 2048;
 
 // Formats an event and hands it to the host's SigkitLogPrint. Events that are neither errors nor warnings, or that have
-// no file or function, are dropped. When the message cannot be formatted, that is told and the event is printed with its
-// raw format.
+// no file or function, are dropped. When the message cannot be formatted, that is told and the event is printed with
+// its raw format.
 //
 //   level      in, SIGKIT_LOG_ERROR or SIGKIT_LOG_WARNING.
 //   file       in, SIGKIT_LOG_TAG.
