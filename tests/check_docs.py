@@ -4,7 +4,6 @@
 Status codes: docs/troubleshooting.md has one row for each code of sigkit/sigkit.h, with its name and its exit status. Its
 table of exit statuses has no code that the tool cannot end with, and no document names a code that does not exist.
 Links: every relative link of a document leads to a file and, where it names one, to a heading.
-Trails: where a document shows a line of the library's log, the function is in sigkit/ and logs on the line of its file.
 Tests: every test that a document names is there.
 Examples: a block that says where its text comes from is that text.
 Pages: every man page is one that mandoc finds nothing to say about.
@@ -26,9 +25,6 @@ ROW = re.compile(r"^\| ([0-9A-F]{8}) \| `(SIGKIT_\w+)` \| (\d+) \|", re.M)
 CODE = re.compile(r"(?<![0-9A-Za-z])(88[0-9A-Fa-f]{6})(?![0-9A-Za-z])")
 NAME = re.compile(r"\bSIGKIT_ERR_\w+")
 LINK = re.compile(r"(?<!!)\[[^\]\n]*\]\(([^)\s]+)\)|!\[[^\]\n]*\]\(([^)\s]+)\)")
-TRAIL = re.compile(r"sigkit_log\.log\((\d+)\):\((\w+)\)")
-FUNCTION = re.compile(r"[A-Za-z][\w\s:*&<>]*\b(\w+)\(")  # a definition stands at the left edge
-LOGGING = re.compile(r"\bSIGKIT_(FAIL|TRAIL|WARN|ERROR)\(|__LINE__")
 QUOTED = re.compile(r"<!-- from (\S+) -->\n```\w*\n(.*?)```", re.S)
 
 
@@ -97,32 +93,6 @@ def check_links(path: str) -> list[str]:
     return problems
 
 
-def logging_lines() -> dict[str, set[int]]:
-    """The lines on which each function of the library logs; of a call over several lines all of them."""
-    lines: dict[str, set[int]] = {}
-    for source in files("sigkit/*.cpp"):
-        function, within = "", False
-        for number, line in enumerate(read(source).splitlines(), 1):
-            definition = FUNCTION.match(line)
-            function = definition[1] if definition else function
-            lines.setdefault(function, set())
-            if within or LOGGING.search(line):
-                lines[function].add(number)
-                within = ";" not in line
-    return lines
-
-
-def check_trails(path: str, logging: dict[str, set[int]]) -> list[str]:
-    problems = []
-    for number, function in TRAIL.findall(read(path)):
-        if function not in logging:
-            problems.append(f"{path}: no function {function} in sigkit/")
-        elif int(number) not in logging[function]:
-            there = ", ".join(map(str, sorted(logging[function]))) or "no line"
-            problems.append(f"{path}: {function} does not log on line {number} of its file, but on {there}")
-    return problems
-
-
 def check_quotes(path: str) -> list[str]:
     return [f"{path}: not the text of {source}" for source, text in QUOTED.findall(read(path))
             if not (ROOT / source).is_file() or text not in read(source)]
@@ -157,16 +127,13 @@ def check_picture(path: str) -> list[str]:
 def main() -> int:
     defined = {name: int(value, 16) for name, value in DEFINITION.findall(read(HEADER))}
     documents = files("*.md")
-    logging = logging_lines()
     pages = files("docs/man/*")
-    trails = sum(len(TRAIL.findall(read(path))) for path in documents)
-    if len(defined) < 50 or not pages or "README.md" not in documents or trails == 0:
+    if len(defined) < 50 or not pages or "README.md" not in documents:
         print("too little was found to check")
         return 1
     problems = check_rows(defined) + check_exit_statuses(defined)
     for path in documents:
         problems += check_mentions(path, defined) + check_links(path) + check_quotes(path) + check_tests(path)
-        problems += check_trails(path, logging)
     for path in files("docs/*.dot"):
         problems += check_picture(path)
     if shutil.which("mandoc"):
