@@ -218,7 +218,7 @@ uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len
     if (status != SIGKIT_OK || crls.count == 0) {
         return SIGKIT_TRAIL(SIGKIT_ERR_CRL_LOAD);
     }
-    if (crls.count > SIGKIT_LIST_CAPACITY) {
+    if (crls.count > SIGKIT_LIST_CAPACITY) { // not reached: the list takes no more
         return SIGKIT_FAIL(SIGKIT_ERR_CRL_DECODE, "Decode CRL failed.");
     }
     status = AddToStore(ctx, certs, crls);
