@@ -6,7 +6,7 @@ set -euo pipefail
 packages_for() {
   case $1 in
     build) echo g++ cmake make pkg-config libssl-dev nlohmann-json3-dev openssl ;;
-    test) echo libgtest-dev libgmock-dev ca-certificates binutils doxygen file mandoc python3 valgrind ;;
+    test) echo libgtest-dev libgmock-dev ca-certificates binutils doxygen file mandoc python3 ;;
     fuzz) echo clang libclang-rt-dev llvm ;;
     coverage) echo gcovr ;;
     lint) echo clang-format clang-tidy ;;
