@@ -3,16 +3,22 @@
 # on a copy of its seeds. Prints a line for each; exits with 1 when anything was found. Findings and logs stay in
 # build/fuzz/findings.
 #
-# Usage: scripts/fuzz.sh [--merge] [seconds per target, default 10] [target...]
+# Usage: scripts/fuzz.sh [--merge] [--write] [seconds per target, default 10] [target...]
 #   --merge  keep inputs that reach something new: those of a few kilobytes are added to fuzz/corpus; none is taken out
+#   --write  put the table of the run into docs/security.md, when nothing was found
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 merge=false
-if [ "${1:-}" = --merge ]; then
-  merge=true
+write=false
+while [[ ${1:-} == --* ]]; do
+  case $1 in
+    --merge) merge=true ;;
+    --write) write=true ;;
+    *) echo "fuzz.sh: unknown option '$1'" >&2; exit 2 ;;
+  esac
   shift
-fi
+done
 seconds=${1:-10}
 [[ $seconds =~ ^[0-9]+$ ]] || { echo "fuzz.sh: '$seconds' is no number of seconds" >&2; exit 2; }
 [ $# -eq 0 ] || shift
@@ -56,10 +62,11 @@ run() {
 
 report() {
   local target=$1 log=$findings/$1.log
-  local executions edges inputs found verdict=none
+  local executions edges inputs took found verdict=none
   executions=$(awk '/^stat::number_of_executed_units/ { print $2 }' "$log")
   edges=$(grep -o 'cov: [0-9]*' "$log" | tail -n 1 | cut -d' ' -f2 || true)
   inputs=$(find "$scratch/$target" -type f | wc -l)
+  took=$(sed -n 's/^Done [0-9]* runs in \([0-9]*\) second.*/\1/p' "$log")
   found=$(find "$findings" -name "$target-*" | wc -l)
   if [ "$(cat "$scratch/$target.status")" -ne 0 ] || [ "$found" -ne 0 ]; then
     verdict="$found, see $log"
@@ -67,9 +74,11 @@ report() {
     failed=1
   fi
   printf '%-14s %12s %8s %8s  %s\n' "$target" "${executions:-?}" "${edges:-?}" "$inputs" "$verdict"
+  echo "| $target | ${took:-?} | ${executions:-?} | ${edges:-?} |" >>"$scratch/table.md"
 }
 
 failed=0
+printf '| target | seconds | executions | edges |\n|---|---:|---:|---:|\n' >"$scratch/table.md"
 printf '%-14s %12s %8s %8s  %s\n' target executions edges inputs findings
 for ((i = 0; i < ${#targets[@]}; i += 2)); do
   pair=("${targets[@]:i:2}")
@@ -83,6 +92,11 @@ for ((i = 0; i < ${#targets[@]}; i += 2)); do
     report "$target"
   done
 done
+
+if $write && [ "$failed" -eq 0 ]; then
+  printf '\nNo finding.\n' >>"$scratch/table.md"
+  scripts/write_table.py docs/security.md fuzzing <"$scratch/table.md"
+fi
 
 if $merge && [ "$failed" -eq 0 ]; then
   for target in "${targets[@]}"; do
