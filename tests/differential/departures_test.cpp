@@ -1,9 +1,10 @@
-// One input, at least, for every known departure, which shows nothing but that departure.
+// Every known way in which the library and libcrypto read a certificate or a CRL differently: an example of each, named
+// after it, which shows nothing else.
 #include <gtest/gtest.h>
 
 #include <set>
 
-#include "tests/differential/judge.h"
+#include "tests/differential/facts.h"
 #include "tests/support/der_records.h"
 
 using der::Bytes;
@@ -11,13 +12,11 @@ using der::Bytes;
 namespace
 {
 
-// What shows a departure. `field` is where a divergence shows.
 struct Example {
     std::string name;
-    Departure departure;
     const Kind *kind;
     Bytes input;
-    std::string field = "";
+    std::set<std::string> fields = {}; // that are read differently
 };
 
 // ---- Makers of inputs ----------------------------------------------------------------------------------------------
@@ -115,96 +114,62 @@ Bytes EntryWithReason(const Bytes &reason)
 
 const Bytes ATTRIBUTE = der::NameAttribute("2.5.4.3", der::Utf8("CA"));
 const Bytes RELATIVE_NAME = der::RelativeName({ATTRIBUTE});
-const Bytes RSA = der::AlgorithmIdentifier("1.2.840.113549.1.1.1");
 
 std::vector<Example> Narrowings()
 {
     const Bytes ecKey =
         der::SubjectPublicKeyInfo(der::AlgorithmIdentifier("1.2.840.10045.2.1", der::Oid("1.2.840.10045.3.1.7")),
                                   der::BitString(0, der::Concatenate({{0x04}, der::Fill(64, 0x11)})));
-    const Bytes tail = der::SubjectPublicKeyInfo(
-        RSA, der::BitString(0, der::Concatenate({der::RsaPublicKey(der::Integer(77), der::Integer(3)), {0x05, 0x00}})));
     const std::vector<std::string> purposes(11, "1.3.6.1.5.5.7.3.3");
     return {
-        {"AnIndefiniteLength", Departure::INDEFINITE_LENGTH, &CERTIFICATE,
-         WithIssuer(der::TlvIndefinite(der::SEQUENCE, RELATIVE_NAME))},
-        {"ALengthOfFiveOctets", Departure::LONG_LENGTH, &CERTIFICATE,
-         WithIssuer(der::TlvLong(der::SEQUENCE, RELATIVE_NAME, 5))},
-        {"ATagInTwoOctets", Departure::HIGH_TAG, &CERTIFICATE, WithSerialNumber({0x1F, 0x02, 0x01, 0x05})},
-        {"ANameMarkedPrimitive", Departure::PRIMITIVE_LIST, &CERTIFICATE,
-         WithIssuer(der::Retag(0x10, der::NameOf("CA")))},
-        {"ARelativeNameMarkedPrimitive", Departure::PRIMITIVE_LIST, &CERTIFICATE,
-         WithIssuer(der::Name({der::Retag(0x11, RELATIVE_NAME)}))},
-        {"ASignatureInSegments", Departure::SEGMENTED_BITS, &CERTIFICATE,
+        {"AnIndefiniteLength", &CERTIFICATE, WithIssuer(der::TlvIndefinite(der::SEQUENCE, RELATIVE_NAME))},
+        {"ALengthOfFiveOctets", &CERTIFICATE, WithIssuer(der::TlvLong(der::SEQUENCE, RELATIVE_NAME, 5))},
+        {"ATagInTwoOctets", &CERTIFICATE, WithSerialNumber({0x1F, 0x02, 0x01, 0x05})},
+        {"AListMarkedPrimitive", &CERTIFICATE, WithIssuer(der::Retag(0x10, der::NameOf("CA")))},
+        {"ABitStringInSegments", &CERTIFICATE,
          WithSignatureValue(der::Tlv(0x23, der::BitString(0, der::Fill(8, 0x5A))))},
-        {"ACertificateOfVersion1", Departure::VERSION_1_CERTIFICATE, &CERTIFICATE,
+        {"ACertificateOfVersion1", &CERTIFICATE,
          CertificateWith([](der::TbsCertificate *tbs) { tbs->version = std::nullopt; })},
-        {"ACrlOfVersion1", Departure::VERSION_1_CRL, &CRL,
-         CrlWith([](der::TbsCertList *tbs) { tbs->version = std::nullopt; })},
-        {"ACrlVersionOfFiveOctets", Departure::LARGE_VERSION, &CRL, CrlWith([](der::TbsCertList *tbs) {
+        {"ACrlOfVersion1", &CRL, CrlWith([](der::TbsCertList *tbs) { tbs->version = std::nullopt; })},
+        {"ACrlVersionOfFiveOctets", &CRL, CrlWith([](der::TbsCertList *tbs) {
              tbs->version = der::IntegerRaw({0x01, 0x00, 0x00, 0x00, 0x00});
          })},
-        {"ACrlThatEndsWithThisUpdate", Departure::NO_NEXT_UPDATE, &CRL, WithoutNextUpdate(std::nullopt)},
-        {"AKeyOfAnEllipticCurve", Departure::KEY_NOT_RSA, &CERTIFICATE, WithKey(ecKey)},
-        {"AnRsaKeyWithATail", Departure::KEY_NOT_RSA, &CERTIFICATE, WithKey(tail)},
-        {"ElevenRelativeNames", Departure::MANY_RELATIVE_NAMES, &CERTIFICATE,
-         WithIssuer(der::Name(std::vector<Bytes>(11, RELATIVE_NAME)))},
-        {"ElevenAttributes", Departure::MANY_ATTRIBUTES, &CERTIFICATE,
+        {"ACrlThatEndsWithThisUpdate", &CRL, WithoutNextUpdate(std::nullopt)},
+        {"AKeyThatIsNotRsa", &CERTIFICATE, WithKey(ecKey)},
+        {"ElevenRelativeNames", &CERTIFICATE, WithIssuer(der::Name(std::vector<Bytes>(11, RELATIVE_NAME)))},
+        {"ElevenAttributes", &CERTIFICATE,
          WithIssuer(der::Name({der::RelativeName(std::vector<Bytes>(11, ATTRIBUTE))}))},
-        {"TwentyOneRevokedCertificates", Departure::MANY_REVOKED, &CRL,
-         WithRevoked(der::Repeat(21, der::RevokedEntry(der::Integer(5))))},
-        {"ElevenPurposes", Departure::MANY_PURPOSES, &CERTIFICATE,
-         WithExtensions({der::ExtKeyUsageExtension(purposes)})},
-        {"AKeyUsageOfThreeOctets", Departure::KEY_USAGE_LENGTH, &CERTIFICATE,
+        {"TwentyOneRevokedCertificates", &CRL, WithRevoked(der::Repeat(21, der::RevokedEntry(der::Integer(5))))},
+        {"ElevenPurposes", &CERTIFICATE, WithExtensions({der::ExtKeyUsageExtension(purposes)})},
+        {"AKeyUsageOfThreeOctets", &CERTIFICATE,
          WithExtensions({der::KeyUsageExtension(der::BitString(0, {0x80, 0x00, 0x01}))})},
-        {"AKeyUsageWithoutBits", Departure::KEY_USAGE_LENGTH, &CERTIFICATE,
-         WithExtensions({der::KeyUsageExtension(der::BitString(0, {}))})},
-        {"AReasonOfFiveOctets", Departure::REASON_LENGTH, &CRL,
+        {"AReasonOfFiveOctets", &CRL,
          WithRevoked(EntryWithReason(der::Tlv(der::ENUMERATED, {0x01, 0x00, 0x00, 0x00, 0x00})))},
-        {"AnEmptyExtensionThatNobodyKnows", Departure::EMPTY_EXTENSION, &CERTIFICATE,
-         WithExtensions({der::Extension("1.2.3", {})})},
-        {"ConstraintsThatAreAnInteger", Departure::MALFORMED_EXTENSION, &CERTIFICATE,
-         WithExtensions({Constraints(der::Integer(1))})},
-        {"AReasonThatIsAnInteger", Departure::MALFORMED_EXTENSION, &CRL, WithRevoked(EntryWithReason(der::Integer(1)))},
-        {"ADistributionPointThatIsASet", Departure::MALFORMED_EXTENSION, &CRL,
-         WithCrlExtensions({der::Extension("2.5.29.28", der::Set({}))})},
+        {"AnEmptyExtensionThatIsNotKnown", &CERTIFICATE, WithExtensions({der::Extension("1.2.3", {})})},
+        {"AKnownExtensionOfAnotherType", &CERTIFICATE, WithExtensions({Constraints(der::Integer(1))})},
     };
 }
 
 std::vector<Example> Leniencies()
 {
-    const Bytes wrongWrapper = {0xA0, 0x04, 0x02, 0x01, 0x02}; // [0] tells one octet more than its INTEGER takes
+    const Bytes wrongWrapper = {0xA0, 0x04, 0x02, 0x01, 0x02}; // [0] one octet longer than its INTEGER
     const Bytes aString = der::Sequence({der::Oid("1.2.3"), der::Utf8("value")});
     return {
-        {"ASerialNumberWithANeedlessZero", Departure::INTEGER_FORM, &CERTIFICATE,
-         WithSerialNumber(der::IntegerRaw({0x00, 0x01}))},
-        {"ASerialNumberWithoutOctets", Departure::INTEGER_FORM, &CERTIFICATE, WithSerialNumber(der::IntegerRaw({}))},
-        {"ARevokedSerialNumberWithANeedlessZero", Departure::INTEGER_FORM, &CRL,
-         WithRevoked(der::RevokedEntry(der::IntegerRaw({0x00, 0x01})))},
-        {"AnIdentifierOfAnotherType", Departure::IDENTIFIER_FORM, &CERTIFICATE,
+        {"ASerialNumberWithANeedlessZero", &CERTIFICATE, WithSerialNumber(der::IntegerRaw({0x00, 0x01}))},
+        {"AnIdentifierOfAnotherType", &CERTIFICATE,
          WithIssuer(der::Name({der::RelativeName({der::Sequence({der::Utf8("type"), der::Utf8("CA")})})}))},
-        {"AnIdentifierThatIsCut", Departure::IDENTIFIER_FORM, &CERTIFICATE,
-         WithIssuer(der::Name(
-             {der::RelativeName({der::Sequence({der::Tlv(der::OBJECT_IDENTIFIER, {0x55, 0x84}), der::Utf8("CA")})})}))},
-        {"ParametersThatAreANullWithContent", Departure::PARAMETERS_FORM, &CRL, CrlWith([](der::TbsCertList *tbs) {
+        {"ParametersThatAreANullWithContent", &CRL, CrlWith([](der::TbsCertList *tbs) {
              tbs->signature = der::AlgorithmIdentifier("1.2.3", der::Tlv(der::NULL_VALUE, {0x00}));
          })},
-        {"AnInnerAlgorithmThatIsEmpty", Departure::UNREAD_ALGORITHM, &CERTIFICATE,
+        {"AnInnerAlgorithmThatIsEmpty", &CERTIFICATE,
          CertificateWith([](der::TbsCertificate *tbs) { tbs->signature = der::Sequence({}); })},
-        {"ANameThatIsNoUtf8", Departure::NAME_VALUE_FORM, &CERTIFICATE,
-         WithIssuer(CommonName(der::Tlv(der::UTF8_STRING, {0xFF})))},
-        {"ANameThatIsAnInteger", Departure::NAME_VALUE_FORM, &CRL,
-         CrlWith([](der::TbsCertList *tbs) { tbs->issuer = CommonName(der::Integer(1)); })},
-        {"ATimeThatIsAString", Departure::TIME_TYPE, &CERTIFICATE, WithNotBefore(der::Utf8("200101000000Z"))},
-        {"ASignatureWithEightUnusedBits", Departure::UNUSED_BITS, &CERTIFICATE,
-         WithSignatureValue(der::BitString(8, der::Fill(8, 0x00)))},
-        {"AnExtensionThatIsAString", Departure::EXTENSION_VALUE_TYPE, &CERTIFICATE, WithExtensions({aString})},
-        {"AVersionInAWrapperThatIsTooLong", Departure::WRAPPER_LENGTH, &CERTIFICATE,
+        {"ANameThatIsNoText", &CERTIFICATE, WithIssuer(CommonName(der::Tlv(der::UTF8_STRING, {0xFF})))},
+        {"ATimeThatIsAString", &CERTIFICATE, WithNotBefore(der::Utf8("200101000000Z"))},
+        {"ASignatureWithEightUnusedBits", &CERTIFICATE, WithSignatureValue(der::BitString(8, der::Fill(8, 0x00)))},
+        {"AnExtensionThatIsAString", &CERTIFICATE, WithExtensions({aString})},
+        {"AVersionInAWrapperThatIsTooLong", &CERTIFICATE,
          CertificateWith([&](der::TbsCertificate *tbs) { tbs->version = wrongWrapper; })},
-        {"AMalformedListInThePlaceOfNextUpdate", Departure::UNREAD_REVOKED, &CRL,
-         WithoutNextUpdate(der::Sequence({der::Integer(1)}))},
-        {"TwoListsInThePlaceOfNextUpdate", Departure::UNREAD_REVOKED, &CRL,
-         WithoutNextUpdate(der::Repeat(2, der::Sequence({der::RevokedEntry(der::Integer(5))})))},
+        {"AMalformedListInThePlaceOfNextUpdate", &CRL, WithoutNextUpdate(der::Sequence({der::Integer(1)}))},
     };
 }
 
@@ -213,55 +178,45 @@ std::vector<Example> Divergences()
     const Bytes onlyUsers = der::Implicit(1, false, {0xFF});
     const Bytes onlyCas = der::Implicit(2, false, {0xFF});
     return {
-        {"ATimeInTheThirteenthMonth", Departure::TIME_UNCHECKED, &CERTIFICATE,
-         WithNotBefore(der::UtcTime("201301000000Z")), "notBefore"},
-        {"ATimeThatEndsInADigit", Departure::TIME_UNCHECKED, &CERTIFICATE, WithNotBefore(der::UtcTime("2001010000000")),
-         "notBefore"},
-        {"ATimeOfLetters", Departure::TIME_UNCHECKED, &CRL,
-         WithRevoked(der::RevokedEntry(der::Integer(1), der::UtcTime("ABCDEFGHIJKLM"))), "entry 0 date"},
-        {"ATimeWithoutSeconds", Departure::TIME_OTHER_FORM, &CERTIFICATE, WithNotBefore(der::UtcTime("2001010000Z")),
-         "notBefore"},
-        {"ATimeWithAnOffset", Departure::TIME_OTHER_FORM, &CERTIFICATE,
-         WithNotBefore(der::UtcTime("200101000000+0100")), "notBefore"},
-        {"ATimeWithAFraction", Departure::TIME_OTHER_FORM, &CERTIFICATE,
-         WithNotBefore(der::GeneralizedTime("20200101000000.5Z")), "notBefore"},
-        {"AYearBefore1901", Departure::OLD_YEAR, &CERTIFICATE, WithNotBefore(der::GeneralizedTime("19000101000000Z")),
-         "notBefore"},
-        {"ASignatureWhosePaddingIsNotZero", Departure::PADDING_BITS, &CERTIFICATE,
-         WithSignatureValue(der::BitString(4, {0x5F})), "signatureValue"},
-        {"AKeyUsageWhosePaddingIsNotZero", Departure::PADDING_BITS, &CERTIFICATE,
-         WithExtensions({der::KeyUsageExtension(der::BitString(5, {0x86}))}), "keyUsage"},
-        {"AKeyWhosePaddingIsNotZero", Departure::PADDING_BITS, &CERTIFICATE,
-         WithKey(der::SubjectPublicKeyInfo(
-             RSA, der::BitString(1, der::RsaPublicKey(der::Integer(77), der::Integer(65537))))),
-         "publicExponent"},
-        {"ANameInSegments", Departure::SEGMENTED_STRING, &CERTIFICATE,
-         WithIssuer(CommonName(der::Tlv(0x2C, der::Utf8("CA")))), "issuer"},
-        {"ACaThatIsOne", Departure::TRUE_NOT_FF, &CERTIFICATE,
-         WithExtensions({Constraints(der::Sequence({der::Boolean(0x01)}))}), "basicConstraints"},
-        {"AnIndirectCrlThatIsOne", Departure::TRUE_NOT_FF, &CRL,
-         WithCrlExtensions({Point(der::Implicit(4, false, {0x01}))}), "issuingDistributionPoint"},
-        {"APathLengthThatIsAString", Departure::EXTENSION_FORM, &CERTIFICATE,
-         WithExtensions({Constraints(der::Sequence({der::Boolean(), der::Utf8("x")}))}), "basicConstraints"},
-        {"APurposeThatIsAString", Departure::EXTENSION_FORM, &CERTIFICATE,
-         WithExtensions({der::Extension("2.5.29.37", der::Sequence({der::Utf8("x")}))}), "extKeyUsage"},
-        {"TwoDistributionPoints", Departure::REPEATED_EXTENSION, &CRL,
-         WithCrlExtensions({Point(onlyUsers), Point(onlyCas)}), "issuingDistributionPoint"},
-        {"AListInThePlaceOfNextUpdate", Departure::MISSING_NEXT_UPDATE, &CRL,
-         WithoutNextUpdate(der::Sequence({der::RevokedEntry(der::Integer(5))})), "nextUpdate"},
+        {"ATimeInTheThirteenthMonth", &CERTIFICATE, WithNotBefore(der::UtcTime("201301000000Z")), {"notBefore"}},
+        {"ATimeWithoutSeconds", &CERTIFICATE, WithNotBefore(der::UtcTime("2001010000Z")), {"notBefore"}},
+        {"AYearBefore1901", &CERTIFICATE, WithNotBefore(der::GeneralizedTime("19000101000000Z")), {"notBefore"}},
+        {"PaddingThatIsNotZero", &CERTIFICATE, WithSignatureValue(der::BitString(4, {0x5F})), {"signatureValue"}},
+        {"ANameInSegments", &CERTIFICATE, WithIssuer(CommonName(der::Tlv(0x2C, der::Utf8("CA")))), {"issuer"}},
+        {"ABooleanThatIsOne",
+         &CERTIFICATE,
+         WithExtensions({Constraints(der::Sequence({der::Boolean(0x01)}))}),
+         {"basicConstraints"}},
+        {"APathLengthThatIsAString",
+         &CERTIFICATE,
+         WithExtensions({Constraints(der::Sequence({der::Boolean(), der::Utf8("x")}))}),
+         {"basicConstraints"}},
+        {"TwoDistributionPoints",
+         &CRL,
+         WithCrlExtensions({Point(onlyUsers), Point(onlyCas)}),
+         {"issuingDistributionPoint"}},
+        {"AListInThePlaceOfNextUpdate",
+         &CRL,
+         WithoutNextUpdate(der::Sequence({der::RevokedEntry(der::Integer(5))})),
+         {"nextUpdate", "entries", "entry 0 serialNumber", "entry 0 date", "entry 0 reason"}},
     };
 }
 
-std::vector<Example> AllExamples()
+std::set<std::string> DifferingFields(const Facts &library, const Facts &libcrypto)
 {
-    std::vector<Example> examples = Narrowings();
-    for (const Example &example : Leniencies()) {
-        examples.push_back(example);
+    std::set<std::string> differing;
+    for (const auto &[field, value] : library.fields) {
+        const auto found = libcrypto.fields.find(field);
+        if (found == libcrypto.fields.end() || found->second != value) {
+            differing.insert(field);
+        }
     }
-    for (const Example &example : Divergences()) {
-        examples.push_back(example);
+    for (const auto &[field, value] : libcrypto.fields) {
+        if (library.fields.count(field) == 0) {
+            differing.insert(field);
+        }
     }
-    return examples;
+    return differing;
 }
 
 std::string NameOf(const ::testing::TestParamInfo<Example> &example)
@@ -293,8 +248,6 @@ TEST_P(TheLibraryRefuses, WhatLibcryptoAccepts)
     const Example &example = GetParam();
     EXPECT_FALSE(example.kind->library(example.input).accepted);
     EXPECT_TRUE(example.kind->libcrypto(example.input).accepted);
-    EXPECT_EQ(std::set<Departure>{example.departure}, example.kind->survey(example.input).library);
-    EXPECT_EQ("", Disagreement(*example.kind, example.input));
 }
 
 TEST_P(TheLibraryAccepts, WhatLibcryptoRefuses)
@@ -302,8 +255,6 @@ TEST_P(TheLibraryAccepts, WhatLibcryptoRefuses)
     const Example &example = GetParam();
     EXPECT_TRUE(example.kind->library(example.input).accepted);
     EXPECT_FALSE(example.kind->libcrypto(example.input).accepted);
-    EXPECT_EQ(std::set<Departure>{example.departure}, example.kind->survey(example.input).libcrypto);
-    EXPECT_EQ("", Disagreement(*example.kind, example.input));
 }
 
 TEST_P(TheDecodersReadDifferently, WhatBothAccept)
@@ -313,50 +264,18 @@ TEST_P(TheDecodersReadDifferently, WhatBothAccept)
     const Facts libcrypto = example.kind->libcrypto(example.input);
     ASSERT_TRUE(library.accepted);
     ASSERT_TRUE(libcrypto.accepted);
-    EXPECT_NE(library.fields.at(example.field), libcrypto.fields.at(example.field));
-    Survey survey = example.kind->survey(example.input);
-    survey.differing.merge(survey.mayDiffer);
-    ASSERT_EQ(1U, survey.differing.count(example.field));
-    EXPECT_EQ(example.departure, survey.differing.at(example.field));
-    EXPECT_EQ("", Disagreement(*example.kind, example.input));
+    EXPECT_EQ(example.fields, DifferingFields(library, libcrypto));
 }
 
 INSTANTIATE_TEST_SUITE_P(Narrowings, TheLibraryRefuses, ::testing::ValuesIn(Narrowings()), NameOf);
 INSTANTIATE_TEST_SUITE_P(Leniencies, TheLibraryAccepts, ::testing::ValuesIn(Leniencies()), NameOf);
 INSTANTIATE_TEST_SUITE_P(Divergences, TheDecodersReadDifferently, ::testing::ValuesIn(Divergences()), NameOf);
 
-// What libcrypto does with these is not asserted: its releases differ, 3.0.19 from 3.0.22 among them.
-
+// What libcrypto does with this is not asserted: its release 3.0.19 refuses it, 3.0.22 does not.
 TEST(AnEmptyElementAtTheEndWithALongLength, IsReadByTheLibraryWhateverLibcryptoDoes)
 {
     const Bytes input = CrlWith([](der::TbsCertList *tbs) {
         tbs->signature = der::AlgorithmIdentifier("1.2.3", Bytes{0x05, 0x81, 0x00});
     });
     EXPECT_TRUE(LibraryCrl(input).accepted);
-    EXPECT_EQ(std::set<Departure>{Departure::LENGTH_AT_END}, SurveyCrl(input).libcrypto);
-    EXPECT_EQ("", Disagreement(CRL, input));
-}
-
-TEST(AKeyThatEndsInALongLength, IsReadByTheLibraryWhateverLibcryptoDoes)
-{
-    const Bytes input = WithKey(
-        der::SubjectPublicKeyInfo(RSA, der::BitString(0, der::RsaPublicKey(der::Integer(77), {0x02, 0x81, 0x00}))));
-    const Facts library = LibraryCertificate(input);
-    ASSERT_TRUE(library.accepted);
-    EXPECT_EQ("4d", library.fields.at("modulus"));
-    EXPECT_EQ("", library.fields.at("publicExponent"));
-    EXPECT_EQ("", Disagreement(CERTIFICATE, input));
-}
-
-TEST(Departures, EachHasAnExample)
-{
-    std::set<Departure> shown;
-    for (const Example &example : AllExamples()) {
-        shown.insert(example.departure);
-    }
-#define ROW(name, text) EXPECT_EQ(1U, shown.count(Departure::name)) << DepartureText(Departure::name);
-    NARROWING_LIST(ROW)
-    LENIENCY_LIST(ROW)
-    DIVERGENCE_LIST(ROW)
-#undef ROW
 }

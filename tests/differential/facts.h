@@ -1,4 +1,4 @@
-// What a decoder has read, field by field, in a form that does not tell which decoder it was.
+// What a decoder has read, field by field, in a form that is the same for the library and for libcrypto.
 #ifndef DIFFERENTIAL_FACTS_H
 #define DIFFERENTIAL_FACTS_H
 
@@ -12,18 +12,38 @@ struct Facts {
     std::map<std::string, std::string> fields; // of an accepted input; octets in hexadecimal
 };
 
-// What stands for a value that was taken but cannot be converted.
+// Stands for a value that was accepted and cannot be converted.
 inline const std::string UNREADABLE = "unreadable";
+
+// Something that both read.
+struct Kind {
+    const char *name;
+    Facts (*library)(const der::Bytes &input);
+    Facts (*libcrypto)(const der::Bytes &input);
+};
 
 Facts LibraryCertificate(const der::Bytes &input);
 Facts LibraryCrl(const der::Bytes &input);
 Facts LibcryptoCertificate(const der::Bytes &input);
 Facts LibcryptoCrl(const der::Bytes &input);
 
-std::string HexOf(const uint8_t *octets, size_t count);
-std::string HexOf(const der::Bytes &octets);
+inline constexpr Kind CERTIFICATE = {"certificate", LibraryCertificate, LibcryptoCertificate};
+inline constexpr Kind CRL = {"CRL", LibraryCrl, LibcryptoCrl};
+
+inline std::string HexOf(const uint8_t *octets, size_t count)
+{
+    static constexpr char DIGITS[] = "0123456789abcdef";
+    std::string text;
+    for (size_t i = 0; i < count; ++i) {
+        text += {DIGITS[octets[i] >> 4], DIGITS[octets[i] & 0x0F]};
+    }
+    return text;
+}
 
 // Fields of the n-th revoked entry begin so.
-std::string EntryField(size_t n, const std::string &field);
+inline std::string EntryField(size_t n, const std::string &field)
+{
+    return "entry " + std::to_string(n) + " " + field;
+}
 
 #endif

@@ -40,6 +40,11 @@ Bytes Encoded(int (*write)(Argument *, unsigned char **), const Object *object)
     return encoding;
 }
 
+std::string HexText(const Bytes &octets)
+{
+    return HexOf(octets.data(), octets.size());
+}
+
 std::string StringText(const ASN1_STRING *string)
 {
     return HexOf(ASN1_STRING_get0_data(string), static_cast<size_t>(ASN1_STRING_length(string)));
@@ -58,7 +63,7 @@ std::string SerialText(const ASN1_INTEGER *number)
     if (!ReadElement(encoding, 0, encoding.size(), &element)) {
         return UNREADABLE;
     }
-    const std::string text = HexOf(ContentOf(encoding, element));
+    const std::string text = HexText(ContentOf(encoding, element));
     return text.compare(0, 2, "00") == 0 ? text.substr(2) : text;
 }
 
@@ -66,7 +71,7 @@ std::string NumberText(const BIGNUM *number)
 {
     Bytes octets(static_cast<size_t>(BN_num_bytes(number)));
     BN_bn2bin(number, octets.data());
-    return HexOf(octets);
+    return HexText(octets);
 }
 
 std::string TimeText(const ASN1_TIME *time)
@@ -89,21 +94,18 @@ std::string SecondText(const Bytes &sequence)
     Element second;
     if (!ReadElement(sequence, 0, sequence.size(), &outer) ||
         !ReadElement(sequence, outer.content, outer.end, &first) ||
-        !ReadElement(sequence, first.next, outer.end, &second)) {
+        !ReadElement(sequence, first.end, outer.end, &second)) {
         return "";
     }
     Bytes content = ContentOf(sequence, second);
-    if (second.tag == 2 && !content.empty() && content[0] == 0) {
+    if (second.identifier == der::INTEGER && !content.empty() && content[0] == 0) {
         content.erase(content.begin());
     }
     if (content.empty()) {
         return "";
     }
-    std::string text = std::to_string(second.cls);
-    text += second.constructed ? ".1." : ".0.";
-    // libcrypto 1.1.1 writes its own flag of a negative number into the tag of an ENUMERATED, whatever its sign.
-    text += std::to_string(second.tag & ~static_cast<uint32_t>(V_ASN1_NEG)) + ":" + HexOf(content);
-    return text;
+    return std::to_string(second.identifier >> 6) + ((second.identifier & 0x20) != 0 ? ".1." : ".0.") +
+           std::to_string(second.identifier & 0x1F) + ":" + HexText(content);
 }
 
 std::string NameText(const X509_NAME *name)
@@ -157,7 +159,7 @@ bool TellsCa(const ASN1_OCTET_STRING *value)
     Element outer;
     Element first;
     return ReadElement(encoding, 0, encoding.size(), &outer) &&
-           ReadElement(encoding, outer.content, outer.end, &first) && IsUniversal(first, 1, false);
+           ReadElement(encoding, outer.content, outer.end, &first) && first.identifier == der::BOOLEAN;
 }
 
 std::string ConstraintsText(const ASN1_OCTET_STRING *value, const std::string &before)
@@ -247,7 +249,7 @@ std::string SignedText(const Bytes &encoding)
         !ReadElement(encoding, outer.content, outer.end, &inner)) {
         return UNREADABLE;
     }
-    return HexOf(WholeOf(encoding, inner));
+    return HexText(WholeOf(encoding, inner));
 }
 
 void ReadCertificate(X509 *cert, Fields *fields)
