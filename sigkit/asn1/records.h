@@ -23,10 +23,9 @@ struct InternalAsnFills;
         static constexpr const SigkitAsnDecodeFunc *SLOT = &(slot);                                                    \
     }
 
-// Declares the item that fills the record Sigkit`Name`, and the item's template of `rows` rows.
-#define ASN_TEMPLATE(Name, rows)                                                                                       \
+// Declares the item that fills the record Sigkit`Name`: by itself that of a SET OF or SEQUENCE OF.
+#define ASN_TEMPLATE(Name)                                                                                             \
     extern const SigkitAsnItem g_itemSigkit##Name;                                                                     \
-    extern const SigkitAsnTemplate g_templSigkit##Name[rows];                                                          \
     template <>                                                                                                        \
     struct InternalAsnFills<g_itemSigkit##Name> {                                                                      \
         using type = Sigkit##Name;                                                                                     \
@@ -45,10 +44,7 @@ struct InternalAsnRowsOf;
     struct InternalAsnRowsOf<Sigkit##Name> {                                                                           \
         enum : uint32_t { __VA_ARGS__, COUNT };                                                                        \
     };                                                                                                                 \
-    ASN_TEMPLATE(Name, InternalAsnRowsOf<Sigkit##Name>::COUNT)
-
-// Declares the item of a SET OF or SEQUENCE OF.
-#define ASN_LIST(Name) ASN_TEMPLATE(Name, 1)
+    ASN_TEMPLATE(Name)
 
 // ---- Primitive types -----------------------------------------------------------------------------------------------
 
@@ -69,7 +65,7 @@ struct SigkitAsnOidBundle {
     uint32_t count;
     SigkitAsnOcts items[10];
 };
-ASN_LIST(AsnOidBundle);
+ASN_TEMPLATE(AsnOidBundle);
 
 // ---- Names, algorithms, keys (RFC 5280, 4.1) -----------------------------------------------------------------------
 
@@ -85,14 +81,14 @@ struct SigkitX509AttrBundle {
     uint32_t count;
     SigkitX509AttrEntry items[10];
 };
-ASN_LIST(X509AttrBundle);
+ASN_TEMPLATE(X509AttrBundle);
 
 // Name.
 struct SigkitX509Name {
     uint32_t count;
     SigkitX509AttrBundle items[10];
 };
-ASN_LIST(X509Name);
+ASN_TEMPLATE(X509Name);
 
 // AlgorithmIdentifier.
 struct SigkitX509AlgoIdentifier {
@@ -210,7 +206,7 @@ struct SigkitX509Revoked {
     uint32_t count;
     SigkitX509RevokeEntry items[20];
 };
-ASN_LIST(X509Revoked);
+ASN_TEMPLATE(X509Revoked);
 
 // IssuingDistributionPoint (RFC 5280, 5.2.5).
 struct SigkitX509IssuingDistPoint {
@@ -268,7 +264,7 @@ struct SigkitX509CertRawBundle {
     uint32_t count;
     SigkitAsnOcts items[10];
 };
-ASN_LIST(X509CertRawBundle);
+ASN_TEMPLATE(X509CertRawBundle);
 
 // IssuerAndSerialNumber.
 struct SigkitPkcs7IssuerAndSerial {
@@ -307,7 +303,7 @@ struct SigkitPkcs7SignedInfoBundle {
     uint32_t count;
     SigkitPkcs7SignedInfo items[1];
 };
-ASN_LIST(Pkcs7SignedInfoBundle);
+ASN_TEMPLATE(Pkcs7SignedInfoBundle);
 
 // SignedData.
 struct SigkitPkcs7SignedData {

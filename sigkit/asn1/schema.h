@@ -276,8 +276,12 @@ constexpr bool InternalAsnHaveAoids(const InternalAsnRow (&rows)[Count])
 #define EXTENSIONS(Name, ...) INTERNAL_MAP_ITEM(Name, ASN_TAG_SEQUENCE, __VA_ARGS__)
 #define ATTRIBUTES(Name, ...) INTERNAL_MAP_ITEM(Name, ASN_TAG_SET, __VA_ARGS__)
 
-#define SEQUENCE_OF(Name, ...) INTERNAL_TEMPLATE_ITEM(Name, g_skvAsnFuncSetOf, 1, ASN_TAG_SEQUENCE, __VA_ARGS__)
-#define SET_OF(Name, ...) INTERNAL_TEMPLATE_ITEM(Name, g_skvAsnFuncSetOf, 1, ASN_TAG_SET, __VA_ARGS__)
+#define INTERNAL_LIST_ITEM(Name, tag, ...)                                                                             \
+    INTERNAL_TEMPLATE_ITEM(Name, g_skvAsnFuncSetOf, 1, tag, __VA_ARGS__);                                              \
+    static_assert(std::extent_v<decltype(g_templSigkit##Name)> == 1, "a list has one row")
+
+#define SEQUENCE_OF(Name, ...) INTERNAL_LIST_ITEM(Name, ASN_TAG_SEQUENCE, __VA_ARGS__)
+#define SET_OF(Name, ...) INTERNAL_LIST_ITEM(Name, ASN_TAG_SET, __VA_ARGS__)
 
 // Whether a primitive type's decode function, which `Fills` describes, reads elements with this identifier.
 template <typename Fills>
