@@ -256,8 +256,8 @@ def main() -> int:
             return 0 if all(row.is_reached() for row in print_costs(build, scratch, (instruction_rows,))) else 1
         kinds = (process_rows, instruction_rows, content_rows, decoder_rows, size_rows)
         print_costs(build, scratch, kinds)
-        print(f"\nMedians of {g_rounds} rounds in which the programs take turns, of {RUNS} runs each where one takes "
-              "milliseconds.")
+        print(f"\nMedians of {g_rounds} round{'s' * (g_rounds != 1)} in which the programs take turns, of {RUNS} runs each "
+              "where one takes milliseconds.")
     return 0
 
 

@@ -11,6 +11,7 @@ import platform
 import re
 import subprocess
 import sys
+import textwrap
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
@@ -47,7 +48,7 @@ def main() -> int:
     if not table:
         sys.exit(f"write_table.py: nothing to write for {name}")
     block = re.compile(rf"(<!-- {re.escape(name)}: [^\n]*-->\n).*?(<!-- end of {re.escape(name)} -->)", re.S)
-    measured = f"{datetime.datetime.now(datetime.timezone.utc):%Y-%m-%d}, {commit()}; {machine()}."
+    measured = textwrap.fill(f"{datetime.date.today()}, {commit()}; {machine()}.", 120)
     text, count = block.subn(lambda match: f"{match[1]}\n{measured}\n\n{table}\n\n{match[2]}", document.read_text())
     if count != 1:
         sys.exit(f"write_table.py: {sys.argv[1]} has {count} places for {name}")
