@@ -201,7 +201,11 @@ TEST_F(Signature, AMessageThatDoesNotDecodeIsRefused)
     ResetRecordingHost();
     FailAllocation(1);
     EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(message));
-    EXPECT_EQ((Texts{"E DecodeDerMessage 88000001 -", "E SigkitVerifyDetachSignatureBegin 88200308 -"}), LineTexts());
+    EXPECT_EQ((Texts{"E InternalNewImage 88000001 -", "E SigkitVerifyDetachSignatureBegin 88200308 -"}), LineTexts());
+    ResetRecordingHost();
+    g_recordingHost.memcpyS.failAt = 1;
+    EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(message));
+    EXPECT_EQ("E InternalNewImage ffffffff -", LineTexts().at(0));
 }
 
 TEST_F(Signature, ACallersBufferMayGoAfterBegin)

@@ -1,6 +1,7 @@
 #include "verify/load/image.h"
 
 #include "annexk.h"
+#include "core/log.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
 
@@ -9,13 +10,13 @@ uint32_t InternalNewImage(const uint8_t *data, uint32_t len, InternalImage **ima
     void *block = nullptr;
     const uint32_t status = SigkitMalloc(&block, sizeof(InternalImage) + len);
     if (status != SIGKIT_OK) {
-        return status;
+        return SIGKIT_TRAIL(status);
     }
     InternalImage *const fresh = static_cast<InternalImage *>(block);
     const int failure = memcpy_s(fresh + 1, len, data, len);
     if (failure != 0) {
         SigkitFree(block);
-        return static_cast<uint32_t>(failure);
+        return SIGKIT_TRAIL(static_cast<uint32_t>(failure));
     }
     fresh->next = nullptr;
     *image = fresh;

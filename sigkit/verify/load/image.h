@@ -18,7 +18,7 @@ struct InternalImage {
 //
 // Returns SIGKIT_OK, or the code of the allocation or of the copy.
 //
-// Logs: nothing.
+// Logs: every failure.
 [[nodiscard]] uint32_t InternalNewImage(const uint8_t *data, uint32_t len, InternalImage **image);
 
 // Returns the octets of an image.

@@ -82,7 +82,7 @@ uint32_t DecodeDerMessage(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t le
     InternalImage *image = nullptr;
     uint32_t status = InternalNewImage(data, len, &image);
     if (status != SIGKIT_OK) {
-        return SIGKIT_TRAIL(status);
+        return status;
     }
     uint32_t consumed = 0;
     status = SigkitPkcs7DecodeSigned(InternalImageBytes(image), len, message, &consumed);
