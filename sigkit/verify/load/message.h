@@ -16,7 +16,7 @@
 // Returns SIGKIT_OK, SIGKIT_ERR_ARMOUR, SIGKIT_ERR_UNKNOWN for PKCS7 armour without its end, SIGKIT_ERR_LIST_FULL,
 // SIGKIT_ERR_NO_MEMORY, or a code of the Base64 decoder, of SigkitPkcs7DecodeSigned or of a bounds-checked function.
 //
-// Logs: each failure, but of DER data not that of SigkitPkcs7DecodeSigned, which logs its own.
+// Logs: each failure; of DER data what it calls does.
 [[nodiscard]] uint32_t InternalDecodeMessage(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len,
                                              SigkitPkcs7Content **message);
 
