@@ -24,11 +24,11 @@ using benchmark::State;
 constexpr uint8_t CRL_ENTRIES = 20;
 constexpr size_t TEXT_SIZE = 1000000; // of Base64, a multiple of four
 
-PkgsignBytes CrlOfManyEntries()
+forge::Bytes CrlOfManyEntries()
 {
-    PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
+    forge::CrlRequest request = CrlRequest(AllParties().issuingCa);
     for (uint8_t i = 0; i < CRL_ENTRIES; ++i) {
-        PkgsignRevokedCertificate entry;
+        forge::RevokedCertificate entry;
         entry.serialNumber = {0x40, i};
         entry.revocationDate = PACKAGE_TIME;
         entry.reasonCode = 1;
@@ -37,11 +37,11 @@ PkgsignBytes CrlOfManyEntries()
     return MakeCrl(request);
 }
 
-const PkgsignBytes g_certificate = AllParties().signer.certificate;
-const PkgsignBytes g_crl = CrlOfManyEntries();
-const PkgsignBytes g_message = MakeMessage(MessageRequest("f4d1b0 firmware.bin\n"));
+const forge::Bytes g_certificate = AllParties().signer.certificate;
+const forge::Bytes g_crl = CrlOfManyEntries();
+const forge::Bytes g_message = MakeMessage(MessageRequest("f4d1b0 firmware.bin\n"));
 
-long Size(const PkgsignBytes &der)
+long Size(const forge::Bytes &der)
 {
     return static_cast<long>(der.size());
 }
@@ -57,7 +57,7 @@ void CheckDecoded(bool decoded)
 // One of the library's decoders: decodes and releases.
 template <typename Record, uint32_t (*decode)(const uint8_t *, uint32_t, Record **, uint32_t *),
           void (*release)(Record *)>
-void Decode(State &state, const PkgsignBytes &der)
+void Decode(State &state, const forge::Bytes &der)
 {
     for (auto step : state) {
         Record *record = nullptr;
@@ -69,7 +69,7 @@ void Decode(State &state, const PkgsignBytes &der)
 
 // One of libcrypto's.
 template <typename Record, Record *(*decode)(Record **, const unsigned char **, long), void (*release)(Record *)>
-void DecodeByLibcrypto(State &state, const PkgsignBytes &der)
+void DecodeByLibcrypto(State &state, const forge::Bytes &der)
 {
     for (auto step : state) {
         const unsigned char *place = der.data();
@@ -121,7 +121,7 @@ std::string Text()
 void Base64(State &state)
 {
     const std::string text = Text();
-    PkgsignBytes octets(text.size());
+    forge::Bytes octets(text.size());
     for (auto step : state) {
         uint32_t len = static_cast<uint32_t>(octets.size());
         CheckDecoded(SigkitBase64Decode(text.data(), static_cast<int32_t>(text.size()), octets.data(), &len) ==
@@ -133,7 +133,7 @@ void Base64(State &state)
 void Base64ByLibcrypto(State &state)
 {
     const std::string text = Text();
-    PkgsignBytes octets(text.size());
+    forge::Bytes octets(text.size());
     for (auto step : state) {
         CheckDecoded(EVP_DecodeBlock(octets.data(), reinterpret_cast<const unsigned char *>(text.data()),
                                      static_cast<int>(text.size())) > 0);

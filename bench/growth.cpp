@@ -17,12 +17,12 @@ using benchmark::State;
 constexpr size_t PIECE_SIZE = 4096;
 
 struct Package {
-    PkgsignBytes crls;
-    PkgsignBytes message;
+    forge::Bytes crls;
+    forge::Bytes message;
     size_t contentSize = 0;
 };
 
-uint32_t Size(const PkgsignBytes &bytes)
+uint32_t Size(const forge::Bytes &bytes)
 {
     return static_cast<uint32_t>(bytes.size());
 }
@@ -37,7 +37,7 @@ void Must(bool holds)
 
 void Feed(SigkitVerifyCtx *ctx, size_t size)
 {
-    static const PkgsignBytes piece(PIECE_SIZE, 'x');
+    static const forge::Bytes piece(PIECE_SIZE, 'x');
     for (size_t fed = 0; fed < size; fed += PIECE_SIZE) {
         const size_t len = size - fed < PIECE_SIZE ? size - fed : PIECE_SIZE;
         Must(SigkitVerifyDetachSignatureUpdate(ctx, piece.data(), static_cast<uint32_t>(len)) == SIGKIT_OK);
@@ -47,7 +47,7 @@ void Feed(SigkitVerifyCtx *ctx, size_t size)
 // One verification on a fresh context.
 void Verify(const Package &package)
 {
-    const PkgsignBytes &root = AllParties().root.certificate;
+    const forge::Bytes &root = AllParties().root.certificate;
     SigkitVerifyCreateParam param = {};
     param.size = sizeof(param);
     SigkitVerifyCtx *ctx = nullptr;
@@ -70,9 +70,9 @@ void Measure(State &state, const Package &package)
 
 Party Leaf(const std::string &name, const Party &issuer, const char *purpose)
 {
-    PkgsignCertificateRequest request = CertificateRequest(name, &issuer);
-    request.basicConstraints = PkgsignBasicConstraints::NotCa;
-    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
+    forge::CertificateRequest request = CertificateRequest(name, &issuer);
+    request.basicConstraints = forge::BasicConstraints::NotCa;
+    request.keyUsage = forge::DIGITAL_SIGNATURE;
     request.extendedKeyUsage = {purpose};
     return Certify(request);
 }
@@ -80,9 +80,9 @@ Party Leaf(const std::string &name, const Party &issuer, const char *purpose)
 // `range(0)` CRLs: one of the root, the others of the CA that issued signer and timestamp authority.
 void Crls(State &state)
 {
-    std::vector<PkgsignBytes> crls = {AllParties().issuingCa.certificate, MakeCrl(CrlRequest(AllParties().root))};
+    std::vector<forge::Bytes> crls = {AllParties().issuingCa.certificate, MakeCrl(CrlRequest(AllParties().root))};
     for (int64_t i = 1; i < state.range(0); ++i) {
-        PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
+        forge::CrlRequest request = CrlRequest(AllParties().issuingCa);
         request.crlNumber = i;
         crls.push_back(MakeCrl(request));
     }
@@ -93,16 +93,16 @@ void Crls(State &state)
 void Chain(State &state)
 {
     Party ca = AllParties().root;
-    std::vector<PkgsignBytes> crls = {MakeCrl(CrlRequest(ca))};
+    std::vector<forge::Bytes> crls = {MakeCrl(CrlRequest(ca))};
     for (int64_t i = 2; i < state.range(0); ++i) {
         ca = Certify(CertificateRequest("CA " + std::to_string(i), &ca));
         crls.push_back(ca.certificate);
         crls.push_back(MakeCrl(CrlRequest(ca)));
     }
-    const Party signer = Leaf("Signer", ca, PKGSIGN_PURPOSE_CODE_SIGNING);
-    const Party timestamp = Leaf("Timestamp", ca, PKGSIGN_PURPOSE_TIME_STAMPING);
+    const Party signer = Leaf("Signer", ca, forge::PURPOSE_CODE_SIGNING);
+    const Party timestamp = Leaf("Timestamp", ca, forge::PURPOSE_TIME_STAMPING);
     // Without a CA between there is none to come with the CRLs; its absence is told in the log.
-    PkgsignMessageRequest request = MessageRequest("");
+    forge::MessageRequest request = MessageRequest("");
     request.signerCertificate = signer.certificate;
     request.signerKey = signer.key;
     request.certificates = {signer.certificate};
@@ -116,7 +116,7 @@ void Chain(State &state)
 void Content(State &state)
 {
     const size_t size = static_cast<size_t>(state.range(0));
-    const PkgsignBytes crls = Join({AllParties().issuingCa.certificate, GoodCrls()});
+    const forge::Bytes crls = Join({AllParties().issuingCa.certificate, GoodCrls()});
     Measure(state, {crls, MakeMessage(MessageRequest(std::string(size, 'x'))), size});
 }
 

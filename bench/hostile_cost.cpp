@@ -13,9 +13,9 @@
 #include <openssl/evp.h>
 #include <openssl/param_build.h>
 
-#include "pkgsign/pkgsign.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
+#include "tests/forge/forge.h"
 
 static uint32_t g_signatureChecks = 0;
 
@@ -31,12 +31,12 @@ extern "C" int32_t __wrap_SigkitCryptoVerifyFinal(SigkitCryptoCtx *ctx, const ui
 namespace
 {
 
-using Bytes = PkgsignBytes;
+using Bytes = forge::Bytes;
 
 constexpr int64_t NOW = 1640995200;
 constexpr int64_t YEAR = 365 * 86400;
 
-void Must(const PkgsignStatus &status)
+void Must(const forge::Status &status)
 {
     if (!status.ok) {
         std::fprintf(stderr, "hostile_cost: %s\n", status.reason.c_str());
@@ -44,41 +44,41 @@ void Must(const PkgsignStatus &status)
     }
 }
 
-PkgsignKey MakeKey(int bits)
+forge::Key MakeKey(int bits)
 {
-    PkgsignKey key;
-    Must(PkgsignGenerateRsaKey(bits, &key));
+    forge::Key key;
+    Must(forge::GenerateRsaKey(bits, &key));
     return key;
 }
 
-PkgsignName Name(const std::string &commonName)
+forge::Name Name(const std::string &commonName)
 {
     return {{"C", "XX"}, {"CN", commonName}};
 }
 
 // One of a set of certificates: `subject` with `subjectKey`, signed by `issuerKey`.
-Bytes Cert(const PkgsignName &subject, const PkgsignName &issuer, const PkgsignKey &subjectKey,
-           const PkgsignKey &issuerKey, uint8_t serial)
+Bytes Cert(const forge::Name &subject, const forge::Name &issuer, const forge::Key &subjectKey,
+           const forge::Key &issuerKey, uint8_t serial)
 {
-    PkgsignCertificateRequest request;
+    forge::CertificateRequest request;
     request.serialNumber = {serial};
     request.subject = subject;
     request.issuer = issuer;
     request.notBefore = NOW - YEAR;
     request.notAfter = NOW + YEAR;
-    request.basicConstraints = PkgsignBasicConstraints::Ca;
-    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE | PKGSIGN_KEY_CERT_SIGN | PKGSIGN_CRL_SIGN;
-    request.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    request.basicConstraints = forge::BasicConstraints::Ca;
+    request.keyUsage = forge::DIGITAL_SIGNATURE | forge::KEY_CERT_SIGN | forge::CRL_SIGN;
+    request.extendedKeyUsage = {forge::PURPOSE_CODE_SIGNING};
     request.subjectKey = subjectKey;
     request.issuerKey = issuerKey;
     Bytes certificate;
-    Must(PkgsignMakeCertificate(request, &certificate));
+    Must(forge::MakeCertificate(request, &certificate));
     return certificate;
 }
 
-PkgsignCrlRequest CrlRequest(const Bytes &issuer, const PkgsignKey &key, int64_t number)
+forge::CrlRequest CrlRequest(const Bytes &issuer, const forge::Key &key, int64_t number)
 {
-    PkgsignCrlRequest request;
+    forge::CrlRequest request;
     request.issuerCertificate = issuer;
     request.issuerKey = key;
     request.thisUpdate = NOW - 1000 + number;
@@ -87,19 +87,19 @@ PkgsignCrlRequest CrlRequest(const Bytes &issuer, const PkgsignKey &key, int64_t
     return request;
 }
 
-Bytes Crl(const PkgsignCrlRequest &request)
+Bytes Crl(const forge::CrlRequest &request)
 {
     Bytes crl;
-    Must(PkgsignMakeCrl(request, &crl));
+    Must(forge::MakeCrl(request, &crl));
     return crl;
 }
 
 // A CRL that has ended by the time that it is judged at, its own thisUpdate, and lists the serial number 1.
-Bytes EndedCrl(const Bytes &issuer, const PkgsignKey &key, int64_t number)
+Bytes EndedCrl(const Bytes &issuer, const forge::Key &key, int64_t number)
 {
-    PkgsignCrlRequest request = CrlRequest(issuer, key, number);
+    forge::CrlRequest request = CrlRequest(issuer, key, number);
     request.nextUpdate = NOW - YEAR;
-    PkgsignRevokedCertificate entry;
+    forge::RevokedCertificate entry;
     entry.serialNumber = {1};
     entry.revocationDate = NOW;
     entry.reasonCode = 4; // superseded (RFC 5280, 5.3.1)
@@ -121,9 +121,9 @@ struct Input {
 // A CA whose key was rolled over, with sixteen CRLs that only their own issuer covers.
 Input RolledOver(int bits)
 {
-    const PkgsignKey keys[3] = {MakeKey(bits), MakeKey(bits), MakeKey(bits)};
-    const PkgsignName root = Name("Root");
-    const PkgsignName ca = Name("CA");
+    const forge::Key keys[3] = {MakeKey(bits), MakeKey(bits), MakeKey(bits)};
+    const forge::Name root = Name("Root");
+    const forge::Name ca = Name("CA");
     Input input;
     input.name = "16 CRLs that cover their own issuer, RSA " + std::to_string(bits);
     input.root = Cert(root, root, keys[0], keys[0], 1);
@@ -140,15 +140,15 @@ Input RolledOver(int bits)
 // one, which is the root's. All have ended and list every certificate, superseded later.
 Input LongWalks(int bits)
 {
-    const PkgsignName name = Name("CA");
-    PkgsignKey key = MakeKey(bits);
+    const forge::Name name = Name("CA");
+    forge::Key key = MakeKey(bits);
     Input input;
     input.name = "11 certificates and 16 CRLs of one name, RSA " + std::to_string(bits);
     input.root = Cert(name, name, key, key, 1);
     Bytes rootCrl = EndedCrl(input.root, key, 15);
     Bytes last;
     for (uint8_t i = 1; i < 11; ++i) {
-        const PkgsignKey issuerKey = key;
+        const forge::Key issuerKey = key;
         key = MakeKey(bits);
         last = Cert(name, name, key, issuerKey, 1);
         Append(&input.file, last);
@@ -161,7 +161,7 @@ Input LongWalks(int bits)
 }
 
 // The public half of a key with another exponent; what it signs can never be verified.
-PkgsignKey WithExponent(const PkgsignKey &key, const BIGNUM *exponent)
+forge::Key WithExponent(const forge::Key &key, const BIGNUM *exponent)
 {
     BIGNUM *modulus = nullptr;
     EVP_PKEY_get_bn_param(key.get(), OSSL_PKEY_PARAM_RSA_N, &modulus);
@@ -177,26 +177,26 @@ PkgsignKey WithExponent(const PkgsignKey &key, const BIGNUM *exponent)
     OSSL_PARAM_free(parameters);
     OSSL_PARAM_BLD_free(builder);
     BN_free(modulus);
-    return PkgsignKey(made, EVP_PKEY_free);
+    return forge::Key(made, EVP_PKEY_free);
 }
 
 // Fifteen certificates and sixteen CRLs of one name, each of which might have issued each, none of which did; the
 // exponents are as long as libcrypto takes.
 Input EveryIssuer(int bits, int exponentBits)
 {
-    const PkgsignKey signer = MakeKey(bits);
+    const forge::Key signer = MakeKey(bits);
     BIGNUM *const exponent = BN_new();
     BN_set_bit(exponent, exponentBits - 1);
     BN_set_bit(exponent, 0);
     for (int i = 1; i < exponentBits - 1; ++i) {
         BN_set_bit(exponent, i); // every bit costs a multiplication
     }
-    const PkgsignName name = Name("CA");
+    const forge::Name name = Name("CA");
     Input input;
     input.name = "15 certificates and 16 CRLs of one name, RSA " + std::to_string(bits) + ", exponents of " +
                  std::to_string(exponentBits) + " bits";
     input.root = Cert(name, name, signer, signer, 1);
-    const PkgsignKey stranger = MakeKey(bits);
+    const forge::Key stranger = MakeKey(bits);
     for (uint8_t i = 0; i < 15; ++i) {
         Append(&input.file,
                Cert(name, name, WithExponent(MakeKey(bits), exponent), stranger, static_cast<uint8_t>(i + 2)));

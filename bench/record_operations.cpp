@@ -6,9 +6,9 @@
 #include <unordered_map>
 
 #include "bench/operations.h"
-#include "pkgsign/pkgsign.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
+#include "tests/forge/forge.h"
 
 namespace
 {
@@ -110,8 +110,8 @@ bool Verify(const char *root, const char *content, const char *signature, const 
     SigkitVerifyCreateParam param = {};
     param.size = sizeof(param);
     SigkitVerifyCtx *ctx = nullptr;
-    PkgsignBytes anchor;
-    if (!PkgsignReadFile(root, &anchor).ok || SigkitVerifyCreateCtx(&ctx, &param) != SIGKIT_OK) {
+    forge::Bytes anchor;
+    if (!forge::ReadFile(root, &anchor).ok || SigkitVerifyCreateCtx(&ctx, &param) != SIGKIT_OK) {
         return false;
     }
     uint32_t verdict = 0;
@@ -135,5 +135,5 @@ int main(int argc, char **argv)
         return 1;
     }
     std::printf("%u signature checks, %u digests\n", g_signatureChecks, g_digests);
-    return PkgsignWriteFile(argv[5], PkgsignBytes(g_file.begin(), g_file.end())).ok ? 0 : 1;
+    return forge::WriteFile(argv[5], forge::Bytes(g_file.begin(), g_file.end())).ok ? 0 : 1;
 }

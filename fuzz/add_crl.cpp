@@ -9,7 +9,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     FuzzBegin();
     SigkitVerifyCtx *const ctx = FuzzCreateContext();
     {
-        const PkgsignBytes copy(data, data + size); // gone before the store is looked at
+        const forge::Bytes copy(data, data + size); // gone before the store is looked at
         const uint32_t status = SigkitVerifyAddCrl(ctx, copy.data(), static_cast<uint32_t>(size));
         FuzzTally(status);
         if (status == SIGKIT_OK && FuzzCountCrls(ctx) == 0) {

@@ -79,10 +79,10 @@ int Run(std::vector<std::string> *arguments)
     return UPGRADE_MainExe(static_cast<int>(argv.size()) - 1, argv.data());
 }
 
-PkgsignBytes ReadFile(const char *path)
+forge::Bytes ReadFile(const char *path)
 {
-    PkgsignBytes octets;
-    const PkgsignStatus status = PkgsignReadFile(path, &octets);
+    forge::Bytes octets;
+    const forge::Status status = forge::ReadFile(path, &octets);
     if (!status.ok) {
         FuzzFail("success with a file that cannot be read: %s", status.reason.c_str());
     }
@@ -90,10 +90,10 @@ PkgsignBytes ReadFile(const char *path)
 }
 
 // Content as the tool sees it: a file that opens and cannot be read, as a directory, has none.
-PkgsignBytes ReadContent(const char *path)
+forge::Bytes ReadContent(const char *path)
 {
     std::error_code failure;
-    return std::filesystem::is_directory(path, failure) ? PkgsignBytes() : ReadFile(path);
+    return std::filesystem::is_directory(path, failure) ? forge::Bytes() : ReadFile(path);
 }
 
 void CheckSuccess()
@@ -102,8 +102,8 @@ void CheckSuccess()
     if (std::strcmp(param.opcode, OPCODE) != 0) {
         FuzzFail("success of another operation");
     }
-    const PkgsignBytes message = ReadFile(param.cmsPath);
-    const PkgsignBytes content = ReadContent(param.checksumPath);
+    const forge::Bytes message = ReadFile(param.cmsPath);
+    const forge::Bytes content = ReadContent(param.checksumPath);
     if (content.empty() && !FuzzHasSigner(message)) {
         return; // accepted by design: there is nothing that anybody could have signed
     }

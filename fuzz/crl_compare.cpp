@@ -49,7 +49,7 @@ void CheckBundle(const SigkitCrlBundle &bundle)
 }
 
 // Summarises a file. Null when that fails.
-SigkitCrlBundle *Summarise(SigkitVerifyCtx *ctx, const PkgsignBytes &file)
+SigkitCrlBundle *Summarise(SigkitVerifyCtx *ctx, const forge::Bytes &file)
 {
     SigkitCrlBundle *bundle = nullptr;
     const uint32_t status = SigkitDecodeCrl(ctx, file.data(), static_cast<uint32_t>(file.size()), &bundle);
@@ -107,14 +107,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const FuzzContainer container = FuzzUnpack(data, size);
     const bool armoured = (container.flags[0] & FUZZ_ARMOUR_CRLS) != 0;
     const bool carriageReturn = (container.flags[0] & FUZZ_CARRIAGE_RETURN) != 0;
-    const PkgsignBytes &root = FuzzRootCertificate();
+    const forge::Bytes &root = FuzzRootCertificate();
     FuzzBegin();
     g_fuzzHost.failAt = FuzzFailAt(container);
     SigkitVerifyCtx *contexts[] = {FuzzCreateContext(), FuzzCreateContext()};
     SigkitCrlBundle *bundles[] = {nullptr, nullptr};
     for (size_t i = 0; i < 2; ++i) {
         if (contexts[i] != nullptr) {
-            const PkgsignBytes file =
+            const forge::Bytes file =
                 armoured ? FuzzArmourObjects(container.parts[i], carriageReturn) : container.parts[i];
             (void)SigkitVerifyAddCert(contexts[i], root.data(), static_cast<uint32_t>(root.size()));
             bundles[i] = Summarise(contexts[i], file);

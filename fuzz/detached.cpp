@@ -15,9 +15,9 @@ namespace
 
 // The input as it goes into the library.
 struct Package {
-    PkgsignBytes message;
-    PkgsignBytes crls;
-    PkgsignBytes content;
+    forge::Bytes message;
+    forge::Bytes crls;
+    forge::Bytes content;
     uint8_t flags;
 };
 
@@ -29,7 +29,7 @@ Package MakePackage(const FuzzContainer &container)
                        container.parts[FUZZ_PART_CONTENT], flags};
     if ((flags & (FUZZ_ARMOUR_CMS | FUZZ_ARMOUR_PKCS7)) != 0) {
         const bool isCms = (flags & FUZZ_ARMOUR_CMS) != 0;
-        package.message = FuzzArmour(isCms ? PKGSIGN_LABEL_CMS : PKGSIGN_LABEL_PKCS7, package.message, carriageReturn);
+        package.message = FuzzArmour(isCms ? forge::LABEL_CMS : forge::LABEL_PKCS7, package.message, carriageReturn);
     }
     if ((flags & FUZZ_ARMOUR_CRLS) != 0) {
         package.crls = FuzzArmourObjects(package.crls, carriageReturn);
@@ -43,7 +43,7 @@ Package MakePackage(const FuzzContainer &container)
 uint32_t Feed(SigkitVerifyCtx *ctx, const Package &package)
 {
     static const uint8_t nothing = 0;
-    const PkgsignBytes &content = package.content;
+    const forge::Bytes &content = package.content;
     const uint8_t *const data = content.empty() ? &nothing : content.data();
     if ((package.flags & FUZZ_IN_PIECES) == 0) {
         return SigkitVerifyDetachSignatureUpdate(ctx, data, static_cast<uint32_t>(content.size()));
@@ -60,7 +60,7 @@ void Verify(SigkitVerifyCtx *ctx, const Package &package)
     uint32_t verdict = 0;
     uint32_t status = SIGKIT_OK;
     {
-        const PkgsignBytes copy = package.message; // gone before the content comes
+        const forge::Bytes copy = package.message; // gone before the content comes
         status = SigkitVerifyDetachSignatureBegin(ctx, copy.data(), static_cast<uint32_t>(copy.size()));
     }
     FuzzTally(status);
@@ -88,7 +88,7 @@ void Verify(SigkitVerifyCtx *ctx, const Package &package)
 // Fills the context; false when memory has run out.
 bool Load(SigkitVerifyCtx *ctx, const Package &package)
 {
-    const PkgsignBytes &root = FuzzRootCertificate();
+    const forge::Bytes &root = FuzzRootCertificate();
     if ((package.flags & FUZZ_NO_ROOT) == 0 &&
         SigkitVerifyAddCert(ctx, root.data(), static_cast<uint32_t>(root.size())) != SIGKIT_OK) {
         if (g_fuzzHost.failAt == 0) {
@@ -96,7 +96,7 @@ bool Load(SigkitVerifyCtx *ctx, const Package &package)
         }
         return false;
     }
-    const PkgsignBytes copy = package.crls;
+    const forge::Bytes copy = package.crls;
     (void)SigkitVerifyAddCrl(ctx, copy.data(), static_cast<uint32_t>(copy.size()));
     return true;
 }

@@ -32,7 +32,7 @@ int WriteTrustAnchor(const char *path)
         std::perror(path);
         return 1;
     }
-    const PkgsignBytes &root = FuzzRootCertificate();
+    const forge::Bytes &root = FuzzRootCertificate();
     std::fputs("#include \"src/trust_anchor.h\"\n\n", file);
     PrintOctets(file, "uint8_t g_rootCert0", root.data(), ROOT_CERT_FIRST_SIZE);
     PrintOctets(file, "const uint8_t g_rootCert1", root.data() + ROOT_CERT_FIRST_SIZE, ROOT_CERT_SECOND_SIZE);
@@ -44,7 +44,7 @@ int WriteSeeds(const std::string &directory)
     for (const Seed &seed : MakeSeeds()) {
         std::error_code failure;
         std::filesystem::create_directories(directory + "/" + seed.target, failure);
-        const PkgsignStatus status = PkgsignWriteFile(directory + "/" + seed.target + "/" + seed.name, seed.octets);
+        const forge::Status status = forge::WriteFile(directory + "/" + seed.target + "/" + seed.name, seed.octets);
         if (!status.ok) {
             std::fprintf(stderr, "fuzz_make_seeds: %s\n", status.reason.c_str());
             return 1;

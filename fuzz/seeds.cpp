@@ -8,21 +8,21 @@
 namespace
 {
 
-PkgsignBytes Text(const std::string &text)
+forge::Bytes Text(const std::string &text)
 {
-    return PkgsignBytes(text.begin(), text.end());
+    return forge::Bytes(text.begin(), text.end());
 }
 
-PkgsignBytes Join(const std::vector<PkgsignBytes> &parts)
+forge::Bytes Join(const std::vector<forge::Bytes> &parts)
 {
-    PkgsignBytes joined;
-    for (const PkgsignBytes &part : parts) {
+    forge::Bytes joined;
+    for (const forge::Bytes &part : parts) {
         joined.insert(joined.end(), part.begin(), part.end());
     }
     return joined;
 }
 
-void AddAll(std::vector<Seed> *seeds, const char *target, const char *name, const std::vector<PkgsignBytes> &objects)
+void AddAll(std::vector<Seed> *seeds, const char *target, const char *name, const std::vector<forge::Bytes> &objects)
 {
     for (size_t i = 0; i < objects.size(); ++i) {
         seeds->push_back({target, name + std::to_string(i), objects[i]});
@@ -30,21 +30,21 @@ void AddAll(std::vector<Seed> *seeds, const char *target, const char *name, cons
 }
 
 // As many entries as a CRL may have, and one more.
-std::vector<PkgsignBytes> LongCrls()
+std::vector<forge::Bytes> LongCrls()
 {
     std::vector<uint8_t> serials;
     for (uint8_t serial = 1; serial <= 20; ++serial) {
         serials.push_back(serial);
     }
-    const PkgsignBytes full = FuzzCrl({FUZZ_CA_A, 30, false, serials, 1});
+    const forge::Bytes full = FuzzCrl({FUZZ_CA_A, 30, false, serials, 1});
     serials.push_back(21);
     return {full, FuzzCrl({FUZZ_CA_A, 31, false, serials, 1})};
 }
 
 // Headers without end: elements within elements, and lengths that promise what is not there.
-PkgsignBytes Nested()
+forge::Bytes Nested()
 {
-    PkgsignBytes octets;
+    forge::Bytes octets;
     for (int i = 0; i < 60; ++i) {
         octets.insert(octets.end(), {0x30, 0x84, 0x00, 0x00, 0x00, static_cast<uint8_t>(6 * (59 - i))});
     }
@@ -53,13 +53,13 @@ PkgsignBytes Nested()
 
 void AddMessages(std::vector<Seed> *seeds)
 {
-    const PkgsignMessageRequest request = FuzzMessageRequest(Text("checksum"));
-    const PkgsignBytes message = FuzzMessage(request);
+    const forge::MessageRequest request = FuzzMessageRequest(Text("checksum"));
+    const forge::Bytes message = FuzzMessage(request);
     seeds->push_back({"signed_data", "message", message});
     seeds->push_back({"signed_data", "nested", Nested()});
-    seeds->push_back({"signed_data", "truncated", PkgsignBytes(message.begin(), message.begin() + 900)});
-    PkgsignBytes token;
-    if (!PkgsignMakeToken(request.tokenRequest, PkgsignBytes(128, 1), &token).ok) {
+    seeds->push_back({"signed_data", "truncated", forge::Bytes(message.begin(), message.begin() + 900)});
+    forge::Bytes token;
+    if (!forge::MakeToken(request.tokenRequest, forge::Bytes(128, 1), &token).ok) {
         return;
     }
     seeds->push_back({"signed_data", "token", token});
@@ -92,26 +92,26 @@ void AddTexts(std::vector<Seed> *seeds)
 
 void AddFiles(std::vector<Seed> *seeds)
 {
-    const std::vector<PkgsignBytes> &certs = FuzzCertificates();
-    const std::vector<PkgsignBytes> &crls = FuzzCrls();
-    const PkgsignBytes both = Join({certs[FUZZ_CERT_CA_A], crls[FUZZ_CRL_CA_A], certs[FUZZ_CERT_TSA]});
-    const PkgsignBytes pem = FuzzArmourObjects(both, false);
-    const PkgsignBytes end = Text("-----END CERTIFICATE-----\n");
-    const PkgsignBytes broken = Join({Text("-----BEGIN CERTIFICATE-----\nQUJD\n"), end, pem});
-    const PkgsignBytes other = Join({FuzzArmour("PRIVATE KEY", {1, 2, 3}, false), pem});
-    const PkgsignBytes endless = Text("-----BEGIN X509 CRL-----\n-----BEGIN CERTIFICATE-----\nQUJDREVGR0hJSktMTU5P\n");
-    const std::vector<PkgsignBytes> files = {both,  pem,     FuzzArmourObjects(both, true),     broken,
-                                             other, endless, Join({both, PkgsignBytes(20, 0)}), Nested()};
+    const std::vector<forge::Bytes> &certs = FuzzCertificates();
+    const std::vector<forge::Bytes> &crls = FuzzCrls();
+    const forge::Bytes both = Join({certs[FUZZ_CERT_CA_A], crls[FUZZ_CRL_CA_A], certs[FUZZ_CERT_TSA]});
+    const forge::Bytes pem = FuzzArmourObjects(both, false);
+    const forge::Bytes end = Text("-----END CERTIFICATE-----\n");
+    const forge::Bytes broken = Join({Text("-----BEGIN CERTIFICATE-----\nQUJD\n"), end, pem});
+    const forge::Bytes other = Join({FuzzArmour("PRIVATE KEY", {1, 2, 3}, false), pem});
+    const forge::Bytes endless = Text("-----BEGIN X509 CRL-----\n-----BEGIN CERTIFICATE-----\nQUJDREVGR0hJSktMTU5P\n");
+    const std::vector<forge::Bytes> files = {both,  pem,     FuzzArmourObjects(both, true),     broken,
+                                             other, endless, Join({both, forge::Bytes(20, 0)}), Nested()};
     for (const char *const target : {"add_cert", "add_crl"}) {
         AddAll(seeds, target, "file", files);
     }
     seeds->push_back({"add_cert", "root", FuzzRootCertificate()});
-    seeds->push_back({"add_cert", "many", Join(std::vector<PkgsignBytes>(17, certs[FUZZ_CERT_CRL_ISSUER]))});
-    seeds->push_back({"add_crl", "many", Join(std::vector<PkgsignBytes>(17, crls[FUZZ_CRL_INDIRECT]))});
+    seeds->push_back({"add_cert", "many", Join(std::vector<forge::Bytes>(17, certs[FUZZ_CERT_CRL_ISSUER]))});
+    seeds->push_back({"add_crl", "many", Join(std::vector<forge::Bytes>(17, crls[FUZZ_CRL_INDIRECT]))});
     seeds->push_back({"add_crl", "root", Join({FuzzRootCertificate(), crls[FUZZ_CRL_ROOT]})});
 }
 
-void AddPair(std::vector<Seed> *seeds, const char *name, const PkgsignBytes &first, const PkgsignBytes &second,
+void AddPair(std::vector<Seed> *seeds, const char *name, const forge::Bytes &first, const forge::Bytes &second,
              uint8_t flags = 0)
 {
     FuzzContainer container;
@@ -122,12 +122,12 @@ void AddPair(std::vector<Seed> *seeds, const char *name, const PkgsignBytes &fir
 
 void AddComparisons(std::vector<Seed> *seeds)
 {
-    const std::vector<PkgsignBytes> &certs = FuzzCertificates();
-    const std::vector<PkgsignBytes> &crls = FuzzCrls();
-    const PkgsignBytes &ca = certs[FUZZ_CERT_CA_A];
-    const PkgsignBytes newer = FuzzCrl({FUZZ_CA_A, 40, false, {}, -1, 0, FUZZ_GEN_TIME});
-    const PkgsignBytes newerRoot = FuzzCrl({FUZZ_ROOT, 41, false, {FUZZ_SERIAL_CA_A}, 1, 0, FUZZ_GEN_TIME});
-    const PkgsignBytes old = Join({ca, crls[FUZZ_CRL_ROOT], crls[FUZZ_CRL_CA_A]});
+    const std::vector<forge::Bytes> &certs = FuzzCertificates();
+    const std::vector<forge::Bytes> &crls = FuzzCrls();
+    const forge::Bytes &ca = certs[FUZZ_CERT_CA_A];
+    const forge::Bytes newer = FuzzCrl({FUZZ_CA_A, 40, false, {}, -1, 0, FUZZ_GEN_TIME});
+    const forge::Bytes newerRoot = FuzzCrl({FUZZ_ROOT, 41, false, {FUZZ_SERIAL_CA_A}, 1, 0, FUZZ_GEN_TIME});
+    const forge::Bytes old = Join({ca, crls[FUZZ_CRL_ROOT], crls[FUZZ_CRL_CA_A]});
     AddPair(seeds, "equal", old, old);
     AddPair(seeds, "newer", old, Join({ca, crls[FUZZ_CRL_ROOT], newer}));
     AddPair(seeds, "newer_pem", old, Join({ca, crls[FUZZ_CRL_ROOT], newer}), FUZZ_ARMOUR_CRLS);

@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 
 struct Seed {
     std::string target;
     std::string name;
-    PkgsignBytes octets;
+    forge::Bytes octets;
 };
 
 std::vector<Seed> MakeSeeds();

@@ -7,41 +7,41 @@
 namespace
 {
 
-const PkgsignBytes CONTENT = {'c', 'h', 'e', 'c', 'k', 's', 'u', 'm'};
-const PkgsignBytes GARBAGE(40, 0x5A);
+const forge::Bytes CONTENT = {'c', 'h', 'e', 'c', 'k', 's', 'u', 'm'};
+const forge::Bytes GARBAGE(40, 0x5A);
 
-PkgsignBytes Join(const std::vector<PkgsignBytes> &parts)
+forge::Bytes Join(const std::vector<forge::Bytes> &parts)
 {
-    PkgsignBytes joined;
-    for (const PkgsignBytes &part : parts) {
+    forge::Bytes joined;
+    for (const forge::Bytes &part : parts) {
         joined.insert(joined.end(), part.begin(), part.end());
     }
     return joined;
 }
 
-PkgsignBytes Cut(PkgsignBytes octets, size_t count)
+forge::Bytes Cut(forge::Bytes octets, size_t count)
 {
     octets.resize(octets.size() - count);
     return octets;
 }
 
-PkgsignMessageRequest Request()
+forge::MessageRequest Request()
 {
     return FuzzMessageRequest(CONTENT);
 }
 
-PkgsignBytes GoodMessage()
+forge::Bytes GoodMessage()
 {
     return FuzzMessage(Request());
 }
 
-PkgsignBytes GoodCrls()
+forge::Bytes GoodCrls()
 {
     return Join({FuzzCrls()[FUZZ_CRL_ROOT], FuzzCrls()[FUZZ_CRL_CA_A]});
 }
 
-void Add(std::vector<Seed> *seeds, const char *name, const PkgsignBytes &message, const PkgsignBytes &crls,
-         uint8_t flags = 0, const PkgsignBytes &content = CONTENT, uint8_t failAt = 0)
+void Add(std::vector<Seed> *seeds, const char *name, const forge::Bytes &message, const forge::Bytes &crls,
+         uint8_t flags = 0, const forge::Bytes &content = CONTENT, uint8_t failAt = 0)
 {
     FuzzContainer container;
     container.flags[0] = flags;
@@ -50,9 +50,9 @@ void Add(std::vector<Seed> *seeds, const char *name, const PkgsignBytes &message
     seeds->push_back({"detached", name, FuzzPack(container)});
 }
 
-PkgsignBytes WithDigest(PkgsignDigest digest)
+forge::Bytes WithDigest(forge::Digest digest)
 {
-    PkgsignMessageRequest request = Request();
+    forge::MessageRequest request = Request();
     request.digest = digest;
     request.tokenRequest.imprintDigest = digest;
     request.tokenRequest.signerDigest = digest;
@@ -60,29 +60,29 @@ PkgsignBytes WithDigest(PkgsignDigest digest)
 }
 
 // A signer under another CA than the timestamp's.
-PkgsignBytes UnderTwoAuthorities()
+forge::Bytes UnderTwoAuthorities()
 {
-    PkgsignMessageRequest request = Request();
+    forge::MessageRequest request = Request();
     request.signerCertificate = FuzzCertificate({FUZZ_SIGNER, FUZZ_CA_B, 0x26});
     request.certificates = {request.signerCertificate, FuzzCertificates()[FUZZ_CERT_CA_B]};
     return FuzzMessage(request);
 }
 
-PkgsignBytes Expired()
+forge::Bytes Expired()
 {
-    PkgsignMessageRequest request = Request();
+    forge::MessageRequest request = Request();
     request.tokenRequest.genTime = FUZZ_NOT_AFTER + 1;
     return FuzzMessage(request);
 }
 
 void AddForms(std::vector<Seed> *seeds)
 {
-    const PkgsignBytes message = GoodMessage();
-    const PkgsignBytes crls = GoodCrls();
+    const forge::Bytes message = GoodMessage();
+    const forge::Bytes crls = GoodCrls();
     Add(seeds, "good", message, crls);
     Add(seeds, "good_pem", message, crls, FUZZ_ARMOUR_CMS | FUZZ_ARMOUR_CRLS);
     Add(seeds, "good_pkcs7_crlf", message, crls, FUZZ_ARMOUR_PKCS7 | FUZZ_ARMOUR_CRLS | FUZZ_CARRIAGE_RETURN);
-    Add(seeds, "good_pem_text", FuzzArmour(PKGSIGN_LABEL_CMS, message, false), crls);
+    Add(seeds, "good_pem_text", FuzzArmour(forge::LABEL_CMS, message, false), crls);
     Add(seeds, "good_twice_in_pieces", message, crls, FUZZ_TWICE | FUZZ_IN_PIECES);
     Add(seeds, "altered", message, crls, FUZZ_ALTERED);
     Add(seeds, "no_root", message, crls, FUZZ_NO_ROOT);
@@ -92,16 +92,16 @@ void AddForms(std::vector<Seed> *seeds)
     Add(seeds, "crls_cut", message, Cut(crls, 50));
     Add(seeds, "crls_with_tail", message, Join({crls, GARBAGE}));
     Add(seeds, "no_crls", message, {});
-    Add(seeds, "sha384", WithDigest(PkgsignDigest::Sha384), crls);
-    Add(seeds, "sha512", WithDigest(PkgsignDigest::Sha512), crls);
-    PkgsignMessageRequest request = FuzzMessageRequest({});
+    Add(seeds, "sha384", WithDigest(forge::Digest::Sha384), crls);
+    Add(seeds, "sha512", WithDigest(forge::Digest::Sha512), crls);
+    forge::MessageRequest request = FuzzMessageRequest({});
     Add(seeds, "empty_content", FuzzMessage(request), crls, 0, {});
 }
 
 void AddSigners(std::vector<Seed> *seeds)
 {
-    const PkgsignBytes crls = GoodCrls();
-    PkgsignMessageRequest request = Request();
+    const forge::Bytes crls = GoodCrls();
+    forge::MessageRequest request = Request();
     request.signedAttributes = false;
     Add(seeds, "no_signed_attributes", FuzzMessage(request), crls);
     request = Request();
@@ -113,7 +113,7 @@ void AddSigners(std::vector<Seed> *seeds)
     request.tokenRequest.imprintOver = GARBAGE;
     Add(seeds, "token_of_something_else", FuzzMessage(request), crls);
     request = Request();
-    request.timestamp = PkgsignTimestamp::None;
+    request.timestamp = forge::Timestamp::None;
     Add(seeds, "no_timestamp", FuzzMessage(request), crls);
     request.signerInfoCount = 0;
     Add(seeds, "no_signers", FuzzMessage(request), crls);
@@ -129,10 +129,10 @@ void AddSigners(std::vector<Seed> *seeds)
 
 void AddRevocations(std::vector<Seed> *seeds)
 {
-    const PkgsignBytes message = GoodMessage();
-    const std::vector<PkgsignBytes> &crls = FuzzCrls();
-    const std::vector<PkgsignBytes> &certs = FuzzCertificates();
-    const PkgsignBytes &root = crls[FUZZ_CRL_ROOT];
+    const forge::Bytes message = GoodMessage();
+    const std::vector<forge::Bytes> &crls = FuzzCrls();
+    const std::vector<forge::Bytes> &certs = FuzzCertificates();
+    const forge::Bytes &root = crls[FUZZ_CRL_ROOT];
     Add(seeds, "signer_revoked", message, Join({root, crls[7]}));
     Add(seeds, "signer_revoked_later", message, Join({root, crls[8]}));
     Add(seeds, "timestamp_revoked", message, Join({root, crls[9]}));
@@ -147,9 +147,9 @@ void AddRevocations(std::vector<Seed> *seeds)
 
 void AddPaths(std::vector<Seed> *seeds)
 {
-    const std::vector<PkgsignBytes> &crls = FuzzCrls();
-    const std::vector<PkgsignBytes> &certs = FuzzCertificates();
-    const PkgsignBytes &root = crls[FUZZ_CRL_ROOT];
+    const std::vector<forge::Bytes> &crls = FuzzCrls();
+    const std::vector<forge::Bytes> &certs = FuzzCertificates();
+    const forge::Bytes &root = crls[FUZZ_CRL_ROOT];
     Add(seeds, "two_authorities", UnderTwoAuthorities(),
         Join({root, crls[FUZZ_CRL_CA_A], crls[FUZZ_CRL_CA_B], certs[FUZZ_CERT_CA_A]}));
     Add(seeds, "cross_signed", GoodMessage(), Join({certs[5], certs[6], root, crls[FUZZ_CRL_CA_A]}));
@@ -160,7 +160,7 @@ void AddPaths(std::vector<Seed> *seeds)
     Add(seeds, "full_store", GoodMessage(),
         Join({Join({certs.begin() + 3, certs.begin() + 13}), Join({certs.begin() + 14, certs.begin() + 19}),
               GoodCrls()}));
-    std::vector<PkgsignBytes> many;
+    std::vector<forge::Bytes> many;
     for (uint8_t number = 0; number < 17; ++number) {
         many.push_back(FuzzCrl({number % 2 == 0 ? FUZZ_ROOT : FUZZ_CA_A, 20 + number}));
     }

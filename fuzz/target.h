@@ -6,8 +6,8 @@
 #include <cstdint>
 
 #include "fuzz/support/host.h"
-#include "pkgsign/pkgsign.h"
 #include "sigkit/sigkit.h"
+#include "tests/forge/forge.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv);

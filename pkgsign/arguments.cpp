@@ -1,5 +1,5 @@
 #include "pkgsign/arguments.h"
-#include "pkgsign/status.h"
+#include "tests/forge/status.h"
 
 namespace
 {
@@ -14,7 +14,7 @@ const PkgsignOption *FindKnown(const std::vector<PkgsignOption> &known, const st
 }
 
 // Takes the option at `position`, which is left at the option's last word.
-PkgsignStatus ParseOption(const std::vector<std::string> &words, const std::vector<PkgsignOption> &known,
+forge::Status ParseOption(const std::vector<std::string> &words, const std::vector<PkgsignOption> &known,
                           size_t *position, PkgsignArguments *arguments)
 {
     const std::string &word = words[*position];
@@ -22,27 +22,27 @@ PkgsignStatus ParseOption(const std::vector<std::string> &words, const std::vect
     const std::string name = word.substr(2, equals == std::string::npos ? equals : equals - 2);
     const PkgsignOption *option = FindKnown(known, name);
     if (option == nullptr || word.compare(0, 2, "--") != 0) {
-        return PkgsignFail("unknown option '" + word + "'");
+        return forge::Fail("unknown option '" + word + "'");
     }
     std::string value;
     if (!option->takesValue) {
         if (equals != std::string::npos) {
-            return PkgsignFail("option '--" + name + "' takes no value");
+            return forge::Fail("option '--" + name + "' takes no value");
         }
     } else if (equals != std::string::npos) {
         value = word.substr(equals + 1);
     } else if (*position + 1 < words.size()) {
         value = words[++*position];
     } else {
-        return PkgsignFail("option '--" + name + "' needs a value");
+        return forge::Fail("option '--" + name + "' needs a value");
     }
     arguments->options.emplace_back(name, value);
-    return PkgsignOk();
+    return forge::Ok();
 }
 
 } // namespace
 
-PkgsignStatus PkgsignParseArguments(const std::vector<std::string> &words, const std::vector<PkgsignOption> &known,
+forge::Status PkgsignParseArguments(const std::vector<std::string> &words, const std::vector<PkgsignOption> &known,
                                     PkgsignArguments *argumentsOut)
 {
     PkgsignArguments arguments;
@@ -54,14 +54,14 @@ PkgsignStatus PkgsignParseArguments(const std::vector<std::string> &words, const
         } else if (optionsEnded || word.size() < 2 || word.front() != '-') {
             arguments.operands.push_back(word); // "-" alone is an operand
         } else {
-            const PkgsignStatus status = ParseOption(words, known, &position, &arguments);
+            const forge::Status status = ParseOption(words, known, &position, &arguments);
             if (!status.ok) {
                 return status;
             }
         }
     }
     *argumentsOut = arguments;
-    return PkgsignOk();
+    return forge::Ok();
 }
 
 bool PkgsignHasOption(const PkgsignArguments &arguments, const std::string &name)

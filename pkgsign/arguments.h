@@ -2,7 +2,7 @@
 #ifndef PKGSIGN_ARGUMENTS_H
 #define PKGSIGN_ARGUMENTS_H
 
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 
 #include <string>
 #include <utility>
@@ -21,7 +21,7 @@ struct PkgsignArguments {
 
 // Sorts words into options ("--name", "--name VALUE" or "--name=VALUE") and operands. A word "--" ends the options.
 // Fails on an unknown option, a missing value or a value that does not belong.
-PkgsignStatus PkgsignParseArguments(const std::vector<std::string> &words, const std::vector<PkgsignOption> &known,
+forge::Status PkgsignParseArguments(const std::vector<std::string> &words, const std::vector<PkgsignOption> &known,
                                     PkgsignArguments *argumentsOut);
 
 bool PkgsignHasOption(const PkgsignArguments &arguments, const std::string &name);

@@ -1,6 +1,6 @@
 #include "pkgsign/commands.h"
 #include "pkgsign/option_values.h"
-#include "pkgsign/status.h"
+#include "tests/forge/status.h"
 
 #include <limits>
 
@@ -59,50 +59,50 @@ constexpr const char *REASONS[] = {"unspecified",   "keyCompromise",        "cAC
                                    "superseded",    "cessationOfOperation", "certificateHold", nullptr,
                                    "removeFromCRL", "privilegeWithdrawn",   "aACompromise"};
 
-PkgsignStatus ReadReason(const std::string &name, int *reasonOut)
+forge::Status ReadReason(const std::string &name, int *reasonOut)
 {
     for (int code = 0; code < static_cast<int>(std::size(REASONS)); ++code) {
         if (REASONS[code] != nullptr && name == REASONS[code]) {
             *reasonOut = code;
-            return PkgsignOk();
+            return forge::Ok();
         }
     }
-    return PkgsignFail("option '--revoke': unknown reason '" + name + "'");
+    return forge::Fail("option '--revoke': unknown reason '" + name + "'");
 }
 
 // Reads CERTFILE[,REASON[,DATE]]; an empty reason is none.
-PkgsignStatus ReadRevocation(const std::string &text, int64_t usualDate, Revocation *revocation)
+forge::Status ReadRevocation(const std::string &text, int64_t usualDate, Revocation *revocation)
 {
     const size_t comma = text.find(',');
     revocation->path = text.substr(0, comma);
     revocation->date = usualDate;
     if (comma == std::string::npos) {
-        return PkgsignOk();
+        return forge::Ok();
     }
     const size_t second = text.find(',', comma + 1);
     const std::string reason = text.substr(comma + 1, second == std::string::npos ? second : second - comma - 1);
-    PkgsignStatus status = reason.empty() ? PkgsignOk() : ReadReason(reason, &revocation->reasonCode);
+    forge::Status status = reason.empty() ? forge::Ok() : ReadReason(reason, &revocation->reasonCode);
     if (status.ok && second != std::string::npos) {
-        status = PkgsignParseTime(text.substr(second + 1), &revocation->date);
+        status = forge::ParseTime(text.substr(second + 1), &revocation->date);
         status.reason = status.ok ? "" : "option '--revoke': " + status.reason;
     }
     return status;
 }
 
-PkgsignStatus ReadRevocations(const PkgsignArguments &arguments, CrlOptions *options)
+forge::Status ReadRevocations(const PkgsignArguments &arguments, CrlOptions *options)
 {
     for (const std::string &text : PkgsignOptionValues(arguments, "revoke")) {
         Revocation revocation;
-        const PkgsignStatus status = ReadRevocation(text, options->thisUpdate, &revocation);
+        const forge::Status status = ReadRevocation(text, options->thisUpdate, &revocation);
         if (!status.ok) {
             return status;
         }
         options->revocations.push_back(revocation);
     }
-    return PkgsignOk();
+    return forge::Ok();
 }
 
-PkgsignStatus ReadIssuer(const std::string &name, Issuer *issuerOut)
+forge::Status ReadIssuer(const std::string &name, Issuer *issuerOut)
 {
     if (name == "both") {
         *issuerOut = Issuer::Both;
@@ -111,14 +111,14 @@ PkgsignStatus ReadIssuer(const std::string &name, Issuer *issuerOut)
     } else if (name == "issuing-ca") {
         *issuerOut = Issuer::IssuingCa;
     } else {
-        return PkgsignFail("option '--issuer' must be one of root, issuing-ca, both, not '" + name + "'");
+        return forge::Fail("option '--issuer' must be one of root, issuing-ca, both, not '" + name + "'");
     }
-    return PkgsignOk();
+    return forge::Ok();
 }
 
-PkgsignStatus ReadTimes(const PkgsignArguments &arguments, CrlOptions *options)
+forge::Status ReadTimes(const PkgsignArguments &arguments, CrlOptions *options)
 {
-    PkgsignStatus status = PkgsignReadTimeOption(arguments, "this-update", PkgsignNow(), &options->thisUpdate);
+    forge::Status status = PkgsignReadTimeOption(arguments, "this-update", PkgsignNow(), &options->thisUpdate);
     if (status.ok) {
         status =
             PkgsignReadTimeOption(arguments, "next-update", options->thisUpdate + USUAL_LIFETIME, &options->nextUpdate);
@@ -128,19 +128,19 @@ PkgsignStatus ReadTimes(const PkgsignArguments &arguments, CrlOptions *options)
                                          options->thisUpdate, &options->number);
     }
     if (status.ok && options->nextUpdate < options->thisUpdate) {
-        return PkgsignFail("the next update must not lie before this update");
+        return forge::Fail("the next update must not lie before this update");
     }
     return status;
 }
 
-PkgsignStatus ReadOptions(const PkgsignArguments &arguments, CrlOptions *options)
+forge::Status ReadOptions(const PkgsignArguments &arguments, CrlOptions *options)
 {
     const std::string format = PkgsignOptionValue(arguments, "format", "der");
     options->pem = format == "pem";
     options->withCertificates = PkgsignHasOption(arguments, "with-certificates");
-    PkgsignStatus status = PkgsignReadRequiredOption(arguments, "out", &options->out);
+    forge::Status status = PkgsignReadRequiredOption(arguments, "out", &options->out);
     if (status.ok && format != "pem" && format != "der") {
-        status = PkgsignFail("option '--format' must be one of der, pem, not '" + format + "'");
+        status = forge::Fail("option '--format' must be one of der, pem, not '" + format + "'");
     }
     if (status.ok) {
         status = ReadIssuer(PkgsignOptionValue(arguments, "issuer", "both"), &options->issuer);
@@ -151,9 +151,9 @@ PkgsignStatus ReadOptions(const PkgsignArguments &arguments, CrlOptions *options
     return status.ok ? ReadRevocations(arguments, options) : status;
 }
 
-PkgsignCrlRequest DescribeCrl(const PkgsignIdentity &issuer, const CrlOptions &options)
+forge::CrlRequest DescribeCrl(const forge::Identity &issuer, const CrlOptions &options)
 {
-    PkgsignCrlRequest request;
+    forge::CrlRequest request;
     request.issuerCertificate = issuer.certificate;
     request.issuerKey = issuer.key;
     request.thisUpdate = options.thisUpdate;
@@ -162,9 +162,9 @@ PkgsignCrlRequest DescribeCrl(const PkgsignIdentity &issuer, const CrlOptions &o
     return request;
 }
 
-std::vector<PkgsignCrlRequest> DescribeCrls(const PkgsignPki &pki, const CrlOptions &options)
+std::vector<forge::CrlRequest> DescribeCrls(const forge::Pki &pki, const CrlOptions &options)
 {
-    std::vector<PkgsignCrlRequest> requests;
+    std::vector<forge::CrlRequest> requests;
     if (options.issuer != Issuer::IssuingCa) {
         requests.push_back(DescribeCrl(pki.root, options));
     }
@@ -174,79 +174,79 @@ std::vector<PkgsignCrlRequest> DescribeCrls(const PkgsignPki &pki, const CrlOpti
     return requests;
 }
 
-PkgsignStatus AppendEntry(const Revocation &revocation, const PkgsignBytes &certificate, PkgsignCrlRequest *request)
+forge::Status AppendEntry(const Revocation &revocation, const forge::Bytes &certificate, forge::CrlRequest *request)
 {
-    PkgsignRevokedCertificate entry = {{}, revocation.date, revocation.reasonCode};
-    const PkgsignStatus status = PkgsignGetSerialNumber(certificate, &entry.serialNumber);
+    forge::RevokedCertificate entry = {{}, revocation.date, revocation.reasonCode};
+    const forge::Status status = forge::GetSerialNumber(certificate, &entry.serialNumber);
     if (!status.ok) {
         return status;
     }
     if (request->revoked.size() == REVOKED_MAX) {
-        return PkgsignFail("a CRL can revoke at most 20 certificates: the verifier reads no more");
+        return forge::Fail("a CRL can revoke at most 20 certificates: the verifier reads no more");
     }
     request->revoked.push_back(entry);
-    return PkgsignOk();
+    return forge::Ok();
 }
 
 // Adds a revocation to the CRL of the certificate's issuer.
-PkgsignStatus Revoke(const Revocation &revocation, std::vector<PkgsignCrlRequest> *requests)
+forge::Status Revoke(const Revocation &revocation, std::vector<forge::CrlRequest> *requests)
 {
-    PkgsignBytes certificate;
-    PkgsignBytes issuer;
-    PkgsignStatus status = PkgsignReadInput(revocation.path, &certificate);
+    forge::Bytes certificate;
+    forge::Bytes issuer;
+    forge::Status status = PkgsignReadInput(revocation.path, &certificate);
     if (!status.ok) {
         return status;
     }
-    status = PkgsignGetIssuer(certificate, &issuer);
+    status = forge::GetIssuer(certificate, &issuer);
     if (!status.ok) {
-        return PkgsignFail("'" + revocation.path + "': " + status.reason);
+        return forge::Fail("'" + revocation.path + "': " + status.reason);
     }
-    for (PkgsignCrlRequest &request : *requests) {
-        PkgsignBytes crlIssuer;
-        status = PkgsignGetSubject(request.issuerCertificate, &crlIssuer);
+    for (forge::CrlRequest &request : *requests) {
+        forge::Bytes crlIssuer;
+        status = forge::GetSubject(request.issuerCertificate, &crlIssuer);
         if (!status.ok || crlIssuer == issuer) {
             return status.ok ? AppendEntry(revocation, certificate, &request) : status;
         }
     }
-    return PkgsignFail("'" + revocation.path + "' was not issued by an issuer of these CRLs");
+    return forge::Fail("'" + revocation.path + "' was not issued by an issuer of these CRLs");
 }
 
-void AppendObject(const char *label, const PkgsignBytes &object, bool pem, PkgsignBytes *output)
+void AppendObject(const char *label, const forge::Bytes &object, bool pem, forge::Bytes *output)
 {
     if (!pem) {
         output->insert(output->end(), object.begin(), object.end());
         return;
     }
-    const std::string text = PkgsignArmour(label, object);
+    const std::string text = forge::Armour(label, object);
     output->insert(output->end(), text.begin(), text.end());
 }
 
-PkgsignStatus WriteCrls(const PkgsignPki &pki, const std::vector<PkgsignCrlRequest> &requests,
+forge::Status WriteCrls(const forge::Pki &pki, const std::vector<forge::CrlRequest> &requests,
                         const CrlOptions &options)
 {
-    PkgsignBytes output;
+    forge::Bytes output;
     if (options.withCertificates) { // the verifier has the root already, and takes none from a CRL file
-        AppendObject(PKGSIGN_LABEL_CERTIFICATE, pki.issuingCa.certificate, options.pem, &output);
+        AppendObject(forge::LABEL_CERTIFICATE, pki.issuingCa.certificate, options.pem, &output);
     }
-    for (const PkgsignCrlRequest &request : requests) {
-        PkgsignBytes crl;
-        const PkgsignStatus status = PkgsignMakeCrl(request, &crl);
+    for (const forge::CrlRequest &request : requests) {
+        forge::Bytes crl;
+        const forge::Status status = forge::MakeCrl(request, &crl);
         if (!status.ok) {
             return status;
         }
-        AppendObject(PKGSIGN_LABEL_CRL, crl, options.pem, &output);
+        AppendObject(forge::LABEL_CRL, crl, options.pem, &output);
     }
     return PkgsignWriteOutput(options.out, output);
 }
 
-PkgsignStatus MakeCrls(const std::string &directory, const CrlOptions &options)
+forge::Status MakeCrls(const std::string &directory, const CrlOptions &options)
 {
-    PkgsignPki pki;
-    PkgsignStatus status = PkgsignReadPki(directory, &pki);
+    forge::Pki pki;
+    forge::Status status = forge::ReadPki(directory, &pki);
     if (!status.ok) {
         return status;
     }
-    std::vector<PkgsignCrlRequest> requests = DescribeCrls(pki, options);
+    std::vector<forge::CrlRequest> requests = DescribeCrls(pki, options);
     for (const Revocation &revocation : options.revocations) {
         status = Revoke(revocation, &requests);
         if (!status.ok) {
@@ -259,7 +259,7 @@ PkgsignStatus MakeCrls(const std::string &directory, const CrlOptions &options)
 PkgsignOutcome Run(const PkgsignArguments &arguments)
 {
     CrlOptions options;
-    const PkgsignStatus status = ReadOptions(arguments, &options);
+    const forge::Status status = ReadOptions(arguments, &options);
     return status.ok ? PkgsignFinish(MakeCrls(arguments.operands[0], options)) : PkgsignRefuse(status);
 }
 

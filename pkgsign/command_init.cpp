@@ -1,6 +1,6 @@
 #include "pkgsign/commands.h"
 #include "pkgsign/option_values.h"
-#include "pkgsign/status.h"
+#include "tests/forge/status.h"
 
 namespace
 {
@@ -28,31 +28,31 @@ The keys are not encrypted. Do not use such a PKI for products in the field.
   --help               show this text
 )";
 
-PkgsignStatus ReadOptions(const PkgsignArguments &arguments, PkgsignPkiRequest *request)
+forge::Status ReadOptions(const PkgsignArguments &arguments, forge::PkiRequest *request)
 {
     request->rootName = PkgsignOptionValue(arguments, "root-name", request->rootName);
     request->organization = PkgsignOptionValue(arguments, "organization", request->organization);
     int64_t keyBits = 0;
-    const PkgsignStatus status =
+    const forge::Status status =
         PkgsignReadNumberOption(arguments, "key-bits", KEY_BITS_LEAST, KEY_BITS_MOST, KEY_BITS_USUAL, &keyBits);
     request->keyBits = static_cast<int>(keyBits);
     return status;
 }
 
-PkgsignStatus MakePki(const std::string &directory, const PkgsignPkiRequest &request, bool force)
+forge::Status MakePki(const std::string &directory, const forge::PkiRequest &request, bool force)
 {
-    if (!force && PkgsignHoldsPki(directory)) { // before the slow generation of keys
-        return PkgsignFail("'" + directory + "' holds a PKI already; --force replaces it");
+    if (!force && forge::HoldsPki(directory)) { // before the slow generation of keys
+        return forge::Fail("'" + directory + "' holds a PKI already; --force replaces it");
     }
-    PkgsignPki pki;
-    const PkgsignStatus status = PkgsignMakePki(request, &pki);
-    return status.ok ? PkgsignWritePki(directory, pki, force) : status;
+    forge::Pki pki;
+    const forge::Status status = forge::MakePki(request, &pki);
+    return status.ok ? forge::WritePki(directory, pki, force) : status;
 }
 
 PkgsignOutcome Run(const PkgsignArguments &arguments)
 {
-    PkgsignPkiRequest request;
-    const PkgsignStatus status = ReadOptions(arguments, &request);
+    forge::PkiRequest request;
+    const forge::Status status = ReadOptions(arguments, &request);
     if (!status.ok) {
         return PkgsignRefuse(status);
     }

@@ -1,7 +1,7 @@
 #include "pkgsign/commands.h"
 #include "pkgsign/option_values.h"
-#include "pkgsign/status.h"
 #include "pkgsign/token_options.h"
+#include "tests/forge/status.h"
 
 namespace
 {
@@ -27,17 +27,17 @@ struct SignOptions {
     std::string in;
     std::string out;
     PkgsignFormat format = PkgsignFormat::Der;
-    PkgsignDigest digest = PkgsignDigest::Sha256;
+    forge::Digest digest = forge::Digest::Sha256;
     int64_t genTime = 0;
     bool timestamp = true;
     bool signedAttributes = true;
 };
 
-PkgsignStatus ReadOptions(const PkgsignArguments &arguments, SignOptions *options)
+forge::Status ReadOptions(const PkgsignArguments &arguments, SignOptions *options)
 {
     options->timestamp = !PkgsignHasOption(arguments, "no-timestamp");
     options->signedAttributes = !PkgsignHasOption(arguments, "no-signed-attributes");
-    PkgsignStatus status = PkgsignReadRequiredOption(arguments, "in", &options->in);
+    forge::Status status = PkgsignReadRequiredOption(arguments, "in", &options->in);
     if (status.ok) {
         status = PkgsignReadRequiredOption(arguments, "out", &options->out);
     }
@@ -51,12 +51,12 @@ PkgsignStatus ReadOptions(const PkgsignArguments &arguments, SignOptions *option
         status = PkgsignReadTimeOption(arguments, "gen-time", PkgsignNow(), &options->genTime);
     }
     if (status.ok && !options->timestamp && PkgsignHasOption(arguments, "gen-time")) {
-        return PkgsignFail("options '--gen-time' and '--no-timestamp' exclude each other");
+        return forge::Fail("options '--gen-time' and '--no-timestamp' exclude each other");
     }
     return status;
 }
 
-PkgsignStatus DescribeMessage(const PkgsignPki &pki, const SignOptions &options, PkgsignMessageRequest *requestOut)
+forge::Status DescribeMessage(const forge::Pki &pki, const SignOptions &options, forge::MessageRequest *requestOut)
 {
     requestOut->contentFile = options.in;
     requestOut->signerCertificate = pki.signer.certificate;
@@ -65,23 +65,23 @@ PkgsignStatus DescribeMessage(const PkgsignPki &pki, const SignOptions &options,
     requestOut->digest = options.digest;
     requestOut->signedAttributes = options.signedAttributes;
     if (!options.timestamp) {
-        return PkgsignOk();
+        return forge::Ok();
     }
-    requestOut->timestamp = PkgsignTimestamp::Request;
+    requestOut->timestamp = forge::Timestamp::Request;
     return PkgsignDescribeToken(pki, options.genTime, options.digest, &requestOut->tokenRequest);
 }
 
-PkgsignStatus SignFile(const std::string &directory, const SignOptions &options)
+forge::Status SignFile(const std::string &directory, const SignOptions &options)
 {
-    PkgsignPki pki;
-    PkgsignMessageRequest request;
-    PkgsignBytes message;
-    PkgsignStatus status = PkgsignReadPki(directory, &pki);
+    forge::Pki pki;
+    forge::MessageRequest request;
+    forge::Bytes message;
+    forge::Status status = forge::ReadPki(directory, &pki);
     if (status.ok) {
         status = DescribeMessage(pki, options, &request);
     }
     if (status.ok) {
-        status = PkgsignSignDetached(request, &message);
+        status = forge::SignDetached(request, &message);
     }
     return status.ok ? PkgsignWriteMessage(options.out, options.format, message) : status;
 }
@@ -89,7 +89,7 @@ PkgsignStatus SignFile(const std::string &directory, const SignOptions &options)
 PkgsignOutcome Run(const PkgsignArguments &arguments)
 {
     SignOptions options;
-    const PkgsignStatus status = ReadOptions(arguments, &options);
+    const forge::Status status = ReadOptions(arguments, &options);
     return status.ok ? PkgsignFinish(SignFile(arguments.operands[0], options)) : PkgsignRefuse(status);
 }
 

@@ -1,8 +1,8 @@
 // The commands that deal with timestamp tokens apart from signing.
 #include "pkgsign/commands.h"
 #include "pkgsign/option_values.h"
-#include "pkgsign/status.h"
 #include "pkgsign/token_options.h"
+#include "tests/forge/status.h"
 
 namespace
 {
@@ -61,14 +61,14 @@ struct TokenOptions {
     std::string token;
     std::string out;
     PkgsignFormat format = PkgsignFormat::Der;
-    PkgsignDigest digest = PkgsignDigest::Sha256;
+    forge::Digest digest = forge::Digest::Sha256;
     int64_t genTime = 0;
 };
 
 // input: the name of the option that names the input.
-PkgsignStatus ReadOptions(const PkgsignArguments &arguments, const char *input, TokenOptions *options)
+forge::Status ReadOptions(const PkgsignArguments &arguments, const char *input, TokenOptions *options)
 {
-    PkgsignStatus status = PkgsignReadRequiredOption(arguments, input, &options->in);
+    forge::Status status = PkgsignReadRequiredOption(arguments, input, &options->in);
     if (status.ok) {
         status = PkgsignReadRequiredOption(arguments, "out", &options->out);
     }
@@ -84,79 +84,79 @@ PkgsignStatus ReadOptions(const PkgsignArguments &arguments, const char *input, 
     return status;
 }
 
-PkgsignStatus MakeToken(const std::string &directory, const TokenOptions &options, const PkgsignBytes &signature,
-                        PkgsignBytes *tokenOut)
+forge::Status MakeToken(const std::string &directory, const TokenOptions &options, const forge::Bytes &signature,
+                        forge::Bytes *tokenOut)
 {
-    PkgsignPki pki;
-    PkgsignTokenRequest request;
-    PkgsignStatus status = PkgsignReadPki(directory, &pki);
+    forge::Pki pki;
+    forge::TokenRequest request;
+    forge::Status status = forge::ReadPki(directory, &pki);
     if (status.ok) {
         status = PkgsignDescribeToken(pki, options.genTime, options.digest, &request);
     }
-    return status.ok ? PkgsignMakeToken(request, signature, tokenOut) : status;
+    return status.ok ? forge::MakeToken(request, signature, tokenOut) : status;
 }
 
-PkgsignStatus EmbedAndWrite(const TokenOptions &options, const PkgsignBytes &message, const PkgsignBytes &token)
+forge::Status EmbedAndWrite(const TokenOptions &options, const forge::Bytes &message, const forge::Bytes &token)
 {
-    PkgsignBytes stamped;
-    const PkgsignStatus status = PkgsignEmbedToken(message, token, &stamped);
+    forge::Bytes stamped;
+    const forge::Status status = forge::EmbedToken(message, token, &stamped);
     return status.ok ? PkgsignWriteMessage(options.out, options.format, stamped) : status;
 }
 
 // Reads a message and the signature value in it.
-PkgsignStatus ReadMessage(const std::string &path, PkgsignBytes *messageOut, PkgsignBytes *signatureOut)
+forge::Status ReadMessage(const std::string &path, forge::Bytes *messageOut, forge::Bytes *signatureOut)
 {
-    PkgsignStatus status = PkgsignReadInput(path, messageOut);
+    forge::Status status = PkgsignReadInput(path, messageOut);
     if (status.ok) {
-        status = PkgsignGetSignatureValue(*messageOut, signatureOut);
+        status = forge::GetSignatureValue(*messageOut, signatureOut);
         status.reason = status.ok ? "" : "'" + path + "': " + status.reason;
     }
     return status;
 }
 
-PkgsignStatus TimestampMessage(const std::string &directory, const TokenOptions &options)
+forge::Status TimestampMessage(const std::string &directory, const TokenOptions &options)
 {
-    PkgsignBytes message;
-    PkgsignBytes signature;
-    PkgsignBytes token;
-    PkgsignStatus status = ReadMessage(options.in, &message, &signature);
+    forge::Bytes message;
+    forge::Bytes signature;
+    forge::Bytes token;
+    forge::Status status = ReadMessage(options.in, &message, &signature);
     if (status.ok) {
         status = MakeToken(directory, options, signature, &token);
     }
     return status.ok ? EmbedAndWrite(options, message, token) : status;
 }
 
-PkgsignStatus WriteToken(const std::string &directory, const TokenOptions &options)
+forge::Status WriteToken(const std::string &directory, const TokenOptions &options)
 {
-    PkgsignBytes signature;
-    PkgsignBytes token;
-    PkgsignStatus status = PkgsignReadFile(options.in, &signature);
+    forge::Bytes signature;
+    forge::Bytes token;
+    forge::Status status = forge::ReadFile(options.in, &signature);
     if (status.ok) {
         status = MakeToken(directory, options, signature, &token);
     }
     return status.ok ? PkgsignWriteOutput(options.out, token) : status;
 }
 
-PkgsignStatus WriteSignatureValue(const TokenOptions &options)
+forge::Status WriteSignatureValue(const TokenOptions &options)
 {
-    PkgsignBytes message;
-    PkgsignBytes signature;
-    const PkgsignStatus status = ReadMessage(options.in, &message, &signature);
+    forge::Bytes message;
+    forge::Bytes signature;
+    const forge::Status status = ReadMessage(options.in, &message, &signature);
     return status.ok ? PkgsignWriteOutput(options.out, signature) : status;
 }
 
-PkgsignStatus EmbedFromFile(const TokenOptions &options)
+forge::Status EmbedFromFile(const TokenOptions &options)
 {
-    PkgsignBytes message;
-    PkgsignBytes signature;
-    PkgsignBytes encoding;
-    PkgsignBytes token;
-    PkgsignStatus status = ReadMessage(options.in, &message, &signature);
+    forge::Bytes message;
+    forge::Bytes signature;
+    forge::Bytes encoding;
+    forge::Bytes token;
+    forge::Status status = ReadMessage(options.in, &message, &signature);
     if (status.ok) {
         status = PkgsignReadInput(options.token, &encoding);
     }
     if (status.ok) {
-        status = PkgsignGetToken(encoding, &token);
+        status = forge::GetToken(encoding, &token);
         status.reason = status.ok ? "" : "'" + options.token + "': " + status.reason;
     }
     return status.ok ? EmbedAndWrite(options, message, token) : status;
@@ -165,28 +165,28 @@ PkgsignStatus EmbedFromFile(const TokenOptions &options)
 PkgsignOutcome RunTimestamp(const PkgsignArguments &arguments)
 {
     TokenOptions options;
-    const PkgsignStatus status = ReadOptions(arguments, "in", &options);
+    const forge::Status status = ReadOptions(arguments, "in", &options);
     return status.ok ? PkgsignFinish(TimestampMessage(arguments.operands[0], options)) : PkgsignRefuse(status);
 }
 
 PkgsignOutcome RunToken(const PkgsignArguments &arguments)
 {
     TokenOptions options;
-    const PkgsignStatus status = ReadOptions(arguments, "signature", &options);
+    const forge::Status status = ReadOptions(arguments, "signature", &options);
     return status.ok ? PkgsignFinish(WriteToken(arguments.operands[0], options)) : PkgsignRefuse(status);
 }
 
 PkgsignOutcome RunSignature(const PkgsignArguments &arguments)
 {
     TokenOptions options;
-    const PkgsignStatus status = ReadOptions(arguments, "in", &options);
+    const forge::Status status = ReadOptions(arguments, "in", &options);
     return status.ok ? PkgsignFinish(WriteSignatureValue(options)) : PkgsignRefuse(status);
 }
 
 PkgsignOutcome RunEmbedToken(const PkgsignArguments &arguments)
 {
     TokenOptions options;
-    PkgsignStatus status = ReadOptions(arguments, "in", &options);
+    forge::Status status = ReadOptions(arguments, "in", &options);
     if (status.ok) {
         status = PkgsignReadRequiredOption(arguments, "token", &options.token);
     }

@@ -37,13 +37,13 @@ PkgsignCommand PkgsignSignatureCommand();
 PkgsignCommand PkgsignEmbedTokenCommand();
 
 // The outcome of work whose options were right.
-inline PkgsignOutcome PkgsignFinish(const PkgsignStatus &status)
+inline PkgsignOutcome PkgsignFinish(const forge::Status &status)
 {
     return {status.ok ? PkgsignEnd::Done : PkgsignEnd::Failed, status.reason};
 }
 
 // The outcome of options that were wrong.
-inline PkgsignOutcome PkgsignRefuse(const PkgsignStatus &status)
+inline PkgsignOutcome PkgsignRefuse(const forge::Status &status)
 {
     return {PkgsignEnd::Misuse, status.reason};
 }

@@ -9,33 +9,33 @@
 enum class PkgsignFormat { Der, Cms, Pkcs7 };
 
 // --name TIME. Absent: `fallback`.
-PkgsignStatus PkgsignReadTimeOption(const PkgsignArguments &arguments, const std::string &name, int64_t fallback,
+forge::Status PkgsignReadTimeOption(const PkgsignArguments &arguments, const std::string &name, int64_t fallback,
                                     int64_t *secondsOut);
 
 // --digest sha256|sha384|sha512. Absent: SHA-256.
-PkgsignStatus PkgsignReadDigestOption(const PkgsignArguments &arguments, PkgsignDigest *digestOut);
+forge::Status PkgsignReadDigestOption(const PkgsignArguments &arguments, forge::Digest *digestOut);
 
 // --format der|cms|pkcs7. Absent: DER.
-PkgsignStatus PkgsignReadFormatOption(const PkgsignArguments &arguments, PkgsignFormat *formatOut);
+forge::Status PkgsignReadFormatOption(const PkgsignArguments &arguments, PkgsignFormat *formatOut);
 
 // --name NUMBER, in decimal digits, from `least` to `most`. Absent: `fallback`.
-PkgsignStatus PkgsignReadNumberOption(const PkgsignArguments &arguments, const std::string &name, int64_t least,
+forge::Status PkgsignReadNumberOption(const PkgsignArguments &arguments, const std::string &name, int64_t least,
                                       int64_t most, int64_t fallback, int64_t *numberOut);
 
 // --name TEXT, which must be there and not be empty.
-PkgsignStatus PkgsignReadRequiredOption(const PkgsignArguments &arguments, const std::string &name,
+forge::Status PkgsignReadRequiredOption(const PkgsignArguments &arguments, const std::string &name,
                                         std::string *valueOut);
 
 // Seconds since 1970 of the present instant.
 int64_t PkgsignNow();
 
 // Writes to a file, or to standard output when the path is "-".
-PkgsignStatus PkgsignWriteOutput(const std::string &path, const PkgsignBytes &data);
+forge::Status PkgsignWriteOutput(const std::string &path, const forge::Bytes &data);
 
 // Writes a CMS message in the format asked for.
-PkgsignStatus PkgsignWriteMessage(const std::string &path, PkgsignFormat format, const PkgsignBytes &message);
+forge::Status PkgsignWriteMessage(const std::string &path, PkgsignFormat format, const forge::Bytes &message);
 
 // Reads a file that holds DER, or PEM of whatever label, and yields the DER.
-PkgsignStatus PkgsignReadInput(const std::string &path, PkgsignBytes *derOut);
+forge::Status PkgsignReadInput(const std::string &path, forge::Bytes *derOut);
 
 #endif

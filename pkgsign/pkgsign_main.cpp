@@ -1,6 +1,6 @@
 // pkgsign: the command line over the release side's library.
 #include "pkgsign/commands.h"
-#include "pkgsign/status.h"
+#include "tests/forge/status.h"
 
 #include <cstdio>
 
@@ -52,7 +52,7 @@ int RunCommand(const PkgsignCommand &command, const std::vector<std::string> &wo
     std::vector<PkgsignOption> options = command.options;
     options.push_back({"help"});
     PkgsignArguments arguments;
-    const PkgsignStatus status = PkgsignParseArguments(words, options, &arguments);
+    const forge::Status status = PkgsignParseArguments(words, options, &arguments);
     if (!status.ok) {
         return Misuse(command.name, status.reason);
     }

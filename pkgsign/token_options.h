@@ -5,8 +5,8 @@
 #include "pkgsign/option_values.h"
 
 // A token request with a fresh serial number. digest: of the imprint and of the token's own signature.
-inline PkgsignStatus PkgsignDescribeToken(const PkgsignPki &pki, int64_t genTime, PkgsignDigest digest,
-                                          PkgsignTokenRequest *requestOut)
+inline forge::Status PkgsignDescribeToken(const forge::Pki &pki, int64_t genTime, forge::Digest digest,
+                                          forge::TokenRequest *requestOut)
 {
     requestOut->genTime = genTime;
     requestOut->imprintDigest = digest;
@@ -14,7 +14,7 @@ inline PkgsignStatus PkgsignDescribeToken(const PkgsignPki &pki, int64_t genTime
     requestOut->tsaCertificate = pki.timestamp.certificate;
     requestOut->tsaKey = pki.timestamp.key;
     requestOut->certificates = {pki.timestamp.certificate, pki.issuingCa.certificate};
-    return PkgsignMakeSerialNumber(16, &requestOut->serialNumber);
+    return forge::MakeSerialNumber(16, &requestOut->serialNumber);
 }
 
 #endif

@@ -3,18 +3,18 @@
 #include "fuzz/support/resign.h"
 #include "fuzz/support/tlv.h"
 
-PkgsignBytes FuzzArmour(const char *label, const PkgsignBytes &der, bool carriageReturn)
+forge::Bytes FuzzArmour(const char *label, const forge::Bytes &der, bool carriageReturn)
 {
-    const std::string text = PkgsignArmour(label, der, carriageReturn ? PkgsignLineEnd::CrLf : PkgsignLineEnd::Lf);
-    return PkgsignBytes(text.begin(), text.end());
+    const std::string text = forge::Armour(label, der, carriageReturn ? forge::LineEnd::CrLf : forge::LineEnd::Lf);
+    return forge::Bytes(text.begin(), text.end());
 }
 
-PkgsignBytes FuzzArmourObjects(const PkgsignBytes &objects, bool carriageReturn)
+forge::Bytes FuzzArmourObjects(const forge::Bytes &objects, bool carriageReturn)
 {
-    PkgsignBytes text;
+    forge::Bytes text;
     for (const TlvNode &object : TlvParse(objects)) {
-        const char *const label = FuzzIsCertificate(object) ? PKGSIGN_LABEL_CERTIFICATE : PKGSIGN_LABEL_CRL;
-        const PkgsignBytes block = FuzzArmour(label, TlvEncode(object), carriageReturn);
+        const char *const label = FuzzIsCertificate(object) ? forge::LABEL_CERTIFICATE : forge::LABEL_CRL;
+        const forge::Bytes block = FuzzArmour(label, TlvEncode(object), carriageReturn);
         text.insert(text.end(), block.begin(), block.end());
     }
     return text;

@@ -2,12 +2,12 @@
 #ifndef FUZZ_ARMOUR_H
 #define FUZZ_ARMOUR_H
 
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 
 // One block.
-PkgsignBytes FuzzArmour(const char *label, const PkgsignBytes &der, bool carriageReturn);
+forge::Bytes FuzzArmour(const char *label, const forge::Bytes &der, bool carriageReturn);
 
 // One block for each object: CERTIFICATE for what has the shape of a certificate, X509 CRL for anything else.
-PkgsignBytes FuzzArmourObjects(const PkgsignBytes &objects, bool carriageReturn);
+forge::Bytes FuzzArmourObjects(const forge::Bytes &objects, bool carriageReturn);
 
 #endif

@@ -14,7 +14,7 @@ FuzzContainer FuzzUnpack(const uint8_t *data, size_t size)
     FuzzContainer container;
     size_t at = std::min(size, FUZZ_FLAG_OCTETS);
     std::copy(data, data + at, container.flags.begin());
-    for (PkgsignBytes &part : container.parts) {
+    for (forge::Bytes &part : container.parts) {
         if (size - at < LENGTH_OCTETS) {
             break;
         }
@@ -30,10 +30,10 @@ FuzzContainer FuzzUnpack(const uint8_t *data, size_t size)
     return container;
 }
 
-PkgsignBytes FuzzPack(const FuzzContainer &container)
+forge::Bytes FuzzPack(const FuzzContainer &container)
 {
-    PkgsignBytes octets(container.flags.begin(), container.flags.end());
-    for (const PkgsignBytes &part : container.parts) {
+    forge::Bytes octets(container.flags.begin(), container.flags.end());
+    for (const forge::Bytes &part : container.parts) {
         for (size_t shift = 8 * LENGTH_OCTETS; shift != 0; shift -= 8) {
             octets.push_back(static_cast<uint8_t>(part.size() >> (shift - 8)));
         }

@@ -9,14 +9,14 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 
 inline constexpr size_t FUZZ_FLAG_OCTETS = 4;
 inline constexpr size_t FUZZ_PARTS = 3;
 
 struct FuzzContainer {
     std::array<uint8_t, FUZZ_FLAG_OCTETS> flags = {};
-    std::array<PkgsignBytes, FUZZ_PARTS> parts;
+    std::array<forge::Bytes, FUZZ_PARTS> parts;
 };
 
 // Bits of flags[0] of the detached signature's target.
@@ -38,7 +38,7 @@ inline constexpr size_t FUZZ_PART_CONTENT = 2;
 FuzzContainer FuzzUnpack(const uint8_t *data, size_t size);
 
 // Puts an input together.
-PkgsignBytes FuzzPack(const FuzzContainer &container);
+forge::Bytes FuzzPack(const FuzzContainer &container);
 
 // The allocation that fails, from flags[1] and flags[2]; 0: none.
 uint64_t FuzzFailAt(const FuzzContainer &container);

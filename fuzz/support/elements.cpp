@@ -49,19 +49,19 @@ bool ElementChildren(const Element &element, std::vector<Element> *out)
     return true;
 }
 
-PkgsignBytes ElementContent(const Element &element)
+forge::Bytes ElementContent(const Element &element)
 {
-    return PkgsignBytes(element.content, element.content + element.length);
+    return forge::Bytes(element.content, element.content + element.length);
 }
 
-PkgsignBytes ElementEncoding(const Element &element)
+forge::Bytes ElementEncoding(const Element &element)
 {
-    return PkgsignBytes(element.begin, element.content + element.length);
+    return forge::Bytes(element.begin, element.content + element.length);
 }
 
-PkgsignBytes ElementValue(const Element &element)
+forge::Bytes ElementValue(const Element &element)
 {
-    PkgsignBytes content = ElementContent(element);
+    forge::Bytes content = ElementContent(element);
     if ((element.identifier & TAG_NUMBER) == INTEGER && !content.empty() && content.front() == 0) {
         content.erase(content.begin());
     }

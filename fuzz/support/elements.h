@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 
 struct Element {
     uint8_t identifier = 0;
@@ -21,10 +21,10 @@ bool ElementRead(const uint8_t *data, size_t size, Element *out);
 // Reads the elements that make up the whole content of another one. Tells whether they do.
 bool ElementChildren(const Element &element, std::vector<Element> *out);
 
-PkgsignBytes ElementContent(const Element &element);
-PkgsignBytes ElementEncoding(const Element &element);
+forge::Bytes ElementContent(const Element &element);
+forge::Bytes ElementEncoding(const Element &element);
 
 // Returns the content, without the sign octet when the tag is an INTEGER's.
-PkgsignBytes ElementValue(const Element &element);
+forge::Bytes ElementValue(const Element &element);
 
 #endif

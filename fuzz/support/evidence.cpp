@@ -12,7 +12,7 @@
 #include "fuzz/support/host.h"
 #include "fuzz/support/keys.h"
 #include "fuzz/support/times.h"
-#include "pkgsign/digest.h"
+#include "tests/forge/digest.h"
 
 namespace
 {
@@ -22,9 +22,9 @@ constexpr uint8_t BIT_STRING = 0x03;
 constexpr uint8_t SEQUENCE = 0x30;
 constexpr uint8_t CONTEXT_0 = 0xA0;
 
-const PkgsignBytes SHA2 = {0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02};
-const PkgsignBytes PKCS1 = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01};
-constexpr PkgsignDigest DIGESTS[] = {PkgsignDigest::Sha256, PkgsignDigest::Sha384, PkgsignDigest::Sha512};
+const forge::Bytes SHA2 = {0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02};
+const forge::Bytes PKCS1 = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01};
+constexpr forge::Digest DIGESTS[] = {forge::Digest::Sha256, forge::Digest::Sha384, forge::Digest::Sha512};
 
 // INTEGERs of an RSAPublicKey inside a SubjectPublicKeyInfo.
 bool ReadKey(const Element &info, EvidenceKey *key)
@@ -42,7 +42,7 @@ bool ReadKey(const Element &info, EvidenceKey *key)
 }
 
 // SEQUENCE { toBeSigned SEQUENCE, AlgorithmIdentifier, BIT STRING }
-bool ReadSigned(const Element &element, std::vector<Element> *members, PkgsignBytes *signature)
+bool ReadSigned(const Element &element, std::vector<Element> *members, forge::Bytes *signature)
 {
     if (element.identifier != SEQUENCE || !ElementChildren(element, members) || members->size() != 3 ||
         (*members)[0].identifier != SEQUENCE || (*members)[1].identifier != SEQUENCE ||
@@ -139,7 +139,7 @@ Element TimeElement(const ASN1_TIME *time)
 
 } // namespace
 
-void EvidenceCollect(const PkgsignBytes &octets, Evidence *evidence)
+void EvidenceCollect(const forge::Bytes &octets, Evidence *evidence)
 {
     for (size_t at = 0; at < octets.size(); ++at) {
         Element element;
@@ -156,7 +156,7 @@ void EvidenceCollect(const PkgsignBytes &octets, Evidence *evidence)
     }
 }
 
-void EvidenceTrust(const PkgsignBytes &anchor, Evidence *evidence)
+void EvidenceTrust(const forge::Bytes &anchor, Evidence *evidence)
 {
     EvidenceCertificate root;
     Element element;
@@ -193,8 +193,8 @@ bool EvidenceIsClearlyOutOfDate(const EvidenceCertificate &certificate, const El
 
 // RSASSA-PKCS1-v1_5 (RFC 8017, 8.2.2) by its definition: the number to the power of the exponent is the padded digest.
 // A signature is a number, so leading zeros do not count.
-bool EvidenceVerifies(const EvidenceKey &key, PkgsignDigest digest, const PkgsignBytes &data,
-                      const PkgsignBytes &signature)
+bool EvidenceVerifies(const EvidenceKey &key, forge::Digest digest, const forge::Bytes &data,
+                      const forge::Bytes &signature)
 {
     RSA *const rsa = RSA_new();
     BIGNUM *const n = BN_bin2bn(key.modulus.data(), static_cast<int>(key.modulus.size()), nullptr);
@@ -202,34 +202,34 @@ bool EvidenceVerifies(const EvidenceKey &key, PkgsignDigest digest, const Pkgsig
     const size_t size = static_cast<size_t>(BN_num_bytes(n));
     (void)RSA_set0_key(rsa, n, e, nullptr);
     const auto first = std::find_if(signature.begin(), signature.end(), [](uint8_t octet) { return octet != 0; });
-    PkgsignBytes number(first, signature.end());
+    forge::Bytes number(first, signature.end());
     bool verified = false;
     if (number.size() <= size) {
         number.insert(number.begin(), size - number.size(), 0);
-        const PkgsignBytes hash = FuzzHash(digest, data);
-        verified = RSA_verify(EVP_MD_type(PkgsignDigestMethod(digest)), hash.data(), static_cast<unsigned>(hash.size()),
+        const forge::Bytes hash = FuzzHash(digest, data);
+        verified = RSA_verify(EVP_MD_type(forge::DigestMethod(digest)), hash.data(), static_cast<unsigned>(hash.size()),
                               number.data(), static_cast<unsigned>(size), rsa) == 1;
     }
     RSA_free(rsa);
     return verified;
 }
 
-bool EvidenceVerifiesByAny(const EvidenceKey &key, const PkgsignBytes &data, const PkgsignBytes &signature)
+bool EvidenceVerifiesByAny(const EvidenceKey &key, const forge::Bytes &data, const forge::Bytes &signature)
 {
     return std::any_of(std::begin(DIGESTS), std::end(DIGESTS),
-                       [&](PkgsignDigest digest) { return EvidenceVerifies(key, digest, data, signature); });
+                       [&](forge::Digest digest) { return EvidenceVerifies(key, digest, data, signature); });
 }
 
-bool EvidenceReadDigest(const Element &algorithm, PkgsignDigest *out)
+bool EvidenceReadDigest(const Element &algorithm, forge::Digest *out)
 {
     std::vector<Element> members;
     if (!ElementChildren(algorithm, &members) || members.empty()) {
         return false;
     }
-    const PkgsignBytes identifier = ElementValue(members.front());
+    const forge::Bytes identifier = ElementValue(members.front());
     for (int i = 0; i < 3; ++i) {
-        PkgsignBytes plain = SHA2;
-        PkgsignBytes withRsa = PKCS1;
+        forge::Bytes plain = SHA2;
+        forge::Bytes withRsa = PKCS1;
         plain.push_back(static_cast<uint8_t>(1 + i));
         withRsa.push_back(static_cast<uint8_t>(11 + i));
         if (identifier == plain || identifier == withRsa) {

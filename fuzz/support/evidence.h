@@ -6,18 +6,18 @@
 #include <vector>
 
 #include "fuzz/support/elements.h"
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 
 struct EvidenceKey {
-    PkgsignBytes modulus;
-    PkgsignBytes exponent;
+    forge::Bytes modulus;
+    forge::Bytes exponent;
 };
 
 // Elements point into the octets in which they were found.
 struct EvidenceCertificate {
-    PkgsignBytes encoded;
-    PkgsignBytes toBeSigned;
-    PkgsignBytes signature;
+    forge::Bytes encoded;
+    forge::Bytes toBeSigned;
+    forge::Bytes signature;
     Element serial;
     Element issuer;
     EvidenceKey key;
@@ -25,8 +25,8 @@ struct EvidenceCertificate {
 };
 
 struct EvidenceCrl {
-    PkgsignBytes toBeSigned;
-    PkgsignBytes signature;
+    forge::Bytes toBeSigned;
+    forge::Bytes signature;
     Element issuer;
     Element nextUpdate;
     std::vector<Element> revoked; // entries
@@ -39,21 +39,21 @@ struct Evidence {
 };
 
 // Adds every certificate and CRL that begins at some offset of `octets`, which must outlive the evidence.
-void EvidenceCollect(const PkgsignBytes &octets, Evidence *evidence);
+void EvidenceCollect(const forge::Bytes &octets, Evidence *evidence);
 
 // Adds the trust anchor, which must outlive the evidence too, and marks what is signed by its key, over certificates of
 // CAs, as trusted.
-void EvidenceTrust(const PkgsignBytes &anchor, Evidence *evidence);
+void EvidenceTrust(const forge::Bytes &anchor, Evidence *evidence);
 
 // Tells whether a certificate is clearly out of date at a time.
 bool EvidenceIsClearlyOutOfDate(const EvidenceCertificate &certificate, const Element &time);
 
 // Tells whether a signature over `data` holds under a key, with one digest or with any.
-bool EvidenceVerifies(const EvidenceKey &key, PkgsignDigest digest, const PkgsignBytes &data,
-                      const PkgsignBytes &signature);
-bool EvidenceVerifiesByAny(const EvidenceKey &key, const PkgsignBytes &data, const PkgsignBytes &signature);
+bool EvidenceVerifies(const EvidenceKey &key, forge::Digest digest, const forge::Bytes &data,
+                      const forge::Bytes &signature);
+bool EvidenceVerifiesByAny(const EvidenceKey &key, const forge::Bytes &data, const forge::Bytes &signature);
 
 // Reads the digest that an AlgorithmIdentifier names, alone or with RSA.
-bool EvidenceReadDigest(const Element &algorithm, PkgsignDigest *out);
+bool EvidenceReadDigest(const Element &algorithm, forge::Digest *out);
 
 #endif

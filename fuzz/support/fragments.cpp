@@ -4,8 +4,8 @@
 #include <string>
 
 #include "fuzz/support/pki.h"
-#include "pkgsign/der.h"
-#include "pkgsign/extensions.h"
+#include "tests/forge/der.h"
+#include "tests/forge/extensions.h"
 
 namespace
 {
@@ -30,7 +30,7 @@ const char *const TIMES[] = {"200101000000Z",
                              "xx0101000000Z",
                              "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"};
 
-const PkgsignBytes SERIALS[] = {{FUZZ_SERIAL_CA_A},
+const forge::Bytes SERIALS[] = {{FUZZ_SERIAL_CA_A},
                                 {FUZZ_SERIAL_CA_B},
                                 {FUZZ_SERIAL_SIGNER},
                                 {FUZZ_SERIAL_TSA},
@@ -41,8 +41,8 @@ const PkgsignBytes SERIALS[] = {{FUZZ_SERIAL_CA_A},
                                 {FUZZ_SERIAL_SIGNER, 0x00},
                                 {0x80},
                                 {},
-                                PkgsignBytes(32, 0x7F),
-                                PkgsignBytes(33, 0x7F)};
+                                forge::Bytes(32, 0x7F),
+                                forge::Bytes(33, 0x7F)};
 
 const char *const ALGORITHMS[] = {"2.16.840.1.101.3.4.2.1", "2.16.840.1.101.3.4.2.2", "2.16.840.1.101.3.4.2.3",
                                   "1.2.840.113549.1.1.11",  "1.2.840.113549.1.1.12",  "1.2.840.113549.1.1.13",
@@ -75,39 +75,39 @@ const T &Pick(const T (&choices)[Size], FuzzRandom *random)
     return choices[FuzzBelow(random, Size)];
 }
 
-PkgsignBytes Purposes(FuzzRandom *random)
+forge::Bytes Purposes(FuzzRandom *random)
 {
-    const PkgsignBytes codeSigning = PkgsignDerKnownIdentifier(PKGSIGN_PURPOSE_CODE_SIGNING);
-    const PkgsignBytes timeStamping = PkgsignDerKnownIdentifier(PKGSIGN_PURPOSE_TIME_STAMPING);
+    const forge::Bytes codeSigning = forge::DerKnownIdentifier(forge::PURPOSE_CODE_SIGNING);
+    const forge::Bytes timeStamping = forge::DerKnownIdentifier(forge::PURPOSE_TIME_STAMPING);
     switch (FuzzBelow(random, 5)) {
     case 0:
-        return PkgsignDerSequence({codeSigning});
+        return forge::DerSequence({codeSigning});
     case 1:
-        return PkgsignDerSequence({timeStamping});
+        return forge::DerSequence({timeStamping});
     case 2:
-        return PkgsignDerSequence({codeSigning, timeStamping});
+        return forge::DerSequence({codeSigning, timeStamping});
     case 3:
-        return PkgsignDerSequence({timeStamping, codeSigning});
+        return forge::DerSequence({timeStamping, codeSigning});
     default:
-        return PkgsignDerSequence({});
+        return forge::DerSequence({});
     }
 }
 
-PkgsignBytes DistributionPoint(FuzzRandom *random)
+forge::Bytes DistributionPoint(FuzzRandom *random)
 {
-    std::vector<PkgsignBytes> members;
+    std::vector<forge::Bytes> members;
     for (const uint8_t tag :
          {uint8_t{0xA0}, uint8_t{0x81}, uint8_t{0x82}, uint8_t{0x83}, uint8_t{0x84}, uint8_t{0x85}}) {
         if (FuzzChance(random, tag == 0x84 ? 70 : 15)) {
-            members.push_back(PkgsignDerElement(tag, {static_cast<uint8_t>(FuzzChance(random, 80) ? 0xFF : 0x00)}));
+            members.push_back(forge::DerElement(tag, {static_cast<uint8_t>(FuzzChance(random, 80) ? 0xFF : 0x00)}));
         }
     }
-    return PkgsignDerSequence(members);
+    return forge::DerSequence(members);
 }
 
-PkgsignBytes ReasonExtension(uint8_t reason)
+forge::Bytes ReasonExtension(uint8_t reason)
 {
-    return PkgsignEncodeExtension("2.5.29.21", false, PkgsignDerElement(DER_ENUMERATED, {reason}));
+    return forge::EncodeExtension("2.5.29.21", false, forge::DerElement(DER_ENUMERATED, {reason}));
 }
 
 } // namespace
@@ -132,7 +132,7 @@ TlvNode FuzzFragment(FuzzRandom *random)
     case 7:
         return FuzzOddKey(random);
     case 8:
-        return TlvParseOne(PkgsignDerKnownIdentifier(Pick(IDENTIFIERS, random)));
+        return TlvParseOne(forge::DerKnownIdentifier(Pick(IDENTIFIERS, random)));
     default:
         return TlvLeaf(DER_BOOLEAN, {static_cast<uint8_t>(FuzzChance(random, 70) ? 0xFF : 0x01)});
     }
@@ -143,7 +143,7 @@ TlvNode FuzzTime(FuzzRandom *random)
     const std::string text = Pick(TIMES, random);
     const bool isShort = text.size() < 14;
     const uint8_t tag = isShort != FuzzChance(random, 3) ? DER_UTC_TIME : DER_GENERALIZED_TIME;
-    return TlvLeaf(tag, PkgsignBytes(text.begin(), text.end()));
+    return TlvLeaf(tag, forge::Bytes(text.begin(), text.end()));
 }
 
 TlvNode FuzzSerial(FuzzRandom *random)
@@ -153,27 +153,27 @@ TlvNode FuzzSerial(FuzzRandom *random)
 
 TlvNode FuzzOddKey(FuzzRandom *random)
 {
-    static const PkgsignBytes NUMBERS[] = {{},
+    static const forge::Bytes NUMBERS[] = {{},
                                            {0x00},
                                            {0x01},
                                            {0x02},
                                            {0x01, 0x00, 0x01},
                                            {0xFF, 0xFF, 0xFF, 0xFF},
-                                           PkgsignBytes(128, 0xFE),
-                                           PkgsignBytes(128, 0x7F),
-                                           PkgsignBytes(512, 0x7F),
-                                           PkgsignBytes(513, 0x7F)};
-    const PkgsignBytes key = PkgsignDerSequence(
-        {PkgsignDerElement(DER_INTEGER, Pick(NUMBERS, random)), PkgsignDerElement(DER_INTEGER, Pick(NUMBERS, random))});
-    const PkgsignBytes algorithm =
-        PkgsignDerSequence({PkgsignDerKnownIdentifier("1.2.840.113549.1.1.1"), PkgsignDerNull()});
-    return TlvParseOne(PkgsignDerSequence({algorithm, PkgsignDerBitString(key)}));
+                                           forge::Bytes(128, 0xFE),
+                                           forge::Bytes(128, 0x7F),
+                                           forge::Bytes(512, 0x7F),
+                                           forge::Bytes(513, 0x7F)};
+    const forge::Bytes key = forge::DerSequence(
+        {forge::DerElement(DER_INTEGER, Pick(NUMBERS, random)), forge::DerElement(DER_INTEGER, Pick(NUMBERS, random))});
+    const forge::Bytes algorithm =
+        forge::DerSequence({forge::DerKnownIdentifier("1.2.840.113549.1.1.1"), forge::DerNull()});
+    return TlvParseOne(forge::DerSequence({algorithm, forge::DerBitString(key)}));
 }
 
 TlvNode FuzzAlgorithm(FuzzRandom *random)
 {
-    const PkgsignBytes identifier = PkgsignDerKnownIdentifier(Pick(ALGORITHMS, random));
-    return TlvParseOne(PkgsignDerSequence({identifier, FuzzChance(random, 50) ? PkgsignDerNull() : PkgsignBytes()}));
+    const forge::Bytes identifier = forge::DerKnownIdentifier(Pick(ALGORITHMS, random));
+    return TlvParseOne(forge::DerSequence({identifier, FuzzChance(random, 50) ? forge::DerNull() : forge::Bytes()}));
 }
 
 TlvNode FuzzExtension(FuzzRandom *random)
@@ -182,16 +182,16 @@ TlvNode FuzzExtension(FuzzRandom *random)
     switch (FuzzBelow(random, 6)) {
     case 0:
         return TlvParseOne(
-            PkgsignEncodeExtension("2.5.29.19", critical, PkgsignDerSequence({PkgsignDerBoolean(true)})));
+            forge::EncodeExtension("2.5.29.19", critical, forge::DerSequence({forge::DerBoolean(true)})));
     case 1:
-        return TlvParseOne(PkgsignEncodeExtension("2.5.29.19", critical, PkgsignDerSequence({})));
+        return TlvParseOne(forge::EncodeExtension("2.5.29.19", critical, forge::DerSequence({})));
     case 2:
-        return TlvParseOne(PkgsignEncodeExtension("2.5.29.15", critical,
-                                                  PkgsignDerNamedBits(static_cast<uint32_t>(FuzzBelow(random, 512)))));
+        return TlvParseOne(forge::EncodeExtension("2.5.29.15", critical,
+                                                  forge::DerNamedBits(static_cast<uint32_t>(FuzzBelow(random, 512)))));
     case 3:
-        return TlvParseOne(PkgsignEncodeExtension("2.5.29.37", critical, Purposes(random)));
+        return TlvParseOne(forge::EncodeExtension("2.5.29.37", critical, Purposes(random)));
     case 4:
-        return TlvParseOne(PkgsignEncodeExtension("2.5.29.28", critical, DistributionPoint(random)));
+        return TlvParseOne(forge::EncodeExtension("2.5.29.28", critical, DistributionPoint(random)));
     default:
         return TlvParseOne(ReasonExtension(static_cast<uint8_t>(FuzzBelow(random, 12))));
     }
@@ -199,9 +199,9 @@ TlvNode FuzzExtension(FuzzRandom *random)
 
 TlvNode FuzzRevokedEntry(const TlvNode &serial, FuzzRandom *random)
 {
-    PkgsignBytes extensions;
+    forge::Bytes extensions;
     if (FuzzChance(random, 60)) {
-        extensions = PkgsignDerSequence({ReasonExtension(static_cast<uint8_t>(FuzzBelow(random, 12)))});
+        extensions = forge::DerSequence({ReasonExtension(static_cast<uint8_t>(FuzzBelow(random, 12)))});
     }
-    return TlvParseOne(PkgsignDerSequence({TlvEncode(serial), TlvEncode(FuzzTime(random)), extensions}));
+    return TlvParseOne(forge::DerSequence({TlvEncode(serial), TlvEncode(FuzzTime(random)), extensions}));
 }

@@ -9,9 +9,9 @@
 #include <openssl/rsa.h>
 
 #include "fuzz/support/host.h"
-#include "pkgsign/digest.h"
-#include "pkgsign/keys.h"
-#include "pkgsign/signature.h"
+#include "tests/forge/digest.h"
+#include "tests/forge/keys.h"
+#include "tests/forge/signature.h"
 
 namespace
 {
@@ -30,10 +30,10 @@ void Require(bool condition, const char *what)
 // A prime candidate from a text: hashes of the text and a counter, with the two highest bits and the lowest one set.
 BIGNUM *MakeCandidate(const std::string &text)
 {
-    PkgsignBytes octets;
+    forge::Bytes octets;
     for (char counter = '0'; octets.size() < PRIME_OCTETS; ++counter) {
         const std::string block = text + counter;
-        const PkgsignBytes hash = FuzzHash(PkgsignDigest::Sha256, PkgsignBytes(block.begin(), block.end()));
+        const forge::Bytes hash = FuzzHash(forge::Digest::Sha256, forge::Bytes(block.begin(), block.end()));
         octets.insert(octets.end(), hash.begin(), hash.end());
     }
     octets.front() |= 0xC0;
@@ -88,7 +88,7 @@ RSA *AssembleRsa(BIGNUM *p, BIGNUM *q, BN_CTX *scratch)
     return rsa;
 }
 
-PkgsignKey DeriveKey(size_t index)
+forge::Key DeriveKey(size_t index)
 {
     const std::string text = "Sigkit fuzz key " + std::to_string(index);
     BN_CTX *const scratch = BN_CTX_new();
@@ -96,12 +96,12 @@ PkgsignKey DeriveKey(size_t index)
     BN_CTX_free(scratch);
     EVP_PKEY *const key = EVP_PKEY_new();
     Require(EVP_PKEY_assign_RSA(key, rsa) == 1, "assignment");
-    return PkgsignKey(key, EVP_PKEY_free);
+    return forge::Key(key, EVP_PKEY_free);
 }
 
 struct KeyRing {
-    PkgsignKey keys[FUZZ_KEY_COUNT];
-    PkgsignBytes publicKeys[FUZZ_KEY_COUNT];
+    forge::Key keys[FUZZ_KEY_COUNT];
+    forge::Bytes publicKeys[FUZZ_KEY_COUNT];
 };
 
 const KeyRing &Ring()
@@ -110,26 +110,26 @@ const KeyRing &Ring()
         KeyRing *const fresh = new KeyRing();
         for (size_t i = 0; i < FUZZ_KEY_COUNT; ++i) {
             fresh->keys[i] = DeriveKey(i);
-            Require(PkgsignEncodePublicKey(fresh->keys[i], &fresh->publicKeys[i]).ok, "encoding");
+            Require(forge::EncodePublicKey(fresh->keys[i], &fresh->publicKeys[i]).ok, "encoding");
         }
         return fresh;
     }();
     return *ring;
 }
 
-bool Verifies(size_t key, PkgsignDigest digest, const PkgsignBytes &data, const PkgsignBytes &signature)
+bool Verifies(size_t key, forge::Digest digest, const forge::Bytes &data, const forge::Bytes &signature)
 {
     EVP_MD_CTX *const context = EVP_MD_CTX_new();
     const bool verified =
-        EVP_DigestVerifyInit(context, nullptr, PkgsignDigestMethod(digest), nullptr, FuzzKey(key).get()) == 1 &&
+        EVP_DigestVerifyInit(context, nullptr, forge::DigestMethod(digest), nullptr, FuzzKey(key).get()) == 1 &&
         EVP_DigestVerify(context, signature.data(), signature.size(), data.data(), data.size()) == 1;
     EVP_MD_CTX_free(context);
     return verified;
 }
 
-std::string CacheName(size_t key, PkgsignDigest digest, const PkgsignBytes &data)
+std::string CacheName(size_t key, forge::Digest digest, const forge::Bytes &data)
 {
-    const PkgsignBytes hash = FuzzHash(PkgsignDigest::Sha256, data);
+    const forge::Bytes hash = FuzzHash(forge::Digest::Sha256, data);
     std::string name(hash.begin(), hash.end());
     name += static_cast<char>(key);
     name += static_cast<char>(digest);
@@ -138,17 +138,17 @@ std::string CacheName(size_t key, PkgsignDigest digest, const PkgsignBytes &data
 
 } // namespace
 
-const PkgsignKey &FuzzKey(size_t index)
+const forge::Key &FuzzKey(size_t index)
 {
     return Ring().keys[index];
 }
 
-const PkgsignBytes &FuzzPublicKey(size_t index)
+const forge::Bytes &FuzzPublicKey(size_t index)
 {
     return Ring().publicKeys[index];
 }
 
-size_t FuzzFindPublicKey(const PkgsignBytes &publicKeyInfo)
+size_t FuzzFindPublicKey(const forge::Bytes &publicKeyInfo)
 {
     size_t index = 0;
     while (index < FUZZ_KEY_COUNT && FuzzPublicKey(index) != publicKeyInfo) {
@@ -157,16 +157,16 @@ size_t FuzzFindPublicKey(const PkgsignBytes &publicKeyInfo)
     return index;
 }
 
-PkgsignBytes FuzzSign(size_t key, PkgsignDigest digest, const PkgsignBytes &data)
+forge::Bytes FuzzSign(size_t key, forge::Digest digest, const forge::Bytes &data)
 {
-    static std::unordered_map<std::string, PkgsignBytes> cache;
+    static std::unordered_map<std::string, forge::Bytes> cache;
     const std::string name = CacheName(key, digest, data);
     const auto known = cache.find(name);
     if (known != cache.end()) {
         return known->second;
     }
-    PkgsignBytes signature;
-    Require(PkgsignSignOctets(FuzzKey(key), digest, data, &signature).ok, "signing");
+    forge::Bytes signature;
+    Require(forge::SignOctets(FuzzKey(key), digest, data, &signature).ok, "signing");
     if (cache.size() >= CACHE_ENTRIES) {
         cache.clear();
     }
@@ -174,7 +174,7 @@ PkgsignBytes FuzzSign(size_t key, PkgsignDigest digest, const PkgsignBytes &data
     return signature;
 }
 
-size_t FuzzFindSigner(PkgsignDigest digest, const PkgsignBytes &data, const PkgsignBytes &signature)
+size_t FuzzFindSigner(forge::Digest digest, const forge::Bytes &data, const forge::Bytes &signature)
 {
     static std::unordered_map<std::string, size_t> cache;
     std::string name = CacheName(0, digest, data);
@@ -194,10 +194,10 @@ size_t FuzzFindSigner(PkgsignDigest digest, const PkgsignBytes &data, const Pkgs
     return key;
 }
 
-PkgsignBytes FuzzHash(PkgsignDigest digest, const PkgsignBytes &data)
+forge::Bytes FuzzHash(forge::Digest digest, const forge::Bytes &data)
 {
-    PkgsignBytes hash;
-    if (!PkgsignHash(digest, data, &hash).ok) {
+    forge::Bytes hash;
+    if (!forge::Hash(digest, data, &hash).ok) {
         FuzzFail("test keys: digest");
     }
     return hash;

@@ -5,27 +5,27 @@
 
 #include <cstddef>
 
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 
 inline constexpr size_t FUZZ_KEY_COUNT = 8;
 inline constexpr size_t FUZZ_NO_KEY = FUZZ_KEY_COUNT;
 
 // Returns an RSA key of 1024 bits with the exponent 65537. index: below FUZZ_KEY_COUNT.
-const PkgsignKey &FuzzKey(size_t index);
+const forge::Key &FuzzKey(size_t index);
 
 // Returns the SubjectPublicKeyInfo of a key.
-const PkgsignBytes &FuzzPublicKey(size_t index);
+const forge::Bytes &FuzzPublicKey(size_t index);
 
 // Returns the key with this SubjectPublicKeyInfo, or FUZZ_NO_KEY.
-size_t FuzzFindPublicKey(const PkgsignBytes &publicKeyInfo);
+size_t FuzzFindPublicKey(const forge::Bytes &publicKeyInfo);
 
 // Signs octets; remembers what was signed, as mutation leaves most objects as they were.
-PkgsignBytes FuzzSign(size_t key, PkgsignDigest digest, const PkgsignBytes &data);
+forge::Bytes FuzzSign(size_t key, forge::Digest digest, const forge::Bytes &data);
 
 // Returns the key that has made a signature, or FUZZ_NO_KEY.
-size_t FuzzFindSigner(PkgsignDigest digest, const PkgsignBytes &data, const PkgsignBytes &signature);
+size_t FuzzFindSigner(forge::Digest digest, const forge::Bytes &data, const forge::Bytes &signature);
 
 // Returns the digest of octets.
-PkgsignBytes FuzzHash(PkgsignDigest digest, const PkgsignBytes &data);
+forge::Bytes FuzzHash(forge::Digest digest, const forge::Bytes &data);
 
 #endif

@@ -21,7 +21,7 @@ constexpr size_t MESSAGE_RESIGNED = 95; // signers and timestamps
 constexpr size_t MAX_FAIL_AT = 400;     // a verification allocates fewer blocks
 constexpr size_t CONTENT_ROOM = 64;     // octets that content may grow by
 
-size_t CopyOut(const PkgsignBytes &octets, uint8_t *data, size_t maxSize)
+size_t CopyOut(const forge::Bytes &octets, uint8_t *data, size_t maxSize)
 {
     const size_t size = std::min(octets.size(), maxSize);
     std::copy(octets.begin(), octets.begin() + static_cast<std::ptrdiff_t>(size), data);
@@ -42,7 +42,7 @@ void MutateFlags(FuzzContainer *container, FuzzRandom *random)
     }
 }
 
-void MutateContent(PkgsignBytes *content)
+void MutateContent(forge::Bytes *content)
 {
     const size_t size = content->size();
     content->resize(size + CONTENT_ROOM);
@@ -153,7 +153,7 @@ size_t FuzzMutateObjects(uint8_t *data, size_t size, size_t maxSize, unsigned in
     if (FuzzChance(&random, 50)) {
         return LLVMFuzzerMutate(data, size, maxSize);
     }
-    TlvForest forest = TlvParse(PkgsignBytes(data, data + size));
+    TlvForest forest = TlvParse(forge::Bytes(data, data + size));
     const TlvForest donor = forest;
     for (size_t left = CountChanges(&random); left != 0; --left) {
         if (FuzzChance(&random, 70)) {

@@ -18,7 +18,7 @@ constexpr uint8_t IDENTIFIERS[] = {0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x0A, 0x0
                                    0x31, 0x80, 0x81, 0x82, 0x84, 0xA0, 0xA1, 0xA2, 0xA3, 0x1F, 0x3F, 0xBF, 0x00};
 
 // Lengths that have been trouble to decoders.
-const PkgsignBytes LENGTHS[] = {{0x00},
+const forge::Bytes LENGTHS[] = {{0x00},
                                 {0x01},
                                 {0x7F},
                                 {0x80},
@@ -97,7 +97,7 @@ void ChangeLength(TlvNode *node, FuzzRandom *random)
 
 void ChangeContent(TlvNode *node, FuzzRandom *random)
 {
-    PkgsignBytes content = TlvEncodeContent(*node);
+    forge::Bytes content = TlvEncodeContent(*node);
     const size_t size = content.size();
     switch (FuzzBelow(random, 6)) {
     case 0:
@@ -183,7 +183,7 @@ void FuzzMutateElement(TlvForest *forest, const TlvForest &donor, FuzzRandom *ra
     }
 }
 
-void FuzzSetContent(TlvNode *node, PkgsignBytes content)
+void FuzzSetContent(TlvNode *node, forge::Bytes content)
 {
     node->nested = false;
     node->children.clear();

@@ -10,6 +10,6 @@
 void FuzzMutateElement(TlvForest *forest, const TlvForest &donor, FuzzRandom *random);
 
 // Puts octets in the place of an element's content.
-void FuzzSetContent(TlvNode *node, PkgsignBytes content);
+void FuzzSetContent(TlvNode *node, forge::Bytes content);
 
 #endif

@@ -25,13 +25,13 @@ TlvNode AnyName(FuzzRandom *random)
 
 TlvNode AnyObject(FuzzRandom *random)
 {
-    const std::vector<PkgsignBytes> &objects = FuzzChance(random, 50) ? FuzzCertificates() : FuzzCrls();
+    const std::vector<forge::Bytes> &objects = FuzzChance(random, 50) ? FuzzCertificates() : FuzzCrls();
     return TlvParseOne(objects[FuzzBelow(random, objects.size())]);
 }
 
 TlvNode AnyCertificate(FuzzRandom *random)
 {
-    const std::vector<PkgsignBytes> &objects = FuzzCertificates();
+    const std::vector<forge::Bytes> &objects = FuzzCertificates();
     return TlvParseOne(objects[FuzzBelow(random, objects.size())]);
 }
 

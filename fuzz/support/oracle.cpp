@@ -19,8 +19,8 @@ constexpr uint8_t SET = 0x31;
 constexpr uint8_t CONTEXT_0 = 0xA0;
 constexpr uint8_t CONTEXT_1 = 0xA1;
 
-const PkgsignBytes DISTRIBUTION_POINT = {0x55, 0x1D, 0x1C};
-const PkgsignBytes CODE_SIGNING = {0x2B, 0x06, 0x01, 0x05, 0x05, 0x07, 0x03, 0x03};
+const forge::Bytes DISTRIBUTION_POINT = {0x55, 0x1D, 0x1C};
+const forge::Bytes CODE_SIGNING = {0x2B, 0x06, 0x01, 0x05, 0x05, 0x07, 0x03, 0x03};
 
 // ---- Revocation ----------------------------------------------------------------------------------------------------
 
@@ -39,13 +39,13 @@ void LookUp(const EvidenceCrl &crl, const Element &serial, const Element &time, 
     }
 }
 
-bool Contains(const PkgsignBytes &octets, const PkgsignBytes &part)
+bool Contains(const forge::Bytes &octets, const forge::Bytes &part)
 {
     return std::search(octets.begin(), octets.end(), part.begin(), part.end()) != octets.end();
 }
 
 // The first attribute of each RelativeDistinguishedName: what the verifier compares. False for a name without them.
-bool ReadName(const Element &name, std::vector<PkgsignBytes> *parts)
+bool ReadName(const Element &name, std::vector<forge::Bytes> *parts)
 {
     std::vector<Element> relativeNames;
     if (!ElementChildren(name, &relativeNames)) {
@@ -67,8 +67,8 @@ bool ReadName(const Element &name, std::vector<PkgsignBytes> *parts)
 // Tells whether a CRL clearly speaks about certificates of another issuer: it bears another name and is not indirect.
 bool IsClearlyOfAnother(const EvidenceCrl &crl, const EvidenceCertificate &certificate)
 {
-    std::vector<PkgsignBytes> crlIssuer;
-    std::vector<PkgsignBytes> certificateIssuer;
+    std::vector<forge::Bytes> crlIssuer;
+    std::vector<forge::Bytes> certificateIssuer;
     return ReadName(crl.issuer, &crlIssuer) && ReadName(certificate.issuer, &certificateIssuer) &&
            crlIssuer != certificateIssuer && !Contains(crl.toBeSigned, DISTRIBUTION_POINT);
 }
@@ -95,10 +95,10 @@ bool IsCleared(const Evidence &evidence, const EvidenceCertificate &certificate,
 // ---- Signers -------------------------------------------------------------------------------------------------------
 
 struct Signer {
-    PkgsignDigest digest;
-    PkgsignBytes signedAttributes; // as they are signed; empty: none
-    PkgsignBytes signature;
-    PkgsignBytes unsignedAttributes;
+    forge::Digest digest;
+    forge::Bytes signedAttributes; // as they are signed; empty: none
+    forge::Bytes signature;
+    forge::Bytes unsignedAttributes;
 };
 
 // SignerInfo: version, sid, digestAlgorithm, [0], signatureAlgorithm, signature, [1]
@@ -123,7 +123,7 @@ bool ReadSigner(const Element &element, Signer *out)
     return true;
 }
 
-bool HasSigned(const EvidenceCertificate &certificate, const Signer &signer, const PkgsignBytes &content)
+bool HasSigned(const EvidenceCertificate &certificate, const Signer &signer, const forge::Bytes &content)
 {
     if (Contains(signer.signedAttributes, FuzzHash(signer.digest, content)) &&
         EvidenceVerifies(certificate.key, signer.digest, signer.signedAttributes, signer.signature)) {
@@ -136,12 +136,12 @@ bool HasSigned(const EvidenceCertificate &certificate, const Signer &signer, con
 std::vector<Element> FindTimes(const Signer &signer)
 {
     std::vector<Element> times;
-    const PkgsignBytes &octets = signer.unsignedAttributes;
+    const forge::Bytes &octets = signer.unsignedAttributes;
     for (size_t at = 0; at < octets.size(); ++at) {
         Element element;
         std::vector<Element> members; // version, policy, messageImprint, serialNumber, genTime
         std::vector<Element> imprint;
-        PkgsignDigest digest;
+        forge::Digest digest;
         if (octets[at] == SEQUENCE && ElementRead(octets.data() + at, octets.size() - at, &element) &&
             ElementChildren(element, &members) && members.size() >= 5 && members[0].identifier == INTEGER &&
             ElementChildren(members[2], &imprint) && imprint.size() == 2 && EvidenceReadDigest(imprint[0], &digest) &&
@@ -154,9 +154,9 @@ std::vector<Element> FindTimes(const Signer &signer)
 
 // Calls a test for every signer of a message until one says yes.
 template <typename Test>
-bool AnySigner(const std::vector<PkgsignBytes> &messages, Test test)
+bool AnySigner(const std::vector<forge::Bytes> &messages, Test test)
 {
-    for (const PkgsignBytes &octets : messages) {
+    for (const forge::Bytes &octets : messages) {
         for (size_t at = 0; at < octets.size(); ++at) {
             Element element;
             Signer signer;
@@ -169,7 +169,7 @@ bool AnySigner(const std::vector<PkgsignBytes> &messages, Test test)
     return false;
 }
 
-bool IsProof(const Evidence &evidence, const Signer &signer, const PkgsignBytes &content)
+bool IsProof(const Evidence &evidence, const Signer &signer, const forge::Bytes &content)
 {
     const std::vector<Element> times = FindTimes(signer);
     for (const EvidenceCertificate &certificate : evidence.certificates) {
@@ -188,18 +188,18 @@ bool IsProof(const Evidence &evidence, const Signer &signer, const PkgsignBytes 
 
 } // namespace
 
-void FuzzRequireAuthentic(const PkgsignBytes &anchor, const std::vector<PkgsignBytes> &files,
-                          const PkgsignBytes &message, const PkgsignBytes &content)
+void FuzzRequireAuthentic(const forge::Bytes &anchor, const std::vector<forge::Bytes> &files,
+                          const forge::Bytes &message, const forge::Bytes &content)
 {
-    std::vector<PkgsignBytes> kept; // what elements point into
-    for (const PkgsignBytes &file : files) {
-        const std::vector<PkgsignBytes> blocks = FuzzUnarmour(file);
+    std::vector<forge::Bytes> kept; // what elements point into
+    for (const forge::Bytes &file : files) {
+        const std::vector<forge::Bytes> blocks = FuzzUnarmour(file);
         kept.insert(kept.end(), blocks.begin(), blocks.end());
     }
-    const std::vector<PkgsignBytes> messages = FuzzUnarmour(message);
+    const std::vector<forge::Bytes> messages = FuzzUnarmour(message);
     kept.insert(kept.end(), messages.begin(), messages.end());
     Evidence evidence;
-    for (const PkgsignBytes &octets : kept) {
+    for (const forge::Bytes &octets : kept) {
         EvidenceCollect(octets, &evidence);
     }
     EvidenceTrust(anchor, &evidence);
@@ -208,18 +208,18 @@ void FuzzRequireAuthentic(const PkgsignBytes &anchor, const std::vector<PkgsignB
     }
 }
 
-bool FuzzHasSigner(const PkgsignBytes &message)
+bool FuzzHasSigner(const forge::Bytes &message)
 {
     return AnySigner(FuzzUnarmour(message), [](const Signer &) { return true; });
 }
 
-std::vector<PkgsignBytes> FuzzUnarmour(const PkgsignBytes &file)
+std::vector<forge::Bytes> FuzzUnarmour(const forge::Bytes &file)
 {
     const std::string text(file.begin(), file.end());
     if (text.compare(0, 10, "-----BEGIN") != 0) {
         return {file};
     }
-    std::vector<PkgsignBytes> blocks;
+    std::vector<forge::Bytes> blocks;
     for (size_t at = text.find("-----BEGIN"); at != std::string::npos; at = text.find("-----BEGIN", at + 1)) {
         const size_t label = text.find("-----", at + 10);
         const size_t body = label == std::string::npos ? label : label + 5;
@@ -227,7 +227,7 @@ std::vector<PkgsignBytes> FuzzUnarmour(const PkgsignBytes &file)
         if (end == std::string::npos || end == body) {
             continue;
         }
-        PkgsignBytes der(end - body);
+        forge::Bytes der(end - body);
         uint32_t length = static_cast<uint32_t>(der.size());
         if (SigkitBase64Decode(text.data() + body, static_cast<int32_t>(end - body), der.data(), &length) == 0) {
             der.resize(length);

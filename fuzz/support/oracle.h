@@ -14,21 +14,21 @@
 
 #include <vector>
 
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 
 // Fails when the message is no proof that the content is authentic.
 //
 //   anchor   in, the certificate that is trusted.
 //   files    in, CRL files and messages, DER or PEM, in which certificates and CRLs may be.
 //   message  in, the signature message, DER or PEM.
-void FuzzRequireAuthentic(const PkgsignBytes &anchor, const std::vector<PkgsignBytes> &files,
-                          const PkgsignBytes &message, const PkgsignBytes &content);
+void FuzzRequireAuthentic(const forge::Bytes &anchor, const std::vector<forge::Bytes> &files,
+                          const forge::Bytes &message, const forge::Bytes &content);
 
 // Tells whether a message has a signer. One without is accepted by design, and settled by the first piece of content: only
 // a file without any content stays accepted.
-bool FuzzHasSigner(const PkgsignBytes &message);
+bool FuzzHasSigner(const forge::Bytes &message);
 
 // Returns the DER octets in a file: those of each PEM block, or the file itself.
-std::vector<PkgsignBytes> FuzzUnarmour(const PkgsignBytes &file);
+std::vector<forge::Bytes> FuzzUnarmour(const forge::Bytes &file);
 
 #endif

@@ -13,32 +13,32 @@
 namespace
 {
 
-const PkgsignBytes CONTENT = {'c', 'h', 'e', 'c', 'k', 's', 'u', 'm', '\n'};
+const forge::Bytes CONTENT = {'c', 'h', 'e', 'c', 'k', 's', 'u', 'm', '\n'};
 
-void Write(const std::string &path, const PkgsignBytes &octets)
+void Write(const std::string &path, const forge::Bytes &octets)
 {
-    const PkgsignStatus status = PkgsignWriteFile(path, octets);
+    const forge::Status status = forge::WriteFile(path, octets);
     if (!status.ok) {
         FuzzFail("packages: %s", status.reason.c_str());
     }
 }
 
-PkgsignBytes Join(const PkgsignBytes &first, const PkgsignBytes &second)
+forge::Bytes Join(const forge::Bytes &first, const forge::Bytes &second)
 {
-    PkgsignBytes joined = first;
+    forge::Bytes joined = first;
     joined.insert(joined.end(), second.begin(), second.end());
     return joined;
 }
 
 void WriteMessages(const std::string &directory)
 {
-    PkgsignMessageRequest request = FuzzMessageRequest(CONTENT);
-    const PkgsignBytes message = FuzzMessage(request);
+    forge::MessageRequest request = FuzzMessageRequest(CONTENT);
+    const forge::Bytes message = FuzzMessage(request);
     Write(directory + "/m", message);
-    Write(directory + "/m.cms", FuzzArmour(PKGSIGN_LABEL_CMS, message, false));
-    Write(directory + "/m.p7s", FuzzArmour(PKGSIGN_LABEL_PKCS7, message, true));
-    Write(directory + "/m.cut", PkgsignBytes(message.begin(), message.end() - 1));
-    request.timestamp = PkgsignTimestamp::None;
+    Write(directory + "/m.cms", FuzzArmour(forge::LABEL_CMS, message, false));
+    Write(directory + "/m.p7s", FuzzArmour(forge::LABEL_PKCS7, message, true));
+    Write(directory + "/m.cut", forge::Bytes(message.begin(), message.end() - 1));
+    request.timestamp = forge::Timestamp::None;
     Write(directory + "/m.untimed", FuzzMessage(request));
     request.signerInfoCount = 0;
     Write(directory + "/m.unsigned", FuzzMessage(request));
@@ -46,8 +46,8 @@ void WriteMessages(const std::string &directory)
 
 void WriteCrls(const std::string &directory)
 {
-    const std::vector<PkgsignBytes> &crls = FuzzCrls();
-    const PkgsignBytes file = Join(crls[FUZZ_CRL_ROOT], crls[FUZZ_CRL_CA_A]);
+    const std::vector<forge::Bytes> &crls = FuzzCrls();
+    const forge::Bytes file = Join(crls[FUZZ_CRL_ROOT], crls[FUZZ_CRL_CA_A]);
     Write(directory + "/c", file);
     Write(directory + "/c.pem", FuzzArmourObjects(file, false));
     Write(directory + "/c.revoked", FuzzCrl({FUZZ_CA_A, 9, false, {FUZZ_SERIAL_SIGNER}}));
@@ -66,9 +66,9 @@ std::string FuzzWritePackages()
     WriteMessages(directory);
     WriteCrls(directory);
     Write(directory + "/e", CONTENT);
-    Write(directory + "/e.other", PkgsignBytes(4097, 0x61));
+    Write(directory + "/e.other", forge::Bytes(4097, 0x61));
     Write(directory + "/empty", {});
-    Write(directory + "/large", PkgsignBytes(2000001, 0x30));
+    Write(directory + "/large", forge::Bytes(2000001, 0x30));
     std::error_code failure;
     std::filesystem::create_directory(directory + "/directory", failure);
     std::filesystem::create_symlink("loop", directory + "/loop", failure);

@@ -1,8 +1,8 @@
 #include "fuzz/support/pki.h"
 
 #include "fuzz/support/host.h"
-#include "pkgsign/der.h"
 #include "src/trust_anchor.h"
+#include "tests/forge/der.h"
 
 namespace
 {
@@ -11,7 +11,7 @@ constexpr const char *COMMON_NAMES[FUZZ_ENTITY_COUNT] = {"Fuzz Root", "Fuzz CA A
                                                          "Fuzz TSA",  "Fuzz CRL Issuer", "Fuzz CA C", "Fuzz Stranger"};
 constexpr char PADDING_EXTENSION[] = "1.3.6.1.4.1.99999.2";
 
-void Require(const PkgsignStatus &status)
+void Require(const forge::Status &status)
 {
     if (!status.ok) {
         FuzzFail("test PKI: %s", status.reason.c_str());
@@ -23,28 +23,27 @@ bool IsAuthority(size_t entity)
     return entity != FUZZ_SIGNER && entity != FUZZ_TSA && entity != FUZZ_CRL_ISSUER;
 }
 
-void SetUsage(size_t subject, PkgsignCertificateRequest *request)
+void SetUsage(size_t subject, forge::CertificateRequest *request)
 {
     if (IsAuthority(subject)) {
-        request->basicConstraints = PkgsignBasicConstraints::Ca;
-        request->keyUsage = PKGSIGN_KEY_CERT_SIGN | PKGSIGN_CRL_SIGN;
+        request->basicConstraints = forge::BasicConstraints::Ca;
+        request->keyUsage = forge::KEY_CERT_SIGN | forge::CRL_SIGN;
     } else if (subject == FUZZ_CRL_ISSUER) {
-        request->keyUsage = PKGSIGN_CRL_SIGN;
+        request->keyUsage = forge::CRL_SIGN;
     } else {
-        request->keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-        request->extendedKeyUsage = {subject == FUZZ_TSA ? PKGSIGN_PURPOSE_TIME_STAMPING
-                                                         : PKGSIGN_PURPOSE_CODE_SIGNING};
+        request->keyUsage = forge::DIGITAL_SIGNATURE;
+        request->extendedKeyUsage = {subject == FUZZ_TSA ? forge::PURPOSE_TIME_STAMPING : forge::PURPOSE_CODE_SIGNING};
     }
 }
 
-const PkgsignKey &KeyOf(size_t entity, size_t other)
+const forge::Key &KeyOf(size_t entity, size_t other)
 {
     return FuzzKey(other == FUZZ_NO_KEY ? entity : other);
 }
 
-PkgsignCertificateRequest Describe(const FuzzCertificateChoice &choice)
+forge::CertificateRequest Describe(const FuzzCertificateChoice &choice)
 {
-    PkgsignCertificateRequest request;
+    forge::CertificateRequest request;
     request.serialNumber = {choice.serial};
     request.subjectDer = FuzzName(choice.subject);
     request.issuerDer = FuzzName(choice.issuer);
@@ -58,22 +57,22 @@ PkgsignCertificateRequest Describe(const FuzzCertificateChoice &choice)
     return request;
 }
 
-PkgsignBytes MakeRoot(size_t padding)
+forge::Bytes MakeRoot(size_t padding)
 {
-    PkgsignCertificateRequest request = Describe({FUZZ_ROOT, FUZZ_ROOT, 0x10});
-    request.extensions = {{PADDING_EXTENSION, false, PkgsignDerOctetString(PkgsignBytes(padding))}};
-    PkgsignBytes certificate;
-    Require(PkgsignMakeCertificate(request, &certificate));
+    forge::CertificateRequest request = Describe({FUZZ_ROOT, FUZZ_ROOT, 0x10});
+    request.extensions = {{PADDING_EXTENSION, false, forge::DerOctetString(forge::Bytes(padding))}};
+    forge::Bytes certificate;
+    Require(forge::MakeCertificate(request, &certificate));
     return certificate;
 }
 
 // A certificate that claims another's issuer and serial number, under a key that did not sign it.
-PkgsignBytes Decoy(size_t subject, uint8_t serial)
+forge::Bytes Decoy(size_t subject, uint8_t serial)
 {
     return FuzzCertificate({subject, FUZZ_CA_A, serial, FUZZ_STRANGER, FUZZ_STRANGER});
 }
 
-std::vector<PkgsignBytes> MakeCertificates()
+std::vector<forge::Bytes> MakeCertificates()
 {
     return {
         FuzzCertificate({FUZZ_CA_A, FUZZ_ROOT, FUZZ_SERIAL_CA_A}),
@@ -99,7 +98,7 @@ std::vector<PkgsignBytes> MakeCertificates()
     };
 }
 
-std::vector<PkgsignBytes> MakeCrls()
+std::vector<forge::Bytes> MakeCrls()
 {
     return {
         FuzzCrl({FUZZ_ROOT, 1}),
@@ -122,19 +121,19 @@ std::vector<PkgsignBytes> MakeCrls()
 
 } // namespace
 
-const PkgsignBytes &FuzzName(size_t entity)
+const forge::Bytes &FuzzName(size_t entity)
 {
-    static const std::vector<PkgsignBytes> *const names = [] {
-        std::vector<PkgsignBytes> *const made = new std::vector<PkgsignBytes>(FUZZ_ENTITY_COUNT);
+    static const std::vector<forge::Bytes> *const names = [] {
+        std::vector<forge::Bytes> *const made = new std::vector<forge::Bytes>(FUZZ_ENTITY_COUNT);
         for (size_t i = 0; i < FUZZ_ENTITY_COUNT; ++i) {
-            Require(PkgsignEncodeName({{"C", "XX"}, {"O", "Fuzz"}, {"CN", COMMON_NAMES[i]}}, &(*made)[i]));
+            Require(forge::EncodeName({{"C", "XX"}, {"O", "Fuzz"}, {"CN", COMMON_NAMES[i]}}, &(*made)[i]));
         }
         return made;
     }();
     return (*names)[entity];
 }
 
-size_t FuzzFindName(const PkgsignBytes &name)
+size_t FuzzFindName(const forge::Bytes &name)
 {
     size_t entity = 0;
     while (entity < FUZZ_ENTITY_COUNT && FuzzName(entity) != name) {
@@ -143,16 +142,16 @@ size_t FuzzFindName(const PkgsignBytes &name)
     return entity;
 }
 
-PkgsignBytes FuzzCertificate(const FuzzCertificateChoice &choice)
+forge::Bytes FuzzCertificate(const FuzzCertificateChoice &choice)
 {
-    PkgsignBytes certificate;
-    Require(PkgsignMakeCertificate(Describe(choice), &certificate));
+    forge::Bytes certificate;
+    Require(forge::MakeCertificate(Describe(choice), &certificate));
     return certificate;
 }
 
-PkgsignBytes FuzzCrl(const FuzzCrlChoice &choice)
+forge::Bytes FuzzCrl(const FuzzCrlChoice &choice)
 {
-    PkgsignCrlRequest request;
+    forge::CrlRequest request;
     request.issuerCertificate = FuzzCertificate({choice.issuer, choice.issuer, 1});
     request.issuerKey = KeyOf(choice.issuer, choice.issuerKey);
     request.thisUpdate = choice.thisUpdate;
@@ -163,17 +162,17 @@ PkgsignBytes FuzzCrl(const FuzzCrlChoice &choice)
     for (const uint8_t serial : choice.revoked) {
         request.revoked.push_back({{serial}, choice.revocationDate, choice.reason});
     }
-    PkgsignBytes crl;
-    Require(PkgsignMakeCrl(request, &crl));
+    forge::Bytes crl;
+    Require(forge::MakeCrl(request, &crl));
     return crl;
 }
 
-const PkgsignBytes &FuzzRootCertificate()
+const forge::Bytes &FuzzRootCertificate()
 {
-    static const PkgsignBytes *const root = [] {
+    static const forge::Bytes *const root = [] {
         size_t padding = 256; // from here on the lengths around it grow no further octets
         padding += ROOT_CERT_SIZE - MakeRoot(padding).size();
-        PkgsignBytes *const made = new PkgsignBytes(MakeRoot(padding));
+        forge::Bytes *const made = new forge::Bytes(MakeRoot(padding));
         if (made->size() != ROOT_CERT_SIZE) {
             FuzzFail("the root has %zu octets", made->size());
         }
@@ -182,27 +181,27 @@ const PkgsignBytes &FuzzRootCertificate()
     return *root;
 }
 
-const std::vector<PkgsignBytes> &FuzzCertificates()
+const std::vector<forge::Bytes> &FuzzCertificates()
 {
-    static const std::vector<PkgsignBytes> *const certificates = new std::vector<PkgsignBytes>(MakeCertificates());
+    static const std::vector<forge::Bytes> *const certificates = new std::vector<forge::Bytes>(MakeCertificates());
     return *certificates;
 }
 
-const std::vector<PkgsignBytes> &FuzzCrls()
+const std::vector<forge::Bytes> &FuzzCrls()
 {
-    static const std::vector<PkgsignBytes> *const crls = new std::vector<PkgsignBytes>(MakeCrls());
+    static const std::vector<forge::Bytes> *const crls = new std::vector<forge::Bytes>(MakeCrls());
     return *crls;
 }
 
-PkgsignMessageRequest FuzzMessageRequest(const PkgsignBytes &content)
+forge::MessageRequest FuzzMessageRequest(const forge::Bytes &content)
 {
-    const std::vector<PkgsignBytes> &certificates = FuzzCertificates();
-    PkgsignMessageRequest request;
+    const std::vector<forge::Bytes> &certificates = FuzzCertificates();
+    forge::MessageRequest request;
     request.content = content;
     request.signerCertificate = certificates[FUZZ_CERT_SIGNER];
     request.signerKey = FuzzKey(FUZZ_SIGNER);
     request.certificates = {certificates[FUZZ_CERT_SIGNER], certificates[FUZZ_CERT_CA_A]};
-    request.timestamp = PkgsignTimestamp::Request;
+    request.timestamp = forge::Timestamp::Request;
     request.tokenRequest.genTime = FUZZ_GEN_TIME;
     request.tokenRequest.tsaCertificate = certificates[FUZZ_CERT_TSA];
     request.tokenRequest.tsaKey = FuzzKey(FUZZ_TSA);
@@ -210,9 +209,9 @@ PkgsignMessageRequest FuzzMessageRequest(const PkgsignBytes &content)
     return request;
 }
 
-PkgsignBytes FuzzMessage(const PkgsignMessageRequest &request)
+forge::Bytes FuzzMessage(const forge::MessageRequest &request)
 {
-    PkgsignBytes message;
-    Require(PkgsignSignDetached(request, &message));
+    forge::Bytes message;
+    Require(forge::SignDetached(request, &message));
     return message;
 }

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "fuzz/support/keys.h"
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 
 // Who there is; the numbers are also those of their keys.
 enum FuzzEntity : size_t {
@@ -27,10 +27,10 @@ inline constexpr int64_t FUZZ_NOT_AFTER = 2208988800;  // 2040-01-01
 inline constexpr int64_t FUZZ_GEN_TIME = 1735689600;   // 2025-01-01
 
 // The encoded name of an entity.
-const PkgsignBytes &FuzzName(size_t entity);
+const forge::Bytes &FuzzName(size_t entity);
 
 // Returns the entity with an encoded name, or FUZZ_ENTITY_COUNT.
-size_t FuzzFindName(const PkgsignBytes &name);
+size_t FuzzFindName(const forge::Bytes &name);
 
 // What is certified, by whom and how.
 struct FuzzCertificateChoice {
@@ -44,7 +44,7 @@ struct FuzzCertificateChoice {
 };
 
 // Makes a certificate; what it may be used for follows from the subject.
-PkgsignBytes FuzzCertificate(const FuzzCertificateChoice &choice);
+forge::Bytes FuzzCertificate(const FuzzCertificateChoice &choice);
 
 struct FuzzCrlChoice {
     size_t issuer;
@@ -58,10 +58,10 @@ struct FuzzCrlChoice {
     size_t issuerKey = FUZZ_NO_KEY; // another key than the issuer's own
 };
 
-PkgsignBytes FuzzCrl(const FuzzCrlChoice &choice);
+forge::Bytes FuzzCrl(const FuzzCrlChoice &choice);
 
 // The trust anchor: as long as the tool has room for, though its key is a short one.
-const PkgsignBytes &FuzzRootCertificate();
+const forge::Bytes &FuzzRootCertificate();
 
 // Serial numbers of the usual certificates.
 inline constexpr uint8_t FUZZ_SERIAL_CA_A = 0x11;
@@ -72,15 +72,15 @@ inline constexpr uint8_t FUZZ_SERIAL_CRL_ISSUER = 0x15;
 inline constexpr uint8_t FUZZ_SERIAL_CA_C = 0x16;
 
 // The usual certificates and CRLs first, then odd ones: cross-signed, rolled over, decoys, expired, indirect.
-const std::vector<PkgsignBytes> &FuzzCertificates();
-const std::vector<PkgsignBytes> &FuzzCrls();
+const std::vector<forge::Bytes> &FuzzCertificates();
+const std::vector<forge::Bytes> &FuzzCrls();
 
 // Places in FuzzCertificates and FuzzCrls.
 enum { FUZZ_CERT_CA_A, FUZZ_CERT_CA_B, FUZZ_CERT_SIGNER, FUZZ_CERT_TSA, FUZZ_CERT_CRL_ISSUER };
 enum { FUZZ_CRL_ROOT, FUZZ_CRL_CA_A, FUZZ_CRL_CA_B, FUZZ_CRL_INDIRECT };
 
 // A message of the signer over content: with its timestamp token, and the certificates of both.
-PkgsignMessageRequest FuzzMessageRequest(const PkgsignBytes &content);
-PkgsignBytes FuzzMessage(const PkgsignMessageRequest &request);
+forge::MessageRequest FuzzMessageRequest(const forge::Bytes &content);
+forge::Bytes FuzzMessage(const forge::MessageRequest &request);
 
 #endif

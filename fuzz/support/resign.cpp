@@ -20,33 +20,33 @@ constexpr uint8_t CONTEXT_1 = 0xA1;
 constexpr size_t LEFT_ALONE = 3; // chances out of 100 that a digest, or a signature, stays
 
 // Content octets of identifiers.
-const PkgsignBytes ID_MESSAGE_DIGEST = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x04};
-const PkgsignBytes ID_TIMESTAMP_TOKEN = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x10, 0x02, 0x0E};
-const PkgsignBytes ID_SHA2 = {0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02};  // and 1 to 3
-const PkgsignBytes ID_PKCS1 = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01}; // and 11 to 13
+const forge::Bytes ID_MESSAGE_DIGEST = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x04};
+const forge::Bytes ID_TIMESTAMP_TOKEN = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x10, 0x02, 0x0E};
+const forge::Bytes ID_SHA2 = {0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02};  // and 1 to 3
+const forge::Bytes ID_PKCS1 = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01}; // and 11 to 13
 
 // Which key belongs to a signer's issuer and serial number.
-using SignerKeys = std::map<PkgsignBytes, size_t>;
+using SignerKeys = std::map<forge::Bytes, size_t>;
 
-bool HasPrefix(const PkgsignBytes &octets, const PkgsignBytes &prefix)
+bool HasPrefix(const forge::Bytes &octets, const forge::Bytes &prefix)
 {
     return octets.size() == prefix.size() + 1 && std::equal(prefix.begin(), prefix.end(), octets.begin());
 }
 
 // The digest that an AlgorithmIdentifier names, of its own or with RSA; SHA-256 for any other.
-PkgsignDigest DigestOf(const TlvNode &algorithm)
+forge::Digest DigestOf(const TlvNode &algorithm)
 {
     if (algorithm.children.empty()) {
-        return PkgsignDigest::Sha256;
+        return forge::Digest::Sha256;
     }
-    const PkgsignBytes &identifier = algorithm.children.front().content;
+    const forge::Bytes &identifier = algorithm.children.front().content;
     int number = 0;
     if (HasPrefix(identifier, ID_SHA2)) {
         number = identifier.back();
     } else if (HasPrefix(identifier, ID_PKCS1)) {
         number = identifier.back() - 10;
     }
-    return number == 2 ? PkgsignDigest::Sha384 : number == 3 ? PkgsignDigest::Sha512 : PkgsignDigest::Sha256;
+    return number == 2 ? forge::Digest::Sha384 : number == 3 ? forge::Digest::Sha512 : forge::Digest::Sha256;
 }
 
 // The three members of a signed structure.
@@ -64,9 +64,9 @@ const TlvNode *IssuerOf(const TlvNode &node)
     return place < body.children.size() ? &body.children[place] : nullptr;
 }
 
-PkgsignBytes SignatureBits(const TlvNode &node)
+forge::Bytes SignatureBits(const TlvNode &node)
 {
-    PkgsignBytes bits = TlvEncodeContent(node.children[2]);
+    forge::Bytes bits = TlvEncodeContent(node.children[2]);
     if (!bits.empty()) {
         bits.erase(bits.begin());
     }
@@ -77,7 +77,7 @@ PkgsignBytes SignatureBits(const TlvNode &node)
 size_t ChooseKey(const TlvNode &node, FuzzRandom *random)
 {
     const TlvNode *const issuer = IssuerOf(node);
-    const PkgsignBytes name = issuer == nullptr ? PkgsignBytes() : TlvEncode(*issuer);
+    const forge::Bytes name = issuer == nullptr ? forge::Bytes() : TlvEncode(*issuer);
     if (node.key != FUZZ_NO_KEY && node.issuer == name && !FuzzChance(random, 3)) {
         return node.key;
     }
@@ -85,7 +85,7 @@ size_t ChooseKey(const TlvNode &node, FuzzRandom *random)
     return entity != FUZZ_ENTITY_COUNT && !FuzzChance(random, 3) ? entity : FuzzBelow(random, FUZZ_KEY_COUNT);
 }
 
-void SetLeaf(TlvNode *node, PkgsignBytes content)
+void SetLeaf(TlvNode *node, forge::Bytes content)
 {
     node->nested = false;
     node->children.clear();
@@ -95,7 +95,7 @@ void SetLeaf(TlvNode *node, PkgsignBytes content)
 void ResignObject(TlvNode *node, FuzzRandom *random)
 {
     const size_t key = ChooseKey(*node, random);
-    PkgsignBytes bits = FuzzSign(key, DigestOf(node->children[1]), TlvEncode(node->children[0]));
+    forge::Bytes bits = FuzzSign(key, DigestOf(node->children[1]), TlvEncode(node->children[0]));
     bits.insert(bits.begin(), 0);
     SetLeaf(&node->children[2], std::move(bits));
     node->children[2].told.clear();
@@ -106,8 +106,8 @@ void NoteKeys(const TlvForest &forest, SignerKeys *keys)
     for (const TlvNode &node : forest) {
         if (FuzzIsCertificate(node)) {
             const TlvForest &members = node.children.front().children;
-            PkgsignBytes name = TlvEncode(members[CERT_ISSUER]);
-            const PkgsignBytes serial = TlvEncode(members[CERT_SERIAL]);
+            forge::Bytes name = TlvEncode(members[CERT_ISSUER]);
+            const forge::Bytes serial = TlvEncode(members[CERT_SERIAL]);
             name.insert(name.end(), serial.begin(), serial.end());
             const size_t key = FuzzFindPublicKey(TlvEncode(members[CERT_KEY]));
             if (key != FUZZ_NO_KEY) {
@@ -159,7 +159,7 @@ TlvNode *FindSignedData(TlvNode *contentInfo)
 }
 
 // Attribute of a kind; null when there is none. Yields its first value.
-TlvNode *FindAttribute(TlvNode *attributes, const PkgsignBytes &identifier)
+TlvNode *FindAttribute(TlvNode *attributes, const forge::Bytes &identifier)
 {
     for (TlvNode &attribute : attributes->children) {
         TlvForest &members = attribute.children;
@@ -171,12 +171,12 @@ TlvNode *FindAttribute(TlvNode *attributes, const PkgsignBytes &identifier)
     return nullptr;
 }
 
-void SignSigner(const SignerInfo &signer, const PkgsignBytes &content, const SignerKeys &keys, size_t otherKey,
+void SignSigner(const SignerInfo &signer, const forge::Bytes &content, const SignerKeys &keys, size_t otherKey,
                 FuzzRandom *random)
 {
     const auto known = keys.find(TlvEncodeContent(*signer.identifier));
     const size_t key = known == keys.end() ? otherKey : known->second;
-    const PkgsignDigest digest = DigestOf(*signer.digestAlgorithm);
+    const forge::Digest digest = DigestOf(*signer.digestAlgorithm);
     if (FuzzChance(random, LEFT_ALONE)) {
         return;
     }
@@ -188,7 +188,7 @@ void SignSigner(const SignerInfo &signer, const PkgsignBytes &content, const Sig
     if (messageDigest != nullptr && !FuzzChance(random, LEFT_ALONE)) {
         SetLeaf(messageDigest, FuzzHash(digest, content));
     }
-    PkgsignBytes attributes = TlvEncode(*signer.signedAttributes);
+    forge::Bytes attributes = TlvEncode(*signer.signedAttributes);
     attributes.front() = SET; // RFC 5652, 5.4
     SetLeaf(signer.signature, FuzzSign(key, digest, attributes));
 }
@@ -212,7 +212,7 @@ TlvNode *FindTstInfo(TlvNode *signedData)
     return nullptr;
 }
 
-void SetImprint(TlvNode *eContent, const PkgsignBytes &signature)
+void SetImprint(TlvNode *eContent, const forge::Bytes &signature)
 {
     constexpr size_t imprintPlace = 2;
     if (eContent->children.empty() || eContent->children[0].children.size() <= imprintPlace) {
@@ -224,7 +224,7 @@ void SetImprint(TlvNode *eContent, const PkgsignBytes &signature)
     }
 }
 
-void ResignToken(TlvNode *token, const PkgsignBytes &signature, const SignerKeys &keys, FuzzRandom *random)
+void ResignToken(TlvNode *token, const forge::Bytes &signature, const SignerKeys &keys, FuzzRandom *random)
 {
     TlvNode *const signedData = FindSignedData(token);
     TlvNode *const eContent = signedData == nullptr ? nullptr : FindTstInfo(signedData);
@@ -278,7 +278,7 @@ void FuzzResignObjects(TlvForest *forest, FuzzRandom *random)
     }
 }
 
-void FuzzResignMessage(TlvForest *message, const TlvForest &others, const PkgsignBytes &content, FuzzRandom *random)
+void FuzzResignMessage(TlvForest *message, const TlvForest &others, const forge::Bytes &content, FuzzRandom *random)
 {
     SignerKeys keys;
     NoteKeys(others, &keys);

@@ -26,6 +26,6 @@ void FuzzResignObjects(TlvForest *forest, FuzzRandom *random);
 // comes behind a good token is tried with bad ones.
 //
 //   others  in, where else than in the message the signers' certificates may be.
-void FuzzResignMessage(TlvForest *message, const TlvForest &others, const PkgsignBytes &content, FuzzRandom *random);
+void FuzzResignMessage(TlvForest *message, const TlvForest &others, const forge::Bytes &content, FuzzRandom *random);
 
 #endif

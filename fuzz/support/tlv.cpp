@@ -126,7 +126,7 @@ size_t ContentSize(const TlvNode &node)
     return size;
 }
 
-void AppendLength(const TlvNode &node, size_t length, PkgsignBytes *out)
+void AppendLength(const TlvNode &node, size_t length, forge::Bytes *out)
 {
     if (!node.told.empty()) {
         out->insert(out->end(), node.told.begin(), node.told.end());
@@ -143,9 +143,9 @@ void AppendLength(const TlvNode &node, size_t length, PkgsignBytes *out)
     }
 }
 
-void AppendNode(const TlvNode &node, PkgsignBytes *out);
+void AppendNode(const TlvNode &node, forge::Bytes *out);
 
-void AppendContent(const TlvNode &node, PkgsignBytes *out)
+void AppendContent(const TlvNode &node, forge::Bytes *out)
 {
     out->insert(out->end(), node.content.begin(), node.content.end());
     if (node.nested) {
@@ -155,7 +155,7 @@ void AppendContent(const TlvNode &node, PkgsignBytes *out)
     }
 }
 
-void AppendNode(const TlvNode &node, PkgsignBytes *out)
+void AppendNode(const TlvNode &node, forge::Bytes *out)
 {
     if (!node.raw) {
         out->push_back(node.identifier);
@@ -178,7 +178,7 @@ TlvNode::TlvNode() : key(FUZZ_NO_KEY)
 {
 }
 
-TlvForest TlvParse(const PkgsignBytes &octets)
+TlvForest TlvParse(const forge::Bytes &octets)
 {
     TlvForest forest;
     size_t at = 0;
@@ -198,7 +198,7 @@ TlvForest TlvParse(const PkgsignBytes &octets)
     return forest;
 }
 
-TlvNode TlvParseOne(const PkgsignBytes &octets)
+TlvNode TlvParseOne(const forge::Bytes &octets)
 {
     TlvForest forest = TlvParse(octets);
     if (forest.size() != 1) {
@@ -207,30 +207,30 @@ TlvNode TlvParseOne(const PkgsignBytes &octets)
     return forest.front();
 }
 
-PkgsignBytes TlvEncode(const TlvNode &node)
+forge::Bytes TlvEncode(const TlvNode &node)
 {
-    PkgsignBytes octets;
+    forge::Bytes octets;
     AppendNode(node, &octets);
     return octets;
 }
 
-PkgsignBytes TlvEncode(const TlvForest &forest)
+forge::Bytes TlvEncode(const TlvForest &forest)
 {
-    PkgsignBytes octets;
+    forge::Bytes octets;
     for (const TlvNode &node : forest) {
         AppendNode(node, &octets);
     }
     return octets;
 }
 
-PkgsignBytes TlvEncodeContent(const TlvNode &node)
+forge::Bytes TlvEncodeContent(const TlvNode &node)
 {
-    PkgsignBytes content;
+    forge::Bytes content;
     AppendContent(node, &content);
     return content;
 }
 
-TlvNode TlvLeaf(uint8_t identifier, PkgsignBytes content)
+TlvNode TlvLeaf(uint8_t identifier, forge::Bytes content)
 {
     TlvNode node;
     node.identifier = identifier;
@@ -245,7 +245,7 @@ std::vector<TlvNode *> TlvAll(TlvForest *forest)
     return all;
 }
 
-bool TlvIsIdentifier(const TlvNode &node, const PkgsignBytes &content)
+bool TlvIsIdentifier(const TlvNode &node, const forge::Bytes &content)
 {
     return node.identifier == OBJECT_IDENTIFIER && !node.nested && node.content == content;
 }

@@ -25,9 +25,9 @@ bool Contains(const std::string &text, const std::string &part)
 struct Compare : testing::Test {
     TemporaryDirectory directory;
 
-    std::string Write(const std::string &name, const PkgsignBytes &bytes)
+    std::string Write(const std::string &name, const forge::Bytes &bytes)
     {
-        EXPECT_TRUE(PkgsignWriteFile(directory.File(name), bytes).ok);
+        EXPECT_TRUE(forge::WriteFile(directory.File(name), bytes).ok);
         return directory.File(name);
     }
 
@@ -39,9 +39,9 @@ struct Compare : testing::Test {
     // A file with the CRLs of both issuers, the root's `later` than the other's.
     std::string CrlFile(const std::string &name, int64_t rootLater, int64_t caLater = 0)
     {
-        PkgsignCrlRequest root = CrlRequest(AllParties().root);
+        forge::CrlRequest root = CrlRequest(AllParties().root);
         root.thisUpdate += rootLater;
-        PkgsignCrlRequest ca = CrlRequest(AllParties().issuingCa);
+        forge::CrlRequest ca = CrlRequest(AllParties().issuingCa);
         ca.thisUpdate += caLater;
         return Write(name, Join({AllParties().issuingCa.certificate, MakeCrl(root), MakeCrl(ca)}));
     }
@@ -66,15 +66,15 @@ struct Compare : testing::Test {
     }
 };
 
-PkgsignBytes CaCertificate(const std::string &name)
+forge::Bytes CaCertificate(const std::string &name)
 {
     return Certify(CertificateRequest(name, &AllParties().root)).certificate;
 }
 
 // A CRL file with so many CA certificates, one after the other, and the CRLs of root and issuing CA.
-PkgsignBytes FileOfCertificates(int count)
+forge::Bytes FileOfCertificates(int count)
 {
-    std::vector<PkgsignBytes> parts = {AllParties().issuingCa.certificate, GoodCrls()};
+    std::vector<forge::Bytes> parts = {AllParties().issuingCa.certificate, GoodCrls()};
     for (int i = 1; i < count; ++i) {
         parts.push_back(CaCertificate("CA " + std::to_string(i)));
     }
@@ -82,27 +82,27 @@ PkgsignBytes FileOfCertificates(int count)
 }
 
 // A CRL file with so many PEM blocks: the root's CRL last, and before it CAs, each with its CRL behind it.
-PkgsignBytes FileOfBlocks(int count)
+forge::Bytes FileOfBlocks(int count)
 {
-    std::vector<PkgsignBytes> blocks;
+    std::vector<forge::Bytes> blocks;
     for (int i = 1; i < count; i += 2) {
         const Party ca = Certify(CertificateRequest("CA " + std::to_string(i), &AllParties().root));
-        blocks.push_back(Pem(PKGSIGN_LABEL_CERTIFICATE, ca.certificate));
-        blocks.push_back(Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(ca))));
+        blocks.push_back(Pem(forge::LABEL_CERTIFICATE, ca.certificate));
+        blocks.push_back(Pem(forge::LABEL_CRL, MakeCrl(CrlRequest(ca))));
     }
     blocks.resize(static_cast<size_t>(count) - 1);
-    blocks.push_back(Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().root))));
+    blocks.push_back(Pem(forge::LABEL_CRL, MakeCrl(CrlRequest(AllParties().root))));
     return Join(blocks);
 }
 
 // What a verifier with this CRL file says to a package that brings as many certificates as one can, in PEM.
-uint32_t VerifyFullPackage(const PkgsignBytes &crls)
+uint32_t VerifyFullPackage(const forge::Bytes &crls)
 {
-    PkgsignMessageRequest request = MessageRequest("content");
+    forge::MessageRequest request = MessageRequest("content");
     request.certificates = {AllParties().signer.certificate, CaCertificate("in the message")};
     request.tokenRequest.certificates = {AllParties().timestamp.certificate, CaCertificate("in the token")};
-    const PkgsignBytes message = Pem(PKGSIGN_LABEL_CMS, MakeMessage(request));
-    const PkgsignBytes &root = AllParties().root.certificate;
+    const forge::Bytes message = Pem(forge::LABEL_CMS, MakeMessage(request));
+    const forge::Bytes &root = AllParties().root.certificate;
     SigkitVerifyCreateParam param = {};
     param.size = sizeof(param);
     SigkitVerifyCtx *ctx = nullptr;
@@ -142,8 +142,8 @@ TEST_F(Compare, SaysWhichFileIsNewer)
 
 TEST_F(Compare, PrintsATableOfEachFile)
 {
-    PkgsignCrlRequest root = CrlRequest(AllParties().root);
-    PkgsignRevokedCertificate entry;
+    forge::CrlRequest root = CrlRequest(AllParties().root);
+    forge::RevokedCertificate entry;
     entry.serialNumber = {7};
     root.revoked = {entry};
     const std::string file = Write("file", Join({AllParties().issuingCa.certificate, MakeCrl(root)}));
@@ -179,9 +179,9 @@ TEST_F(Compare, PrintsTheSameAsJson)
 
 TEST_F(Compare, ReadsPemAsWell)
 {
-    const std::string root = Write("root.pem", Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().root.certificate));
-    const std::string pem = Write("file.pem", Join({Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().issuingCa.certificate),
-                                                    Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().root)))}));
+    const std::string root = Write("root.pem", Pem(forge::LABEL_CERTIFICATE, AllParties().root.certificate));
+    const std::string pem = Write("file.pem", Join({Pem(forge::LABEL_CERTIFICATE, AllParties().issuingCa.certificate),
+                                                    Pem(forge::LABEL_CRL, MakeCrl(CrlRequest(AllParties().root)))}));
     EXPECT_EQ(0, Run({"--root", root, pem, pem}).exitStatus);
 }
 
@@ -205,8 +205,8 @@ TEST_F(Compare, UnusableFilesAreNamed)
     } rows[] = {
         {directory.File("missing"), "the file cannot be opened"},
         {Write("empty", {}), "the file is empty"},
-        {Write("large", PkgsignBytes(2000001, 0x30)), "the file is larger than 2000000 octets"},
-        {Write("garbage", PkgsignBytes(100, 0x30)),
+        {Write("large", forge::Bytes(2000001, 0x30)), "the file is larger than 2000000 octets"},
+        {Write("garbage", forge::Bytes(100, 0x30)),
          "the file does not hold 1 to 16 CRLs with certificates of their issuers"},
         {Write("crl", MakeCrl(CrlRequest(AllParties().root))),
          "the file does not hold 1 to 16 CRLs with certificates of their issuers"},
@@ -240,7 +240,7 @@ TEST_F(Compare, ControlOctetsDoNotReachTheTerminal)
 TEST_F(Compare, ControlsBeyondAsciiDoNotReachTheTerminal)
 {
     const std::string letters = "\xc3\x84\xe2\x82\xac\xf0\x9f\x98\x80";
-    PkgsignCertificateRequest request = CertificateRequest("Odd", &AllParties().root);
+    forge::CertificateRequest request = CertificateRequest("Odd", &AllParties().root);
     request.subject = {{"CN", "\xc2\x9b"
                               "1m" +
                                   letters}};
@@ -272,11 +272,11 @@ TEST_F(Compare, ControlsBeyondAsciiDoNotReachTheTerminal)
 
 TEST_F(Compare, EveryDecodedCrlHasARow)
 {
-    PkgsignCrlRequest timeless = CrlRequest(AllParties().issuingCa);
+    forge::CrlRequest timeless = CrlRequest(AllParties().issuingCa);
     timeless.omitNextUpdate = true;
-    timeless.revoked = {PkgsignRevokedCertificate()}; // stands where nextUpdate should
-    const PkgsignBytes &ca = AllParties().issuingCa.certificate;
-    const PkgsignBytes root = MakeCrl(CrlRequest(AllParties().root));
+    timeless.revoked = {forge::RevokedCertificate()}; // stands where nextUpdate should
+    const forge::Bytes &ca = AllParties().issuingCa.certificate;
+    const forge::Bytes root = MakeCrl(CrlRequest(AllParties().root));
     const std::string last = Write("last", Join({ca, root, MakeCrl(timeless)}));
     const std::string first = Write("first", Join({ca, MakeCrl(timeless), root}));
     const ProcessResult text = Run({"--root", Root(), last, first});
@@ -291,11 +291,11 @@ TEST_F(Compare, EveryDecodedCrlHasARow)
 
 TEST_F(Compare, AnIssuerWhoseNameCannotBePrintedIsARefusal)
 {
-    PkgsignCertificateRequest request = CertificateRequest("Odd", &AllParties().root);
+    forge::CertificateRequest request = CertificateRequest("Odd", &AllParties().root);
     request.subject = {{"2.5.4.5", "1"}};
     const Party odd = Certify(request);
     const std::string good = CrlFile("good", 0);
-    const PkgsignBytes crls = Join({MakeCrl(CrlRequest(AllParties().root)), MakeCrl(CrlRequest(odd))});
+    const forge::Bytes crls = Join({MakeCrl(CrlRequest(AllParties().root)), MakeCrl(CrlRequest(odd))});
     const std::string nameless = Write("nameless", Join({odd.certificate, crls}));
     const std::string reason = "the issuer's name of CRL 2 of " + nameless + " cannot be printed";
     ExpectRefused(good, nameless, reason);
@@ -305,12 +305,12 @@ TEST_F(Compare, AnIssuerWhoseNameCannotBePrintedIsARefusal)
 
 TEST_F(Compare, ACrlThatWasSkippedIsARefusal)
 {
-    const PkgsignBytes ca = Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().issuingCa.certificate);
-    const PkgsignBytes rootCrl = Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().root)));
-    PkgsignCrlRequest request = CrlRequest(AllParties().root);
+    const forge::Bytes ca = Pem(forge::LABEL_CERTIFICATE, AllParties().issuingCa.certificate);
+    const forge::Bytes rootCrl = Pem(forge::LABEL_CRL, MakeCrl(CrlRequest(AllParties().root)));
+    forge::CrlRequest request = CrlRequest(AllParties().root);
     request.thisUpdate += 60;
-    const PkgsignBytes newerRootCrl = Pem(PKGSIGN_LABEL_CRL, MakeCrl(request));
-    const PkgsignBytes damaged = Octets("-----BEGIN X509 CRL-----\nQQ==\n-----END X509 CRL-----\n");
+    const forge::Bytes newerRootCrl = Pem(forge::LABEL_CRL, MakeCrl(request));
+    const forge::Bytes damaged = Octets("-----BEGIN X509 CRL-----\nQQ==\n-----END X509 CRL-----\n");
     const std::string device = Write("device", Join({ca, rootCrl, damaged}));
     const std::string upgrade = Write("upgrade", Join({ca, newerRootCrl}));
     // Without the device's CRL of the CA the upgrade would drop nothing.
@@ -321,12 +321,12 @@ TEST_F(Compare, ACrlThatWasSkippedIsARefusal)
 
 TEST_F(Compare, AFileThatLeavesNoSpaceForThePackagesCertificatesIsARefusal)
 {
-    const PkgsignBytes most = FileOfCertificates(11);
+    const forge::Bytes most = FileOfCertificates(11);
     const std::string fits = Write("fits", most);
     EXPECT_EQ(0, Run({"--root", Root(), fits, fits}).exitStatus);
     EXPECT_EQ(SIGKIT_OK, VerifyFullPackage(most));
 
-    const PkgsignBytes more = FileOfCertificates(12);
+    const forge::Bytes more = FileOfCertificates(12);
     const std::string large = Write("large", more);
     EXPECT_EQ(SIGKIT_ERR_LIST_FULL, VerifyFullPackage(more));
     ExpectRefused(fits, large,
@@ -335,9 +335,9 @@ TEST_F(Compare, AFileThatLeavesNoSpaceForThePackagesCertificatesIsARefusal)
 
 TEST_F(Compare, AFileThatLeavesNoSpaceGivesWayToANewerOneThatDoes)
 {
-    PkgsignCrlRequest request = CrlRequest(AllParties().root);
+    forge::CrlRequest request = CrlRequest(AllParties().root);
     request.thisUpdate += 60;
-    PkgsignCrlRequest caRequest = CrlRequest(AllParties().issuingCa);
+    forge::CrlRequest caRequest = CrlRequest(AllParties().issuingCa);
     caRequest.thisUpdate += 60;
     const std::string large = Write("large", FileOfCertificates(12));
     const std::string newer =
@@ -349,17 +349,17 @@ TEST_F(Compare, AFileThatLeavesNoSpaceGivesWayToANewerOneThatDoes)
 
 TEST_F(Compare, AFileThatLeavesNoSpaceForThePackagesImageIsARefusal)
 {
-    const PkgsignBytes &ca = AllParties().issuingCa.certificate;
-    const PkgsignBytes caAndCrl =
-        Join({Pem(PKGSIGN_LABEL_CERTIFICATE, ca), Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().issuingCa)))});
-    const PkgsignBytes most = Join({caAndCrl, FileOfBlocks(12)});
+    const forge::Bytes &ca = AllParties().issuingCa.certificate;
+    const forge::Bytes caAndCrl =
+        Join({Pem(forge::LABEL_CERTIFICATE, ca), Pem(forge::LABEL_CRL, MakeCrl(CrlRequest(AllParties().issuingCa)))});
+    const forge::Bytes most = Join({caAndCrl, FileOfBlocks(12)});
     const std::string fits = Write("fits", most);
     EXPECT_EQ(0, Run({"--root", Root(), fits, fits}).exitStatus);
     EXPECT_EQ(SIGKIT_OK, VerifyFullPackage(most));
 
-    const PkgsignBytes more = Join({caAndCrl, FileOfBlocks(13)});
+    const forge::Bytes more = Join({caAndCrl, FileOfBlocks(13)});
     EXPECT_EQ(SIGKIT_ERR_CMS_DECODE, VerifyFullPackage(more));
-    for (const PkgsignBytes &blocks : {more, Join({caAndCrl, FileOfBlocks(14)}), Join({caAndCrl, FileOfBlocks(15)})}) {
+    for (const forge::Bytes &blocks : {more, Join({caAndCrl, FileOfBlocks(14)}), Join({caAndCrl, FileOfBlocks(15)})}) {
         const std::string large = Write("large", blocks);
         ExpectRefused(fits, large,
                       large +

@@ -1,7 +1,7 @@
 // CRL files that `openssl ca -gencrl` has made.
 #include <gtest/gtest.h>
 
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 #include "tests/support/process.h"
 
 namespace
@@ -45,7 +45,7 @@ struct OpensslCrls : testing::Test {
     void SetUp() override
     {
         const std::string text = CONFIGURATION;
-        ASSERT_TRUE(PkgsignWriteFile(directory.File("configuration"), PkgsignBytes(text.begin(), text.end())).ok);
+        ASSERT_TRUE(forge::WriteFile(directory.File("configuration"), forge::Bytes(text.begin(), text.end())).ok);
         Shell(MAKE_PKI);
     }
 

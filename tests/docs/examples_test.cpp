@@ -42,9 +42,9 @@ protected:
         WriteMessage();
     }
 
-    void Write(const std::string &name, const PkgsignBytes &data)
+    void Write(const std::string &name, const forge::Bytes &data)
     {
-        const PkgsignStatus status = PkgsignWriteFile(directory.File(name), data);
+        const forge::Status status = forge::WriteFile(directory.File(name), data);
         ASSERT_TRUE(status.ok) << status.reason;
     }
 
@@ -54,9 +54,9 @@ protected:
     }
 
     // The CRLs of root and issuing CA; the latter's has the entries.
-    void WriteCrls(const std::vector<PkgsignRevokedCertificate> &revoked)
+    void WriteCrls(const std::vector<forge::RevokedCertificate> &revoked)
     {
-        PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
+        forge::CrlRequest request = CrlRequest(AllParties().issuingCa);
         request.revoked = revoked;
         Write("crls", Join({MakeCrl(CrlRequest(AllParties().root)), MakeCrl(request)}));
     }
@@ -78,7 +78,7 @@ protected:
     }
 
     TemporaryDirectory directory;
-    PkgsignMessageRequest message = MessageRequest(CONTENT);
+    forge::MessageRequest message = MessageRequest(CONTENT);
 };
 
 TEST_P(HostExample, AcceptsAnAuthenticContentWithoutAnErrorInTheLog)
@@ -93,7 +93,7 @@ TEST_P(HostExample, AcceptsAnAuthenticContentWithoutAnErrorInTheLog)
 
 TEST_P(HostExample, AcceptsEachDigest)
 {
-    for (const PkgsignDigest digest : {PkgsignDigest::Sha256, PkgsignDigest::Sha384, PkgsignDigest::Sha512}) {
+    for (const forge::Digest digest : {forge::Digest::Sha256, forge::Digest::Sha384, forge::Digest::Sha512}) {
         message.digest = digest;
         message.tokenRequest.imprintDigest = digest;
         WriteMessage();
@@ -109,8 +109,8 @@ TEST_P(HostExample, RefusesAnotherContent)
 
 TEST_P(HostExample, RefusesARevokedSigner)
 {
-    PkgsignRevokedCertificate revoked = {{}, PACKAGE_TIME - PACKAGE_DAY, -1};
-    ASSERT_TRUE(PkgsignGetSerialNumber(AllParties().signer.certificate, &revoked.serialNumber).ok);
+    forge::RevokedCertificate revoked = {{}, PACKAGE_TIME - PACKAGE_DAY, -1};
+    ASSERT_TRUE(forge::GetSerialNumber(AllParties().signer.certificate, &revoked.serialNumber).ok);
     WriteCrls({revoked});
     ExpectRefused("88200002");
     const std::string log = Run().errors;

@@ -13,13 +13,13 @@ namespace
 const char CONTENT[] = "f4d1b0 firmware.bin\n";
 
 struct Package {
-    PkgsignBytes root = AllParties().root.certificate;
-    PkgsignBytes crls = GoodCrls();
-    PkgsignBytes message = MakeMessage(MessageRequest(CONTENT));
-    PkgsignBytes content = Octets(CONTENT);
+    forge::Bytes root = AllParties().root.certificate;
+    forge::Bytes crls = GoodCrls();
+    forge::Bytes message = MakeMessage(MessageRequest(CONTENT));
+    forge::Bytes content = Octets(CONTENT);
 };
 
-uint32_t Size(const PkgsignBytes &bytes)
+uint32_t Size(const forge::Bytes &bytes)
 {
     return static_cast<uint32_t>(bytes.size());
 }
@@ -54,7 +54,7 @@ bool IsAccepted(const Package &package)
 }
 
 // Where each element of a DER message begins.
-void FindElements(const PkgsignBytes &der, const std::vector<std::string> &places, std::vector<size_t> *elements)
+void FindElements(const forge::Bytes &der, const std::vector<std::string> &places, std::vector<size_t> *elements)
 {
     for (size_t i = 0; i < der.size(); ++i) {
         if (places[i].find(" tag") != std::string::npos) {
@@ -65,7 +65,7 @@ void FindElements(const PkgsignBytes &der, const std::vector<std::string> &place
 
 // The place of each octet of a DER message: a path of positions from the outside in, such as "/0/1", with " tag" or
 // " len" behind it for the octets of a header.
-void NamePlaces(const PkgsignBytes &der, size_t from, size_t to, const std::string &path,
+void NamePlaces(const forge::Bytes &der, size_t from, size_t to, const std::string &path,
                 std::vector<std::string> *places)
 {
     for (uint32_t position = 0; from < to; ++position) {
@@ -150,7 +150,7 @@ TEST(AlteredBytes, NoTruncatedFileIsAccepted)
 {
     const Package good;
     ASSERT_TRUE(IsAccepted(good));
-    for (PkgsignBytes Package::*const file : {&Package::root, &Package::crls, &Package::message, &Package::content}) {
+    for (forge::Bytes Package::*const file : {&Package::root, &Package::crls, &Package::message, &Package::content}) {
         for (size_t length = 0; length < (good.*file).size(); ++length) {
             Package cut = good;
             (cut.*file).resize(length);
@@ -166,7 +166,7 @@ TEST(AlteredBytes, NoOtherLengthIsAcceptedWhereASignatureCovers)
     NamePlaces(good.message, 0, good.message.size(), "", &places);
     std::vector<size_t> elements;
     FindElements(good.message, places, &elements);
-    const PkgsignBytes lengths[] = {{0x7F},
+    const forge::Bytes lengths[] = {{0x7F},
                                     {0x80},
                                     {0x81, 0xFF},
                                     {0x82, 0xFF, 0xFF},
@@ -178,7 +178,7 @@ TEST(AlteredBytes, NoOtherLengthIsAcceptedWhereASignatureCovers)
     EXPECT_LT(150u, elements.size());
     const std::set<std::string> freePlaces = AllFreePlaces();
     for (const size_t element : elements) {
-        for (const PkgsignBytes &length : lengths) {
+        for (const forge::Bytes &length : lengths) {
             Package altered = good;
             const size_t old =
                 (altered.message[element + 1] & 0x80) == 0 ? 1 : 1 + (altered.message[element + 1] & 0x7F);

@@ -12,13 +12,13 @@ const char CONTENT[] = "f4d1b0 firmware.bin\n";
 struct Package {
     uint32_t derCrls = 2;
     bool needsEveryCrl = false;
-    PkgsignBytes root = AllParties().root.certificate;
-    PkgsignBytes crls = GoodCrls();
-    PkgsignBytes message = MakeMessage(MessageRequest(CONTENT));
+    forge::Bytes root = AllParties().root.certificate;
+    forge::Bytes crls = GoodCrls();
+    forge::Bytes message = MakeMessage(MessageRequest(CONTENT));
     std::string content = CONTENT;
 };
 
-uint32_t Size(const PkgsignBytes &bytes)
+uint32_t Size(const forge::Bytes &bytes)
 {
     return static_cast<uint32_t>(bytes.size());
 }
@@ -60,7 +60,7 @@ Outcome Stream(const Context &context, const Package &package)
 {
     Outcome outcome;
     outcome.status = SigkitVerifyDetachSignatureBegin(context.ctx, package.message.data(), Size(package.message));
-    const PkgsignBytes content = Octets(package.content);
+    const forge::Bytes content = Octets(package.content);
     const uint32_t half = Size(content) / 2;
     const uint32_t pieces[][2] = {{0, half}, {half, Size(content) - half}};
     for (const auto &piece : pieces) {
@@ -92,9 +92,9 @@ struct Files {
         Write("message", package.message);
         Write("content", Octets(package.content));
     }
-    void Write(const std::string &name, const PkgsignBytes &bytes) const
+    void Write(const std::string &name, const forge::Bytes &bytes) const
     {
-        (void)PkgsignWriteFile(directory.File(name), bytes).ok;
+        (void)forge::WriteFile(directory.File(name), bytes).ok;
     }
 };
 
@@ -123,9 +123,9 @@ struct Summary {
     SigkitCrlBundle *bundle = nullptr;
     uint32_t status = context.status;
 
-    explicit Summary(const PkgsignBytes &file)
+    explicit Summary(const forge::Bytes &file)
     {
-        const PkgsignBytes &root = AllParties().root.certificate;
+        const forge::Bytes &root = AllParties().root.certificate;
         if (status == SIGKIT_OK) {
             status = SigkitVerifyAddCert(context.ctx, root.data(), Size(root));
         }
@@ -143,7 +143,7 @@ struct Summary {
     Summary &operator=(const Summary &) = delete;
 };
 
-Outcome Compare(const PkgsignBytes &first, const PkgsignBytes &second)
+Outcome Compare(const forge::Bytes &first, const forge::Bytes &second)
 {
     const Summary summaries[] = {Summary(first), Summary(second)};
     Outcome outcome = {SIGKIT_OK, SIGKIT_CRL_CONFLICT};
@@ -168,20 +168,20 @@ Package Changed(const Change &change)
     return package;
 }
 
-Change WithMessage(const std::function<void(PkgsignMessageRequest *)> &change)
+Change WithMessage(const std::function<void(forge::MessageRequest *)> &change)
 {
     return [change](Package *package) {
-        PkgsignMessageRequest request = MessageRequest(package->content);
+        forge::MessageRequest request = MessageRequest(package->content);
         change(&request);
         package->message = MakeMessage(request);
     };
 }
 
-Change WithCrl(const Party &issuer, const std::function<void(PkgsignCrlRequest *)> &change)
+Change WithCrl(const Party &issuer, const std::function<void(forge::CrlRequest *)> &change)
 {
     return [issuer, change](Package *package) {
         const bool isRoot = issuer.key == AllParties().root.key;
-        PkgsignCrlRequest request = CrlRequest(issuer);
+        forge::CrlRequest request = CrlRequest(issuer);
         change(&request);
         const Party &other = isRoot ? AllParties().issuingCa : AllParties().root;
         package->crls = Join({MakeCrl(request), MakeCrl(CrlRequest(other))});
@@ -189,13 +189,13 @@ Change WithCrl(const Party &issuer, const std::function<void(PkgsignCrlRequest *
 }
 
 // A message by a signer whose certificate differs from the good one's.
-Change WithSigner(const std::function<void(PkgsignCertificateRequest *)> &change)
+Change WithSigner(const std::function<void(forge::CertificateRequest *)> &change)
 {
-    return WithMessage([change](PkgsignMessageRequest *message) {
-        PkgsignCertificateRequest request = CertificateRequest("Another signer", &AllParties().issuingCa);
-        request.basicConstraints = PkgsignBasicConstraints::NotCa;
-        request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-        request.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    return WithMessage([change](forge::MessageRequest *message) {
+        forge::CertificateRequest request = CertificateRequest("Another signer", &AllParties().issuingCa);
+        request.basicConstraints = forge::BasicConstraints::NotCa;
+        request.keyUsage = forge::DIGITAL_SIGNATURE;
+        request.extendedKeyUsage = {forge::PURPOSE_CODE_SIGNING};
         change(&request);
         const Party signer = Certify(request);
         message->signerCertificate = signer.certificate;
@@ -204,10 +204,10 @@ Change WithSigner(const std::function<void(PkgsignCertificateRequest *)> &change
     });
 }
 
-PkgsignRevokedCertificate Revoked(const Party &party, int reason)
+forge::RevokedCertificate Revoked(const Party &party, int reason)
 {
-    PkgsignRevokedCertificate revoked;
-    (void)PkgsignGetSerialNumber(party.certificate, &revoked.serialNumber).ok;
+    forge::RevokedCertificate revoked;
+    (void)forge::GetSerialNumber(party.certificate, &revoked.serialNumber).ok;
     revoked.revocationDate = PACKAGE_TIME - PACKAGE_DAY;
     revoked.reasonCode = reason;
     return revoked;
@@ -215,20 +215,20 @@ PkgsignRevokedCertificate Revoked(const Party &party, int reason)
 
 Change WithRevoked(const Party &issuer, const Party &party, int reason)
 {
-    return WithCrl(issuer, [party, reason](PkgsignCrlRequest *crl) { crl->revoked = {Revoked(party, reason)}; });
+    return WithCrl(issuer, [party, reason](forge::CrlRequest *crl) { crl->revoked = {Revoked(party, reason)}; });
 }
 
 // An older CRL that says nothing and a newer one, by this party, that revokes: a verifier that loses the newer one says yes.
 Change WithNewerCrl(const Party &issuer, const Party &party, const std::string &label = "")
 {
     return [issuer, party, label](Package *package) {
-        PkgsignCrlRequest newer = CrlRequest(issuer);
+        forge::CrlRequest newer = CrlRequest(issuer);
         newer.thisUpdate += 1;
         newer.crlNumber += 1;
         newer.revoked = {Revoked(party, 1)};
-        std::vector<PkgsignBytes> crls = {MakeCrl(CrlRequest(AllParties().root)),
+        std::vector<forge::Bytes> crls = {MakeCrl(CrlRequest(AllParties().root)),
                                           MakeCrl(CrlRequest(AllParties().issuingCa)), MakeCrl(newer)};
-        for (PkgsignBytes &crl : crls) {
+        for (forge::Bytes &crl : crls) {
             crl = label.empty() ? crl : Pem(label, crl);
         }
         package->crls = Join(crls);
@@ -261,26 +261,26 @@ std::vector<Variant> AcceptedVariants()
          {SIGKIT_OK, 1},
          [](Package *package) {
              package->derCrls = 0;
-             package->root = Pem(PKGSIGN_LABEL_CERTIFICATE, package->root);
-             package->crls = Join({Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().root))),
-                                   Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().issuingCa)))});
-             package->message = Pem(PKGSIGN_LABEL_CMS, package->message);
+             package->root = Pem(forge::LABEL_CERTIFICATE, package->root);
+             package->crls = Join({Pem(forge::LABEL_CRL, MakeCrl(CrlRequest(AllParties().root))),
+                                   Pem(forge::LABEL_CRL, MakeCrl(CrlRequest(AllParties().issuingCa)))});
+             package->message = Pem(forge::LABEL_CMS, package->message);
          }},
-        {"GoodPkcs7Armour", {SIGKIT_OK, 1}, [](Package *p) { p->message = Pem(PKGSIGN_LABEL_PKCS7, p->message); }},
-        {"GoodSha384", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->digest = PkgsignDigest::Sha384; })},
-        {"GoodSha512", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->digest = PkgsignDigest::Sha512; })},
+        {"GoodPkcs7Armour", {SIGKIT_OK, 1}, [](Package *p) { p->message = Pem(forge::LABEL_PKCS7, p->message); }},
+        {"GoodSha384", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->digest = forge::Digest::Sha384; })},
+        {"GoodSha512", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->digest = forge::Digest::Sha512; })},
         {"GoodWithoutAttributes", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->signedAttributes = false; })},
         {"GoodTokenWithoutAttributes", {SIGKIT_OK, 1}, WithMessage([](auto *m) {
              m->tokenRequest.signedAttributes = false;
          })},
         {"GoodSigningTime", {SIGKIT_OK, 1}, WithMessage([](auto *m) { m->signingTime = PACKAGE_TIME; })},
         {"GoodImprintSha512", {SIGKIT_OK, 1}, WithMessage([](auto *m) {
-             m->tokenRequest.imprintDigest = PkgsignDigest::Sha512;
+             m->tokenRequest.imprintDigest = forge::Digest::Sha512;
          })},
         {"GoodCaInCrlFile",
          {SIGKIT_OK, 1},
          [](Package *package) {
-             PkgsignMessageRequest request = MessageRequest(package->content);
+             forge::MessageRequest request = MessageRequest(package->content);
              request.certificates = {AllParties().signer.certificate};
              package->message = MakeMessage(request);
              package->crls = Join({AllParties().issuingCa.certificate, package->crls});
@@ -288,16 +288,16 @@ std::vector<Variant> AcceptedVariants()
         {"GoodRevokedLater",
          {SIGKIT_OK, 1},
          WithCrl(all.issuingCa,
-                 [](PkgsignCrlRequest *crl) {
+                 [](forge::CrlRequest *crl) {
                      crl->revoked = {Revoked(AllParties().signer, 5)};
                      crl->revoked[0].revocationDate = PACKAGE_TIME + PACKAGE_DAY;
                  })},
         {"NobodySignsNothing",
          {SIGKIT_OK, 1},
          [](Package *package) {
-             PkgsignMessageRequest request = MessageRequest("");
+             forge::MessageRequest request = MessageRequest("");
              request.signerInfoCount = 0;
-             request.timestamp = PkgsignTimestamp::None;
+             request.timestamp = forge::Timestamp::None;
              package->content = "";
              package->message = MakeMessage(request);
          }},
@@ -317,9 +317,9 @@ std::vector<Variant> RefusedVariants()
          }},
         {"NobodySignsContent", {SIGKIT_ERR_NOT_BEGUN, 0}, WithMessage([](auto *m) {
              m->signerInfoCount = 0;
-             m->timestamp = PkgsignTimestamp::None;
+             m->timestamp = forge::Timestamp::None;
          })},
-        {"NoTimestamp", {SIGKIT_ERR_PARAM, 0}, WithMessage([](auto *m) { m->timestamp = PkgsignTimestamp::None; })},
+        {"NoTimestamp", {SIGKIT_ERR_PARAM, 0}, WithMessage([](auto *m) { m->timestamp = forge::Timestamp::None; })},
         {"TokenOverAnother", {SIGKIT_ERR_TIMESTAMP_IMPRINT, 0}, WithMessage([](auto *m) {
              m->tokenRequest.imprintOver = Octets("another");
          })},
@@ -344,7 +344,7 @@ std::vector<Variant> RefusedVariants()
         {"RevokedByNewerCrl", {SIGKIT_ERR_CERT_REVOKED, 0}, WithNewerCrl(all.issuingCa, all.signer)},
         {"RevokedByNewerPemCrl",
          {SIGKIT_ERR_CERT_REVOKED, 0},
-         WithNewerCrl(all.issuingCa, all.signer, PKGSIGN_LABEL_CRL)},
+         WithNewerCrl(all.issuingCa, all.signer, forge::LABEL_CRL)},
         {"RevokedByNewKey", {SIGKIT_ERR_CERT_REVOKED, 0}, WithNewerCrlOfNewKey(all.signer)},
         {"TimestampRevokedByNewerCrl", {SIGKIT_ERR_CERT_REVOKED, 0}, WithNewerCrl(all.issuingCa, all.timestamp)},
         {"RevokedCa", {SIGKIT_ERR_CERT_REVOKED, 0}, WithRevoked(all.root, all.issuingCa, 0)},
@@ -353,17 +353,17 @@ std::vector<Variant> RefusedVariants()
              r->notBefore = PACKAGE_TIME + 1;
          })},
         {"SignerMayNotSignCode", {SIGKIT_ERR_CERT_USAGE, 0}, WithSigner([](auto *r) {
-             r->extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING};
+             r->extendedKeyUsage = {forge::PURPOSE_TIME_STAMPING};
          })},
         {"ExpiredCrl",
          {SIGKIT_ERR_NO_CRL, 0},
-         WithCrl(all.issuingCa, [](PkgsignCrlRequest *crl) { crl->nextUpdate = PACKAGE_TIME - 1; })},
+         WithCrl(all.issuingCa, [](forge::CrlRequest *crl) { crl->nextUpdate = PACKAGE_TIME - 1; })},
         {"NoCrlOfTheRoot",
          {SIGKIT_ERR_NO_CRL, 0},
          [](Package *p) { p->crls = MakeCrl(CrlRequest(AllParties().issuingCa)); }},
         {"OtherRoot", {SIGKIT_ERR_NO_ROOT, 0}, [](Package *p) { p->root = AllParties().otherRoot.certificate; }},
-        {"CrlsAreGarbage", {SIGKIT_ERR_CRL_LOAD, 0}, [](Package *p) { p->crls = PkgsignBytes(100, 0x30); }},
-        {"MessageIsGarbage", {SIGKIT_ERR_CMS_DECODE, 0}, [](Package *p) { p->message = PkgsignBytes(100, 0x30); }},
+        {"CrlsAreGarbage", {SIGKIT_ERR_CRL_LOAD, 0}, [](Package *p) { p->crls = forge::Bytes(100, 0x30); }},
+        {"MessageIsGarbage", {SIGKIT_ERR_CMS_DECODE, 0}, [](Package *p) { p->message = forge::Bytes(100, 0x30); }},
         {"MessageTooShort", {SIGKIT_ERR_ARMOUR, 0}, [](Package *p) { p->message.resize(37); }},
     };
 }
@@ -396,23 +396,23 @@ using Load1 = uint32_t (*)(SigkitVerifyCtx *, const uint8_t *, uint32_t);
 
 void AddLoadings(std::vector<Scenario> *scenarios)
 {
-    const PkgsignBytes root = AllParties().root.certificate;
-    const PkgsignBytes crl = MakeCrl(CrlRequest(AllParties().root));
-    std::vector<PkgsignBytes> crls;
+    const forge::Bytes root = AllParties().root.certificate;
+    const forge::Bytes crl = MakeCrl(CrlRequest(AllParties().root));
+    std::vector<forge::Bytes> crls;
     for (int64_t i = 0; i < 17; ++i) {
-        PkgsignCrlRequest request = CrlRequest(AllParties().root);
+        forge::CrlRequest request = CrlRequest(AllParties().root);
         request.crlNumber = i;
         crls.push_back(MakeCrl(request));
     }
-    const std::vector<PkgsignBytes> sixteen(crls.begin(), crls.end() - 1);
+    const std::vector<forge::Bytes> sixteen(crls.begin(), crls.end() - 1);
     const struct {
         const char *name;
         Load1 load;
-        PkgsignBytes data;
+        forge::Bytes data;
         uint32_t status;
     } rows[] = {
         {"LoadCert", SigkitVerifyAddCert, root, SIGKIT_OK},
-        {"LoadCertPem", SigkitVerifyAddCert, Pem(PKGSIGN_LABEL_CERTIFICATE, root), SIGKIT_OK},
+        {"LoadCertPem", SigkitVerifyAddCert, Pem(forge::LABEL_CERTIFICATE, root), SIGKIT_OK},
         {"LoadCertAmongCrls", SigkitVerifyAddCert, Join({crl, root}), SIGKIT_OK},
         {"LoadNoCert", SigkitVerifyAddCert, crl, SIGKIT_ERR_UNKNOWN},
         {"LoadCrls", SigkitVerifyAddCrl, Join(sixteen), SIGKIT_OK},
@@ -436,30 +436,30 @@ void AddLoadings(std::vector<Scenario> *scenarios)
 void AddComparisons(std::vector<Scenario> *scenarios)
 {
     const Parties &all = AllParties();
-    const PkgsignBytes ca = all.issuingCa.certificate;
-    PkgsignCrlRequest later = CrlRequest(all.root);
+    const forge::Bytes ca = all.issuingCa.certificate;
+    forge::CrlRequest later = CrlRequest(all.root);
     later.thisUpdate += PACKAGE_DAY;
-    PkgsignCrlRequest revoking = later;
+    forge::CrlRequest revoking = later;
     revoking.revoked = {Revoked(all.issuingCa, 1)};
-    PkgsignCrlRequest caLater = CrlRequest(all.issuingCa);
+    forge::CrlRequest caLater = CrlRequest(all.issuingCa);
     caLater.thisUpdate += PACKAGE_DAY;
-    const PkgsignBytes both = Join({ca, GoodCrls()});
-    const PkgsignBytes rootLater = Join({ca, MakeCrl(later), MakeCrl(CrlRequest(all.issuingCa))});
-    const PkgsignBytes caOnlyLater = Join({ca, MakeCrl(CrlRequest(all.root)), MakeCrl(caLater)});
-    const PkgsignBytes bothPem =
-        Join({Pem(PKGSIGN_LABEL_CERTIFICATE, ca), Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(all.root))),
-              Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(all.issuingCa)))});
-    const PkgsignBytes twicePem = Join({bothPem, Pem(PKGSIGN_LABEL_CRL, MakeCrl(later))});
-    const PkgsignBytes dropped = Join({ca, MakeCrl(later)});
-    const PkgsignBytes droppedAndRevoked = Join({ca, MakeCrl(revoking)});
-    PkgsignCertificateRequest longSerial = CertificateRequest("CA of a long number", &all.root);
-    longSerial.serialNumber = PkgsignBytes(33, 0x11); // longer than a summary tells
+    const forge::Bytes both = Join({ca, GoodCrls()});
+    const forge::Bytes rootLater = Join({ca, MakeCrl(later), MakeCrl(CrlRequest(all.issuingCa))});
+    const forge::Bytes caOnlyLater = Join({ca, MakeCrl(CrlRequest(all.root)), MakeCrl(caLater)});
+    const forge::Bytes bothPem =
+        Join({Pem(forge::LABEL_CERTIFICATE, ca), Pem(forge::LABEL_CRL, MakeCrl(CrlRequest(all.root))),
+              Pem(forge::LABEL_CRL, MakeCrl(CrlRequest(all.issuingCa)))});
+    const forge::Bytes twicePem = Join({bothPem, Pem(forge::LABEL_CRL, MakeCrl(later))});
+    const forge::Bytes dropped = Join({ca, MakeCrl(later)});
+    const forge::Bytes droppedAndRevoked = Join({ca, MakeCrl(revoking)});
+    forge::CertificateRequest longSerial = CertificateRequest("CA of a long number", &all.root);
+    longSerial.serialNumber = forge::Bytes(33, 0x11); // longer than a summary tells
     const Party other = Certify(longSerial);
-    const PkgsignBytes withOther = Join({other.certificate, MakeCrl(CrlRequest(all.root)), MakeCrl(CrlRequest(other))});
+    const forge::Bytes withOther = Join({other.certificate, MakeCrl(CrlRequest(all.root)), MakeCrl(CrlRequest(other))});
     const struct {
         const char *name;
-        PkgsignBytes first;
-        PkgsignBytes second;
+        forge::Bytes first;
+        forge::Bytes second;
         Outcome expected;
     } rows[] = {
         {"CompareEqual", both, both, {SIGKIT_OK, SIGKIT_CRL_EQUAL}},

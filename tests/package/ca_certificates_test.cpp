@@ -8,8 +8,8 @@
 
 #include <filesystem>
 
-#include "pkgsign/pkgsign.h"
 #include "sigkit/sigkit.h"
+#include "tests/forge/forge.h"
 #include "tests/support/recording_host.h"
 #include "tests/support/status_names.h"
 
@@ -17,7 +17,7 @@ namespace
 {
 
 // Why a certificate cannot be decoded; empty when it can.
-std::string ReasonToRefuse(const PkgsignBytes &pem)
+std::string ReasonToRefuse(const forge::Bytes &pem)
 {
     BIO *const input = BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size()));
     X509 *const certificate = PEM_read_bio_X509(input, nullptr, nullptr, nullptr);
@@ -33,7 +33,7 @@ std::string ReasonToRefuse(const PkgsignBytes &pem)
     return reason;
 }
 
-uint32_t AddToFreshContext(const PkgsignBytes &data)
+uint32_t AddToFreshContext(const forge::Bytes &data)
 {
     SigkitVerifyCreateParam param = {};
     param.size = sizeof(param);
@@ -54,14 +54,14 @@ TEST(CaCertificates, AreTakenWhenTheyAreRsaOfVersion3AndRefusedOtherwise)
         }
         SCOPED_TRACE(entry.path().filename().string());
         ResetRecordingHost();
-        PkgsignBytes pem;
-        ASSERT_TRUE(PkgsignReadFile(entry.path().string(), &pem).ok);
+        forge::Bytes pem;
+        ASSERT_TRUE(forge::ReadFile(entry.path().string(), &pem).ok);
         const std::string reason = ReasonToRefuse(pem);
         EXPECT_EQ(reason.empty() ? SIGKIT_OK : SIGKIT_ERR_UNKNOWN, AddToFreshContext(pem)) << reason;
         ++(reason.empty() ? taken : refused);
 
-        PkgsignBytes der;
-        ASSERT_TRUE(PkgsignUnarmour(pem, &der).ok);
+        forge::Bytes der;
+        ASSERT_TRUE(forge::Unarmour(pem, &der).ok);
         EXPECT_EQ(reason.empty(), AddToFreshContext(der) == SIGKIT_OK) << reason;
     }
     EXPECT_GT(taken, 50U);

@@ -187,7 +187,7 @@ TEST_F(HostileProcess, LocaleTimeZoneAndAllocatorSettingsChangeNoAnswer)
         {1, "f4d1b0 firmware.bin\n", 0}, {1, "f4d1b1 firmware.bin\n", 255}, {-1, "f4d1b0 firmware.bin\n", 0x12}};
     for (const auto &row : rows) {
         Write("checksums", Bytes(row.content));
-        for (PkgsignCrlRequest &request : crlRequests) {
+        for (forge::CrlRequest &request : crlRequests) {
             request.nextUpdate = SIGNING_TIME + row.secondsLeft;
         }
         Make();

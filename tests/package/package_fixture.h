@@ -7,15 +7,15 @@
 
 #include <gtest/gtest.h>
 
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 #include "tests/support/process.h"
 
 // The development PKI whose root is built into the tool under test.
-inline const PkgsignPki &Pki()
+inline const forge::Pki &Pki()
 {
-    static const PkgsignPki pki = [] {
-        PkgsignPki read;
-        const PkgsignStatus status = PkgsignReadPki(DEVELOPMENT_PKI, &read);
+    static const forge::Pki pki = [] {
+        forge::Pki read;
+        const forge::Status status = forge::ReadPki(DEVELOPMENT_PKI, &read);
         EXPECT_TRUE(status.ok) << status.reason;
         return read;
     }();
@@ -25,9 +25,9 @@ inline const PkgsignPki &Pki()
 inline constexpr int64_t SIGNING_TIME = 1768478400; // 2026-01-15 12:00:00 UTC
 inline constexpr int64_t DAY = 86400;
 
-inline PkgsignBytes Bytes(const std::string &text)
+inline forge::Bytes Bytes(const std::string &text)
 {
-    return PkgsignBytes(text.begin(), text.end());
+    return forge::Bytes(text.begin(), text.end());
 }
 
 class Package : public testing::Test
@@ -40,7 +40,7 @@ protected:
         crlRequests[0].issuerKey = Pki().root.key;
         crlRequests[1].issuerCertificate = Pki().issuingCa.certificate;
         crlRequests[1].issuerKey = Pki().issuingCa.key;
-        for (PkgsignCrlRequest &request : crlRequests) {
+        for (forge::CrlRequest &request : crlRequests) {
             request.thisUpdate = SIGNING_TIME - DAY;
             request.nextUpdate = SIGNING_TIME + 30 * DAY;
         }
@@ -48,16 +48,16 @@ protected:
         message.signerCertificate = Pki().signer.certificate;
         message.signerKey = Pki().signer.key;
         message.certificates = {Pki().signer.certificate, Pki().issuingCa.certificate};
-        message.timestamp = PkgsignTimestamp::Request;
+        message.timestamp = forge::Timestamp::Request;
         message.tokenRequest.genTime = SIGNING_TIME;
         message.tokenRequest.tsaCertificate = Pki().timestamp.certificate;
         message.tokenRequest.tsaKey = Pki().timestamp.key;
         message.tokenRequest.certificates = {Pki().timestamp.certificate};
     }
 
-    void Write(const std::string &name, const PkgsignBytes &data)
+    void Write(const std::string &name, const forge::Bytes &data)
     {
-        const PkgsignStatus status = PkgsignWriteFile(directory.File(name), data);
+        const forge::Status status = forge::WriteFile(directory.File(name), data);
         ASSERT_TRUE(status.ok) << status.reason;
     }
 
@@ -65,15 +65,15 @@ protected:
     void Make()
     {
         std::string crls;
-        for (const PkgsignCrlRequest &request : crlRequests) {
-            PkgsignBytes crl;
-            const PkgsignStatus status = PkgsignMakeCrl(request, &crl);
+        for (const forge::CrlRequest &request : crlRequests) {
+            forge::Bytes crl;
+            const forge::Status status = forge::MakeCrl(request, &crl);
             ASSERT_TRUE(status.ok) << status.reason;
-            crls += PkgsignArmour(PKGSIGN_LABEL_CRL, crl);
+            crls += forge::Armour(forge::LABEL_CRL, crl);
         }
         Write("crls", Bytes(crls));
-        PkgsignBytes signature;
-        const PkgsignStatus status = PkgsignSignDetached(message, &signature);
+        forge::Bytes signature;
+        const forge::Status status = forge::SignDetached(message, &signature);
         ASSERT_TRUE(status.ok) << status.reason;
         Write("signature", signature);
     }
@@ -92,15 +92,15 @@ protected:
 
     std::string Log()
     {
-        PkgsignBytes text;
-        const PkgsignStatus status = PkgsignReadFile(directory.File("log"), &text);
+        forge::Bytes text;
+        const forge::Status status = forge::ReadFile(directory.File("log"), &text);
         EXPECT_TRUE(status.ok) << status.reason;
         return std::string(text.begin(), text.end());
     }
 
     TemporaryDirectory directory;
-    PkgsignCrlRequest crlRequests[2];
-    PkgsignMessageRequest message;
+    forge::CrlRequest crlRequests[2];
+    forge::MessageRequest message;
 };
 
 inline bool Contains(const std::string &text, const std::string &part)

@@ -23,15 +23,15 @@ TEST_F(Package, IsAcceptedWhenEverythingHolds)
 
 TEST_F(Package, IsAcceptedWithEachArmourAndDigest)
 {
-    for (const PkgsignDigest digest : {PkgsignDigest::Sha256, PkgsignDigest::Sha384, PkgsignDigest::Sha512}) {
-        for (const char *label : {PKGSIGN_LABEL_CMS, PKGSIGN_LABEL_PKCS7}) {
+    for (const forge::Digest digest : {forge::Digest::Sha256, forge::Digest::Sha384, forge::Digest::Sha512}) {
+        for (const char *label : {forge::LABEL_CMS, forge::LABEL_PKCS7}) {
             message.digest = digest;
             message.tokenRequest.imprintDigest = digest;
             message.tokenRequest.signerDigest = digest;
             Make();
-            PkgsignBytes der;
-            ASSERT_TRUE(PkgsignReadFile(directory.File("signature"), &der).ok);
-            Write("signature", Bytes(PkgsignArmour(label, der)));
+            forge::Bytes der;
+            ASSERT_TRUE(forge::ReadFile(directory.File("signature"), &der).ok);
+            Write("signature", Bytes(forge::Armour(label, der)));
             EXPECT_EQ(0, Verify().exitStatus) << label << static_cast<int>(digest);
         }
     }
@@ -55,8 +55,8 @@ TEST_F(Package, WithOneOctetChangedIsRefusedAsNotMatching)
 
 TEST_F(Package, OfARevokedSignerIsRefused)
 {
-    PkgsignRevokedCertificate entry;
-    ASSERT_TRUE(PkgsignGetSerialNumber(Pki().signer.certificate, &entry.serialNumber).ok);
+    forge::RevokedCertificate entry;
+    ASSERT_TRUE(forge::GetSerialNumber(Pki().signer.certificate, &entry.serialNumber).ok);
     entry.revocationDate = SIGNING_TIME - 1;
     crlRequests[1].revoked = {entry};
     Make();
@@ -71,44 +71,44 @@ TEST_F(Package, OfARevokedSignerIsRefused)
 // is of the signer's issuer by name.
 TEST_F(Package, OfANamesakeOfTheRootIsRefusedOnceTheCaAboveItIsRevoked)
 {
-    PkgsignCertificateRequest namesake;
+    forge::CertificateRequest namesake;
     namesake.serialNumber = {0x21};
-    ASSERT_TRUE(PkgsignGenerateRsaKey(2048, &namesake.subjectKey).ok);
-    ASSERT_TRUE(PkgsignGetSubject(Pki().root.certificate, &namesake.subjectDer).ok);
-    ASSERT_TRUE(PkgsignGetSubject(Pki().issuingCa.certificate, &namesake.issuerDer).ok);
+    ASSERT_TRUE(forge::GenerateRsaKey(2048, &namesake.subjectKey).ok);
+    ASSERT_TRUE(forge::GetSubject(Pki().root.certificate, &namesake.subjectDer).ok);
+    ASSERT_TRUE(forge::GetSubject(Pki().issuingCa.certificate, &namesake.issuerDer).ok);
     namesake.issuerKey = Pki().issuingCa.key;
     namesake.notBefore = SIGNING_TIME - 7 * DAY;
     namesake.notAfter = SIGNING_TIME + 7 * DAY;
-    namesake.basicConstraints = PkgsignBasicConstraints::Ca;
-    namesake.keyUsage = PKGSIGN_KEY_CERT_SIGN | PKGSIGN_CRL_SIGN;
-    PkgsignCertificateRequest signer = namesake;
+    namesake.basicConstraints = forge::BasicConstraints::Ca;
+    namesake.keyUsage = forge::KEY_CERT_SIGN | forge::CRL_SIGN;
+    forge::CertificateRequest signer = namesake;
     signer.serialNumber = {0x22};
-    ASSERT_TRUE(PkgsignGenerateRsaKey(2048, &signer.subjectKey).ok);
+    ASSERT_TRUE(forge::GenerateRsaKey(2048, &signer.subjectKey).ok);
     signer.issuerDer = namesake.subjectDer;
     signer.issuerKey = namesake.subjectKey;
     signer.subjectDer.clear();
     signer.subject = {{"CN", "Thief"}};
-    signer.basicConstraints = PkgsignBasicConstraints::Absent;
-    signer.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-    signer.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    signer.basicConstraints = forge::BasicConstraints::Absent;
+    signer.keyUsage = forge::DIGITAL_SIGNATURE;
+    signer.extendedKeyUsage = {forge::PURPOSE_CODE_SIGNING};
     message.certificates.resize(2);
-    ASSERT_TRUE(PkgsignMakeCertificate(namesake, &message.certificates[0]).ok);
-    ASSERT_TRUE(PkgsignMakeCertificate(signer, &message.certificates[1]).ok);
+    ASSERT_TRUE(forge::MakeCertificate(namesake, &message.certificates[0]).ok);
+    ASSERT_TRUE(forge::MakeCertificate(signer, &message.certificates[1]).ok);
     message.signerCertificate = message.certificates[1];
     message.signerKey = signer.subjectKey;
-    PkgsignCertificateRequest authority = signer; // the root's own, which the CA's revocation leaves alone
+    forge::CertificateRequest authority = signer; // the root's own, which the CA's revocation leaves alone
     authority.serialNumber = {0x23};
-    ASSERT_TRUE(PkgsignGenerateRsaKey(2048, &authority.subjectKey).ok);
+    ASSERT_TRUE(forge::GenerateRsaKey(2048, &authority.subjectKey).ok);
     authority.issuerKey = Pki().root.key;
-    authority.extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING};
-    ASSERT_TRUE(PkgsignMakeCertificate(authority, &message.tokenRequest.tsaCertificate).ok);
+    authority.extendedKeyUsage = {forge::PURPOSE_TIME_STAMPING};
+    ASSERT_TRUE(forge::MakeCertificate(authority, &message.tokenRequest.tsaCertificate).ok);
     message.tokenRequest.tsaKey = authority.subjectKey;
     message.tokenRequest.certificates = {message.tokenRequest.tsaCertificate, Pki().issuingCa.certificate};
     Make();
     EXPECT_EQ(0, Verify().exitStatus) << "below a CA that stands";
 
-    PkgsignRevokedCertificate entry;
-    ASSERT_TRUE(PkgsignGetSerialNumber(Pki().issuingCa.certificate, &entry.serialNumber).ok);
+    forge::RevokedCertificate entry;
+    ASSERT_TRUE(forge::GetSerialNumber(Pki().issuingCa.certificate, &entry.serialNumber).ok);
     entry.revocationDate = SIGNING_TIME - 1;
     crlRequests[0].revoked = {entry};
     Make();
@@ -118,8 +118,8 @@ TEST_F(Package, OfANamesakeOfTheRootIsRefusedOnceTheCaAboveItIsRevoked)
 
 TEST_F(Package, SignedBeforeItsSignerWasRevokedIsAccepted)
 {
-    PkgsignRevokedCertificate entry;
-    ASSERT_TRUE(PkgsignGetSerialNumber(Pki().signer.certificate, &entry.serialNumber).ok);
+    forge::RevokedCertificate entry;
+    ASSERT_TRUE(forge::GetSerialNumber(Pki().signer.certificate, &entry.serialNumber).ok);
     entry.revocationDate = SIGNING_TIME + 1;
     crlRequests[1].revoked = {entry};
     Make();
@@ -128,7 +128,7 @@ TEST_F(Package, SignedBeforeItsSignerWasRevokedIsAccepted)
 
 TEST_F(Package, WithoutATimestampIsRefused)
 {
-    message.timestamp = PkgsignTimestamp::None;
+    message.timestamp = forge::Timestamp::None;
     Make();
     const ProcessResult result = Verify();
     EXPECT_EQ(0x01, result.exitStatus);
@@ -205,7 +205,7 @@ TEST_F(Package, LinesOfTheLibraryEndInCarriageReturnAndLineFeed)
 
 TEST_F(Package, ContentLargerThanMemoryPiecesIsStreamed)
 {
-    PkgsignBytes content(4096 * 300 + 1);
+    forge::Bytes content(4096 * 300 + 1);
     for (size_t i = 0; i < content.size(); ++i) {
         content[i] = static_cast<uint8_t>(i * 31 + i / 4096);
     }
@@ -258,8 +258,8 @@ protected:
 
     std::string ReadText(const std::string &name)
     {
-        PkgsignBytes data;
-        EXPECT_TRUE(PkgsignReadFile(directory.File(name), &data).ok) << name;
+        forge::Bytes data;
+        EXPECT_TRUE(forge::ReadFile(directory.File(name), &data).ok) << name;
         return std::string(data.begin(), data.end());
     }
 };
@@ -267,8 +267,8 @@ protected:
 TEST_F(OpensslPackage, MadeWithTheCommandLineAloneIsAccepted)
 {
     for (const char *name : {"root.pem", "root.key"}) {
-        PkgsignBytes data;
-        ASSERT_TRUE(PkgsignReadFile(std::string(DEVELOPMENT_PKI) + "/" + name, &data).ok);
+        forge::Bytes data;
+        ASSERT_TRUE(forge::ReadFile(std::string(DEVELOPMENT_PKI) + "/" + name, &data).ok);
         Write(name, data);
     }
     const std::string leaf = "basicConstraints=CA:FALSE\nkeyUsage=critical,digitalSignature\n";
@@ -282,20 +282,20 @@ TEST_F(OpensslPackage, MadeWithTheCommandLineAloneIsAccepted)
     Openssl(
         "cms -sign -binary -in checksums -outform DER -out unstamped -signer signer.pem -inkey signer.key -certfile "
         "ca.pem -md sha256");
-    PkgsignBytes unstamped;
-    ASSERT_TRUE(PkgsignReadFile(directory.File("unstamped"), &unstamped).ok);
-    PkgsignBytes value;
-    ASSERT_TRUE(PkgsignGetSignatureValue(unstamped, &value).ok);
+    forge::Bytes unstamped;
+    ASSERT_TRUE(forge::ReadFile(directory.File("unstamped"), &unstamped).ok);
+    forge::Bytes value;
+    ASSERT_TRUE(forge::GetSignatureValue(unstamped, &value).ok);
     Write("value", value);
     WriteText("tsa.serial", "01\n");
     WriteText("tsa.cnf", "[tsa]\ndefault_tsa=t\n[t]\nserial=tsa.serial\nsigner_cert=tsa.pem\nsigner_key=tsa.key\n"
                          "signer_digest=sha256\ndefault_policy=1.2.3.4\ndigests=sha256\n");
     Openssl("ts -query -data value -sha256 -cert -out query");
     Openssl("ts -reply -config tsa.cnf -queryfile query -token_out -out token");
-    PkgsignBytes token;
-    ASSERT_TRUE(PkgsignReadFile(directory.File("token"), &token).ok);
-    PkgsignBytes stamped;
-    ASSERT_TRUE(PkgsignEmbedToken(unstamped, token, &stamped).ok);
+    forge::Bytes token;
+    ASSERT_TRUE(forge::ReadFile(directory.File("token"), &token).ok);
+    forge::Bytes stamped;
+    ASSERT_TRUE(forge::EmbedToken(unstamped, token, &stamped).ok);
     Write("signature", stamped);
 
     const ProcessResult result = Verify();

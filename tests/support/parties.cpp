@@ -8,7 +8,7 @@ namespace
 
 constexpr int KEY_BITS = 1024; // small, as thousands of signatures are checked
 
-void Must(const PkgsignStatus &status)
+void Must(const forge::Status &status)
 {
     if (!status.ok) {
         (void)fprintf(stderr, "parties: %s\n", status.reason.c_str());
@@ -16,7 +16,7 @@ void Must(const PkgsignStatus &status)
     }
 }
 
-PkgsignName NameOf(const std::string &commonName)
+forge::Name NameOf(const std::string &commonName)
 {
     return {{"C", "XX"}, {"O", "Test"}, {"CN", commonName}};
 }
@@ -31,22 +31,22 @@ uint8_t NextSerial()
 Parties MakeParties()
 {
     Parties parties;
-    PkgsignCertificateRequest root = CertificateRequest("Root", nullptr);
+    forge::CertificateRequest root = CertificateRequest("Root", nullptr);
     parties.root = Certify(root);
     root = CertificateRequest("Other Root", nullptr);
     parties.otherRoot = Certify(root);
     parties.issuingCa = Certify(CertificateRequest("CA", &parties.root));
 
-    PkgsignCertificateRequest leaf = CertificateRequest("Signer", &parties.issuingCa);
-    leaf.basicConstraints = PkgsignBasicConstraints::NotCa;
-    leaf.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-    leaf.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    forge::CertificateRequest leaf = CertificateRequest("Signer", &parties.issuingCa);
+    leaf.basicConstraints = forge::BasicConstraints::NotCa;
+    leaf.keyUsage = forge::DIGITAL_SIGNATURE;
+    leaf.extendedKeyUsage = {forge::PURPOSE_CODE_SIGNING};
     parties.signer = Certify(leaf);
 
     leaf = CertificateRequest("Timestamp", &parties.issuingCa);
-    leaf.basicConstraints = PkgsignBasicConstraints::NotCa;
-    leaf.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-    leaf.extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING};
+    leaf.basicConstraints = forge::BasicConstraints::NotCa;
+    leaf.keyUsage = forge::DIGITAL_SIGNATURE;
+    leaf.extendedKeyUsage = {forge::PURPOSE_TIME_STAMPING};
     leaf.extendedKeyUsageCritical = true;
     parties.timestamp = Certify(leaf);
     return parties;
@@ -60,34 +60,34 @@ const Parties &AllParties()
     return parties;
 }
 
-PkgsignCertificateRequest CertificateRequest(const std::string &commonName, const Party *issuer)
+forge::CertificateRequest CertificateRequest(const std::string &commonName, const Party *issuer)
 {
-    PkgsignCertificateRequest request;
+    forge::CertificateRequest request;
     request.serialNumber = {NextSerial()};
     request.subject = NameOf(commonName);
     request.notBefore = PACKAGE_TIME - 300 * PACKAGE_DAY;
     request.notAfter = PACKAGE_TIME + 300 * PACKAGE_DAY;
-    request.basicConstraints = PkgsignBasicConstraints::Ca;
-    request.keyUsage = PKGSIGN_KEY_CERT_SIGN | PKGSIGN_CRL_SIGN;
-    Must(PkgsignGenerateRsaKey(KEY_BITS, &request.subjectKey));
+    request.basicConstraints = forge::BasicConstraints::Ca;
+    request.keyUsage = forge::KEY_CERT_SIGN | forge::CRL_SIGN;
+    Must(forge::GenerateRsaKey(KEY_BITS, &request.subjectKey));
     if (issuer != nullptr) {
         request.issuerKey = issuer->key;
-        Must(PkgsignGetSubject(issuer->certificate, &request.issuerDer));
+        Must(forge::GetSubject(issuer->certificate, &request.issuerDer));
     }
     return request;
 }
 
-Party Certify(const PkgsignCertificateRequest &request)
+Party Certify(const forge::CertificateRequest &request)
 {
     Party party;
     party.key = request.subjectKey;
-    Must(PkgsignMakeCertificate(request, &party.certificate));
+    Must(forge::MakeCertificate(request, &party.certificate));
     return party;
 }
 
-PkgsignCrlRequest CrlRequest(const Party &issuer)
+forge::CrlRequest CrlRequest(const Party &issuer)
 {
-    PkgsignCrlRequest request;
+    forge::CrlRequest request;
     request.issuerCertificate = issuer.certificate;
     request.issuerKey = issuer.key;
     request.thisUpdate = PACKAGE_TIME - 10 * PACKAGE_DAY;
@@ -95,32 +95,32 @@ PkgsignCrlRequest CrlRequest(const Party &issuer)
     return request;
 }
 
-PkgsignBytes MakeCrl(const PkgsignCrlRequest &request)
+forge::Bytes MakeCrl(const forge::CrlRequest &request)
 {
-    PkgsignBytes crl;
-    Must(PkgsignMakeCrl(request, &crl));
+    forge::Bytes crl;
+    Must(forge::MakeCrl(request, &crl));
     return crl;
 }
 
-PkgsignBytes GoodCrls()
+forge::Bytes GoodCrls()
 {
     return Join({MakeCrl(CrlRequest(AllParties().root)), MakeCrl(CrlRequest(AllParties().issuingCa))});
 }
 
-PkgsignMessageRequest MessageRequest(const std::string &content)
+forge::MessageRequest MessageRequest(const std::string &content)
 {
     return MessageTimestampedBy(content, AllParties().timestamp);
 }
 
-PkgsignMessageRequest MessageTimestampedBy(const std::string &content, const Party &authority)
+forge::MessageRequest MessageTimestampedBy(const std::string &content, const Party &authority)
 {
     const Parties &parties = AllParties();
-    PkgsignMessageRequest request;
+    forge::MessageRequest request;
     request.content = Octets(content);
     request.signerCertificate = parties.signer.certificate;
     request.signerKey = parties.signer.key;
     request.certificates = {parties.signer.certificate, parties.issuingCa.certificate};
-    request.timestamp = PkgsignTimestamp::Request;
+    request.timestamp = forge::Timestamp::Request;
     request.tokenRequest.genTime = PACKAGE_TIME;
     request.tokenRequest.tsaCertificate = authority.certificate;
     request.tokenRequest.tsaKey = authority.key;
@@ -128,28 +128,28 @@ PkgsignMessageRequest MessageTimestampedBy(const std::string &content, const Par
     return request;
 }
 
-PkgsignBytes MakeMessage(const PkgsignMessageRequest &request)
+forge::Bytes MakeMessage(const forge::MessageRequest &request)
 {
-    PkgsignBytes message;
-    Must(PkgsignSignDetached(request, &message));
+    forge::Bytes message;
+    Must(forge::SignDetached(request, &message));
     return message;
 }
 
-PkgsignBytes Join(const std::vector<PkgsignBytes> &parts)
+forge::Bytes Join(const std::vector<forge::Bytes> &parts)
 {
-    PkgsignBytes joined;
-    for (const PkgsignBytes &part : parts) {
+    forge::Bytes joined;
+    for (const forge::Bytes &part : parts) {
         joined.insert(joined.end(), part.begin(), part.end());
     }
     return joined;
 }
 
-PkgsignBytes Octets(const std::string &text)
+forge::Bytes Octets(const std::string &text)
 {
-    return PkgsignBytes(text.begin(), text.end());
+    return forge::Bytes(text.begin(), text.end());
 }
 
-PkgsignBytes Pem(const std::string &label, const PkgsignBytes &der)
+forge::Bytes Pem(const std::string &label, const forge::Bytes &der)
 {
-    return Octets(PkgsignArmour(label, der));
+    return Octets(forge::Armour(label, der));
 }

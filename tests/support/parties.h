@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 
 // When packages are timestamped: 2022-01-01.
 inline constexpr int64_t PACKAGE_TIME = 1640995200;
@@ -15,8 +15,8 @@ inline constexpr int64_t PACKAGE_DAY = 86400;
 
 // A certificate authority or signer with its key.
 struct Party {
-    PkgsignBytes certificate;
-    PkgsignKey key;
+    forge::Bytes certificate;
+    forge::Key key;
 };
 
 // The parties of all packages: root, issuing CA below it, code signer and timestamp authority below that, and a root and
@@ -33,27 +33,27 @@ struct Parties {
 const Parties &AllParties();
 
 // A request for a certificate of `subject`, with a new key, as the parties' own are made; change it before Certify.
-PkgsignCertificateRequest CertificateRequest(const std::string &commonName, const Party *issuer);
+forge::CertificateRequest CertificateRequest(const std::string &commonName, const Party *issuer);
 
 // Makes the certificate and keeps its key. Ends the process when that fails.
-Party Certify(const PkgsignCertificateRequest &request);
+Party Certify(const forge::CertificateRequest &request);
 
 // A CRL request of an issuer around PACKAGE_TIME, revoking nothing.
-PkgsignCrlRequest CrlRequest(const Party &issuer);
-PkgsignBytes MakeCrl(const PkgsignCrlRequest &request);
+forge::CrlRequest CrlRequest(const Party &issuer);
+forge::Bytes MakeCrl(const forge::CrlRequest &request);
 
 // The CRLs of root and issuing CA, one behind the other.
-PkgsignBytes GoodCrls();
+forge::Bytes GoodCrls();
 
 // A request for a message of the signer with a token of the timestamp authority.
-PkgsignMessageRequest MessageRequest(const std::string &content);
+forge::MessageRequest MessageRequest(const std::string &content);
 
 // The same with a token of another authority, whose certificate comes with the token.
-PkgsignMessageRequest MessageTimestampedBy(const std::string &content, const Party &authority);
-PkgsignBytes MakeMessage(const PkgsignMessageRequest &request);
+forge::MessageRequest MessageTimestampedBy(const std::string &content, const Party &authority);
+forge::Bytes MakeMessage(const forge::MessageRequest &request);
 
-PkgsignBytes Join(const std::vector<PkgsignBytes> &parts);
-PkgsignBytes Octets(const std::string &text);
-PkgsignBytes Pem(const std::string &label, const PkgsignBytes &der);
+forge::Bytes Join(const std::vector<forge::Bytes> &parts);
+forge::Bytes Octets(const std::string &text);
+forge::Bytes Pem(const std::string &label, const forge::Bytes &der);
 
 #endif

@@ -4,8 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "pkgsign/pkgsign.h"
 #include "sigkit/sigkit_host.h"
+#include "tests/forge/forge.h"
 #include "tests/support/process.h"
 
 namespace
@@ -16,7 +16,7 @@ struct Files : testing::Test {
 
     std::string Write(const std::string &name, size_t size)
     {
-        EXPECT_TRUE(PkgsignWriteFile(directory.File(name), PkgsignBytes(size, 'x')).ok);
+        EXPECT_TRUE(forge::WriteFile(directory.File(name), forge::Bytes(size, 'x')).ok);
         return directory.File(name);
     }
 };
@@ -39,8 +39,8 @@ TEST_F(Files, OpenAtTheSameTimeKeepTheirOwnOctets)
 {
     // Larger than every buffer, so that each is filled again and again. Whichever of two goes, a third one comes.
     for (size_t i = 0; i < 3; ++i) {
-        const PkgsignBytes octets(100000, static_cast<uint8_t>('a' + i));
-        ASSERT_TRUE(PkgsignWriteFile(directory.File(std::to_string(i)), octets).ok);
+        const forge::Bytes octets(100000, static_cast<uint8_t>('a' + i));
+        ASSERT_TRUE(forge::WriteFile(directory.File(std::to_string(i)), octets).ok);
     }
     for (const size_t leaving : {size_t{0}, size_t{1}}) {
         void *files[3] = {};

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "pkgsign/pkgsign.h"
+#include "tests/forge/forge.h"
 #include "tests/support/process.h"
 
 namespace
@@ -74,8 +74,8 @@ TEST(Tool, LogsToTheFileThatTheEnvironmentNames)
     const TemporaryDirectory directory;
     const ProcessResult result = RunTool(MISSING_FILES, {"QZLOG=" + directory.File("log")});
     EXPECT_EQ("", result.errors);
-    PkgsignBytes log;
-    ASSERT_TRUE(PkgsignReadFile(directory.File("log"), &log).ok);
+    forge::Bytes log;
+    ASSERT_TRUE(forge::ReadFile(directory.File("log"), &log).ok);
     EXPECT_TRUE(Contains(std::string(log.begin(), log.end()), "InternalReadFile"));
 }
 
@@ -91,8 +91,8 @@ TEST(Tool, LogsToTheSystemWhereNothingElseIsNamedOrCanBeOpened)
         EXPECT_EQ(0x01, result.exitStatus);
         EXPECT_EQ("", result.errors);
         EXPECT_FALSE(Contains(result.output, "VERIFY_TOOL")) << "never to standard output";
-        PkgsignBytes log;
-        ASSERT_TRUE(PkgsignReadFile(record, &log).ok);
+        forge::Bytes log;
+        ASSERT_TRUE(forge::ReadFile(record, &log).ok);
         EXPECT_EQ(lines, std::string(log.begin(), log.end()));
     }
 }

@@ -8,8 +8,8 @@
 #include <openssl/evp.h>
 #include <openssl/rsa.h>
 
-#include "pkgsign/pkgsign.h"
 #include "sigkit/sigkit_host.h"
+#include "tests/forge/forge.h"
 #include "tests/support/recording_platform.h"
 
 namespace
@@ -20,11 +20,11 @@ using Texts = std::vector<std::string>;
 
 const char DATA[] = "what is signed";
 
-const PkgsignKey &Key()
+const forge::Key &Key()
 {
-    static const PkgsignKey key = [] {
-        PkgsignKey made;
-        EXPECT_TRUE(PkgsignGenerateRsaKey(2048, &made).ok);
+    static const forge::Key key = [] {
+        forge::Key made;
+        EXPECT_TRUE(forge::GenerateRsaKey(2048, &made).ok);
         return made;
     }();
     return key;

@@ -9,20 +9,20 @@
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
 
-#include "pkgsign/pkgsign.h"
 #include "src/trust_anchor.h"
+#include "tests/forge/forge.h"
 #include "tests/support/process.h"
 
 namespace
 {
 
-using Bytes = PkgsignBytes;
+using Bytes = forge::Bytes;
 
-const PkgsignIdentity &GoodIdentity()
+const forge::Identity &GoodIdentity()
 {
-    static const PkgsignIdentity root = [] {
-        PkgsignIdentity identity;
-        const PkgsignStatus status = PkgsignMakeRoot({}, &identity);
+    static const forge::Identity root = [] {
+        forge::Identity identity;
+        const forge::Status status = forge::MakeRoot({}, &identity);
         EXPECT_TRUE(status.ok) << status.reason;
         return identity;
     }();
@@ -42,11 +42,11 @@ struct Embedding {
 Embedding Embed(const Bytes &der)
 {
     const TemporaryDirectory directory;
-    EXPECT_TRUE(PkgsignWriteFile(directory.File("root.der"), der).ok);
+    EXPECT_TRUE(forge::WriteFile(directory.File("root.der"), der).ok);
     Embedding embedding;
     embedding.result = RunProcess({TRUST_ANCHOR_EMBED, directory.File("root.der"), directory.File("root.cpp")});
     Bytes source;
-    if (PkgsignReadFile(directory.File("root.cpp"), &source).ok) {
+    if (forge::ReadFile(directory.File("root.cpp"), &source).ok) {
         embedding.source.assign(source.begin(), source.end());
     }
     return embedding;
@@ -267,7 +267,7 @@ TEST(TrustAnchor, ThatIsBuiltInAlreadyChangesNoFile)
 {
     const TemporaryDirectory directory;
     const std::string source = directory.File("root.cpp");
-    EXPECT_TRUE(PkgsignWriteFile(directory.File("root.der"), GoodRoot()).ok);
+    EXPECT_TRUE(forge::WriteFile(directory.File("root.der"), GoodRoot()).ok);
     const std::vector<std::string> embed = {TRUST_ANCHOR_EMBED, directory.File("root.der"), source};
     struct stat first = {};
     struct stat second = {};
@@ -277,7 +277,7 @@ TEST(TrustAnchor, ThatIsBuiltInAlreadyChangesNoFile)
     ASSERT_EQ(0, RunProcess(embed).exitStatus);
     ASSERT_EQ(0, stat(source.c_str(), &first));
     EXPECT_EQ(1, first.st_mtime) << "what is made of it need not be made again";
-    EXPECT_TRUE(PkgsignWriteFile(directory.File("root.der"), Resigned(LeaveAsItIs)).ok);
+    EXPECT_TRUE(forge::WriteFile(directory.File("root.der"), Resigned(LeaveAsItIs)).ok);
     ASSERT_EQ(0, RunProcess(embed).exitStatus);
     ASSERT_EQ(0, stat(source.c_str(), &second));
     EXPECT_LT(1, second.st_mtime);

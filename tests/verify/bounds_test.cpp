@@ -21,19 +21,19 @@ const char CONTENT[] = "f4d1b0 firmware.bin\n";
 struct Bounds : VerifyTest {
     TemporaryDirectory directory;
 
-    std::string Write(const std::string &name, const PkgsignBytes &bytes)
+    std::string Write(const std::string &name, const forge::Bytes &bytes)
     {
-        EXPECT_TRUE(PkgsignWriteFile(directory.File(name), bytes).ok);
+        EXPECT_TRUE(forge::WriteFile(directory.File(name), bytes).ok);
         return directory.File(name);
     }
 };
 
 // An extension of so many octets that nobody knows.
-PkgsignExtension Padding(size_t size)
+forge::Extension Padding(size_t size)
 {
-    PkgsignExtension extension;
+    forge::Extension extension;
     extension.identifier = "1.3.6.1.4.1.99999.2";
-    extension.value = PkgsignBytes(size, 0x05);
+    extension.value = forge::Bytes(size, 0x05);
     return extension;
 }
 
@@ -86,23 +86,23 @@ size_t StackTouched(const std::function<void()> &work)
 struct RolledOverCa {
     Party oldCa;
     Party newCa;
-    PkgsignBytes crls;
+    forge::Bytes crls;
 
     RolledOverCa()
     {
         oldCa = Certify(CertificateRequest("Rolled Over CA", &AllParties().root));
         newCa = Certify(CertificateRequest("Rolled Over CA", &oldCa));
-        const PkgsignBytes crl = MakeCrl(CrlRequest(newCa));
+        const forge::Bytes crl = MakeCrl(CrlRequest(newCa));
         crls = Join({oldCa.certificate, newCa.certificate, MakeCrl(CrlRequest(AllParties().root)), crl});
     }
 };
 
-PkgsignMessageRequest MessageBelow(const Party &ca)
+forge::MessageRequest MessageBelow(const Party &ca)
 {
-    PkgsignCertificateRequest request = CertificateRequest("Deep Timestamps", &ca);
-    request.basicConstraints = PkgsignBasicConstraints::NotCa;
-    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-    request.extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING};
+    forge::CertificateRequest request = CertificateRequest("Deep Timestamps", &ca);
+    request.basicConstraints = forge::BasicConstraints::NotCa;
+    request.keyUsage = forge::DIGITAL_SIGNATURE;
+    request.extendedKeyUsage = {forge::PURPOSE_TIME_STAMPING};
     return MessageTimestampedBy(CONTENT, Certify(request));
 }
 
@@ -116,7 +116,7 @@ TEST_F(Bounds, TheDeepestValidationFitsSixtyFourKilobytesOfStack)
 {
     const RolledOverCa ca;
     LoadTrust(ca.crls);
-    const PkgsignBytes message = MakeMessage(MessageBelow(ca.newCa));
+    const forge::Bytes message = MakeMessage(MessageBelow(ca.newCa));
     uint32_t status = 0;
     const size_t bare = StackTouched([] {});
     const size_t touched = StackTouched([&] { status = Begin(message); });
@@ -130,29 +130,29 @@ TEST_F(Bounds, TheDeepestValidationFitsSixtyFourKilobytesOfStack)
 
 TEST_F(Bounds, TheLargestFilesFitTenMegabytesOfHeap)
 {
-    std::vector<PkgsignBytes> parts;
+    std::vector<forge::Bytes> parts;
     for (const Party *const issuer : {&AllParties().root, &AllParties().issuingCa}) {
         for (int64_t number = 0; number < 8; ++number) {
-            PkgsignCrlRequest request = CrlRequest(*issuer);
+            forge::CrlRequest request = CrlRequest(*issuer);
             request.crlNumber = number;
             request.thisUpdate += number;
             request.extensions.push_back(Padding(124000));
             parts.push_back(MakeCrl(request));
         }
     }
-    PkgsignCertificateRequest signer = CertificateRequest("Large Signer", &AllParties().issuingCa);
-    signer.basicConstraints = PkgsignBasicConstraints::NotCa;
-    signer.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-    signer.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    forge::CertificateRequest signer = CertificateRequest("Large Signer", &AllParties().issuingCa);
+    signer.basicConstraints = forge::BasicConstraints::NotCa;
+    signer.keyUsage = forge::DIGITAL_SIGNATURE;
+    signer.extendedKeyUsage = {forge::PURPOSE_CODE_SIGNING};
     signer.extensions.push_back(Padding(FILE_MAX - 8000));
     const Party large = Certify(signer);
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.signerCertificate = large.certificate;
     request.signerKey = large.key;
     request.certificates = {large.certificate, AllParties().issuingCa.certificate};
-    const PkgsignBytes crls = Join(parts);
-    const PkgsignBytes message = MakeMessage(request);
-    for (const PkgsignBytes *const file : {&crls, &message}) {
+    const forge::Bytes crls = Join(parts);
+    const forge::Bytes message = MakeMessage(request);
+    for (const forge::Bytes *const file : {&crls, &message}) {
         ASSERT_GE(FILE_MAX, file->size());
         ASSERT_LE(FILE_MAX - FILE_MAX / 100, file->size());
     }

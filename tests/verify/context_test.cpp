@@ -140,10 +140,10 @@ TEST_F(Context, IsFreedInTheMiddleOfAVerification)
     param.size = 72;
     ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&ctx, &param));
     LoadTrust();
-    PkgsignMessageRequest direct = MessageRequest("content");
+    forge::MessageRequest direct = MessageRequest("content");
     direct.signedAttributes = false;
     ASSERT_STATUS(SIGKIT_OK, Begin(direct));
-    ASSERT_STATUS(SIGKIT_OK, Begin(Pem(PKGSIGN_LABEL_CMS, MakeMessage(MessageRequest("content")))));
+    ASSERT_STATUS(SIGKIT_OK, Begin(Pem(forge::LABEL_CMS, MakeMessage(MessageRequest("content")))));
     EXPECT_EQ(2, LiveHostObjects()) << "a digest and a signature check";
     EXPECT_STATUS(SIGKIT_OK, SigkitVrfCtxFree(ctx));
     EXPECT_EQ(0, LiveHostObjects());
@@ -232,11 +232,11 @@ TEST_F(Parameters, TheContextIsJudgedBeforeTheOtherArguments)
 TEST_F(Parameters, ThirtySevenOctetsOfAMessageAreRefusedSilently)
 {
     for (const uint32_t len : {1u, 37u}) {
-        const PkgsignBytes message(len, '-');
+        const forge::Bytes message(len, '-');
         EXPECT_STATUS(SIGKIT_ERR_ARMOUR, SigkitVerifyDetachSignatureBegin(ctx, message.data(), len));
     }
     EXPECT_TRUE(Lines().empty());
-    const PkgsignBytes message(38, '-');
+    const forge::Bytes message(38, '-');
     EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, SigkitVerifyDetachSignatureBegin(ctx, message.data(), 38));
     EXPECT_FALSE(Lines().empty());
 }

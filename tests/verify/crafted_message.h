@@ -6,44 +6,44 @@
 #include <string>
 #include <vector>
 
-#include "pkgsign/digest.h"
-#include "pkgsign/signature.h"
+#include "tests/forge/digest.h"
+#include "tests/forge/signature.h"
 #include "tests/support/der_records.h"
 #include "tests/support/parties.h"
 #include "tests/verify/verify_fixture.h"
 
-inline PkgsignBytes Sha256(const PkgsignBytes &data)
+inline forge::Bytes Sha256(const forge::Bytes &data)
 {
-    PkgsignBytes hash;
-    EXPECT_TRUE(PkgsignHash(PkgsignDigest::Sha256, data, &hash).ok);
+    forge::Bytes hash;
+    EXPECT_TRUE(forge::Hash(forge::Digest::Sha256, data, &hash).ok);
     return hash;
 }
 
-inline PkgsignBytes SignOctets(const Party &party, const PkgsignBytes &data)
+inline forge::Bytes SignOctets(const Party &party, const forge::Bytes &data)
 {
-    PkgsignBytes signature;
-    EXPECT_TRUE(PkgsignSignOctets(party.key, PkgsignDigest::Sha256, data, &signature).ok);
+    forge::Bytes signature;
+    EXPECT_TRUE(forge::SignOctets(party.key, forge::Digest::Sha256, data, &signature).ok);
     return signature;
 }
 
 // How a signer names its certificate.
 inline der::Bytes SignerIdentifier(const Party &party)
 {
-    PkgsignBytes issuer;
-    PkgsignBytes serial;
-    EXPECT_TRUE(PkgsignGetIssuer(party.certificate, &issuer).ok);
-    EXPECT_TRUE(PkgsignGetSerialNumber(party.certificate, &serial).ok);
+    forge::Bytes issuer;
+    forge::Bytes serial;
+    EXPECT_TRUE(forge::GetIssuer(party.certificate, &issuer).ok);
+    EXPECT_TRUE(forge::GetSerialNumber(party.certificate, &serial).ok);
     return der::IssuerAndSerialNumber(issuer, der::IntegerRaw(serial));
 }
 
 // The message of a party: its certificates, its signature over `signedOctets` and a good token are added to `signer` and
 // `data`.
-inline PkgsignBytes CraftMessage(const Party &party, const PkgsignBytes &signedOctets, der::SignerInfo signer,
+inline forge::Bytes CraftMessage(const Party &party, const forge::Bytes &signedOctets, der::SignerInfo signer,
                                  der::SignedData data = {})
 {
-    const PkgsignBytes signature = SignOctets(party, signedOctets);
-    PkgsignBytes token;
-    EXPECT_TRUE(PkgsignMakeToken(MessageRequest("").tokenRequest, signature, &token).ok);
+    const forge::Bytes signature = SignOctets(party, signedOctets);
+    forge::Bytes token;
+    EXPECT_TRUE(forge::MakeToken(MessageRequest("").tokenRequest, signature, &token).ok);
     signer.sid = SignerIdentifier(party);
     signer.signature = der::OctetString(signature);
     signer.unsignedAttrs = der::UnsignedAttributes({der::Attribute("1.2.840.113549.1.9.16.2.14", {token})});
@@ -53,7 +53,7 @@ inline PkgsignBytes CraftMessage(const Party &party, const PkgsignBytes &signedO
 }
 
 // The same with these signed attributes.
-inline PkgsignBytes CraftMessage(const Party &party, const std::vector<der::Bytes> &attributes)
+inline forge::Bytes CraftMessage(const Party &party, const std::vector<der::Bytes> &attributes)
 {
     der::SignerInfo signer;
     signer.signedAttrs = der::SignedAttributes(attributes);
@@ -61,21 +61,21 @@ inline PkgsignBytes CraftMessage(const Party &party, const std::vector<der::Byte
 }
 
 // A good message over `content` with the token that `make` returns for its signature value.
-inline PkgsignBytes MessageWithToken(const std::string &content,
-                                     const std::function<PkgsignBytes(const PkgsignBytes &signature)> &make)
+inline forge::Bytes MessageWithToken(const std::string &content,
+                                     const std::function<forge::Bytes(const forge::Bytes &signature)> &make)
 {
-    PkgsignMessageRequest request = MessageRequest(content);
-    request.timestamp = PkgsignTimestamp::None;
-    const PkgsignBytes message = MakeMessage(request);
-    PkgsignBytes signature;
-    PkgsignBytes timed;
-    EXPECT_TRUE(PkgsignGetSignatureValue(message, &signature).ok);
-    EXPECT_TRUE(PkgsignEmbedToken(message, make(signature), &timed).ok);
+    forge::MessageRequest request = MessageRequest(content);
+    request.timestamp = forge::Timestamp::None;
+    const forge::Bytes message = MakeMessage(request);
+    forge::Bytes signature;
+    forge::Bytes timed;
+    EXPECT_TRUE(forge::GetSignatureValue(message, &signature).ok);
+    EXPECT_TRUE(forge::EmbedToken(message, make(signature), &timed).ok);
     return timed;
 }
 
 // Content of a token over `signature`, at PACKAGE_TIME.
-inline der::TstInfo CraftTstInfo(const PkgsignBytes &signature)
+inline der::TstInfo CraftTstInfo(const forge::Bytes &signature)
 {
     der::TstInfo info;
     info.messageImprint =
@@ -85,7 +85,7 @@ inline der::TstInfo CraftTstInfo(const PkgsignBytes &signature)
 }
 
 // A token that nobody signs.
-inline PkgsignBytes CraftToken(const der::TstInfo &info)
+inline forge::Bytes CraftToken(const der::TstInfo &info)
 {
     der::SignedData data;
     data.version = der::Integer(3);

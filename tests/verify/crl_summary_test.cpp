@@ -28,7 +28,7 @@ protected:
         }
     }
 
-    uint32_t Decode(const PkgsignBytes &data)
+    uint32_t Decode(const forge::Bytes &data)
     {
         Release();
         g_recordingHost.lines.clear();
@@ -38,17 +38,17 @@ protected:
     SigkitCrlBundle *bundle = nullptr;
 };
 
-PkgsignBytes Ca()
+forge::Bytes Ca()
 {
     return AllParties().issuingCa.certificate;
 }
 
-PkgsignBytes RootCrl(const std::vector<PkgsignBytes> &revoked = {}, int64_t later = 0)
+forge::Bytes RootCrl(const std::vector<forge::Bytes> &revoked = {}, int64_t later = 0)
 {
-    PkgsignCrlRequest request = CrlRequest(AllParties().root);
+    forge::CrlRequest request = CrlRequest(AllParties().root);
     request.thisUpdate += later;
-    for (const PkgsignBytes &serial : revoked) {
-        PkgsignRevokedCertificate entry;
+    for (const forge::Bytes &serial : revoked) {
+        forge::RevokedCertificate entry;
         entry.serialNumber = serial;
         entry.revocationDate = PACKAGE_TIME;
         request.revoked.push_back(entry);
@@ -56,9 +56,9 @@ PkgsignBytes RootCrl(const std::vector<PkgsignBytes> &revoked = {}, int64_t late
     return MakeCrl(request);
 }
 
-PkgsignBytes CaCrl(int64_t later = 0)
+forge::Bytes CaCrl(int64_t later = 0)
 {
-    PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
+    forge::CrlRequest request = CrlRequest(AllParties().issuingCa);
     request.thisUpdate += later;
     return MakeCrl(request);
 }
@@ -78,9 +78,9 @@ TEST_F(CrlSummary, TellsWhatEachCrlSays)
     EXPECT_EQ(PACKAGE_TIME - 10 * PACKAGE_DAY, root.thisUpdate);
     EXPECT_EQ(PACKAGE_TIME + 10 * PACKAGE_DAY, root.nextUpdate);
     EXPECT_STREQ("C=XX,O=Test,CN=Root", root.issuerName);
-    PkgsignBytes serial;
-    ASSERT_TRUE(PkgsignGetSerialNumber(AllParties().root.certificate, &serial).ok);
-    EXPECT_EQ(serial, PkgsignBytes(root.issuerSerial.serial, root.issuerSerial.serial + root.issuerSerial.len));
+    forge::Bytes serial;
+    ASSERT_TRUE(forge::GetSerialNumber(AllParties().root.certificate, &serial).ok);
+    EXPECT_EQ(serial, forge::Bytes(root.issuerSerial.serial, root.issuerSerial.serial + root.issuerSerial.len));
     ASSERT_EQ(2, root.revokedCount);
     EXPECT_EQ(2u, root.revokedSerials[0].len);
     EXPECT_EQ(0x02, root.revokedSerials[0].serial[1]);
@@ -99,8 +99,8 @@ TEST_F(CrlSummary, TellsWhatEachCrlSays)
 
 TEST_F(CrlSummary, OnlyARootsCrlTellsWhatItRevokes)
 {
-    PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
-    PkgsignRevokedCertificate entry;
+    forge::CrlRequest request = CrlRequest(AllParties().issuingCa);
+    forge::RevokedCertificate entry;
     entry.serialNumber = {7};
     request.revoked = {entry};
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), RootCrl(), MakeCrl(request)})));
@@ -111,8 +111,8 @@ TEST_F(CrlSummary, OnlyARootsCrlTellsWhatItRevokes)
 
 TEST_F(CrlSummary, SerialsOfMoreThanThirtyTwoOctetsAreLeftOut)
 {
-    const PkgsignBytes longest(32, 0x11);
-    const PkgsignBytes longer(33, 0x11);
+    const forge::Bytes longest(32, 0x11);
+    const forge::Bytes longer(33, 0x11);
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), RootCrl({longer, longest})})));
     ASSERT_EQ(1, bundle->crls[0]->revokedCount);
     EXPECT_EQ(32u, bundle->crls[0]->revokedSerials[0].len);
@@ -120,7 +120,7 @@ TEST_F(CrlSummary, SerialsOfMoreThanThirtyTwoOctetsAreLeftOut)
 
 TEST_F(CrlSummary, OfAnUnknownIssuerIsUnverified)
 {
-    PkgsignCrlRequest request = CrlRequest(AllParties().otherRoot);
+    forge::CrlRequest request = CrlRequest(AllParties().otherRoot);
     request.nextUpdate += 1;
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), MakeCrl(request), RootCrl()})));
     ASSERT_EQ(2, bundle->count);
@@ -132,9 +132,9 @@ TEST_F(CrlSummary, OfAnUnknownIssuerIsUnverified)
 
 TEST_F(CrlSummary, LeavesTheTimeOfTheLastCrlWhoseIssuerWasFound)
 {
-    PkgsignCrlRequest unknown = CrlRequest(AllParties().otherRoot);
+    forge::CrlRequest unknown = CrlRequest(AllParties().otherRoot);
     unknown.thisUpdate += 5;
-    const PkgsignBytes data = Join({Ca(), RootCrl(), MakeCrl(unknown)});
+    const forge::Bytes data = Join({Ca(), RootCrl(), MakeCrl(unknown)});
     ASSERT_STATUS(SIGKIT_OK, Decode(data));
     ASSERT_EQ(2, bundle->count);
     EXPECT_EQ(bundle->crls[0]->thisUpdate, ctx->verifyTime);
@@ -143,7 +143,7 @@ TEST_F(CrlSummary, LeavesTheTimeOfTheLastCrlWhoseIssuerWasFound)
 
 TEST_F(CrlSummary, OfAnIssuerThatHasExpiredIsUnverified)
 {
-    PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
+    forge::CrlRequest request = CrlRequest(AllParties().issuingCa);
     request.thisUpdate = PACKAGE_TIME + 301 * PACKAGE_DAY;
     request.nextUpdate = request.thisUpdate + PACKAGE_DAY;
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), MakeCrl(request)})));
@@ -159,9 +159,9 @@ TEST_F(CrlSummary, OfAnIssuerThatHasExpiredIsUnverified)
 
 TEST_F(CrlSummary, ACrlWithoutAReadableTimeLeavesAGap)
 {
-    PkgsignCrlRequest broken = CrlRequest(AllParties().root);
+    forge::CrlRequest broken = CrlRequest(AllParties().root);
     broken.omitNextUpdate = true;
-    PkgsignRevokedCertificate entry; // stands where nextUpdate should
+    forge::RevokedCertificate entry; // stands where nextUpdate should
     entry.serialNumber = {7};
     broken.revoked = {entry};
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), MakeCrl(broken), RootCrl(), CaCrl()})));
@@ -175,7 +175,7 @@ TEST_F(CrlSummary, ACrlWithoutAReadableTimeLeavesAGap)
 
 TEST_F(CrlSummary, AnIssuerNameThatCannotBePrintedIsEmpty)
 {
-    PkgsignCertificateRequest request = CertificateRequest("Odd", &AllParties().root);
+    forge::CertificateRequest request = CertificateRequest("Odd", &AllParties().root);
     request.subject = {{"2.5.4.5", "1"}};
     const Party odd = Certify(request);
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({odd.certificate, MakeCrl(CrlRequest(odd))})));
@@ -197,15 +197,15 @@ TEST_F(CrlSummary, DataWithoutCertificatesAreRefusedAndTheirCrlsStay)
 TEST_F(CrlSummary, DataWithoutCrlsAreRefused)
 {
     EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, Decode(Ca()));
-    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, Decode(PkgsignBytes(50, 0x02)));
-    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, Decode(PkgsignBytes(37, 0x30)));
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, Decode(forge::Bytes(50, 0x02)));
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, Decode(forge::Bytes(37, 0x30)));
     EXPECT_EQ(Texts{LOAD_FAILED}, LineTexts());
     EXPECT_EQ(1u, StoredCerts());
 }
 
 TEST_F(CrlSummary, ASerialNumberIsToldWholeOrNotAtAll)
 {
-    const PkgsignBytes data = Join({Ca(), RootCrl({{0x01, 0x02, 0x03}, {0x7F, 0x01, 0x01}}), CaCrl()});
+    const forge::Bytes data = Join({Ca(), RootCrl({{0x01, 0x02, 0x03}, {0x7F, 0x01, 0x01}}), CaCrl()});
     ASSERT_STATUS(SIGKIT_OK, Decode(data));
     const uint32_t whole = bundle->crls[0]->issuerSerial.len;
     EXPECT_EQ(1u, whole);
@@ -233,7 +233,7 @@ TEST_F(CrlSummary, ASerialNumberIsToldWholeOrNotAtAll)
 
 TEST_F(CrlSummary, IsWholeOrOfAFailingMachineAndThenNoneIsVerified)
 {
-    const PkgsignBytes data = Join({Ca(), RootCrl({{0x01, 0x02, 0x03}}), CaCrl(), RootCrl({}, 1)});
+    const forge::Bytes data = Join({Ca(), RootCrl({{0x01, 0x02, 0x03}}), CaCrl(), RootCrl({}, 1)});
     ASSERT_STATUS(SIGKIT_OK, Decode(data));
     const uint32_t blocks = g_recordingPlatform.allocations;
     WatchedCall RecordingHost::*const calls[] = {&RecordingHost::memcpyS,         &RecordingHost::memsetS,
@@ -284,19 +284,19 @@ TEST_F(CrlSummary, IsWholeOrOfAFailingMachineAndThenNoneIsVerified)
 
 TEST_F(CrlSummary, NoFileAloneMakesTheMachineOneThatFailed)
 {
-    PkgsignCertificateRequest request = CertificateRequest(std::string(200, 'n'), &AllParties().root);
+    forge::CertificateRequest request = CertificateRequest(std::string(200, 'n'), &AllParties().root);
     request.subject.insert(request.subject.begin(), {"2.5.4.10", std::string(200, 'o')});
     request.subject.insert(request.subject.begin(), {"2.5.4.11", std::string(200, 'u')});
-    request.serialNumber = PkgsignBytes(33, 0x11);
+    request.serialNumber = forge::Bytes(33, 0x11);
     const Party longNamed = Certify(request);
     request.subject = {{"2.5.4.5", "1"}};
     const Party unprintable = Certify(request);
-    PkgsignCrlRequest timeless = CrlRequest(AllParties().root);
+    forge::CrlRequest timeless = CrlRequest(AllParties().root);
     timeless.omitNextUpdate = true;
-    timeless.revoked = {PkgsignRevokedCertificate()};
+    timeless.revoked = {forge::RevokedCertificate()};
     ASSERT_STATUS(SIGKIT_OK,
                   Decode(Join({longNamed.certificate, unprintable.certificate, MakeCrl(CrlRequest(longNamed)),
-                               MakeCrl(CrlRequest(unprintable)), MakeCrl(timeless), RootCrl({PkgsignBytes(33, 0x22)}),
+                               MakeCrl(CrlRequest(unprintable)), MakeCrl(timeless), RootCrl({forge::Bytes(33, 0x22)}),
                                MakeCrl(CrlRequest(AllParties().otherRoot))})));
     EXPECT_STATUS(SIGKIT_OK, ctx->hostFailure);
     EXPECT_EQ(4, bundle->count);
@@ -308,14 +308,14 @@ TEST_F(CrlSummary, NoFileAloneMakesTheMachineOneThatFailed)
 
 TEST_F(CrlSummary, TellsWhatItHasNoSummaryOf)
 {
-    PkgsignCrlRequest timeless = CrlRequest(AllParties().root);
+    forge::CrlRequest timeless = CrlRequest(AllParties().root);
     timeless.omitNextUpdate = true;
-    timeless.revoked = {PkgsignRevokedCertificate()};
-    const PkgsignBytes damaged = Octets("-----BEGIN X509 CRL-----\nQQ==\n-----END X509 CRL-----\n");
-    const PkgsignBytes other = Octets("-----BEGIN X509 CRL -----\nQQ==\n-----END X509 CRL -----\n");
-    const PkgsignBytes ca = Pem(PKGSIGN_LABEL_CERTIFICATE, Ca());
-    ASSERT_STATUS(SIGKIT_OK, Decode(Join({damaged, ca, other, Pem(PKGSIGN_LABEL_CRL, RootCrl()), damaged,
-                                          Pem(PKGSIGN_LABEL_CRL, MakeCrl(timeless))})));
+    timeless.revoked = {forge::RevokedCertificate()};
+    const forge::Bytes damaged = Octets("-----BEGIN X509 CRL-----\nQQ==\n-----END X509 CRL-----\n");
+    const forge::Bytes other = Octets("-----BEGIN X509 CRL -----\nQQ==\n-----END X509 CRL -----\n");
+    const forge::Bytes ca = Pem(forge::LABEL_CERTIFICATE, Ca());
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({damaged, ca, other, Pem(forge::LABEL_CRL, RootCrl()), damaged,
+                                          Pem(forge::LABEL_CRL, MakeCrl(timeless))})));
     EXPECT_EQ(1, bundle->count);
     EXPECT_EQ(2u, bundle->decodedCrls);
     EXPECT_EQ(2u, bundle->skippedCrls);
@@ -326,21 +326,21 @@ TEST_F(CrlSummary, TellsWhatItHasNoSummaryOf)
 
 TEST_F(CrlSummary, TellsWhatSpaceTheDataTake)
 {
-    const PkgsignBytes otherRoot = AllParties().otherRoot.certificate;
+    const forge::Bytes otherRoot = AllParties().otherRoot.certificate;
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), otherRoot, RootCrl(), CaCrl()})));
     EXPECT_EQ(1u, bundle->storedCerts) << "a self-signed one is not stored";
     EXPECT_EQ(1u, bundle->images);
-    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Pem(PKGSIGN_LABEL_CERTIFICATE, Ca()), Pem(PKGSIGN_LABEL_CRL, RootCrl()),
-                                          Pem(PKGSIGN_LABEL_CRL, CaCrl())})));
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({Pem(forge::LABEL_CERTIFICATE, Ca()), Pem(forge::LABEL_CRL, RootCrl()),
+                                          Pem(forge::LABEL_CRL, CaCrl())})));
     EXPECT_EQ(0u, bundle->storedCerts) << "it is there already";
     EXPECT_EQ(3u, bundle->images);
 }
 
 TEST_F(CrlSummary, ACrlWithoutAnImageIsCountedAsSkipped)
 {
-    PkgsignBytes data = Pem(PKGSIGN_LABEL_CERTIFICATE, Ca());
+    forge::Bytes data = Pem(forge::LABEL_CERTIFICATE, Ca());
     for (int64_t i = 0; i < 16; ++i) {
-        data = Join({data, Pem(PKGSIGN_LABEL_CRL, RootCrl({}, i))});
+        data = Join({data, Pem(forge::LABEL_CRL, RootCrl({}, i))});
     }
     ASSERT_STATUS(SIGKIT_OK, Decode(data));
     EXPECT_EQ(14, bundle->count);
@@ -359,7 +359,7 @@ TEST_F(CrlSummary, ASelfSignedCertificateInTheDataIsSkipped)
 
 TEST_F(CrlSummary, SixteenCrlsAreSummarisedAndSeventeenRefused)
 {
-    PkgsignBytes data = Ca();
+    forge::Bytes data = Ca();
     for (int64_t i = 0; i < 16; ++i) {
         data = Join({data, RootCrl({}, i)});
     }
@@ -377,9 +377,9 @@ TEST_F(CrlSummary, OutlivesItsContext)
     param.size = sizeof(param);
     SigkitVerifyCtx *other = nullptr;
     ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&other, &param));
-    const PkgsignBytes root = AllParties().root.certificate;
+    const forge::Bytes root = AllParties().root.certificate;
     ASSERT_STATUS(SIGKIT_OK, SigkitVerifyAddCert(other, root.data(), Size(root)));
-    const PkgsignBytes data = Join({Ca(), RootCrl({{5}})});
+    const forge::Bytes data = Join({Ca(), RootCrl({{5}})});
     ASSERT_STATUS(SIGKIT_OK, SigkitDecodeCrl(other, data.data(), Size(data), &bundle));
     ASSERT_STATUS(SIGKIT_OK, SigkitVrfCtxFree(other));
     EXPECT_STREQ("C=XX,O=Test,CN=Root", bundle->crls[0]->issuerName);
@@ -392,14 +392,14 @@ TEST_F(CrlSummary, OutlivesItsContext)
 TEST_F(CrlSummary, EachWritesItsTrailInFull)
 {
     ctx->pki->memory.nested = SIGKIT_PATH_LITERAL_MAX; // as an earlier operation left it
-    const PkgsignBytes data = Join({Ca(), RootCrl()});
+    const forge::Bytes data = Join({Ca(), RootCrl()});
     ASSERT_STATUS(SIGKIT_OK, SigkitDecodeCrl(ctx, data.data(), Size(data), &bundle));
     EXPECT_GT(SIGKIT_PATH_LITERAL_MAX, ctx->pki->memory.nested);
 }
 
 TEST_F(CrlSummary, MissingArgumentsAreRefused)
 {
-    const PkgsignBytes data = RootCrl();
+    const forge::Bytes data = RootCrl();
     SigkitCrlBundle *out = reinterpret_cast<SigkitCrlBundle *>(this);
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitDecodeCrl(ctx, nullptr, 5, &out));
     EXPECT_EQ(nullptr, out);
@@ -418,9 +418,9 @@ TEST_F(CrlSummary, MissingArgumentsAreRefused)
 TEST_F(CrlSummary, IsMadeFromFilesInDerAndPem)
 {
     const TemporaryDirectory directory;
-    const PkgsignBytes pem = Join({Pem(PKGSIGN_LABEL_CERTIFICATE, Ca()), Pem(PKGSIGN_LABEL_CRL, RootCrl())});
-    ASSERT_TRUE(PkgsignWriteFile(directory.File("pem"), pem).ok);
-    ASSERT_TRUE(PkgsignWriteFile(directory.File("der"), Join({Ca(), RootCrl()})).ok);
+    const forge::Bytes pem = Join({Pem(forge::LABEL_CERTIFICATE, Ca()), Pem(forge::LABEL_CRL, RootCrl())});
+    ASSERT_TRUE(forge::WriteFile(directory.File("pem"), pem).ok);
+    ASSERT_TRUE(forge::WriteFile(directory.File("der"), Join({Ca(), RootCrl()})).ok);
     for (const char *const name : {"pem", "der"}) {
         ASSERT_STATUS(SIGKIT_OK, SigkitDecodeCrlFile(ctx, directory.File(name).c_str(), &bundle));
         EXPECT_EQ(1, bundle->count);
@@ -431,7 +431,7 @@ TEST_F(CrlSummary, IsMadeFromFilesInDerAndPem)
     EXPECT_STATUS(SIGKIT_ERR_FILE_OPEN, SigkitDecodeCrlFile(ctx, missing.c_str(), &bundle));
     EXPECT_EQ("E SigkitDecodeCrlFile 88000101 -", LineTexts().back());
     EXPECT_EQ(nullptr, bundle);
-    ASSERT_TRUE(PkgsignWriteFile(directory.File("junk"), PkgsignBytes(50, 0x02)).ok);
+    ASSERT_TRUE(forge::WriteFile(directory.File("junk"), forge::Bytes(50, 0x02)).ok);
     ResetRecordingHost();
     EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, SigkitDecodeCrlFile(ctx, directory.File("junk").c_str(), &bundle));
     EXPECT_EQ((Texts{"E InternalDecodeStreamCertCrl 88300001 -", "E InternalDecodeCertCrl 88300001 -",

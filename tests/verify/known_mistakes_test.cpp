@@ -14,30 +14,30 @@ class KnownMistakes : public WholeMessageTest
 };
 
 // A message whose token nobody signs, with a TSTInfo of the test's own.
-PkgsignBytes MessageWithTstInfo(const std::function<void(der::TstInfo *, const PkgsignBytes &signature)> &change)
+forge::Bytes MessageWithTstInfo(const std::function<void(der::TstInfo *, const forge::Bytes &signature)> &change)
 {
-    return MessageWithToken(CONTENT, [&](const PkgsignBytes &signature) {
+    return MessageWithToken(CONTENT, [&](const forge::Bytes &signature) {
         der::TstInfo info = CraftTstInfo(signature);
         change(&info, signature);
         return CraftToken(info);
     });
 }
 
-PkgsignBytes MessageWithImprint(const std::function<der::Bytes(const PkgsignBytes &digest)> &hashedMessage)
+forge::Bytes MessageWithImprint(const std::function<der::Bytes(const forge::Bytes &digest)> &hashedMessage)
 {
-    return MessageWithTstInfo([&](der::TstInfo *info, const PkgsignBytes &signature) {
+    return MessageWithTstInfo([&](der::TstInfo *info, const forge::Bytes &signature) {
         info->messageImprint =
             der::MessageImprint(der::AlgorithmIdentifier("2.16.840.1.101.3.4.2.1"), hashedMessage(Sha256(signature)));
     });
 }
 
-PkgsignBytes MessageWithTime(const der::Bytes &genTime)
+forge::Bytes MessageWithTime(const der::Bytes &genTime)
 {
-    return MessageWithTstInfo([&](der::TstInfo *info, const PkgsignBytes &) { info->genTime = genTime; });
+    return MessageWithTstInfo([&](der::TstInfo *info, const forge::Bytes &) { info->genTime = genTime; });
 }
 
 // A message of the good signer whose messageDigest has this value.
-PkgsignBytes MessageWithDigest(const der::Bytes &value)
+forge::Bytes MessageWithDigest(const der::Bytes &value)
 {
     return CraftMessage(AllParties().signer,
                         {der::Attribute("1.2.840.113549.1.9.3", {der::Oid("1.2.840.113549.1.7.1")}),
@@ -49,24 +49,24 @@ PkgsignBytes MessageWithDigest(const der::Bytes &value)
 TEST_F(KnownMistakes, ADecoyWithTheSignersIssuerAndSerialDoesNotSpeakForIt)
 {
     // Another key below the same CA name and serial number, made by somebody else, is in the store first.
-    PkgsignCertificateRequest request = CertificateRequest("Signer", &AllParties().issuingCa);
-    ASSERT_TRUE(PkgsignGetSerialNumber(AllParties().signer.certificate, &request.serialNumber).ok);
-    request.basicConstraints = PkgsignBasicConstraints::NotCa;
-    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-    request.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    forge::CertificateRequest request = CertificateRequest("Signer", &AllParties().issuingCa);
+    ASSERT_TRUE(forge::GetSerialNumber(AllParties().signer.certificate, &request.serialNumber).ok);
+    request.basicConstraints = forge::BasicConstraints::NotCa;
+    request.keyUsage = forge::DIGITAL_SIGNATURE;
+    request.extendedKeyUsage = {forge::PURPOSE_CODE_SIGNING};
     request.issuerKey = request.subjectKey;
     const Party decoy = Certify(request);
     LoadTrust(Join({decoy.certificate, GoodCrls()}));
     EXPECT_STATUS(SIGKIT_ERR_NO_ROOT, Verify(GoodMessage())) << "the first in the store is the one that is judged";
-    PkgsignMessageRequest byDecoy = MessageRequest(CONTENT);
+    forge::MessageRequest byDecoy = MessageRequest(CONTENT);
     byDecoy.signerKey = decoy.key;
     EXPECT_STATUS(SIGKIT_ERR_NO_ROOT, Verify(MakeMessage(byDecoy)));
 }
 
 TEST_F(KnownMistakes, AForgedCertificateWithARealOnesSignatureIsNotTrusted)
 {
-    PkgsignBytes forged = AllParties().signer.certificate;
-    const PkgsignBytes name = Octets("Signer");
+    forge::Bytes forged = AllParties().signer.certificate;
+    const forge::Bytes name = Octets("Signer");
     const auto place = std::search(forged.begin(), forged.end(), name.begin(), name.end());
     ASSERT_NE(forged.end(), place);
     *place = 'X';
@@ -78,7 +78,7 @@ TEST_F(KnownMistakes, CertificatesThatComeFromEverywhereAreSharedSafely)
 {
     const Parties &all = AllParties();
     LoadTrust(Join({all.issuingCa.certificate, all.signer.certificate, all.timestamp.certificate, GoodCrls()}));
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.tokenRequest.certificates = {all.timestamp.certificate, all.issuingCa.certificate};
     EXPECT_STATUS(SIGKIT_OK, Verify(MakeMessage(request)));
     EXPECT_EQ(1u, verdict);
@@ -90,23 +90,23 @@ TEST_F(KnownMistakes, AnImprintMustBeAsLongAsItsDigest)
     LoadTrust();
     const struct {
         const char *name;
-        std::function<der::Bytes(const PkgsignBytes &)> hashedMessage;
+        std::function<der::Bytes(const forge::Bytes &)> hashedMessage;
     } rows[] = {
-        {"empty", [](const PkgsignBytes &) { return der::OctetString({}); }},
-        {"one octet", [](const PkgsignBytes &d) { return der::OctetString({d[0]}); }},
-        {"31 octets", [](const PkgsignBytes &d) { return der::OctetString(PkgsignBytes(d.begin(), d.end() - 1)); }},
+        {"empty", [](const forge::Bytes &) { return der::OctetString({}); }},
+        {"one octet", [](const forge::Bytes &d) { return der::OctetString({d[0]}); }},
+        {"31 octets", [](const forge::Bytes &d) { return der::OctetString(forge::Bytes(d.begin(), d.end() - 1)); }},
         {"33 octets",
-         [](const PkgsignBytes &d) {
+         [](const forge::Bytes &d) {
              return der::OctetString(Join({d, {0}}));
          }},
-        {"constructed", [](const PkgsignBytes &d) { return der::Tlv(0x24, der::OctetString(d)); }},
+        {"constructed", [](const forge::Bytes &d) { return der::Tlv(0x24, der::OctetString(d)); }},
     };
     for (const auto &row : rows) {
         EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_IMPRINT, Verify(MessageWithImprint(row.hashedMessage))) << row.name;
     }
     // The octets count, whatever their type is called.
     for (const uint8_t tag : der::Bytes{0x01, 0x03, 0x04, 0x05, 0x06, 0x0C, 0x30, 0x31, 0x80, 0xA0}) {
-        EXPECT_STATUS(SIGKIT_OK, Verify(MessageWithImprint([&](const PkgsignBytes &d) { return der::Tlv(tag, d); })))
+        EXPECT_STATUS(SIGKIT_OK, Verify(MessageWithImprint([&](const forge::Bytes &d) { return der::Tlv(tag, d); })))
             << static_cast<int>(tag);
         EXPECT_EQ(1u, verdict);
     }
@@ -156,7 +156,7 @@ TEST_F(KnownMistakes, ATimeMustBeATime)
 
 TEST_F(KnownMistakes, ACrlDatedAfterTheTimestampCountsByDesign)
 {
-    PkgsignCrlRequest later = CrlRequest(AllParties().issuingCa);
+    forge::CrlRequest later = CrlRequest(AllParties().issuingCa);
     later.thisUpdate = PACKAGE_TIME + PACKAGE_DAY;
     LoadTrust(Join({MakeCrl(CrlRequest(AllParties().root)), MakeCrl(later)}));
     EXPECT_STATUS(SIGKIT_OK, Verify(GoodMessage()));
@@ -165,18 +165,18 @@ TEST_F(KnownMistakes, ACrlDatedAfterTheTimestampCountsByDesign)
 
 TEST_F(KnownMistakes, ALengthOfPathThatACertificateAllowsIsNotLookedAtByDesign)
 {
-    PkgsignCertificateRequest request = CertificateRequest("Last CA", &AllParties().root);
+    forge::CertificateRequest request = CertificateRequest("Last CA", &AllParties().root);
     request.pathLength = 0; // no CA below it
     const Party last = Certify(request);
     const Party below = Certify(CertificateRequest("CA below", &last));
-    PkgsignCertificateRequest leaf = CertificateRequest("Signer below", &below);
-    leaf.basicConstraints = PkgsignBasicConstraints::NotCa;
-    leaf.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-    leaf.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    forge::CertificateRequest leaf = CertificateRequest("Signer below", &below);
+    leaf.basicConstraints = forge::BasicConstraints::NotCa;
+    leaf.keyUsage = forge::DIGITAL_SIGNATURE;
+    leaf.extendedKeyUsage = {forge::PURPOSE_CODE_SIGNING};
     const Party signer = Certify(leaf);
     LoadTrust(Join({last.certificate, below.certificate, AllParties().issuingCa.certificate, GoodCrls(),
                     MakeCrl(CrlRequest(last)), MakeCrl(CrlRequest(below))}));
-    PkgsignMessageRequest message = MessageRequest(CONTENT);
+    forge::MessageRequest message = MessageRequest(CONTENT);
     message.signerCertificate = signer.certificate;
     message.signerKey = signer.key;
     message.certificates = {signer.certificate};
@@ -189,9 +189,9 @@ TEST_F(KnownMistakes, WithoutItsSignedAttributesAMessageSpeaksForTheirEncodingBy
     // What was signed is the encoding of the attributes (RFC 5652, 5.4). A message that loses them says that its
     // signature is over the content itself, and so it is when the content is that encoding.
     LoadTrust();
-    const PkgsignBytes message = GoodMessage();
+    const forge::Bytes message = GoodMessage();
     const size_t attributes = [&] {
-        const PkgsignBytes digestAttribute = {0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x03};
+        const forge::Bytes digestAttribute = {0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x03};
         const auto place = std::search(message.begin(), message.end(), digestAttribute.begin(), digestAttribute.end());
         return static_cast<size_t>(place - message.begin()) - 4; // the [0] and the first SEQUENCE begin before it
     }();
@@ -199,10 +199,10 @@ TEST_F(KnownMistakes, WithoutItsSignedAttributesAMessageSpeaksForTheirEncodingBy
     const size_t length = message[attributes + 1];
     ASSERT_LT(length, 0x80u);
     const auto begin = message.begin() + static_cast<ptrdiff_t>(attributes);
-    PkgsignBytes encoding(begin, begin + 2 + static_cast<ptrdiff_t>(length));
+    forge::Bytes encoding(begin, begin + 2 + static_cast<ptrdiff_t>(length));
     encoding[0] = 0x31;
 
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.content = encoding;
     request.signedAttributes = false; // the same signature, as PKCS #1 v1.5 has no randomness
     EXPECT_STATUS(SIGKIT_OK, Verify(MakeMessage(request), std::string(encoding.begin(), encoding.end())));

@@ -15,14 +15,14 @@ inline constexpr char MD5_WITH_RSA[] = "1.2.840.113549.1.1.4"; // as long as the
 class Leniency : public WholeMessageTest
 {
 protected:
-    void ExpectAccepted(const PkgsignBytes &message, const std::string &what)
+    void ExpectAccepted(const forge::Bytes &message, const std::string &what)
     {
         EXPECT_STATUS(SIGKIT_OK, Verify(message)) << what;
         EXPECT_EQ(1u, verdict) << what;
     }
 
     // A context that holds the trust anchor and these CRLs and nothing else.
-    void Renew(const PkgsignBytes &crls)
+    void Renew(const forge::Bytes &crls)
     {
         TearDown();
         SetUp();
@@ -30,24 +30,24 @@ protected:
     }
 };
 
-inline PkgsignBytes RootCrl()
+inline forge::Bytes RootCrl()
 {
     return MakeCrl(CrlRequest(AllParties().root));
 }
 
 // A CRL of the issuing CA that is newer than the good one and revokes the signer from the beginning.
-inline PkgsignBytes RevokingCrl()
+inline forge::Bytes RevokingCrl()
 {
-    PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
-    PkgsignRevokedCertificate revoked;
-    EXPECT_TRUE(PkgsignGetSerialNumber(AllParties().signer.certificate, &revoked.serialNumber).ok);
+    forge::CrlRequest request = CrlRequest(AllParties().issuingCa);
+    forge::RevokedCertificate revoked;
+    EXPECT_TRUE(forge::GetSerialNumber(AllParties().signer.certificate, &revoked.serialNumber).ok);
     revoked.revocationDate = PACKAGE_TIME - 300 * PACKAGE_DAY;
     request.revoked = {revoked};
     request.thisUpdate += 1;
     return MakeCrl(request);
 }
 
-inline PkgsignBytes Replace(PkgsignBytes in, const PkgsignBytes &what, const PkgsignBytes &with)
+inline forge::Bytes Replace(forge::Bytes in, const forge::Bytes &what, const forge::Bytes &with)
 {
     EXPECT_EQ(what.size(), with.size());
     const auto place = std::search(in.begin(), in.end(), what.begin(), what.end());

@@ -12,22 +12,22 @@ const char ISSUING_DISTRIBUTION_POINT[] = "2.5.29.28";
 const char DELTA_CRL_INDICATOR[] = "2.5.29.27";
 const char CERTIFICATE_ISSUER[] = "2.5.29.29";
 
-PkgsignBytes ReplaceOid(const PkgsignBytes &in, const char *what, const char *with)
+forge::Bytes ReplaceOid(const forge::Bytes &in, const char *what, const char *with)
 {
     return Replace(in, der::Oid(what), der::Oid(with));
 }
 
 // What is signed of a certificate or CRL: its first member, whole.
-PkgsignBytes ToBeSigned(const PkgsignBytes &object)
+forge::Bytes ToBeSigned(const forge::Bytes &object)
 {
     constexpr ptrdiff_t HEADER = 4; // of objects from 256 to 65535 octets
     EXPECT_EQ(0x82, object[1]);
     const bool isLong = object[HEADER + 1] == 0x82;
     const ptrdiff_t length = isLong ? HEADER + object[HEADER + 2] * 256 + object[HEADER + 3] : 3 + object[HEADER + 2];
-    return PkgsignBytes(object.begin() + HEADER, object.begin() + HEADER + length);
+    return forge::Bytes(object.begin() + HEADER, object.begin() + HEADER + length);
 }
 
-PkgsignBytes SignedObject(const Party &issuer, const PkgsignBytes &toBeSigned, const char *algorithm = SHA256_WITH_RSA)
+forge::Bytes SignedObject(const Party &issuer, const forge::Bytes &toBeSigned, const char *algorithm = SHA256_WITH_RSA)
 {
     return der::Sequence(
         {toBeSigned, der::AlgorithmIdentifier(algorithm), der::BitString(0, SignOctets(issuer, toBeSigned))});
@@ -36,8 +36,8 @@ PkgsignBytes SignedObject(const Party &issuer, const PkgsignBytes &toBeSigned, c
 // The entry of the good signer in a CRL, with extensions.
 der::Bytes SignersEntry(const std::vector<der::Bytes> &extensions)
 {
-    PkgsignBytes serial;
-    EXPECT_TRUE(PkgsignGetSerialNumber(AllParties().signer.certificate, &serial).ok);
+    forge::Bytes serial;
+    EXPECT_TRUE(forge::GetSerialNumber(AllParties().signer.certificate, &serial).ok);
     return der::RevokedEntry(der::IntegerRaw(serial), der::UtcTime("210601000000Z"), der::Sequence(extensions));
 }
 
@@ -46,23 +46,23 @@ struct OtherChain {
     Party ca;
     Party signer;
 
-    explicit OtherChain(const PkgsignCertificateRequest &caRequest) : ca(Certify(caRequest))
+    explicit OtherChain(const forge::CertificateRequest &caRequest) : ca(Certify(caRequest))
     {
-        PkgsignCertificateRequest request = CertificateRequest("Signer below", &ca);
-        request.basicConstraints = PkgsignBasicConstraints::NotCa;
-        request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-        request.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+        forge::CertificateRequest request = CertificateRequest("Signer below", &ca);
+        request.basicConstraints = forge::BasicConstraints::NotCa;
+        request.keyUsage = forge::DIGITAL_SIGNATURE;
+        request.extendedKeyUsage = {forge::PURPOSE_CODE_SIGNING};
         signer = Certify(request);
     }
 
-    PkgsignBytes Crls() const
+    forge::Bytes Crls() const
     {
         return Join({GoodCrls(), MakeCrl(CrlRequest(ca)), AllParties().issuingCa.certificate});
     }
 
-    PkgsignBytes Message() const
+    forge::Bytes Message() const
     {
-        PkgsignMessageRequest request = MessageRequest(CONTENT);
+        forge::MessageRequest request = MessageRequest(CONTENT);
         request.signerCertificate = signer.certificate;
         request.signerKey = signer.key;
         request.certificates = {signer.certificate, ca.certificate};
@@ -91,7 +91,7 @@ TEST_F(Leniency, ACrlCountsAsCompleteWhateverItsExtensionsSay)
         {"with an unknown critical extension", "1.2.3.4", der::Null()},
     };
     for (const auto &row : rows) {
-        PkgsignCrlRequest request = CrlRequest(AllParties().issuingCa);
+        forge::CrlRequest request = CrlRequest(AllParties().issuingCa);
         request.extensions = {{row.identifier, true, row.value}};
         Renew(Join({RootCrl(), MakeCrl(request)}));
         ExpectAccepted(GoodMessage(), row.what);
@@ -104,8 +104,8 @@ TEST_F(Leniency, AnEntryCountsBySerialNumberWhateverItsExtensionsSay)
     const der::Bytes other = der::Sequence({der::Explicit(4, der::NameOf("Somebody else"))});
     for (const der::Bytes &extension : {der::Extension(CERTIFICATE_ISSUER, other, der::Boolean()),
                                         der::Extension("1.2.3.4", {5, 0}, der::Boolean())}) {
-        PkgsignBytes issuer;
-        ASSERT_TRUE(PkgsignGetSubject(AllParties().issuingCa.certificate, &issuer).ok);
+        forge::Bytes issuer;
+        ASSERT_TRUE(forge::GetSubject(AllParties().issuingCa.certificate, &issuer).ok);
         der::TbsCertList list;
         list.issuer = issuer;
         list.revokedCertificates = der::Sequence({SignersEntry({extension})});
@@ -118,8 +118,8 @@ TEST_F(Leniency, AnEntryCountsBySerialNumberWhateverItsExtensionsSay)
 
 TEST_F(Leniency, AForgedCrlWithARealOnesSignatureTakesItsPlace)
 {
-    const PkgsignBytes revoking = RevokingCrl();
-    const PkgsignBytes forged = Replace(revoking, Octets("Test"), Octets("Tess"));
+    const forge::Bytes revoking = RevokingCrl();
+    const forge::Bytes forged = Replace(revoking, Octets("Test"), Octets("Tess"));
     LoadTrust(Join({revoking, GoodCrls()}));
     EXPECT_STATUS(SIGKIT_ERR_CERT_REVOKED, Verify(GoodMessage()));
     Renew(Join({forged, revoking, GoodCrls()}));
@@ -128,7 +128,7 @@ TEST_F(Leniency, AForgedCrlWithARealOnesSignatureTakesItsPlace)
 
 TEST_F(Leniency, ACutTailIsDroppedWithWhatItRevoked)
 {
-    PkgsignBytes cut = RevokingCrl();
+    forge::Bytes cut = RevokingCrl();
     cut.resize(33);
     EXPECT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate));
     EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(Join({GoodCrls(), cut})));
@@ -140,15 +140,15 @@ TEST_F(Leniency, ACutTailIsDroppedWithWhatItRevoked)
 TEST_F(Leniency, ARevocationInTheSixteenthPemBlockIsLostWithALogLine)
 {
     for (const size_t before : {14u, 15u}) {
-        PkgsignBytes crls = Join(
-            {Pem(PKGSIGN_LABEL_CRL, RootCrl()), Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().issuingCa)))});
+        forge::Bytes crls = Join(
+            {Pem(forge::LABEL_CRL, RootCrl()), Pem(forge::LABEL_CRL, MakeCrl(CrlRequest(AllParties().issuingCa)))});
         for (size_t i = 2; i < before; ++i) {
-            crls = Join({crls, Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().issuingCa.certificate)});
+            crls = Join({crls, Pem(forge::LABEL_CERTIFICATE, AllParties().issuingCa.certificate)});
         }
         TearDown();
         SetUp();
         ASSERT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate)); // takes the first of sixteen images
-        ASSERT_STATUS(SIGKIT_OK, AddCrl(Join({crls, Pem(PKGSIGN_LABEL_CRL, RevokingCrl())})));
+        ASSERT_STATUS(SIGKIT_OK, AddCrl(Join({crls, Pem(forge::LABEL_CRL, RevokingCrl())})));
         const bool lost = before == 15;
         EXPECT_EQ(lost ? Texts{"E InternalPemDecodeCrl 88000501 -"} : Texts(), LineTexts());
         EXPECT_STATUS(lost ? SIGKIT_OK : SIGKIT_ERR_CERT_REVOKED, Verify(GoodMessage()));
@@ -158,13 +158,13 @@ TEST_F(Leniency, ARevocationInTheSixteenthPemBlockIsLostWithALogLine)
 
 TEST_F(Leniency, ASecondCrlInOnePemBlockAndWhatFollowsANullCharacterAreNotRead)
 {
-    Renew(Join({Pem(PKGSIGN_LABEL_CRL, RootCrl()),
-                Pem(PKGSIGN_LABEL_CRL, Join({MakeCrl(CrlRequest(AllParties().issuingCa)), RevokingCrl()}))}));
+    Renew(Join({Pem(forge::LABEL_CRL, RootCrl()),
+                Pem(forge::LABEL_CRL, Join({MakeCrl(CrlRequest(AllParties().issuingCa)), RevokingCrl()}))}));
     ExpectAccepted(GoodMessage(), "a second CRL in one block");
-    Renew(Join({Pem(PKGSIGN_LABEL_CRL, RootCrl()),
-                Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().issuingCa))),
+    Renew(Join({Pem(forge::LABEL_CRL, RootCrl()),
+                Pem(forge::LABEL_CRL, MakeCrl(CrlRequest(AllParties().issuingCa))),
                 {0x00},
-                Pem(PKGSIGN_LABEL_CRL, RevokingCrl())}));
+                Pem(forge::LABEL_CRL, RevokingCrl())}));
     ExpectAccepted(GoodMessage(), "a null character");
 }
 
@@ -173,14 +173,14 @@ TEST_F(Leniency, ANewerCrlFileMayRevokeLessAndBearALowerNumber)
     ASSERT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate));
     SigkitCrlBundle *bundles[2] = {};
     for (int i = 0; i < 2; ++i) {
-        PkgsignCrlRequest request = CrlRequest(AllParties().root);
+        forge::CrlRequest request = CrlRequest(AllParties().root);
         request.crlNumber = i == 0 ? 9 : 1;
-        PkgsignRevokedCertificate revoked;
+        forge::RevokedCertificate revoked;
         revoked.serialNumber = {5};
         request.revoked.assign(i == 0 ? 1 : 0, revoked);
         request.thisUpdate += i == 0 ? 0 : 299 * PACKAGE_DAY; // after the packages that it will judge
         request.nextUpdate = request.thisUpdate + PACKAGE_DAY;
-        const PkgsignBytes data = Join({AllParties().issuingCa.certificate, MakeCrl(request)});
+        const forge::Bytes data = Join({AllParties().issuingCa.certificate, MakeCrl(request)});
         ASSERT_STATUS(SIGKIT_OK, SigkitDecodeCrl(ctx, data.data(), Size(data), &bundles[i]));
     }
     uint32_t result = 9;
@@ -195,15 +195,15 @@ TEST_F(Leniency, TwoIssuersWhoseNamesPrintAlikeAreOneInAComparison)
 {
     ASSERT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate));
     SigkitCrlBundle *bundles[2] = {};
-    const PkgsignName names[] = {{{"CN", "a,CN=b"}}, {{"CN", "a"}, {"CN", "b"}}};
-    const PkgsignBytes rootCrl = RootCrl();
+    const forge::Name names[] = {{{"CN", "a,CN=b"}}, {{"CN", "a"}, {"CN", "b"}}};
+    const forge::Bytes rootCrl = RootCrl();
     for (int i = 0; i < 2; ++i) {
-        PkgsignCertificateRequest request = CertificateRequest("", &AllParties().root);
+        forge::CertificateRequest request = CertificateRequest("", &AllParties().root);
         request.subject = names[i];
         const Party ca = Certify(request);
-        PkgsignCrlRequest crl = CrlRequest(ca);
+        forge::CrlRequest crl = CrlRequest(ca);
         crl.thisUpdate += i;
-        const PkgsignBytes data = Join({ca.certificate, rootCrl, MakeCrl(crl)});
+        const forge::Bytes data = Join({ca.certificate, rootCrl, MakeCrl(crl)});
         ASSERT_STATUS(SIGKIT_OK, SigkitDecodeCrl(ctx, data.data(), Size(data), &bundles[i]));
     }
     uint32_t result = 9;
@@ -219,7 +219,7 @@ TEST_F(Leniency, ACrlThatWasOnlyComparedCountsInItsContext)
     LoadTrust(RootCrl());
     EXPECT_STATUS(SIGKIT_ERR_NO_CRL, Verify(GoodMessage()));
     SigkitCrlBundle *bundle = nullptr;
-    const PkgsignBytes data = Join({AllParties().issuingCa.certificate, MakeCrl(CrlRequest(AllParties().issuingCa))});
+    const forge::Bytes data = Join({AllParties().issuingCa.certificate, MakeCrl(CrlRequest(AllParties().issuingCa))});
     ASSERT_STATUS(SIGKIT_OK, SigkitDecodeCrl(ctx, data.data(), Size(data), &bundle));
     EXPECT_STATUS(SIGKIT_OK, SigkitCrlFree(ctx, bundle));
     ExpectAccepted(GoodMessage(), "the CRL stays");
@@ -230,11 +230,11 @@ TEST_F(Leniency, ACrlThatWasOnlyComparedCountsInItsContext)
 TEST_F(Leniency, AnAlgorithmIsReadInOnePlaceAndDecidesByItsDigestAlone)
 {
     const Party &ca = AllParties().issuingCa;
-    const PkgsignBytes signer = ToBeSigned(AllParties().signer.certificate);
-    const PkgsignBytes crl = ToBeSigned(MakeCrl(CrlRequest(ca)));
-    const PkgsignBytes disguised =
+    const forge::Bytes signer = ToBeSigned(AllParties().signer.certificate);
+    const forge::Bytes crl = ToBeSigned(MakeCrl(CrlRequest(ca)));
+    const forge::Bytes disguised =
         ReplaceOid(ReplaceOid(signer, SHA256_WITH_RSA, MD5_WITH_RSA), RSA_ENCRYPTION, RSASSA_PSS);
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.certificates = {SignedObject(ca, disguised), ca.certificate};
     LoadTrust(Join({RootCrl(), SignedObject(ca, ReplaceOid(crl, SHA256_WITH_RSA, MD5_WITH_RSA))}));
     ExpectAccepted(MakeMessage(request), "what is signed names other algorithms");
@@ -246,14 +246,14 @@ TEST_F(Leniency, AnAlgorithmIsReadInOnePlaceAndDecidesByItsDigestAlone)
 
 TEST_F(Leniency, ACaMayHaveAnyPurposesAndUsagesThatNobodyDefined)
 {
-    PkgsignCertificateRequest mail = CertificateRequest("Mail CA", &AllParties().root);
+    forge::CertificateRequest mail = CertificateRequest("Mail CA", &AllParties().root);
     mail.extendedKeyUsage = {"1.3.6.1.5.5.7.3.4"}; // emailProtection
     mail.extendedKeyUsageCritical = true;
     const OtherChain purposes(mail);
     Renew(purposes.Crls());
     ExpectAccepted(purposes.Message(), "purposes of a CA");
 
-    PkgsignCertificateRequest odd = CertificateRequest("Odd CA", &AllParties().root);
+    forge::CertificateRequest odd = CertificateRequest("Odd CA", &AllParties().root);
     odd.keyUsage = 0;
     odd.extensions = {{"2.5.29.15", true, der::BitString(1, {0x00, 0x06})}}; // bits 13 and 14
     const OtherChain usages(odd);
@@ -278,15 +278,15 @@ TEST_F(Leniency, VersionsOfCertificatesAndCrlsAndSignsOfSerialNumbersDoNotCount)
     }
 
     const Party &ca = AllParties().issuingCa;
-    const PkgsignBytes crl = ToBeSigned(MakeCrl(CrlRequest(ca)));
+    const forge::Bytes crl = ToBeSigned(MakeCrl(CrlRequest(ca)));
     LoadTrust(Join({RootCrl(), SignedObject(ca, Replace(crl, der::Integer(1), der::Integer(77)))}));
     ExpectAccepted(GoodMessage(), "a CRL of version 78");
 }
 
 TEST_F(Leniency, ATrustAnchorThatComesAfterItsDecoyIsTakenForADuplicate)
 {
-    const PkgsignBytes root = AllParties().root.certificate;
-    const PkgsignBytes decoy = Replace(root, Octets("Root"), Octets("Xoot")); // the issuer, so not self-signed
+    const forge::Bytes root = AllParties().root.certificate;
+    const forge::Bytes decoy = Replace(root, Octets("Root"), Octets("Xoot")); // the issuer, so not self-signed
     EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({decoy, GoodCrls()})));
     EXPECT_STATUS(SIGKIT_OK, AddCert(root));
     EXPECT_EQ(1u, StoredCerts()) << "the decoy alone";

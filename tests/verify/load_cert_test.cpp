@@ -10,25 +10,25 @@ class LoadCert : public VerifyTest
 {
 protected:
     // A certificate that says it is self-signed; what it is signed with cannot be checked.
-    static PkgsignBytes UncheckableRoot()
+    static forge::Bytes UncheckableRoot()
     {
-        static const PkgsignCertificateRequest request = [] {
-            PkgsignCertificateRequest made = CertificateRequest("Uncheckable", nullptr);
-            made.digest = PkgsignDigest::Sha1;
+        static const forge::CertificateRequest request = [] {
+            forge::CertificateRequest made = CertificateRequest("Uncheckable", nullptr);
+            made.digest = forge::Digest::Sha1;
             return made;
         }();
         return Certify(request).certificate;
     }
 
     // A certificate of its own issuer's name that somebody else has signed.
-    static PkgsignBytes SelfIssued()
+    static forge::Bytes SelfIssued()
     {
-        PkgsignCertificateRequest request = CertificateRequest("Self-issued", nullptr);
+        forge::CertificateRequest request = CertificateRequest("Self-issued", nullptr);
         request.issuerKey = AllParties().root.key;
         return Certify(request).certificate;
     }
 
-    static PkgsignBytes RootCrl()
+    static forge::Bytes RootCrl()
     {
         return MakeCrl(CrlRequest(AllParties().root));
     }
@@ -45,7 +45,7 @@ TEST_F(LoadCert, ATrustAnchorIsTakenAsItIs)
 
 TEST_F(LoadCert, ACertificateThatCannotBeCheckedEndsTheWalkBesideCrls)
 {
-    const PkgsignBytes &last = AllParties().issuingCa.certificate;
+    const forge::Bytes &last = AllParties().issuingCa.certificate;
     EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({RootCrl(), SelfIssued(), UncheckableRoot(), last})));
     EXPECT_EQ((Texts{"E SigkitX509PubKeyVerify 88200310 -",
                      "E InternalAddCertToStore 88200310 Failed to check self sign for certificate.",
@@ -70,10 +70,10 @@ TEST_F(LoadCert, RootsBesideCrlsAreDroppedOneByOne)
 {
     const std::string warning =
         "W InternalAddCertToStore 0 There is a root certificate, which is not allowed when add crl or cms.";
-    const PkgsignBytes pem =
-        Join({Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().root.certificate), Pem(PKGSIGN_LABEL_CRL, RootCrl()),
-              Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().otherRoot.certificate),
-              Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().signer.certificate)});
+    const forge::Bytes pem =
+        Join({Pem(forge::LABEL_CERTIFICATE, AllParties().root.certificate), Pem(forge::LABEL_CRL, RootCrl()),
+              Pem(forge::LABEL_CERTIFICATE, AllParties().otherRoot.certificate),
+              Pem(forge::LABEL_CERTIFICATE, AllParties().signer.certificate)});
     EXPECT_STATUS(SIGKIT_OK, AddCrl(pem));
     EXPECT_EQ((Texts{warning, warning}), LineTexts());
     EXPECT_EQ(1u, StoredCerts());
@@ -91,7 +91,7 @@ TEST_F(LoadCert, ARootThatIsThereAlreadyIsDroppedWithTheSameWarning)
 
 TEST_F(LoadCert, DerObjectsMayStandInAnyOrder)
 {
-    const PkgsignBytes mixed = Join({AllParties().issuingCa.certificate, RootCrl(), AllParties().signer.certificate,
+    const forge::Bytes mixed = Join({AllParties().issuingCa.certificate, RootCrl(), AllParties().signer.certificate,
                                      MakeCrl(CrlRequest(AllParties().issuingCa)), AllParties().timestamp.certificate});
     EXPECT_STATUS(SIGKIT_OK, AddCert(mixed));
     EXPECT_EQ(3u, StoredCerts());
@@ -106,11 +106,11 @@ TEST_F(LoadCert, DerObjectsMayStandInAnyOrder)
 TEST_F(LoadCert, TheCallersOctetsMayGoAfterEachCall)
 {
     for (const bool pem : {false, true}) {
-        PkgsignBytes root = AllParties().root.certificate;
-        PkgsignBytes crls = GoodCrls();
+        forge::Bytes root = AllParties().root.certificate;
+        forge::Bytes crls = GoodCrls();
         if (pem) {
-            root = Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().otherRoot.certificate);
-            crls = Pem(PKGSIGN_LABEL_CRL, MakeCrl(CrlRequest(AllParties().otherRoot)));
+            root = Pem(forge::LABEL_CERTIFICATE, AllParties().otherRoot.certificate);
+            crls = Pem(forge::LABEL_CRL, MakeCrl(CrlRequest(AllParties().otherRoot)));
         }
         ASSERT_STATUS(SIGKIT_OK, AddCert(root));
         ASSERT_STATUS(SIGKIT_OK, AddCrl(crls));
@@ -125,12 +125,12 @@ TEST_F(LoadCert, TheCallersOctetsMayGoAfterEachCall)
 
 TEST_F(LoadCert, ASlotIsLostToDerThatFailsAndNoneToPemThatFails)
 {
-    const PkgsignBytes broken(40, 0x02);
+    const forge::Bytes broken(40, 0x02);
     for (uint32_t i = 1; i <= 15; ++i) {
         ASSERT_STATUS(SIGKIT_ERR_ASN_TAG, AddCert(broken));
         ASSERT_EQ(i, ctx->buffers.count);
     }
-    EXPECT_STATUS(SIGKIT_ERR_UNKNOWN, AddCert(Pem(PKGSIGN_LABEL_CERTIFICATE, broken)));
+    EXPECT_STATUS(SIGKIT_ERR_UNKNOWN, AddCert(Pem(forge::LABEL_CERTIFICATE, broken)));
     EXPECT_EQ(15u, ctx->buffers.count);
     EXPECT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate)) << "the sixteenth";
     EXPECT_STATUS(SIGKIT_ERR_LIST_FULL, AddCert(AllParties().root.certificate));
@@ -141,7 +141,7 @@ TEST_F(LoadCert, TheListThatWasAskedForIsTheOneThatIsFilled)
 {
     SigkitList certs = {};
     SigkitList crls = {};
-    const PkgsignBytes data = Join({AllParties().root.certificate, RootCrl(), AllParties().signer.certificate});
+    const forge::Bytes data = Join({AllParties().root.certificate, RootCrl(), AllParties().signer.certificate});
     EXPECT_STATUS(SIGKIT_ERR_ARMOUR, InternalDecodeCertCrl(ctx, data.data(), 37, &certs, &crls));
     EXPECT_EQ(0u, ctx->buffers.count);
     ASSERT_STATUS(SIGKIT_OK, InternalDecodeCertCrl(ctx, data.data(), Size(data), &certs, &crls));

@@ -8,9 +8,9 @@ namespace
 class LoadCrl : public VerifyTest
 {
 protected:
-    static PkgsignBytes NumberedCrl(int64_t number)
+    static forge::Bytes NumberedCrl(int64_t number)
     {
-        PkgsignCrlRequest request = CrlRequest(AllParties().root);
+        forge::CrlRequest request = CrlRequest(AllParties().root);
         request.crlNumber = number;
         return MakeCrl(request);
     }
@@ -26,7 +26,7 @@ TEST_F(LoadCrl, TheSameCrlTwiceDoesNotHideTheNext)
 
 TEST_F(LoadCrl, WhatFitsTheStoreStaysWhenTheRestDoesNot)
 {
-    PkgsignBytes fifteen;
+    forge::Bytes fifteen;
     for (int64_t i = 0; i < 15; ++i) {
         fifteen = Join({fifteen, NumberedCrl(i)});
     }
@@ -44,20 +44,20 @@ TEST_F(LoadCrl, WhatFitsTheStoreStaysWhenTheRestDoesNot)
 
 TEST_F(LoadCrl, AShortTailIsTolerated)
 {
-    EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({NumberedCrl(1), PkgsignBytes(1, 0x30)})));
-    EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({NumberedCrl(2), PkgsignBytes(32, 0x00)})));
+    EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({NumberedCrl(1), forge::Bytes(1, 0x30)})));
+    EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({NumberedCrl(2), forge::Bytes(32, 0x00)})));
     EXPECT_EQ(2u, StoredCrls());
-    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(Join({NumberedCrl(3), PkgsignBytes(33, 0x00)})));
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(Join({NumberedCrl(3), forge::Bytes(33, 0x00)})));
     EXPECT_EQ(2u, StoredCrls());
 }
 
 TEST_F(LoadCrl, ThirtyEightOctetsAreLookedAt)
 {
-    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(PkgsignBytes(37, 0x02)));
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(forge::Bytes(37, 0x02)));
     EXPECT_EQ(Texts{"E SigkitVerifyAddCrl 88200102 -"}, LineTexts());
     EXPECT_EQ(0u, ctx->buffers.count);
     ResetRecordingHost();
-    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(PkgsignBytes(38, 0x02)));
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(forge::Bytes(38, 0x02)));
     EXPECT_EQ((Texts{"E InternalDecodeStreamCertCrl 88300001 -", "E InternalDecodeCertCrl 88300001 -",
                      "E SigkitVerifyAddCrl 88200102 -"}),
               LineTexts());
@@ -67,7 +67,7 @@ TEST_F(LoadCrl, ThirtyEightOctetsAreLookedAt)
 TEST_F(LoadCrl, ALockedContextRefusesAFileToo)
 {
     const TemporaryDirectory directory;
-    ASSERT_TRUE(PkgsignWriteFile(directory.File("crl"), NumberedCrl(1)).ok);
+    ASSERT_TRUE(forge::WriteFile(directory.File("crl"), NumberedCrl(1)).ok);
     for (const uint32_t lock : {1u, 0x80000000u}) {
         ResetRecordingHost();
         ctx->crlLocked = lock;
@@ -83,7 +83,7 @@ TEST_F(LoadCrl, ALockedContextRefusesAFileToo)
 TEST_F(LoadCrl, AFailureInsideAFileIsLoggedByEachFunctionThatItEnds)
 {
     const TemporaryDirectory directory;
-    ASSERT_TRUE(PkgsignWriteFile(directory.File("junk"), PkgsignBytes(50, 0x02)).ok);
+    ASSERT_TRUE(forge::WriteFile(directory.File("junk"), forge::Bytes(50, 0x02)).ok);
     EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, SigkitVerifyAddCrlFile(ctx, directory.File("junk").c_str()));
     const Texts decoding = {"E InternalDecodeStreamCertCrl 88300001 -", "E InternalDecodeCertCrl 88300001 -"};
     Texts crls = decoding;

@@ -15,10 +15,10 @@ const char DATA[] = "1.2.840.113549.1.7.1";
 class ContentLeniency : public Leniency
 {
 protected:
-    uint32_t Quick(const std::string &content, const PkgsignBytes &message)
+    uint32_t Quick(const std::string &content, const forge::Bytes &message)
     {
-        EXPECT_TRUE(PkgsignWriteFile(directory.File("content"), content).ok);
-        EXPECT_TRUE(PkgsignWriteFile(directory.File("signature"), message).ok);
+        EXPECT_TRUE(forge::WriteFile(directory.File("content"), content).ok);
+        EXPECT_TRUE(forge::WriteFile(directory.File("signature"), message).ok);
         return QuickOf(directory.File("content"));
     }
 
@@ -32,7 +32,7 @@ protected:
     TemporaryDirectory directory;
 };
 
-der::Bytes DigestAttribute(const PkgsignBytes &digest)
+der::Bytes DigestAttribute(const forge::Bytes &digest)
 {
     return der::Attribute(MESSAGE_DIGEST, {der::OctetString(digest)});
 }
@@ -44,13 +44,13 @@ der::Bytes GoodDigest()
 
 // A good message with a token of the timestamp authority: its content is `change`d, its signer signs `attributes`, or
 // the content itself when there are none.
-PkgsignBytes WithToken(const std::function<void(der::TstInfo *)> &change,
-                       const std::function<std::vector<der::Bytes>(const PkgsignBytes &tstInfo)> &attributes)
+forge::Bytes WithToken(const std::function<void(der::TstInfo *)> &change,
+                       const std::function<std::vector<der::Bytes>(const forge::Bytes &tstInfo)> &attributes)
 {
-    return MessageWithToken(CONTENT, [&](const PkgsignBytes &signature) {
+    return MessageWithToken(CONTENT, [&](const forge::Bytes &signature) {
         der::TstInfo info = CraftTstInfo(signature);
         change(&info);
-        const PkgsignBytes tstInfo = der::Encode(info);
+        const forge::Bytes tstInfo = der::Encode(info);
         const std::vector<der::Bytes> signedAttributes = attributes(tstInfo);
         const Party &authority = AllParties().timestamp;
         der::SignerInfo signer;
@@ -66,12 +66,12 @@ PkgsignBytes WithToken(const std::function<void(der::TstInfo *)> &change,
     });
 }
 
-PkgsignBytes WithAttributes(const std::vector<der::Bytes> &attributes)
+forge::Bytes WithAttributes(const std::vector<der::Bytes> &attributes)
 {
     return CraftMessage(AllParties().signer, attributes);
 }
 
-std::vector<der::Bytes> NoAttributes(const PkgsignBytes &)
+std::vector<der::Bytes> NoAttributes(const forge::Bytes &)
 {
     return {};
 }
@@ -83,10 +83,10 @@ std::vector<der::Bytes> NoAttributes(const PkgsignBytes &)
 TEST_F(Leniency, ATimestampAuthorityMayHaveFurtherPurposes)
 {
     LoadTrust();
-    PkgsignCertificateRequest request = CertificateRequest("Both", &AllParties().issuingCa);
-    request.basicConstraints = PkgsignBasicConstraints::NotCa;
-    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-    request.extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING, PKGSIGN_PURPOSE_CODE_SIGNING};
+    forge::CertificateRequest request = CertificateRequest("Both", &AllParties().issuingCa);
+    request.basicConstraints = forge::BasicConstraints::NotCa;
+    request.keyUsage = forge::DIGITAL_SIGNATURE;
+    request.extendedKeyUsage = {forge::PURPOSE_TIME_STAMPING, forge::PURPOSE_CODE_SIGNING};
     ExpectAccepted(MakeMessage(MessageTimestampedBy(CONTENT, Certify(request))), "and its purposes are not critical");
 }
 
@@ -104,7 +104,7 @@ TEST_F(Leniency, OfATokenOnlyImprintTimeAndSignatureAreRead)
     };
     ExpectAccepted(WithToken(odd, NoAttributes), "members of the TSTInfo, and a content of type data");
 
-    const auto otherCertificate = [](const PkgsignBytes &tstInfo) {
+    const auto otherCertificate = [](const forge::Bytes &tstInfo) {
         const der::Bytes identifier = der::Sequence({der::OctetString(Sha256(AllParties().signer.certificate))});
         const der::Bytes signingCertificate = der::Sequence({der::Sequence({identifier})});
         return std::vector<der::Bytes>{der::Attribute("1.2.840.113549.1.9.16.2.47", {signingCertificate}),
@@ -165,19 +165,19 @@ TEST_F(Leniency, ContentInsideTheMessageIsNotLookedAt)
 TEST_F(Leniency, WhatStandsBehindAMessageIsLeftAlone)
 {
     LoadTrust();
-    const PkgsignBytes behind = Octets(std::string(100, 'x'));
+    const forge::Bytes behind = Octets(std::string(100, 'x'));
     ExpectAccepted(Join({GoodMessage(), behind}), "DER");
-    ExpectAccepted(Join({Pem(PKGSIGN_LABEL_CMS, GoodMessage()), behind}), "PEM");
+    ExpectAccepted(Join({Pem(forge::LABEL_CMS, GoodMessage()), behind}), "PEM");
 }
 
 TEST_F(Leniency, PemMessagesUseUpAContext)
 {
     LoadTrust(); // two of sixteen images
-    const PkgsignBytes message = GoodMessage();
+    const forge::Bytes message = GoodMessage();
     for (int i = 0; i < 14; ++i) {
-        ExpectAccepted(Pem(PKGSIGN_LABEL_CMS, message), std::to_string(i));
+        ExpectAccepted(Pem(forge::LABEL_CMS, message), std::to_string(i));
     }
-    EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Verify(Pem(PKGSIGN_LABEL_CMS, message)));
+    EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Verify(Pem(forge::LABEL_CMS, message)));
     ExpectAccepted(message, "DER takes none");
 }
 
@@ -211,7 +211,7 @@ TEST_F(ContentLeniency, AnAbandonedCheckJoinsTheNextContent)
     const std::string content = CONTENT;
     const std::string half = content.substr(0, 10);
     const std::string rest = content.substr(10);
-    const PkgsignBytes message = GoodMessage();
+    const forge::Bytes message = GoodMessage();
     ASSERT_STATUS(SIGKIT_OK, Begin(message));
     ASSERT_STATUS(SIGKIT_OK, Update(half)); // and the content goes away
     ASSERT_STATUS(SIGKIT_OK, Quick(rest, message));

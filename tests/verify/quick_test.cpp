@@ -24,9 +24,9 @@ struct Quick : VerifyTest {
         signature = Write("signature", MakeMessage(MessageRequest(CONTENT)));
     }
 
-    std::string Write(const std::string &name, const PkgsignBytes &bytes)
+    std::string Write(const std::string &name, const forge::Bytes &bytes)
     {
-        EXPECT_TRUE(PkgsignWriteFile(directory.File(name), bytes).ok);
+        EXPECT_TRUE(forge::WriteFile(directory.File(name), bytes).ok);
         return directory.File(name);
     }
 
@@ -100,8 +100,8 @@ TEST_F(Quick, ContentThatChangesWhileItIsReadIsJudgedAsItWasRead)
 TEST_F(Quick, ASignatureFileThatChangesWhileItIsReadIsReadWholeOrNotAtAll)
 {
     // The host reads 64 KiB ahead, when it asks for the size.
-    const PkgsignBytes message =
-        Join({Pem(PKGSIGN_LABEL_CMS, MakeMessage(MessageRequest(CONTENT))), Octets(std::string(65536, '\n'))});
+    const forge::Bytes message =
+        Join({Pem(forge::LABEL_CMS, MakeMessage(MessageRequest(CONTENT))), Octets(std::string(65536, '\n'))});
     off_t size = static_cast<off_t>(message.size()) + 100;
     g_recordingHost.beforeFileRead = [&] { EXPECT_EQ(0, truncate(signature.c_str(), size)); };
     signature = Write("signature", message);
@@ -134,9 +134,9 @@ TEST_F(Quick, AMissingOrEmptyPathIsTold)
 
 TEST_F(Quick, AnUpdateThatFailsIsTold)
 {
-    PkgsignMessageRequest nobody = MessageRequest(CONTENT);
+    forge::MessageRequest nobody = MessageRequest(CONTENT);
     nobody.signerInfoCount = 0;
-    nobody.timestamp = PkgsignTimestamp::None;
+    nobody.timestamp = forge::Timestamp::None;
     EXPECT_STATUS(SIGKIT_ERR_NOT_BEGUN, Verify(content, Write("nobody", MakeMessage(nobody))));
     EXPECT_EQ((Texts{"E SigkitVerifyDetachSignatureUpdate 88200307 -", "E InternalUpdateContent 88200307 -",
                      "E SigkitVerifyDetachSignatureQuick 88200307 -"}),
@@ -146,7 +146,7 @@ TEST_F(Quick, AnUpdateThatFailsIsTold)
 TEST_F(Quick, BeginAfterItReadsNoStaleMemory)
 {
     ASSERT_STATUS(SIGKIT_OK, Verify());
-    PkgsignMessageRequest again = MessageRequest(CONTENT);
+    forge::MessageRequest again = MessageRequest(CONTENT);
     again.certificates = {}; // taken from the message whose buffer is gone
     again.tokenRequest.certificates = {};
     ASSERT_STATUS(SIGKIT_OK, Begin(again));

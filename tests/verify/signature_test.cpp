@@ -16,7 +16,7 @@ protected:
     }
 
     // Begin, one Update and Final; the first failure, or SIGKIT_OK with the verdict.
-    uint32_t Verify(const PkgsignMessageRequest &request, const std::string &content = CONTENT)
+    uint32_t Verify(const forge::MessageRequest &request, const std::string &content = CONTENT)
     {
         uint32_t status = Begin(request);
         if (status == SIGKIT_OK && !content.empty()) {
@@ -42,18 +42,18 @@ Texts TokenTrail(const std::string &code, Texts before)
     return SignerTrail(code, before);
 }
 
-PkgsignCertificateRequest SignerRequest()
+forge::CertificateRequest SignerRequest()
 {
-    PkgsignCertificateRequest request = CertificateRequest("Another signer", &AllParties().issuingCa);
-    request.basicConstraints = PkgsignBasicConstraints::NotCa;
-    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-    request.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    forge::CertificateRequest request = CertificateRequest("Another signer", &AllParties().issuingCa);
+    request.basicConstraints = forge::BasicConstraints::NotCa;
+    request.keyUsage = forge::DIGITAL_SIGNATURE;
+    request.extendedKeyUsage = {forge::PURPOSE_CODE_SIGNING};
     return request;
 }
 
-PkgsignMessageRequest SignedBy(const Party &signer)
+forge::MessageRequest SignedBy(const Party &signer)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.signerCertificate = signer.certificate;
     request.signerKey = signer.key;
     request.certificates = {signer.certificate, AllParties().issuingCa.certificate};
@@ -102,11 +102,11 @@ TEST_F(Signature, OfEmptyContentNeedsNoUpdate)
 TEST_F(Signature, EachDigestIsUsed)
 {
     const struct {
-        PkgsignDigest digest;
+        forge::Digest digest;
         uint32_t aoid;
-    } rows[] = {{PkgsignDigest::Sha256, 43}, {PkgsignDigest::Sha384, 44}, {PkgsignDigest::Sha512, 45}};
+    } rows[] = {{forge::Digest::Sha256, 43}, {forge::Digest::Sha384, 44}, {forge::Digest::Sha512, 45}};
     for (const auto &row : rows) {
-        PkgsignMessageRequest request = MessageRequest(CONTENT);
+        forge::MessageRequest request = MessageRequest(CONTENT);
         request.digest = row.digest;
         request.tokenRequest.imprintDigest = row.digest;
         g_recordingHost.mdAlgorithms.clear();
@@ -119,15 +119,15 @@ TEST_F(Signature, EachDigestIsUsed)
 
 TEST_F(Signature, AnUnsupportedDigestIsRefusedEvenBeforeItIsUsed)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
-    request.digest = PkgsignDigest::Sha1;
+    forge::MessageRequest request = MessageRequest(CONTENT);
+    request.digest = forge::Digest::Sha1;
     EXPECT_STATUS(SIGKIT_ERR_SIGNATURE, Begin(request));
     EXPECT_EQ(SignerTrail("88200309", {"E SigkitPkcs7DetachedSignatureVerify 88200310 -"}), LineTexts());
 }
 
 TEST_F(Signature, WithoutSignedAttributesIsOverTheContentItself)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.signedAttributes = false;
     EXPECT_STATUS(SIGKIT_OK, Verify(request));
     EXPECT_EQ(1u, verdict);
@@ -137,17 +137,17 @@ TEST_F(Signature, WithoutSignedAttributesIsOverTheContentItself)
 
 TEST_F(Signature, WithoutSignedAttributesAndWithAnUnsupportedDigestIsRefused)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.signedAttributes = false;
-    request.digest = PkgsignDigest::Sha1;
+    request.digest = forge::Digest::Sha1;
     EXPECT_STATUS(SIGKIT_ERR_ALGORITHM, Begin(request));
     EXPECT_EQ(SignerTrail("88200310", {"E InternalCreateVerifyHandle 88200310 -"}), LineTexts());
 }
 
 TEST_F(Signature, InPemIsDecoded)
 {
-    const PkgsignBytes message = MakeMessage(MessageRequest(CONTENT));
-    for (const char *const label : {PKGSIGN_LABEL_CMS, PKGSIGN_LABEL_PKCS7}) {
+    const forge::Bytes message = MakeMessage(MessageRequest(CONTENT));
+    for (const char *const label : {forge::LABEL_CMS, forge::LABEL_PKCS7}) {
         ASSERT_STATUS(SIGKIT_OK, Begin(Pem(label, message)));
         ASSERT_STATUS(SIGKIT_OK, Update(CONTENT));
         EXPECT_STATUS(SIGKIT_OK, Final());
@@ -190,14 +190,14 @@ TEST_F(Signature, EachBeginWritesItsTrailInFull)
 
 TEST_F(Signature, AMessageThatDoesNotDecodeIsRefused)
 {
-    EXPECT_STATUS(SIGKIT_ERR_ARMOUR, Begin(PkgsignBytes(37, 0x30)));
+    EXPECT_STATUS(SIGKIT_ERR_ARMOUR, Begin(forge::Bytes(37, 0x30)));
     EXPECT_TRUE(Lines().empty());
-    EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(PkgsignBytes(38, 0x02)));
-    PkgsignMessageRequest twice = MessageRequest(CONTENT);
+    EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(forge::Bytes(38, 0x02)));
+    forge::MessageRequest twice = MessageRequest(CONTENT);
     twice.signerInfoCount = 2;
     EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(twice));
     EXPECT_EQ(nullptr, ctx->images) << "the image of a failed decode is freed at once";
-    const PkgsignBytes message = MakeMessage(MessageRequest(CONTENT));
+    const forge::Bytes message = MakeMessage(MessageRequest(CONTENT));
     ResetRecordingHost();
     FailAllocation(1);
     EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(message));
@@ -210,13 +210,13 @@ TEST_F(Signature, AMessageThatDoesNotDecodeIsRefused)
 
 TEST_F(Signature, ACallersBufferMayGoAfterBegin)
 {
-    PkgsignBytes message = MakeMessage(MessageRequest(CONTENT));
+    forge::Bytes message = MakeMessage(MessageRequest(CONTENT));
     ASSERT_STATUS(SIGKIT_OK, Begin(message));
     std::fill(message.begin(), message.end(), uint8_t{0xEE});
     ASSERT_STATUS(SIGKIT_OK, Update(CONTENT));
     EXPECT_STATUS(SIGKIT_OK, Final());
     EXPECT_EQ(1u, verdict);
-    PkgsignMessageRequest again = MessageRequest(CONTENT);
+    forge::MessageRequest again = MessageRequest(CONTENT);
     again.certificates = {}; // they are in the store, and so must be their octets
     again.tokenRequest.certificates = {};
     EXPECT_STATUS(SIGKIT_OK, Verify(again));
@@ -242,9 +242,9 @@ TEST_F(Signature, AMessageThatBringsNoNewCertificateLeavesNoImage)
 
 TEST_F(Signature, OfNobodyIsAcceptedOverNothingAndRefusedOverContent)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.signerInfoCount = 0;
-    request.timestamp = PkgsignTimestamp::None;
+    request.timestamp = forge::Timestamp::None;
     ASSERT_STATUS(SIGKIT_OK, Begin(request));
     EXPECT_STATUS(SIGKIT_ERR_NOT_BEGUN, Update(CONTENT));
     EXPECT_EQ(Texts{"E SigkitVerifyDetachSignatureUpdate 88200307 -"}, LineTexts());
@@ -273,8 +273,8 @@ TEST_F(Signature, ASecondBeginSharesTheCheckOfTheSameDigest)
     g_recordingHost.lines.clear();
     EXPECT_STATUS(SIGKIT_ERR_DIGEST_CONFLICT, Begin(MessageRequest("other")));
     EXPECT_EQ(SignerTrail("88200303", {"E InternalAddSignerInfoToVerifyProcess 88200303 -"}), LineTexts());
-    PkgsignMessageRequest longer = MessageRequest(CONTENT);
-    longer.digest = PkgsignDigest::Sha512;
+    forge::MessageRequest longer = MessageRequest(CONTENT);
+    longer.digest = forge::Digest::Sha512;
     ASSERT_STATUS(SIGKIT_OK, Begin(longer));
     EXPECT_EQ(2u, ctx->handles.count);
     ASSERT_STATUS(SIGKIT_OK, Update(CONTENT));
@@ -284,8 +284,8 @@ TEST_F(Signature, ASecondBeginSharesTheCheckOfTheSameDigest)
 
 TEST_F(Signature, TheLastSignatureCheckDecides)
 {
-    PkgsignMessageRequest wrong = MessageRequest("other");
-    PkgsignMessageRequest right = MessageRequest(CONTENT);
+    forge::MessageRequest wrong = MessageRequest("other");
+    forge::MessageRequest right = MessageRequest(CONTENT);
     wrong.signedAttributes = false;
     right.signedAttributes = false;
     for (const bool rightLast : {false, true}) {
@@ -310,9 +310,9 @@ TEST_F(Signature, TheLastSignatureCheckDecides)
 
 TEST_F(Signature, SeventeenChecksDoNotFit)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.signedAttributes = false;
-    const PkgsignBytes message = MakeMessage(request);
+    const forge::Bytes message = MakeMessage(request);
     for (int i = 0; i < 16; ++i) {
         ASSERT_STATUS(SIGKIT_OK, Begin(message));
     }
@@ -323,7 +323,7 @@ TEST_F(Signature, SeventeenChecksDoNotFit)
 
 TEST_F(Signature, OfAnUnknownSignerIsRefused)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.certificates = {AllParties().issuingCa.certificate};
     EXPECT_STATUS(SIGKIT_ERR_SIGNER_NOT_FOUND, Begin(request));
     EXPECT_EQ(SignerTrail("88200301", {}), LineTexts());
@@ -331,9 +331,9 @@ TEST_F(Signature, OfAnUnknownSignerIsRefused)
 
 TEST_F(Signature, OfASelfSignedSignerInTheMessageIsRefused)
 {
-    PkgsignCertificateRequest request = CertificateRequest("Self", nullptr);
-    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-    request.extendedKeyUsage = {PKGSIGN_PURPOSE_CODE_SIGNING};
+    forge::CertificateRequest request = CertificateRequest("Self", nullptr);
+    request.keyUsage = forge::DIGITAL_SIGNATURE;
+    request.extendedKeyUsage = {forge::PURPOSE_CODE_SIGNING};
     EXPECT_STATUS(SIGKIT_ERR_SIGNER_NOT_FOUND, Begin(SignedBy(Certify(request))));
     EXPECT_EQ("W InternalAddCertToStore 0 There is a root certificate, which is not allowed when add crl or cms.",
               LineTexts()[0]);
@@ -341,13 +341,13 @@ TEST_F(Signature, OfASelfSignedSignerInTheMessageIsRefused)
 
 TEST_F(Signature, OfASignerThatMayNotSignCodeIsRefused)
 {
-    std::vector<PkgsignCertificateRequest> requests(4, SignerRequest());
+    std::vector<forge::CertificateRequest> requests(4, SignerRequest());
     requests[0].keyUsage = 0; // no extension
-    requests[1].keyUsage = PKGSIGN_NON_REPUDIATION;
-    requests[2].extendedKeyUsage = {};                                                            // no extension
-    requests[3].extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING, PKGSIGN_PURPOSE_CODE_SIGNING}; // the first counts
+    requests[1].keyUsage = forge::NON_REPUDIATION;
+    requests[2].extendedKeyUsage = {};                                                          // no extension
+    requests[3].extendedKeyUsage = {forge::PURPOSE_TIME_STAMPING, forge::PURPOSE_CODE_SIGNING}; // the first counts
     uint8_t serial = 0xA0;
-    for (PkgsignCertificateRequest &request : requests) {
+    for (forge::CertificateRequest &request : requests) {
         request.serialNumber = {++serial};
         ResetRecordingHost();
         EXPECT_STATUS(SIGKIT_ERR_CERT_USAGE, Begin(SignedBy(Certify(request))));
@@ -357,7 +357,7 @@ TEST_F(Signature, OfASignerThatMayNotSignCodeIsRefused)
 
 TEST_F(Signature, OfAnExpiredSignerIsRefused)
 {
-    PkgsignCertificateRequest request = SignerRequest();
+    forge::CertificateRequest request = SignerRequest();
     request.notAfter = PACKAGE_TIME - 1;
     EXPECT_STATUS(SIGKIT_ERR_CERT_EXPIRED, Begin(SignedBy(Certify(request))));
     EXPECT_EQ(SignerTrail("88200014",
@@ -368,7 +368,7 @@ TEST_F(Signature, OfAnExpiredSignerIsRefused)
 
 TEST_F(Signature, ByAnotherKeyIsRefused)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.signerKey = AllParties().timestamp.key;
     EXPECT_STATUS(SIGKIT_ERR_SIGNATURE, Begin(request));
     EXPECT_EQ(SignerTrail("88200309", {}), LineTexts());
@@ -379,16 +379,16 @@ TEST_F(Signature, ByAnotherKeyIsRefused)
 
 TEST_F(Signature, WithoutATokenIsRefused)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
-    request.timestamp = PkgsignTimestamp::None;
+    forge::MessageRequest request = MessageRequest(CONTENT);
+    request.timestamp = forge::Timestamp::None;
     EXPECT_STATUS(SIGKIT_ERR_PARAM, Begin(request));
     EXPECT_EQ(TokenTrail("88100001", {"E SigkitPkcs7DecodeSigned 88100001 -"}), LineTexts());
 }
 
 TEST_F(Signature, WithAnyOtherValueForATokenIsRefused)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
-    request.timestamp = PkgsignTimestamp::Raw;
+    forge::MessageRequest request = MessageRequest(CONTENT);
+    request.timestamp = forge::Timestamp::Raw;
     request.rawToken = {0x04, 0x02, 0x41, 0x42};
     EXPECT_EQ(0x88u, Begin(request) >> 24);
     EXPECT_EQ(0, ctx->verifyTime);
@@ -396,7 +396,7 @@ TEST_F(Signature, WithAnyOtherValueForATokenIsRefused)
 
 TEST_F(Signature, WithATokenOverAnotherSignatureIsRefused)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.tokenRequest.imprintOver = Octets("another signature");
     EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_IMPRINT, Begin(request));
     EXPECT_EQ(TokenTrail("88200402", {"E InternalVerifyTstInfo 88200402 the timestamp not match with target cms."}),
@@ -406,15 +406,15 @@ TEST_F(Signature, WithATokenOverAnotherSignatureIsRefused)
 
 TEST_F(Signature, WithATokenOfAnUnsupportedDigestIsRefused)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
-    request.tokenRequest.imprintDigest = PkgsignDigest::Sha1;
+    forge::MessageRequest request = MessageRequest(CONTENT);
+    request.tokenRequest.imprintDigest = forge::Digest::Sha1;
     EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_HASH, Begin(request));
     EXPECT_EQ(TokenTrail("88200016", {"E InternalVerifyTstInfo 88200016 -"}), LineTexts());
 }
 
 TEST_F(Signature, WithATokenOfNoTimeIsRefused)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.tokenRequest.genTimeText = "20220101000000.5Z";
     EXPECT_STATUS(SIGKIT_ERR_TIME_FORMAT, Begin(request));
     EXPECT_EQ(TokenTrail("88000301", {"E InternalVerifyTstInfo 88000301 -"}), LineTexts());
@@ -422,7 +422,7 @@ TEST_F(Signature, WithATokenOfNoTimeIsRefused)
 
 TEST_F(Signature, WithATokenOfAnUnknownSignerIsRefused)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.tokenRequest.certificates = {};
     EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_SIGNER, Begin(request));
     EXPECT_EQ(TokenTrail("88200401", {"E InternalVerifyTsSignerInfo 88200401 -"}), LineTexts());
@@ -431,9 +431,9 @@ TEST_F(Signature, WithATokenOfAnUnknownSignerIsRefused)
 
 TEST_F(Signature, WithATokenBySomebodysRootIsRefused)
 {
-    PkgsignCertificateRequest request = CertificateRequest("Self", nullptr);
-    request.keyUsage = PKGSIGN_DIGITAL_SIGNATURE;
-    request.extendedKeyUsage = {PKGSIGN_PURPOSE_TIME_STAMPING};
+    forge::CertificateRequest request = CertificateRequest("Self", nullptr);
+    request.keyUsage = forge::DIGITAL_SIGNATURE;
+    request.extendedKeyUsage = {forge::PURPOSE_TIME_STAMPING};
     EXPECT_STATUS(SIGKIT_ERR_TIMESTAMP_SIGNER, Begin(MessageTimestampedBy(CONTENT, Certify(request))));
     EXPECT_EQ(TokenTrail("88200401", {"W InternalAddCertToStore 0 There is a root certificate, which is not allowed "
                                       "when add crl or cms.",
@@ -443,7 +443,7 @@ TEST_F(Signature, WithATokenBySomebodysRootIsRefused)
 
 TEST_F(Signature, WithATokenByACodeSignerIsRefused)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.tokenRequest.tsaCertificate = AllParties().signer.certificate;
     request.tokenRequest.tsaKey = AllParties().signer.key;
     EXPECT_STATUS(SIGKIT_ERR_CERT_USAGE, Begin(request));
@@ -454,7 +454,7 @@ TEST_F(Signature, WithATokenByACodeSignerIsRefused)
 
 TEST_F(Signature, WithATokenByAnotherKeyIsRefused)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.tokenRequest.tsaKey = AllParties().signer.key;
     EXPECT_STATUS(SIGKIT_ERR_SIGNATURE, Begin(request));
     EXPECT_EQ(
@@ -469,7 +469,7 @@ TEST_F(Signature, WithATokenByAnotherKeyIsRefused)
 
 TEST_F(Signature, WithAnAlteredTokenIsRefused)
 {
-    const PkgsignBytes message = MakeMessage(MessageRequest(CONTENT));
+    const forge::Bytes message = MakeMessage(MessageRequest(CONTENT));
     std::string text(message.begin(), message.end());
     const size_t time = text.find("20220101000000Z");
     ASSERT_NE(std::string::npos, time);
@@ -483,7 +483,7 @@ TEST_F(Signature, WithAnAlteredTokenIsRefused)
 
 TEST_F(Signature, WithATokenWithoutSignedAttributesIsAuthentic)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.tokenRequest.signedAttributes = false;
     EXPECT_STATUS(SIGKIT_OK, Verify(request));
     EXPECT_EQ(1u, verdict);
@@ -491,7 +491,7 @@ TEST_F(Signature, WithATokenWithoutSignedAttributesIsAuthentic)
 
 TEST_F(Signature, WithATokenOfNobodyIsAcceptedByDesign)
 {
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.tokenRequest.signerInfoCount = 0;
     EXPECT_STATUS(SIGKIT_OK, Verify(request));
     EXPECT_EQ(1u, verdict);
@@ -499,9 +499,9 @@ TEST_F(Signature, WithATokenOfNobodyIsAcceptedByDesign)
 
 TEST_F(Signature, RevocationOfTheTimestampAuthorityCountsFromTheBeginning)
 {
-    PkgsignCrlRequest crl = CrlRequest(AllParties().issuingCa);
-    PkgsignRevokedCertificate revoked;
-    ASSERT_TRUE(PkgsignGetSerialNumber(AllParties().timestamp.certificate, &revoked.serialNumber).ok);
+    forge::CrlRequest crl = CrlRequest(AllParties().issuingCa);
+    forge::RevokedCertificate revoked;
+    ASSERT_TRUE(forge::GetSerialNumber(AllParties().timestamp.certificate, &revoked.serialNumber).ok);
     revoked.revocationDate = PACKAGE_TIME + PACKAGE_DAY;
     revoked.reasonCode = 1;
     crl.revoked = {revoked};

@@ -110,7 +110,7 @@ TEST_F(SignerSteps, AttributesAreSignedUnderTheIdentifierOctetOfTheirRecord)
 TEST_F(SignerSteps, ACheckWithoutAnOutcomeIsANo)
 {
     LoadTrust();
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.signedAttributes = false;
     ASSERT_STATUS(SIGKIT_OK, Begin(request));
     ASSERT_STATUS(SIGKIT_OK, Update(CONTENT));
@@ -148,7 +148,7 @@ TEST_F(SignerSteps, MayUseAKeyUsageOfTwoOctets)
     SigkitX509Cert *const stored = SigkitPkiFindCertByIssuerSn(ctx, &signer.sid.issuer, &signer.sid.serialNumber);
     ASSERT_NE(nullptr, stored);
     for (const auto &row : rows) {
-        PkgsignBytes encoded = {0x03, 0x02, 0x00, row.first};
+        forge::Bytes encoded = {0x03, 0x02, 0x00, row.first};
         if (row.second >= 0) {
             encoded[1] = 3;
             encoded.push_back(static_cast<uint8_t>(row.second));
@@ -250,9 +250,9 @@ TEST_F(SignerSteps, AFailedDigestEndsWithTheVerdictNo)
 TEST_F(SignerSteps, ATokenSignedDirectlyWithAnUnsupportedDigestIsRefused)
 {
     LoadTrust();
-    PkgsignMessageRequest request = MessageRequest(CONTENT);
+    forge::MessageRequest request = MessageRequest(CONTENT);
     request.tokenRequest.signedAttributes = false;
-    request.tokenRequest.signerDigest = PkgsignDigest::Sha1;
+    request.tokenRequest.signerDigest = forge::Digest::Sha1;
     EXPECT_STATUS(SIGKIT_ERR_ALGORITHM, Begin(request));
     EXPECT_EQ("E SigkitX509PubKeyVerify 88200310 -", LineTexts()[0]);
     EXPECT_EQ("E InternalVerifyTsSignerInfo 88200310 -", LineTexts()[1]);
@@ -268,7 +268,7 @@ TEST_F(SignerSteps, EmptySlotsOfAListArePassedOver)
 TEST_F(SignerSteps, CertificatesThatDoNotFitTheStoreEndBegin)
 {
     LoadTrust();
-    PkgsignBytes fillers;
+    forge::Bytes fillers;
     for (int i = 0; i < 15; ++i) {
         fillers = Join({fillers, Certify(CertificateRequest("Filler", &AllParties().root)).certificate});
     }

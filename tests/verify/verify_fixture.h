@@ -13,7 +13,7 @@
 
 using Texts = std::vector<std::string>;
 
-inline uint32_t Size(const PkgsignBytes &bytes)
+inline uint32_t Size(const forge::Bytes &bytes)
 {
     return static_cast<uint32_t>(bytes.size());
 }
@@ -35,30 +35,30 @@ protected:
         LibraryTest::TearDown();
     }
 
-    uint32_t AddCert(const PkgsignBytes &data)
+    uint32_t AddCert(const forge::Bytes &data)
     {
         return SigkitVerifyAddCert(ctx, data.data(), Size(data));
     }
 
-    uint32_t AddCrl(const PkgsignBytes &data)
+    uint32_t AddCrl(const forge::Bytes &data)
     {
         return SigkitVerifyAddCrl(ctx, data.data(), Size(data));
     }
 
     // Loads the trust anchor and these CRLs, and forgets what was logged meanwhile.
-    void LoadTrust(const PkgsignBytes &crls = GoodCrls())
+    void LoadTrust(const forge::Bytes &crls = GoodCrls())
     {
         ASSERT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate));
         ASSERT_STATUS(SIGKIT_OK, AddCrl(crls));
         ResetRecordingHost();
     }
 
-    uint32_t Begin(const PkgsignBytes &message)
+    uint32_t Begin(const forge::Bytes &message)
     {
         return SigkitVerifyDetachSignatureBegin(ctx, message.data(), Size(message));
     }
 
-    uint32_t Begin(const PkgsignMessageRequest &request)
+    uint32_t Begin(const forge::MessageRequest &request)
     {
         return Begin(MakeMessage(request));
     }

@@ -8,7 +8,7 @@
 
 inline constexpr char CONTENT[] = "f4d1b0 firmware.bin\n";
 
-inline PkgsignBytes GoodMessage()
+inline forge::Bytes GoodMessage()
 {
     return MakeMessage(MessageRequest(CONTENT));
 }
@@ -17,7 +17,7 @@ class WholeMessageTest : public VerifyTest
 {
 protected:
     // The first failure, or SIGKIT_OK with the verdict.
-    uint32_t Verify(const PkgsignBytes &message, const std::string &content = CONTENT)
+    uint32_t Verify(const forge::Bytes &message, const std::string &content = CONTENT)
     {
         verdict = 0;
         uint32_t status = Begin(message);

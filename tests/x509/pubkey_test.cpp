@@ -173,7 +173,7 @@ TEST_F(PublicKey, SelfSignedIsWhoSignedItself)
 
 TEST_F(PublicKey, SelfIssuedIsNotSelfSigned)
 {
-    PkgsignCertificateRequest request = CertificateRequest("Root", &AllParties().root);
+    forge::CertificateRequest request = CertificateRequest("Root", &AllParties().root);
     const DecodedCert cert(Certify(request).certificate);
     uint32_t isSelfSigned = 7;
     for (int i = 0; i < 2; ++i) {

@@ -13,7 +13,7 @@ protected:
     void SetUp() override
     {
         LibraryTest::SetUp();
-        ASSERT_TRUE(PkgsignWriteFile(path, Octets("four")).ok);
+        ASSERT_TRUE(forge::WriteFile(path, Octets("four")).ok);
     }
 
     void TearDown() override
@@ -41,9 +41,9 @@ protected:
 struct TrustFile : VerifyTest {
     TemporaryDirectory directory;
 
-    std::string Write(const std::string &name, const PkgsignBytes &bytes)
+    std::string Write(const std::string &name, const forge::Bytes &bytes)
     {
-        EXPECT_TRUE(PkgsignWriteFile(directory.File(name), bytes).ok);
+        EXPECT_TRUE(forge::WriteFile(directory.File(name), bytes).ok);
         return directory.File(name);
     }
 };
@@ -158,7 +158,7 @@ TEST_F(TrustFile, AnEmptyFileIsRefused)
 
 TEST_F(TrustFile, TwoMillionOctetsAreReadAndNotOneMore)
 {
-    PkgsignBytes pem = Pem(PKGSIGN_LABEL_CERTIFICATE, AllParties().root.certificate);
+    forge::Bytes pem = Pem(forge::LABEL_CERTIFICATE, AllParties().root.certificate);
     pem.resize(LARGEST, '\n');
     EXPECT_STATUS(SIGKIT_OK, SigkitVerifyAddCertFile(ctx, Write("largest", pem).c_str()));
     pem.push_back('\n');

@@ -10,43 +10,43 @@ using Load = VerifyTest;
 
 const char CERT_WARNING[] = "W SigkitVerifyAddCrl ffffffff Failed to add certificate into store.";
 
-PkgsignBytes Root()
+forge::Bytes Root()
 {
     return AllParties().root.certificate;
 }
 
-PkgsignBytes RootCrl()
+forge::Bytes RootCrl()
 {
     return MakeCrl(CrlRequest(AllParties().root));
 }
 
-PkgsignBytes CertPem(const PkgsignBytes &der)
+forge::Bytes CertPem(const forge::Bytes &der)
 {
-    return Pem(PKGSIGN_LABEL_CERTIFICATE, der);
+    return Pem(forge::LABEL_CERTIFICATE, der);
 }
 
-PkgsignBytes CrlPem(const PkgsignBytes &der)
+forge::Bytes CrlPem(const forge::Bytes &der)
 {
-    return Pem(PKGSIGN_LABEL_CRL, der);
+    return Pem(forge::LABEL_CRL, der);
 }
 
 // Different certificates without a key of their own each; self-signed, as that takes no issuer.
-PkgsignBytes NumberedCert(uint8_t number)
+forge::Bytes NumberedCert(uint8_t number)
 {
-    static const PkgsignCertificateRequest base = CertificateRequest("Numbered", nullptr);
-    PkgsignCertificateRequest request = base;
+    static const forge::CertificateRequest base = CertificateRequest("Numbered", nullptr);
+    forge::CertificateRequest request = base;
     request.serialNumber = {number};
     return Certify(request).certificate;
 }
 
-PkgsignBytes NumberedCrl(int64_t number)
+forge::Bytes NumberedCrl(int64_t number)
 {
-    PkgsignCrlRequest request = CrlRequest(AllParties().root);
+    forge::CrlRequest request = CrlRequest(AllParties().root);
     request.crlNumber = number;
     return MakeCrl(request);
 }
 
-PkgsignBytes Replaced(const PkgsignBytes &data, const std::string &what, const std::string &with)
+forge::Bytes Replaced(const forge::Bytes &data, const std::string &what, const std::string &with)
 {
     std::string text(data.begin(), data.end());
     const size_t place = text.find(what);
@@ -87,7 +87,7 @@ TEST_F(Load, CrlsAmongCertificatesAreDropped)
 TEST_F(Load, DataWithoutACertificateAreTold)
 {
     const Texts line = {"E SigkitVerifyAddCert ffffffff -"};
-    for (const PkgsignBytes &data :
+    for (const forge::Bytes &data :
          {RootCrl(), Pem("PUBLIC KEY", Root()), Octets("-----BEGINNING of a text without any other dashes"),
           Octets(std::string("-----BEGIN CERTIFICATES-----\nQUJD\n-----END CERTIFICATES-----\n"))}) {
         ResetRecordingHost();
@@ -102,25 +102,25 @@ TEST_F(Load, DataWithoutACertificateAreTold)
 
 TEST_F(Load, ThirtySevenOctetsAreTooFew)
 {
-    EXPECT_STATUS(SIGKIT_ERR_ARMOUR, AddCert(PkgsignBytes(37, 0x30)));
-    EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, AddCert(PkgsignBytes(38, 0x02)));
+    EXPECT_STATUS(SIGKIT_ERR_ARMOUR, AddCert(forge::Bytes(37, 0x30)));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, AddCert(forge::Bytes(38, 0x02)));
     EXPECT_EQ((Texts{"E SigkitVerifyAddCert 88200305 -", "E InternalDecodeStreamCertCrl 88300001 -",
                      "E InternalDecodeCertCrl 88300001 -", "E SigkitVerifyAddCert 88300001 -"}),
               LineTexts());
-    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(PkgsignBytes(37, 0x30)));
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(forge::Bytes(37, 0x30)));
 }
 
 TEST_F(Load, AShortTailOfADerStreamIsPadding)
 {
-    EXPECT_STATUS(SIGKIT_OK, AddCert(Join({Root(), PkgsignBytes(32, 0xFF)})));
-    EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, AddCert(Join({NumberedCert(1), PkgsignBytes(33, 0xFF)})));
+    EXPECT_STATUS(SIGKIT_OK, AddCert(Join({Root(), forge::Bytes(32, 0xFF)})));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, AddCert(Join({NumberedCert(1), forge::Bytes(33, 0xFF)})));
     EXPECT_EQ(1u, StoredCerts()) << "nothing of data that end in garbage is kept";
     EXPECT_EQ(2u, ctx->buffers.count) << "DER that fails keeps its slot";
 }
 
 TEST_F(Load, ADamagedBlockIsSkippedAndTold)
 {
-    const PkgsignBytes damaged = Replaced(CertPem(NumberedCert(1)), "MI", "M\x80");
+    const forge::Bytes damaged = Replaced(CertPem(NumberedCert(1)), "MI", "M\x80");
     EXPECT_STATUS(SIGKIT_OK, AddCert(Join({damaged, CertPem(Root())})));
     EXPECT_EQ(1u, StoredCerts());
     EXPECT_EQ(1u, ctx->buffers.count) << "a PEM block that fails keeps no slot";
@@ -142,7 +142,7 @@ TEST_F(Load, ABlockOfAnotherObjectIsSkippedAndTold)
 TEST_F(Load, PemWithoutAnEndIsRefused)
 {
     const std::string begin = "-----BEGIN CERTIFICATE-----\n" + std::string(40, 'A');
-    for (const PkgsignBytes &data :
+    for (const forge::Bytes &data :
          {Octets(begin), Octets(begin + "-----END CERTIFICATE"), Join({CertPem(Root()), Octets(begin)})}) {
         ResetRecordingHost();
         EXPECT_STATUS(SIGKIT_ERR_ARMOUR, AddCert(data));
@@ -169,7 +169,7 @@ TEST_F(Load, ABlockEndsWithTheEndOfAnother)
 TEST_F(Load, WithoutMemoryForTheCopyNothingIsDecodedAndTheCauseIsLogged)
 {
     const struct {
-        PkgsignBytes data;
+        forge::Bytes data;
         const char *line;
     } rows[] = {{Root(), "E InternalDecodeStreamCertCrl 88000001 -"},
                 {CertPem(Root()), "E InternalDecodePemCertCrl 88000001 -"}};
@@ -202,7 +202,7 @@ TEST_F(Load, CrlsWithoutCertificatesAreTakenWithAWarning)
 TEST_F(Load, DataWithoutACrlAreRefused)
 {
     EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(AllParties().issuingCa.certificate));
-    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(PkgsignBytes(50, 0x02)));
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(forge::Bytes(50, 0x02)));
     EXPECT_EQ((Texts{"E SigkitVerifyAddCrl 88200102 -", "E InternalDecodeStreamCertCrl 88300001 -",
                      "E InternalDecodeCertCrl 88300001 -", "E SigkitVerifyAddCrl 88200102 -"}),
               LineTexts());
@@ -225,7 +225,7 @@ TEST_F(Load, SixteenImagesFitAContext)
 
 TEST_F(Load, SixteenCertificatesFitAStore)
 {
-    PkgsignBytes fifteen;
+    forge::Bytes fifteen;
     for (uint8_t i = 1; i <= 15; ++i) {
         fifteen = Join({fifteen, NumberedCert(i)});
     }
@@ -243,7 +243,7 @@ TEST_F(Load, SixteenCertificatesFitAStore)
 
 TEST_F(Load, SixteenCrlsFitAStore)
 {
-    PkgsignBytes crls;
+    forge::Bytes crls;
     for (int64_t i = 0; i < 16; ++i) {
         crls = Join({crls, NumberedCrl(i)});
     }
@@ -260,7 +260,7 @@ TEST_F(Load, SixteenCrlsFitAStore)
 
 TEST_F(Load, SeventeenCertificatesDoNotFitOneInput)
 {
-    PkgsignBytes certs;
+    forge::Bytes certs;
     for (uint8_t i = 1; i <= 17; ++i) {
         certs = Join({certs, NumberedCert(i)});
     }
@@ -273,8 +273,8 @@ TEST_F(Load, SeventeenCertificatesDoNotFitOneInput)
 
 TEST_F(Load, ASeventeenthPemBlockIsDropped)
 {
-    PkgsignBytes certs;
-    PkgsignBytes crls;
+    forge::Bytes certs;
+    forge::Bytes crls;
     for (uint8_t i = 1; i <= 17; ++i) {
         certs = Join({certs, CertPem(NumberedCert(i))});
         crls = Join({crls, CrlPem(NumberedCrl(i))});
@@ -291,8 +291,8 @@ TEST_F(Load, ABlockThatItsListCannotTakeKeepsNoImage)
     SigkitList full = {};
     full.count = SIGKIT_LIST_CAPACITY;
     SigkitList none = {};
-    const PkgsignBytes cert = CertPem(Root());
-    const PkgsignBytes crl = CrlPem(RootCrl());
+    const forge::Bytes cert = CertPem(Root());
+    const forge::Bytes crl = CrlPem(RootCrl());
     EXPECT_STATUS(SIGKIT_OK, InternalDecodeCertCrl(ctx, cert.data(), Size(cert), &full, &none));
     EXPECT_TRUE(Lines().empty()) << "a certificate goes silently";
     EXPECT_STATUS(SIGKIT_OK, InternalDecodeCertCrl(ctx, crl.data(), Size(crl), &none, &full));

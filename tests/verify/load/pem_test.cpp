@@ -16,21 +16,21 @@ const char OTHER_END[] = "-----END OTHER-----";
 
 const char CERT_WARNING[] = "W SigkitVerifyAddCrl ffffffff Failed to add certificate into store.";
 
-const PkgsignBytes &Root()
+const forge::Bytes &Root()
 {
     return AllParties().root.certificate;
 }
 
-const PkgsignBytes &RootCrl()
+const forge::Bytes &RootCrl()
 {
-    static const PkgsignBytes crl = MakeCrl(CrlRequest(AllParties().root));
+    static const forge::Bytes crl = MakeCrl(CrlRequest(AllParties().root));
     return crl;
 }
 
 // The Base64 text of an object on one line.
-std::string Line(const PkgsignBytes &der)
+std::string Line(const forge::Bytes &der)
 {
-    const std::string armour = PkgsignArmour("X", der);
+    const std::string armour = forge::Armour("X", der);
     std::string line;
     const size_t first = armour.find('\n') + 1;
     for (const char character : armour.substr(first, armour.find("-----END") - first)) {
@@ -41,12 +41,12 @@ std::string Line(const PkgsignBytes &der)
 
 std::string GoodCert()
 {
-    return PkgsignArmour(PKGSIGN_LABEL_CERTIFICATE, Root());
+    return forge::Armour(forge::LABEL_CERTIFICATE, Root());
 }
 
 std::string GoodCrl()
 {
-    return PkgsignArmour(PKGSIGN_LABEL_CRL, RootCrl());
+    return forge::Armour(forge::LABEL_CRL, RootCrl());
 }
 
 struct Skipped {
@@ -61,8 +61,8 @@ struct Skipped {
 
 TEST_F(PemBlocks, LinesMayEndInEitherWay)
 {
-    EXPECT_STATUS(SIGKIT_OK, AddCert(Octets(PkgsignArmour(PKGSIGN_LABEL_CERTIFICATE, Root(), PkgsignLineEnd::CrLf))));
-    EXPECT_STATUS(SIGKIT_OK, AddCrl(Octets(PkgsignArmour(PKGSIGN_LABEL_CRL, RootCrl(), PkgsignLineEnd::CrLf))));
+    EXPECT_STATUS(SIGKIT_OK, AddCert(Octets(forge::Armour(forge::LABEL_CERTIFICATE, Root(), forge::LineEnd::CrLf))));
+    EXPECT_STATUS(SIGKIT_OK, AddCrl(Octets(forge::Armour(forge::LABEL_CRL, RootCrl(), forge::LineEnd::CrLf))));
     EXPECT_EQ(1u, StoredCerts());
     EXPECT_EQ(1u, StoredCrls());
 }
@@ -237,8 +237,8 @@ TEST_F(PemBlocks, DataThatBeginWithAnythingElseAreDer)
 
 TEST_F(PemBlocks, OctetsBehindTheObjectOfABlockAreLeftAlone)
 {
-    EXPECT_STATUS(SIGKIT_OK, AddCert(Pem(PKGSIGN_LABEL_CERTIFICATE, Join({Root(), PkgsignBytes(99, 0xFF)}))));
-    EXPECT_STATUS(SIGKIT_OK, AddCrl(Pem(PKGSIGN_LABEL_CRL, Join({RootCrl(), PkgsignBytes(99, 0xFF)}))));
+    EXPECT_STATUS(SIGKIT_OK, AddCert(Pem(forge::LABEL_CERTIFICATE, Join({Root(), forge::Bytes(99, 0xFF)}))));
+    EXPECT_STATUS(SIGKIT_OK, AddCrl(Pem(forge::LABEL_CRL, Join({RootCrl(), forge::Bytes(99, 0xFF)}))));
     EXPECT_EQ(1u, StoredCerts());
     EXPECT_EQ(1u, StoredCrls());
 }

@@ -1,0 +1,123 @@
+#include "tests/forge/support.h"
+
+#include <openssl/x509v3.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+
+namespace
+{
+class Pki : public InDirectory
+{
+protected:
+    void SetUp() override
+    {
+        InDirectory::SetUp();
+        ASSERT_TRUE(forge::WritePki(Path("pki"), TestPki(), false).ok);
+    }
+};
+
+TEST_F(Pki, ChainsAreAcceptedByOpensslWithTheirCrls)
+{
+    Save("crls.pem",
+         forge::Armour(forge::LABEL_CRL, TestPki().rootCrl) + forge::Armour(forge::LABEL_CRL, TestPki().issuingCaCrl));
+    const std::string verify = "verify -x509_strict -crl_check_all -CAfile " + Quoted("pki/root.pem") + " -untrusted " +
+                               Quoted("pki/issuing-ca.pem") + " -CRLfile " + Quoted("crls.pem") + " ";
+    const ProcessResult signer = RunOpenssl(verify + Quoted("pki/signer.pem"));
+    EXPECT_EQ(0, signer.exitStatus) << signer.output;
+    const ProcessResult timestamp = RunOpenssl(verify + "-purpose timestampsign " + Quoted("pki/timestamp.pem"));
+    EXPECT_EQ(0, timestamp.exitStatus) << timestamp.output;
+}
+
+TEST_F(Pki, SignerMaySignCodeAndNothingElse)
+{
+    const DecodedCertificate signer = DecodeCertificate(TestPki().signer.certificate);
+    EXPECT_EQ(static_cast<uint32_t>(KU_DIGITAL_SIGNATURE), X509_get_key_usage(signer.get()));
+    EXPECT_EQ(static_cast<uint32_t>(XKU_CODE_SIGN), X509_get_extended_key_usage(signer.get()));
+    EXPECT_EQ(0u, X509_get_extension_flags(signer.get()) & EXFLAG_CA);
+}
+
+TEST_F(Pki, TimestampingIsACriticalPurposeAndTheOnlyOne)
+{
+    const DecodedCertificate timestamp = DecodeCertificate(TestPki().timestamp.certificate);
+    EXPECT_EQ(static_cast<uint32_t>(KU_DIGITAL_SIGNATURE), X509_get_key_usage(timestamp.get()));
+    EXPECT_EQ(static_cast<uint32_t>(XKU_TIMESTAMP), X509_get_extended_key_usage(timestamp.get()));
+    const int position = X509_get_ext_by_NID(timestamp.get(), NID_ext_key_usage, -1);
+    ASSERT_GE(position, 0);
+    EXPECT_EQ(1, X509_EXTENSION_get_critical(X509_get_ext(timestamp.get(), position)));
+}
+
+TEST_F(Pki, SubordinatesLiveAsLongAsAsked)
+{
+    forge::PkiRequest request = TestPkiRequest();
+    request.notBefore = 1500000000;
+    request.notAfter = 1600000000;
+    forge::Pki pki;
+    ASSERT_TRUE(forge::MakePki(request, &pki).ok);
+    for (const forge::Identity *identity : {&pki.issuingCa, &pki.signer, &pki.timestamp}) {
+        const DecodedCertificate decoded = DecodeCertificate(identity->certificate);
+        EXPECT_EQ(0, ASN1_TIME_cmp_time_t(X509_get0_notBefore(decoded.get()), request.notBefore));
+        EXPECT_EQ(0, ASN1_TIME_cmp_time_t(X509_get0_notAfter(decoded.get()), request.notAfter));
+    }
+}
+
+TEST_F(Pki, IsReadAsItWasWritten)
+{
+    forge::Pki pki;
+    const forge::Status status = forge::ReadPki(Path("pki"), &pki);
+    ASSERT_TRUE(status.ok) << status.reason;
+    EXPECT_EQ(TestPki().root.certificate, pki.root.certificate);
+    EXPECT_EQ(TestPki().timestamp.certificate, pki.timestamp.certificate);
+    EXPECT_EQ(TestPki().rootCrl, pki.rootCrl);
+    EXPECT_EQ(TestPki().issuingCaCrl, pki.issuingCaCrl);
+    const DecodedCertificate signer = DecodeCertificate(pki.signer.certificate);
+    EXPECT_EQ(1, X509_check_private_key(signer.get(), pki.signer.key.get()));
+}
+
+TEST_F(Pki, KeysAreReadableByTheirOwnerOnly)
+{
+    for (const char *name : {"root", "issuing-ca", "signer", "timestamp"}) {
+        struct stat found = {};
+        ASSERT_EQ(0, stat((Path("pki/") + name + ".key").c_str(), &found));
+        EXPECT_EQ(0600u, found.st_mode & 0777u) << name;
+    }
+}
+
+TEST_F(Pki, IsNotReplacedUnlessForced)
+{
+    EXPECT_TRUE(forge::HoldsPki(Path("pki")));
+    EXPECT_FALSE(forge::HoldsPki(Path("elsewhere")));
+    EXPECT_FALSE(forge::WritePki(Path("pki"), TestPki(), false).ok);
+    EXPECT_TRUE(forge::WritePki(Path("pki"), TestPki(), true).ok);
+}
+
+TEST_F(Pki, WithAMissingFileIsNotRead)
+{
+    ASSERT_TRUE(std::filesystem::remove(Path("pki/timestamp.der")));
+    forge::Pki pki;
+    EXPECT_FALSE(forge::ReadPki(Path("pki"), &pki).ok);
+}
+
+TEST_F(Pki, RootCannotShareANameWithACertificateUnderIt)
+{
+    forge::PkiRequest request = TestPkiRequest();
+    request.rootName = "Issuing CA";
+    forge::Pki pki;
+    EXPECT_FALSE(forge::MakePki(request, &pki).ok);
+}
+
+TEST(SerialNumber, HasExactlyTheOctetsAskedFor)
+{
+    for (size_t size = 1; size <= 20; ++size) {
+        forge::Bytes serialNumber;
+        ASSERT_TRUE(forge::MakeSerialNumber(size, &serialNumber).ok);
+        ASSERT_EQ(size, serialNumber.size());
+        EXPECT_NE(0, serialNumber[0]);
+        EXPECT_LT(serialNumber[0], 0x80);
+    }
+    forge::Bytes none;
+    EXPECT_FALSE(forge::MakeSerialNumber(0, &none).ok);
+    EXPECT_FALSE(forge::MakeSerialNumber(21, &none).ok);
+}
+
+} // namespace
