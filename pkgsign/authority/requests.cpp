@@ -1,0 +1,45 @@
+#include "pkgsign/authority/requests.h"
+
+#include "pkgsign/authority/import.h"
+#include "pkgsign/files/files.h"
+
+namespace pkgsign
+{
+
+Status MakeRequest(const Workplace &place, const RequestOrder &order, Bytes *requestOut)
+{
+    const RequestPtr request(X509_REQ_new());
+    if (request == nullptr || X509_REQ_set_version(request.get(), 0) != 1 || // RFC 2986, 4.1: v1
+        X509_REQ_set_subject_name(request.get(), order.subject.get()) != 1 ||
+        X509_REQ_set_pubkey(request.get(), order.key.get()) != 1 ||
+        X509_REQ_sign(request.get(), order.key.get(), EVP_sha256()) == 0) {
+        return FailCrypto("cannot make a request");
+    }
+    const Bytes der = EncodeDer(i2d_X509_REQ, request.get());
+    const std::string text = AddArmour("CERTIFICATE REQUEST", der);
+    Status status;
+    if (!place.dryRun) {
+        status = WriteWhole(RequestPath(place.folder, order.name), text);
+    }
+    if (status.ok && !place.dryRun) {
+        status = UpdatePki(place.folder, [&](Pki *pki) {
+            if (FindEntry(*pki, order.name) != nullptr) {
+                return Fail("the folder has a certificate '" + order.name + "' already; choose another --name");
+            }
+            Entry entry;
+            entry.name = order.name;
+            entry.role = order.role;
+            entry.state = State::Requested;
+            entry.key = order.keyUri;
+            entry.subject = NameText(order.subject.get());
+            pki->certificates.push_back(entry);
+            return Status();
+        });
+    }
+    if (status.ok) {
+        *requestOut = Bytes(text.begin(), text.end());
+    }
+    return status;
+}
+
+} // namespace pkgsign

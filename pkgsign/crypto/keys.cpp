@@ -1,0 +1,134 @@
+#include "pkgsign/crypto/keys.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <openssl/err.h>
+#include <openssl/pem.h>
+#include <openssl/rsa.h>
+#include <openssl/store.h>
+#include <openssl/ui.h>
+
+#include "pkgsign/files/files.h"
+
+namespace pkgsign
+{
+namespace
+{
+
+struct Asked {
+    Secrets *secrets;
+    std::string name;
+    Status status; // why no passphrase was given
+};
+
+// libcrypto's callback for a passphrase.
+int GivePassphrase(char *buffer, int size, int, void *data)
+{
+    Asked *const asked = static_cast<Asked *>(data);
+    std::string passphrase;
+    asked->status = GetPassphrase(asked->secrets, asked->name, false, &passphrase);
+    if (!asked->status.ok || passphrase.size() > static_cast<size_t>(size)) {
+        return -1;
+    }
+    std::copy(passphrase.begin(), passphrase.end(), buffer);
+    return static_cast<int>(passphrase.size());
+}
+
+using StorePtr = std::unique_ptr<OSSL_STORE_CTX, Deleter<OSSL_STORE_close>>;
+using UiPtr = std::unique_ptr<UI_METHOD, Deleter<UI_destroy_method>>;
+using InfoPtr = std::unique_ptr<OSSL_STORE_INFO, Deleter<OSSL_STORE_INFO_free>>;
+
+// The first private key of a store that is open; null when there is none.
+Key FindKey(OSSL_STORE_CTX *store)
+{
+    while (OSSL_STORE_eof(store) == 0 && OSSL_STORE_error(store) == 0) {
+        const InfoPtr info(OSSL_STORE_load(store));
+        if (info != nullptr && OSSL_STORE_INFO_get_type(info.get()) == OSSL_STORE_INFO_PKEY) {
+            return ShareKey(OSSL_STORE_INFO_get1_PKEY(info.get()));
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Status LoadKey(const std::string &uri, const std::string &name, Secrets *secrets, Key *keyOut)
+{
+    const bool isToken = uri.rfind("pkcs11:", 0) == 0;
+    Key key;
+    Status status = isToken ? LoadTokenKey(uri, name, secrets, &key) : LoadStoreKey(uri, name, secrets, &key);
+    if (status.ok) {
+        status = CheckKeyKind(key.get(), "key '" + Printable(name) + "'");
+    }
+    if (status.ok) {
+        *keyOut = std::move(key);
+    }
+    return status;
+}
+
+Status LoadStoreKey(const std::string &uri, const std::string &name, Secrets *secrets, Key *keyOut)
+{
+    Asked asked = {secrets, name, {}};
+    const UiPtr ui(UI_UTIL_wrap_read_pem_callback(GivePassphrase, 0));
+    const StorePtr store(OSSL_STORE_open(uri.c_str(), ui.get(), &asked, nullptr, nullptr));
+    Key key = store == nullptr ? nullptr : FindKey(store.get());
+    if (key == nullptr) {
+        Status status = FailCrypto("cannot load a private key from '" + Printable(uri) + "'");
+        return asked.status.ok ? status : asked.status;
+    }
+    ERR_clear_error();
+    *keyOut = std::move(key);
+    return {};
+}
+
+Status GenerateKey(int bits, Key *keyOut)
+{
+    const std::unique_ptr<EVP_PKEY_CTX, Deleter<EVP_PKEY_CTX_free>> ctx(EVP_PKEY_CTX_new_id(EVP_PKEY_RSA, nullptr));
+    EVP_PKEY *key = nullptr;
+    if (bits < KEY_BITS_MIN || bits > KEY_BITS_MAX) {
+        return Fail("a key has " + std::to_string(KEY_BITS_MIN) + " to " + std::to_string(KEY_BITS_MAX) +
+                    " bits, not " + std::to_string(bits));
+    }
+    if (ctx == nullptr || EVP_PKEY_keygen_init(ctx.get()) != 1 ||
+        EVP_PKEY_CTX_set_rsa_keygen_bits(ctx.get(), bits) != 1 || EVP_PKEY_keygen(ctx.get(), &key) != 1) {
+        return FailCrypto("cannot generate a key");
+    }
+    *keyOut = ShareKey(key);
+    return {};
+}
+
+Status WriteKey(const std::string &path, const Key &key, const std::string *passphrase)
+{
+    const BioPtr memory(BIO_new(BIO_s_mem()));
+    std::string secret = passphrase == nullptr ? "" : *passphrase;
+    const int written =
+        PEM_write_bio_PKCS8PrivateKey(memory.get(), key.get(), passphrase == nullptr ? nullptr : EVP_aes_256_cbc(),
+                                      secret.data(), static_cast<int>(secret.size()), nullptr, nullptr);
+    if (written != 1) {
+        return FailCrypto("cannot encode the key for '" + path + "'");
+    }
+    return WriteWhole(path, TakeMemory(memory.get()), 0600);
+}
+
+Status CheckKeyKind(const EVP_PKEY *key, const std::string &what)
+{
+    const int bits = EVP_PKEY_bits(key);
+    if (EVP_PKEY_base_id(key) != EVP_PKEY_RSA || bits < KEY_BITS_MIN || bits > KEY_BITS_MAX) {
+        return Fail(what + " is not RSA of " + std::to_string(KEY_BITS_MIN) + " to " + std::to_string(KEY_BITS_MAX) +
+                    " bits, which is all that devices take");
+    }
+    return {};
+}
+
+Status CheckKeyFits(const Key &key, const X509 *certificate, const std::string &what)
+{
+    const EVP_PKEY *const certified = X509_get0_pubkey(certificate);
+    if (certified == nullptr || !SamePublicKey(key.get(), certified)) {
+        ERR_clear_error();
+        return Fail(what + ": the private key is not the one that the certificate is for");
+    }
+    return {};
+}
+
+} // namespace pkgsign

@@ -1,0 +1,35 @@
+// Passphrases of key files and PINs of tokens. Never on a command line, where every user of the machine can read them.
+#ifndef PKGSIGN_CRYPTO_PASSPHRASE_H
+#define PKGSIGN_CRYPTO_PASSPHRASE_H
+
+#include <map>
+#include <string>
+
+#include "pkgsign/status.h"
+
+namespace pkgsign
+{
+
+// Where passphrases come from, in this order: the key's own file, the file for all keys, a descriptor, the terminal.
+struct Secrets {
+    std::map<std::string, std::string> files; // by the key's name in the PKI folder or its URI
+    std::string file;
+    int descriptor = -1;
+    bool mayPrompt = true;
+
+    std::string known; // what a descriptor or a prompt has yielded: one passphrase for a folder
+    bool isKnown = false;
+};
+
+// Whether a passphrase can be had at all without asking somebody.
+bool HasSource(const Secrets &secrets);
+
+// Yields the passphrase for a key: the first line of its source. confirm: asked twice on a terminal, as for a new key.
+Status GetPassphrase(Secrets *secrets, const std::string &keyName, bool confirm, std::string *passphraseOut);
+
+// The first line of a file, without its line end. What it is of: for the error.
+Status ReadSecretFile(const std::string &path, std::string *secretOut);
+
+} // namespace pkgsign
+
+#endif

@@ -1,0 +1,39 @@
+#include "pkgsign/crypto/types.h"
+
+#include <openssl/err.h>
+
+namespace pkgsign
+{
+
+Status FailCrypto(const std::string &what)
+{
+    const unsigned long error = ERR_peek_last_error();
+    const char *const reason = ERR_reason_error_string(error);
+    ERR_clear_error();
+    return Fail(reason == nullptr ? what : what + ": " + reason);
+}
+
+Bytes EncodeCertificate(const X509 *certificate)
+{
+    return EncodeDer(i2d_X509, const_cast<X509 *>(certificate)); // const only from OpenSSL 3.0 on
+}
+
+Bytes EncodeCrl(const X509_CRL *crl)
+{
+    return EncodeDer(i2d_X509_CRL, const_cast<X509_CRL *>(crl));
+}
+
+Bytes TakeMemory(BIO *memory)
+{
+    char *data = nullptr;
+    const long size = BIO_get_mem_data(memory, &data);
+    return Bytes(data, data + (size > 0 ? size : 0));
+}
+
+bool SamePublicKey(const EVP_PKEY *a, const EVP_PKEY *b)
+{
+    const Bytes first = EncodeDer(i2d_PUBKEY, const_cast<EVP_PKEY *>(a));
+    return !first.empty() && first == EncodeDer(i2d_PUBKEY, const_cast<EVP_PKEY *>(b));
+}
+
+} // namespace pkgsign

@@ -1,0 +1,204 @@
+#include "pkgsign/files/files.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <random>
+
+namespace pkgsign
+{
+namespace
+{
+
+constexpr size_t PIECE_SIZE = 65536;
+
+int Open(const char *path, int flags, mode_t mode)
+{
+    return open(path, flags, mode);
+}
+
+Status FailSystem(const std::string &what, const std::string &path)
+{
+    return Fail("cannot " + what + " '" + Printable(path) + "': " + std::strerror(errno));
+}
+
+// A name beside `path` that no other writer takes.
+std::string TemporaryName(const std::string &path)
+{
+    const size_t slash = path.rfind('/');
+    const size_t start = slash == std::string::npos ? 0 : slash + 1;
+    char suffix[48] = {};
+    std::random_device random;
+    (void)std::snprintf(suffix, sizeof(suffix), ".%08x.tmp", static_cast<unsigned>(random()));
+    return path.substr(0, start) + "." + path.substr(start) + suffix;
+}
+
+std::string DirectoryOf(const std::string &path)
+{
+    const size_t slash = path.rfind('/');
+    if (slash == std::string::npos) {
+        return ".";
+    }
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+bool WriteAll(int file, const uint8_t *data, size_t size)
+{
+    while (size > 0) {
+        const ssize_t written = g_systemCalls.write(file, data, size);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return false;
+        }
+        data += written;
+        size -= static_cast<size_t>(written);
+    }
+    return true;
+}
+
+// Makes a new file that holds the octets and has reached the disk.
+bool WriteNew(const std::string &path, const uint8_t *data, size_t size, mode_t mode)
+{
+    const int file = g_systemCalls.open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (file < 0) {
+        return false;
+    }
+    const bool written = WriteAll(file, data, size) && g_systemCalls.fsync(file) == 0;
+    const int error = errno;
+    const bool closed = g_systemCalls.close(file) == 0;
+    errno = written ? errno : error;
+    return written && closed;
+}
+
+bool SyncDirectory(const std::string &path)
+{
+    const int directory = g_systemCalls.open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC, 0);
+    if (directory < 0) {
+        return false;
+    }
+    const bool synced = g_systemCalls.fsync(directory) == 0;
+    const int error = errno;
+    (void)g_systemCalls.close(directory);
+    errno = error;
+    return synced;
+}
+
+Status Write(const std::string &path, const uint8_t *data, size_t size, mode_t mode)
+{
+    if (path == "-") {
+        return WriteAll(STDOUT_FILENO, data, size) ? Status() : FailSystem("write to", "standard output");
+    }
+    struct stat found = {};
+    if (stat(path.c_str(), &found) == 0 && !S_ISREG(found.st_mode)) {
+        return Fail("cannot write '" + Printable(path) +
+                    "': it is no regular file; name another, or - for standard output");
+    }
+    const std::string temporary = TemporaryName(path);
+    if (!WriteNew(temporary, data, size, mode) || g_systemCalls.rename(temporary.c_str(), path.c_str()) != 0) {
+        const Status status = FailSystem("write", path);
+        (void)g_systemCalls.unlink(temporary.c_str());
+        return status;
+    }
+    return SyncDirectory(DirectoryOf(path)) ? Status() : FailSystem("keep on disk the directory of", path);
+}
+
+} // namespace
+
+SystemCalls g_systemCalls = {Open, write, fsync, close, rename, unlink};
+
+Status ReadPieces(const std::string &path, const std::function<Status(const uint8_t *, size_t)> &piece, uint64_t *total)
+{
+    const int file = path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        return FailSystem("read", path);
+    }
+    Bytes buffer(PIECE_SIZE);
+    Status status;
+    uint64_t octets = 0;
+    while (status.ok) {
+        const ssize_t size = read(file, buffer.data(), buffer.size());
+        if (size < 0 && errno == EINTR) {
+            continue;
+        }
+        if (size <= 0) {
+            status = size < 0 ? FailSystem("read", path) : Status();
+            break;
+        }
+        octets += static_cast<uint64_t>(size);
+        status = piece(buffer.data(), static_cast<size_t>(size));
+    }
+    if (file != STDIN_FILENO) {
+        (void)close(file);
+    }
+    if (status.ok && total != nullptr) {
+        *total = octets;
+    }
+    return status;
+}
+
+Status ReadWhole(const std::string &path, Bytes *dataOut, size_t sizeMax)
+{
+    Bytes data;
+    const Status status = ReadPieces(path, [&](const uint8_t *piece, size_t size) {
+        if (size > sizeMax - data.size()) {
+            return Fail("'" + Printable(path) + "' is larger than " + std::to_string(sizeMax) + " octets");
+        }
+        data.insert(data.end(), piece, piece + size);
+        return Status();
+    });
+    if (status.ok) {
+        *dataOut = std::move(data);
+    }
+    return status;
+}
+
+Status WriteWhole(const std::string &path, const Bytes &data, mode_t mode)
+{
+    return Write(path, data.data(), data.size(), mode);
+}
+
+Status WriteWhole(const std::string &path, const std::string &text, mode_t mode)
+{
+    return WriteWhole(path, Bytes(text.begin(), text.end()), mode);
+}
+
+Status WriteStandardOutput(const std::string &text)
+{
+    return WriteWhole("-", text);
+}
+
+bool Exists(const std::string &path)
+{
+    struct stat found = {};
+    return lstat(path.c_str(), &found) == 0;
+}
+
+Status MakeDirectory(const std::string &path)
+{
+    struct stat found = {};
+    if (mkdir(path.c_str(), 0700) == 0 || (stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode))) {
+        return {};
+    }
+    return FailSystem("make the directory", path);
+}
+
+std::string Printable(const std::string &text)
+{
+    std::string printable;
+    for (const char character : text) {
+        const unsigned octet = static_cast<unsigned char>(character);
+        char escaped[8] = {character};
+        if (octet < 0x20 || octet == 0x7F) {
+            (void)std::snprintf(escaped, sizeof(escaped), "\\x%02X", octet);
+        }
+        printable += escaped;
+    }
+    return printable;
+}
+
+} // namespace pkgsign

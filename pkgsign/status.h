@@ -1,0 +1,30 @@
+// How the operations of the release side report.
+#ifndef PKGSIGN_STATUS_H
+#define PKGSIGN_STATUS_H
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace pkgsign
+{
+
+// Octets of a file or of an encoded object.
+using Bytes = std::vector<uint8_t>;
+
+// The outcome of an operation: `ok`, or else the reason as one line of text without a full stop: what, where, and what
+// to do about it. Outputs are written only on success.
+struct [[nodiscard]] Status {
+    bool ok = true;
+    std::string reason;
+};
+
+inline Status Fail(std::string reason)
+{
+    return {false, std::move(reason)};
+}
+
+} // namespace pkgsign
+
+#endif

@@ -1,0 +1,31 @@
+// Timestamp tokens (RFC 3161) made with a key at hand.
+#ifndef PKGSIGN_TIMESTAMP_TOKEN_H
+#define PKGSIGN_TIMESTAMP_TOKEN_H
+
+#include <string>
+#include <vector>
+
+#include "pkgsign/crypto/types.h"
+
+namespace pkgsign
+{
+
+struct TokenFields {
+    Certificate authority;
+    std::vector<Certificate> certificates; // carried along
+    const EVP_MD *digest = EVP_sha256();   // of the imprint and of the token's own signature
+    Bytes signature;                       // the octets that are stamped: the signature value of a message
+    int64_t genTime = 0;
+    Bytes serial;
+    std::string policy = "1.3.6.1.4.1.99999.1";
+};
+
+// Makes a token. key: the timestamp authority's, or a throwaway one in its place.
+Status MakeToken(const TokenFields &fields, const Key &key, Bytes *tokenOut);
+
+// The serial number of a token: 16 octets from the time and the stamped signature, so that a token made again is the same.
+Bytes TokenSerial(const Bytes &signature, int64_t genTime);
+
+} // namespace pkgsign
+
+#endif
