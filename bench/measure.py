@@ -9,6 +9,7 @@ import json
 import os
 import pathlib
 import re
+import shutil
 import statistics
 import subprocess
 import sys
@@ -58,25 +59,37 @@ class Package:
         self.content, self.message = directory / "checksums", directory / "checksums.cms"
         self.crls, self.authorities = directory / "crls.der", directory / "authorities.pem"
         self.token, self.signature = directory / "token.der", directory / "signature"
-        pkgsign, pki = build / "pkgsign" / "pkgsign", build / "development-pki"
-        directory.mkdir()
+        pkgsign, pki = build / "pkgsign" / "pkgsign", directory / "pki"
+        shutil.copytree(build / "development-pki", pki)
         with self.content.open("wb") as file:
             for at in range(0, size, 1 << 20):
                 file.write(os.urandom(min(1 << 20, size - at)))
-        # By steps, to have the token and what it is over.
-        run(pkgsign, "sign", pki, "--in", self.content, "--out", self.message, "--no-timestamp")
-        run(pkgsign, "signature", "--in", self.message, "--out", self.signature)
-        run(pkgsign, "token", pki, "--signature", self.signature, "--out", self.token)
-        run(pkgsign, "embed-token", "--in", self.message, "--token", self.token, "--out", self.message)
-        run(pkgsign, "crl", pki, "--out", self.crls)
-        crls = [run("openssl", "crl", "-inform", "DER", "-in", pki / name) for name in ("root.crl", "issuing-ca.crl")]
-        self.authorities.write_text("".join([(pki / "root.pem").read_text(), (pki / "issuing-ca.pem").read_text(), *crls]))
+        run(pkgsign, "sign", self.content, "--pki", pki, "--out", self.message)
+        listing = run("openssl", "asn1parse", "-inform", "DER", "-in", self.message)
+        token, signature = token_and_signature(self.message.read_bytes(), listing)
+        self.token.write_bytes(token)
+        self.signature.write_bytes(signature)
+        run(pkgsign, "crl", "--pki", pki, "--out", self.crls)
+        crls = [run("openssl", "crl", "-inform", "DER", "-in", pki / "crls" / name)
+                for name in ("root.crl", "issuing-ca.crl")]
+        certificates = [(pki / "certificates" / name).read_text() for name in ("root.pem", "issuing-ca.pem")]
+        self.authorities.write_text("".join([*certificates, *crls]))
         self.ours = [build / "src" / "verify_tool", "-f", "CHECK_PKG_INTEGRITY", "-e", self.content, "-h", self.message,
                      "-c", self.crls]
         self.cms = ["openssl", "cms", "-verify", "-inform", "DER", "-in", self.message, "-content", self.content,
                     "-binary", "-CAfile", self.authorities, "-crl_check_all", "-purpose", "any", "-out", "/dev/null"]
         self.ts = ["openssl", "ts", "-verify", "-token_in", "-in", self.token, "-data", self.signature,
                    "-CAfile", self.authorities]
+
+
+def token_and_signature(message: bytes, listing: str) -> tuple[bytes, bytes]:
+    """The timestamp token in a message, and the signature value that it is over, by openssl's listing of the elements."""
+    places = [(line, *map(int, re.match(r" *(\d+):d=\d+ +hl=(\d+) l= *(\d+)", line).groups()))
+              for line in listing.splitlines()]
+    attribute = next(i for i, place in enumerate(places) if "timeStampToken" in place[0])
+    value = next(place for place in reversed(places[:attribute]) if "OCTET STRING" in place[0])
+    token, signature = places[attribute + 2], message[value[1] + value[2]:][:value[3]]
+    return message[token[1]:][:token[2] + token[3]], signature
 
 
 def time_commands(scratch: pathlib.Path, commands: list[list], rounds: int, runs: int) -> list[tuple[float, float]]:
@@ -105,7 +118,7 @@ def instructions(scratch: pathlib.Path, command: list) -> tuple[int, int]:
 def least_work(build: pathlib.Path, scratch: pathlib.Path, package: Package) -> tuple[int, list]:
     """The signature checks of a verification, and the command that does them and its digests and nothing else."""
     operations = scratch / "operations"
-    counted = run(build / "bench" / "record_operations", build / "development-pki" / "root.der", package.content,
+    counted = run(build / "bench" / "record_operations", build / "development-pki" / "certificates" / "root.der", package.content,
                   package.message, package.crls, operations)
     return int(re.search(r"(\d+) signature checks", counted)[1]), [build / "bench" / "least_work", operations]
 

@@ -23,15 +23,16 @@ if(NOT "${SIGKIT_TRUST_ANCHOR}" STREQUAL "")
   set(sigkit_trust_anchor_file ${SIGKIT_TRUST_ANCHOR})
 else()
   set(SIGKIT_DEVELOPMENT_PKI ${CMAKE_BINARY_DIR}/development-pki)
-  set(sigkit_trust_anchor_file ${SIGKIT_DEVELOPMENT_PKI}/root.der)
+  set(sigkit_trust_anchor_file ${SIGKIT_DEVELOPMENT_PKI}/certificates/root.der)
   message(NOTICE
     "** SIGKIT_TRUST_ANCHOR is not set: verify_tool will trust a development root, made in ${SIGKIT_DEVELOPMENT_PKI}.\n"
     "** Never put that tool on a device.")
-  # The folder is removed first: without a root in it, it is what an interrupted run left behind.
+  # The folder is removed first: without a root in it, it is what an earlier version left behind.
   add_custom_command(
     OUTPUT ${sigkit_trust_anchor_file}
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${SIGKIT_DEVELOPMENT_PKI}
-    COMMAND pkgsign init ${SIGKIT_DEVELOPMENT_PKI}
+    COMMAND pkgsign init ${SIGKIT_DEVELOPMENT_PKI} --no-encryption --not-before 2015-10-15T08:08:50Z
+            --not-after 2050-01-01
     COMMENT "Making a development PKI"
     VERBATIM)
   add_custom_target(development_pki DEPENDS ${sigkit_trust_anchor_file})

@@ -31,19 +31,23 @@ printf 'firmware image, version 1\n' >"$package/firmware.bin"
 (cd "$package" && sha256sum firmware.bin >checksums)
 yesterday=$(date -u -d yesterday +%Y-%m-%dT%H:%M:%SZ)
 
-"$pkgsign" crl "$pki" --out "$package/crls.pem" --format pem --with-certificates
-"$pkgsign" sign "$pki" --in "$package/checksums" --out "$package/checksums.cms" --format cms
+# The PKI of the build stays as it is: revocations are for good.
+cp -r "$pki" "$package/pki"
+export PKGSIGN_PKI=$package/pki
+"$pkgsign" crl --out "$package/crls.der" >/dev/null
+"$pkgsign" sign "$package/checksums" --out "$package/checksums.cms"
 
 sed 's/^./z/' "$package/checksums" >"$package/tampered"
-"$pkgsign" crl "$pki" --out "$package/revoked.pem" --format pem --with-certificates \
-  --revoke "$pki/signer.pem,keyCompromise,$yesterday"
-"$pkgsign" sign "$pki" --in "$package/checksums" --out "$package/untimed.cms" --format cms --no-timestamp
-"$pkgsign" init "$package/other-pki" --root-name 'Other Root CA' >/dev/null
-"$pkgsign" crl "$package/other-pki" --out "$package/other.pem" --format pem
-"$pkgsign" sign "$package/other-pki" --in "$package/checksums" --out "$package/other.cms" --format cms
+"$pkgsign" sign "$package/checksums" --out "$package/untimed.cms" --no-timestamp
+"$pkgsign" revoke signer --reason keyCompromise --date "$yesterday"
+"$pkgsign" crl --out "$package/revoked.der" >/dev/null
+export PKGSIGN_PKI=$package/other-pki
+"$pkgsign" init "$PKGSIGN_PKI" --root-name 'Other Root CA' --no-encryption
+"$pkgsign" crl --out "$package/other.der" >/dev/null
+"$pkgsign" sign "$package/checksums" --out "$package/other.cms"
 
-verify 'the package' 0 "$package/checksums" "$package/checksums.cms" "$package/crls.pem"
-verify 'tampered checksum file' 255 "$package/tampered" "$package/checksums.cms" "$package/crls.pem"
-verify 'revoked signer' 2 "$package/checksums" "$package/checksums.cms" "$package/revoked.pem"
-verify 'no timestamp' 1 "$package/checksums" "$package/untimed.cms" "$package/crls.pem"
-verify 'signed under another root' 4 "$package/checksums" "$package/other.cms" "$package/other.pem"
+verify 'the package' 0 "$package/checksums" "$package/checksums.cms" "$package/crls.der"
+verify 'tampered checksum file' 255 "$package/tampered" "$package/checksums.cms" "$package/crls.der"
+verify 'revoked signer' 2 "$package/checksums" "$package/checksums.cms" "$package/revoked.der"
+verify 'no timestamp' 1 "$package/checksums" "$package/untimed.cms" "$package/crls.der"
+verify 'signed under another root' 4 "$package/checksums" "$package/other.cms" "$package/other.der"

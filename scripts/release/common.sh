@@ -79,17 +79,17 @@ configure() {
   local name=$1 source=$2
   shift 2
   cmake -S "$source" -B "$out/$name" -DCMAKE_BUILD_TYPE=Release -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
-    -DCMAKE_INSTALL_PREFIX=/usr -DBUILD_TESTING=OFF -DSIGKIT_TRUST_ANCHOR="$pki/root.der" "$@"
+    -DCMAKE_INSTALL_PREFIX=/usr -DBUILD_TESTING=OFF -DSIGKIT_TRUST_ANCHOR="$pki/certificates/root.der" "$@"
 }
 
 # release_pki: makes, once, the PKI under which all steps sign, and whose root their tools trust.
 release_pki() {
   pki=$out/pki
-  [ ! -e "$pki/root.der" ] || return 0
+  [ ! -e "$pki/certificates/root.der" ] || return 0
   configure static "$root"
   cmake --build "$out/static" -j "$jobs" --target pkgsign
   rm -rf "$pki"
-  "$out/static/pkgsign/pkgsign" init "$pki"
+  "$out/static/pkgsign/pkgsign" init "$pki" --no-encryption
 }
 
 # build_tree NAME SOURCE [OPTION...]: configures and builds everything into $out/NAME. No program of any such tree may
@@ -124,11 +124,12 @@ sign_package() {
   printf 'firmware image\n' >"$directory/firmware.bin"
   (cd "$directory" && sha256sum firmware.bin >checksums)
   sed 's/^./z/' "$directory/checksums" >"$directory/tampered"
-  cp "$pki/root.der" "$directory/root.der"
-  "$pkgsign" crl "$pki" --out "$directory/crls.pem" --format pem --with-certificates
-  "$pkgsign" crl "$pki" --out "$directory/revoked.pem" --format pem --with-certificates \
-    --revoke "$pki/signer.pem,keyCompromise,$(date -u -d yesterday +%Y-%m-%dT%H:%M:%SZ)"
-  "$pkgsign" sign "$pki" --in "$directory/checksums" --out "$directory/checksums.cms" --format cms
+  cp "$pki/certificates/root.der" "$directory/root.der"
+  cp -r "$pki" "$directory/pki" # revocations are for good
+  "$pkgsign" sign "$directory/checksums" --pki "$directory/pki" --out "$directory/checksums.cms"
+  "$pkgsign" crl --pki "$directory/pki" --out "$directory/crls.der"
+  "$pkgsign" revoke signer --pki "$directory/pki" --reason keyCompromise
+  "$pkgsign" crl --pki "$directory/pki" --out "$directory/revoked.der"
 }
 
 # expect STATUS COMMAND...: runs a command that must end with this exit status.
@@ -144,16 +145,16 @@ expect() {
 try_tool() {
   local directory=$1
   shift
-  expect 0 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/checksums" -h "$directory/checksums.cms" -c "$directory/crls.pem"
-  expect 255 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/tampered" -h "$directory/checksums.cms" -c "$directory/crls.pem"
-  expect 2 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/checksums" -h "$directory/checksums.cms" -c "$directory/revoked.pem"
+  expect 0 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/checksums" -h "$directory/checksums.cms" -c "$directory/crls.der"
+  expect 255 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/tampered" -h "$directory/checksums.cms" -c "$directory/crls.der"
+  expect 2 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/checksums" -h "$directory/checksums.cms" -c "$directory/revoked.der"
 }
 
 # try_consumer DIRECTORY CONSUMER...: the same with the program that tests/consumer builds.
 try_consumer() {
   local directory=$1
   shift
-  expect 0 "$@" "$directory/root.der" "$directory/crls.pem" "$directory/checksums.cms" "$directory/checksums"
-  expect 1 "$@" "$directory/root.der" "$directory/crls.pem" "$directory/checksums.cms" "$directory/tampered"
-  expect 1 "$@" "$directory/root.der" "$directory/revoked.pem" "$directory/checksums.cms" "$directory/checksums"
+  expect 0 "$@" "$directory/root.der" "$directory/crls.der" "$directory/checksums.cms" "$directory/checksums"
+  expect 1 "$@" "$directory/root.der" "$directory/crls.der" "$directory/checksums.cms" "$directory/tampered"
+  expect 1 "$@" "$directory/root.der" "$directory/revoked.der" "$directory/checksums.cms" "$directory/checksums"
 }

@@ -7,7 +7,8 @@ prepare_machine() {
   machine=$1
   system=$out/$machine-system
   scripts/bootstrap.sh cross || could_not "the cross compiler or qemu cannot be installed"
-  fetch_debian "$system" "$(debian_release)" "$2" libssl-dev libssl3 libgtest-dev libgmock-dev nlohmann-json3-dev ||
+  fetch_debian "$system" "$(debian_release)" "$2" libssl-dev libssl3 libgtest-dev libgmock-dev libcli11-dev \
+    nlohmann-json3-dev ||
     could_not "the packages of $machine cannot be fetched"
   # OpenSSL's headers that differ from machine to machine.
   cp "$system/usr/include/$machine-linux-gnu/openssl/"*.h "$system/usr/include/openssl/"
@@ -30,7 +31,7 @@ check_machine() {
   try_tool "$out/package" emulate "$built/src/verify_tool"
   try_tool "$out/package-$machine" "$out/static/src/verify_tool"
   try_tool "$out/package-$machine" emulate "$built/src/verify_tool"
-  expect 0 emulate "$built/crltool/crl_compare" --root "$pki/root.der" "$out/package/crls.pem" "$out/package/crls.pem"
+  expect 0 emulate "$built/crltool/crl_compare" --root "$pki/certificates/root.der" "$out/package/crls.der" "$out/package/crls.der"
 
   configure_tests "$machine"
   tests=0

@@ -61,7 +61,7 @@ done
 sign_package "$tree/bin/pkgsign" "$out/package"
 try_tool "$out/package" "$tree/bin/verify_tool"
 expect 0 env LD_LIBRARY_PATH="$out/shared-root/usr/lib/$multiarch" "$out/shared-root/usr/bin/crl_compare" \
-  --root "$out/package/root.der" "$out/package/crls.pem" "$out/package/crls.pem"
+  --root "$out/package/root.der" "$out/package/crls.der" "$out/package/crls.der"
 
 echo "$(wc -l <"$out/static.files") files installed, $(wc -l <"$out/shared.files") with the shared library, $pages" \
   "manual pages, $(wc -l <"$out/documents.installed") documents and examples; no build folder in them; the tools run"

@@ -26,7 +26,7 @@ static_tree
 try_tool "$out/package-1.1.1" "$out/static/src/verify_tool"
 sign_package "$out/static/pkgsign/pkgsign" "$out/package"
 try_tool "$out/package" "$built/src/verify_tool"
-expect 0 "$built/crltool/crl_compare" --root "$pki/root.der" "$out/package/crls.pem" "$out/package-1.1.1/crls.pem"
+expect 0 "$built/crltool/crl_compare" --root "$pki/certificates/root.der" "$out/package/crls.der" "$out/package-1.1.1/crls.der"
 
 # Its calls with unusual arguments, each of them failing while packages are verified, and what its decoder reads: another
 # version may behave in other ways there.

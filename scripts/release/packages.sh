@@ -36,7 +36,7 @@ try_clean_system() {
   in_clean sh -c 'dpkg -i /packages/libsigkit2_*.deb && dpkg --configure -a'
   in_clean sh -c 'dpkg -i /packages/crl-compare_*.deb /packages/pkgsign_*.deb /packages/libsigkit-dev_*.deb'
   try_tool /package in_clean verify_tool
-  expect 0 in_clean crl_compare --root /package/root.der /package/crls.pem /package/crls.pem
+  expect 0 in_clean crl_compare --root /package/root.der /package/crls.der /package/crls.der
   expect 0 in_clean pkgsign --help
   in_clean dpkg --purge libsigkit-dev verify-tool crl-compare pkgsign libsigkit2
   after=$(in_clean find /usr /etc/ld.so.conf.d | sort)

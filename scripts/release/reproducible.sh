@@ -23,7 +23,7 @@ release_pki
 static_tree
 shared_tree
 copy_tree
-cp "$pki/root.der" "$copy/root.der"
+cp "$pki/certificates/root.der" "$copy/root.der"
 build_copy static OFF
 build_copy shared ON
 

@@ -277,14 +277,7 @@ Status MakeRoot(const PkiRequest &request, Identity *rootOut);
 // Makes the whole PKI in memory.
 Status MakePki(const PkiRequest &request, Pki *pkiOut);
 
-// Whether the directory holds a file of a PKI.
-bool HoldsPki(const std::string &directory);
-
-// Writes a PKI: <name>.der, <name>.pem and <name>.key for root, issuing-ca, signer and timestamp, root.crl and
-// issuing-ca.crl (DER). Makes the directory. force: replace a PKI that is already there; otherwise that is an error.
-Status WritePki(const std::string &directory, const Pki &pki, bool force);
-
-// Reads what WritePki has written.
+// Reads certificates and keys, which are not encrypted, of a folder that `pkgsign init` has made; the CRLs stay empty.
 Status ReadPki(const std::string &directory, Pki *pkiOut);
 } // namespace forge
 

@@ -1,9 +1,4 @@
-#include "tests/forge/status.h"
-
-#include <sys/stat.h>
-
-#include <cerrno>
-#include <cstring>
+#include "tests/forge/forge.h"
 
 namespace forge
 {
@@ -16,84 +11,25 @@ struct IdentityFile {
 constexpr IdentityFile IDENTITY_FILES[] = {
     {"root", &Pki::root}, {"issuing-ca", &Pki::issuingCa}, {"signer", &Pki::signer}, {"timestamp", &Pki::timestamp}};
 
-struct CrlFile {
-    const char *name;
-    Bytes Pki::*crl;
-};
-constexpr CrlFile CRL_FILES[] = {{"root.crl", &Pki::rootCrl}, {"issuing-ca.crl", &Pki::issuingCaCrl}};
-
-bool Exists(const std::string &path)
+Status ReadIdentity(const std::string &directory, const std::string &name, Identity *identityOut)
 {
-    struct stat found = {};
-    return stat(path.c_str(), &found) == 0;
-}
-
-Status WriteIdentity(const std::string &stem, const Identity &identity)
-{
-    Status status = WritePrivateKey(stem + ".key", identity.key);
+    Bytes text;
+    Status status = ReadPrivateKey(directory + "/private/" + name + ".key", &identityOut->key);
     if (status.ok) {
-        status = WriteFile(stem + ".der", identity.certificate);
+        status = ReadFile(directory + "/certificates/" + name + ".pem", &text);
     }
-    if (status.ok) {
-        status = WriteFile(stem + ".pem", Armour(LABEL_CERTIFICATE, identity.certificate));
-    }
-    return status;
-}
-
-Status ReadIdentity(const std::string &stem, Identity *identityOut)
-{
-    const Status status = ReadPrivateKey(stem + ".key", &identityOut->key);
-    return status.ok ? ReadFile(stem + ".der", &identityOut->certificate) : status;
+    return status.ok ? Unarmour(text, &identityOut->certificate) : status;
 }
 
 } // namespace
 
-bool HoldsPki(const std::string &directory)
-{
-    for (const IdentityFile &file : IDENTITY_FILES) {
-        for (const char *ending : {".key", ".der", ".pem"}) {
-            if (Exists(directory + "/" + file.name + ending)) {
-                return true;
-            }
-        }
-    }
-    return false;
-}
-
-Status WritePki(const std::string &directory, const Pki &pki, bool force)
-{
-    if (!force && HoldsPki(directory)) {
-        return Fail("'" + directory + "' holds a PKI already"); // keys that are overwritten are lost for ever
-    }
-    if (mkdir(directory.c_str(), 0777) != 0 && errno != EEXIST) {
-        return Fail("cannot make the directory '" + directory + "': " + std::strerror(errno));
-    }
-    Status status = Ok();
-    for (const IdentityFile &file : IDENTITY_FILES) {
-        if (status.ok) {
-            status = WriteIdentity(directory + "/" + file.name, pki.*file.identity);
-        }
-    }
-    for (const CrlFile &file : CRL_FILES) {
-        if (status.ok) {
-            status = WriteFile(directory + "/" + file.name, pki.*file.crl);
-        }
-    }
-    return status;
-}
-
 Status ReadPki(const std::string &directory, Pki *pkiOut)
 {
     Pki pki;
-    Status status = Ok();
+    Status status = {true, {}};
     for (const IdentityFile &file : IDENTITY_FILES) {
         if (status.ok) {
-            status = ReadIdentity(directory + "/" + file.name, &(pki.*file.identity));
-        }
-    }
-    for (const CrlFile &file : CRL_FILES) {
-        if (status.ok) {
-            status = ReadFile(directory + "/" + file.name, &(pki.*file.crl));
+            status = ReadIdentity(directory, file.name, &(pki.*file.identity));
         }
     }
     if (status.ok) {

@@ -1,9 +1,6 @@
 #include "tests/forge/support.h"
 
 #include <openssl/x509v3.h>
-#include <sys/stat.h>
-
-#include <filesystem>
 
 namespace
 {
@@ -13,7 +10,8 @@ protected:
     void SetUp() override
     {
         InDirectory::SetUp();
-        ASSERT_TRUE(forge::WritePki(Path("pki"), TestPki(), false).ok);
+        Save("signer.pem", forge::Armour(forge::LABEL_CERTIFICATE, TestPki().signer.certificate));
+        Save("timestamp.pem", forge::Armour(forge::LABEL_CERTIFICATE, TestPki().timestamp.certificate));
     }
 };
 
@@ -21,11 +19,11 @@ TEST_F(Pki, ChainsAreAcceptedByOpensslWithTheirCrls)
 {
     Save("crls.pem",
          forge::Armour(forge::LABEL_CRL, TestPki().rootCrl) + forge::Armour(forge::LABEL_CRL, TestPki().issuingCaCrl));
-    const std::string verify = "verify -x509_strict -crl_check_all -CAfile " + Quoted("pki/root.pem") + " -untrusted " +
-                               Quoted("pki/issuing-ca.pem") + " -CRLfile " + Quoted("crls.pem") + " ";
-    const ProcessResult signer = RunOpenssl(verify + Quoted("pki/signer.pem"));
+    const std::string verify = "verify -x509_strict -crl_check_all -CAfile " + Quoted("root.pem") + " -untrusted " +
+                               Quoted("issuing-ca.pem") + " -CRLfile " + Quoted("crls.pem") + " ";
+    const ProcessResult signer = RunOpenssl(verify + Quoted("signer.pem"));
     EXPECT_EQ(0, signer.exitStatus) << signer.output;
-    const ProcessResult timestamp = RunOpenssl(verify + "-purpose timestampsign " + Quoted("pki/timestamp.pem"));
+    const ProcessResult timestamp = RunOpenssl(verify + "-purpose timestampsign " + Quoted("timestamp.pem"));
     EXPECT_EQ(0, timestamp.exitStatus) << timestamp.output;
 }
 
@@ -59,43 +57,6 @@ TEST_F(Pki, SubordinatesLiveAsLongAsAsked)
         EXPECT_EQ(0, ASN1_TIME_cmp_time_t(X509_get0_notBefore(decoded.get()), request.notBefore));
         EXPECT_EQ(0, ASN1_TIME_cmp_time_t(X509_get0_notAfter(decoded.get()), request.notAfter));
     }
-}
-
-TEST_F(Pki, IsReadAsItWasWritten)
-{
-    forge::Pki pki;
-    const forge::Status status = forge::ReadPki(Path("pki"), &pki);
-    ASSERT_TRUE(status.ok) << status.reason;
-    EXPECT_EQ(TestPki().root.certificate, pki.root.certificate);
-    EXPECT_EQ(TestPki().timestamp.certificate, pki.timestamp.certificate);
-    EXPECT_EQ(TestPki().rootCrl, pki.rootCrl);
-    EXPECT_EQ(TestPki().issuingCaCrl, pki.issuingCaCrl);
-    const DecodedCertificate signer = DecodeCertificate(pki.signer.certificate);
-    EXPECT_EQ(1, X509_check_private_key(signer.get(), pki.signer.key.get()));
-}
-
-TEST_F(Pki, KeysAreReadableByTheirOwnerOnly)
-{
-    for (const char *name : {"root", "issuing-ca", "signer", "timestamp"}) {
-        struct stat found = {};
-        ASSERT_EQ(0, stat((Path("pki/") + name + ".key").c_str(), &found));
-        EXPECT_EQ(0600u, found.st_mode & 0777u) << name;
-    }
-}
-
-TEST_F(Pki, IsNotReplacedUnlessForced)
-{
-    EXPECT_TRUE(forge::HoldsPki(Path("pki")));
-    EXPECT_FALSE(forge::HoldsPki(Path("elsewhere")));
-    EXPECT_FALSE(forge::WritePki(Path("pki"), TestPki(), false).ok);
-    EXPECT_TRUE(forge::WritePki(Path("pki"), TestPki(), true).ok);
-}
-
-TEST_F(Pki, WithAMissingFileIsNotRead)
-{
-    ASSERT_TRUE(std::filesystem::remove(Path("pki/timestamp.der")));
-    forge::Pki pki;
-    EXPECT_FALSE(forge::ReadPki(Path("pki"), &pki).ok);
 }
 
 TEST_F(Pki, RootCannotShareANameWithACertificateUnderIt)

@@ -93,11 +93,6 @@ ProcessResult RunOpenssl(const std::string &arguments)
     return RunByShell(FORGE_TEST_OPENSSL, arguments);
 }
 
-ProcessResult RunPkgsign(const std::string &arguments)
-{
-    return RunByShell(FORGE_TEST_TOOL, arguments);
-}
-
 void InDirectory::SetUp()
 {
     const std::string root = forge::Armour(forge::LABEL_CERTIFICATE, TestPki().root.certificate);

@@ -36,9 +36,8 @@ inline constexpr long ENCODED_VERSION_1 = 0;
 inline constexpr long ENCODED_VERSION_2 = 1;
 inline constexpr long ENCODED_VERSION_3 = 2;
 
-// Runs "openssl ARGUMENTS" or "pkgsign ARGUMENTS" by the shell. What they write to standard error is in the output.
+// Runs "openssl ARGUMENTS" by the shell. What it writes to standard error is in the output.
 ProcessResult RunOpenssl(const std::string &arguments);
-ProcessResult RunPkgsign(const std::string &arguments);
 
 // A test with a directory of its own, which holds the test PKI's certificates as root.pem, issuing-ca.pem and
 // chain.pem (root and issuing CA).

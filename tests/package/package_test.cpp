@@ -266,10 +266,11 @@ protected:
 
 TEST_F(OpensslPackage, MadeWithTheCommandLineAloneIsAccepted)
 {
-    for (const char *name : {"root.pem", "root.key"}) {
+    const std::string pki = DEVELOPMENT_PKI;
+    for (const std::string &path : {pki + "/certificates/root.pem", pki + "/private/root.key"}) {
         forge::Bytes data;
-        ASSERT_TRUE(forge::ReadFile(std::string(DEVELOPMENT_PKI) + "/" + name, &data).ok);
-        Write(name, data);
+        ASSERT_TRUE(forge::ReadFile(path, &data).ok);
+        Write(path.substr(path.rfind('/') + 1), data);
     }
     const std::string leaf = "basicConstraints=CA:FALSE\nkeyUsage=critical,digitalSignature\n";
     MakeCertificate("ca", "root", "basicConstraints=critical,CA:TRUE\nkeyUsage=critical,keyCertSign,cRLSign\n");

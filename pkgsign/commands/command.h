@@ -1,0 +1,70 @@
+// What every command of pkgsign is made of.
+#ifndef PKGSIGN_COMMANDS_COMMAND_H
+#define PKGSIGN_COMMANDS_COMMAND_H
+
+#include <functional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "pkgsign/authority/issue.h"
+#include "pkgsign/status.h"
+
+namespace pkgsign
+{
+
+// Exit statuses of all commands.
+enum Exit : int {
+    EXIT_DONE = 0,
+    EXIT_NOT_DONE = 1,     // a line on standard error says why; nothing was written
+    EXIT_COMMAND_LINE = 2, // the command line is not understood
+    EXIT_ENDS_SOON = 3,    // list --horizon: something that a package needs ends soon
+};
+
+using Target = std::variant<bool *, std::string *, std::vector<std::string> *>;
+
+struct Option {
+    std::string names; // "-o,--out", or "FILE" for an argument
+    std::string value; // what stands behind it: "FILE"; empty for a flag
+    std::string help;
+    Target target;
+    bool isRequired = false;
+};
+
+// What a command works with, and what it says.
+struct Session {
+    Workplace place;
+    Secrets secrets;
+    bool isTerminal = false; // standard output
+    std::string out;         // goes to standard output at the end
+    std::string next;        // the next useful command; shown on a terminal
+    Exit success = EXIT_DONE;
+};
+
+struct Command {
+    std::string name;
+    std::string summary;
+    std::string example;
+    std::vector<Option> options;
+    bool hasFolder = true; // takes --pki and what belongs to keys
+    bool isWriting = true; // takes --dry-run
+    std::function<Status(Session *)> run;
+};
+
+Command InitCommand();
+Command RequestCommand();
+Command IssueCommand();
+Command RevokeCommand();
+Command CrlCommand();
+Command ListCommand();
+Command ImportCommand();
+Command ChecksumsCommand();
+Command SignCommand();
+Command TimestampCommand();
+
+// Reads the command line, runs the command and reports. The result is the exit status.
+int RunCommandLine(int argc, char **argv, const std::vector<Command> &commands);
+
+} // namespace pkgsign
+
+#endif

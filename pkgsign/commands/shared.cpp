@@ -1,0 +1,61 @@
+#include "pkgsign/commands/shared.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "pkgsign/files/files.h"
+#include "pkgsign/files/objects.h"
+
+namespace pkgsign
+{
+
+Status GetKey(const Workplace &place, const KeyOptions &options, const std::string &name, Key *keyOut,
+              std::string *uriOut)
+{
+    if (!options.uri.empty()) {
+        const bool isPath = options.uri.find(':') == std::string::npos;
+        *uriOut = isPath ? std::filesystem::absolute(options.uri).string() : options.uri;
+        return LoadKey(*uriOut, name, place.secrets, keyOut);
+    }
+    char *end = nullptr;
+    const long bits = std::strtol(options.bits.c_str(), &end, 10);
+    if (*end != '\0' || bits < KEY_BITS_MIN || bits > KEY_BITS_MAX) {
+        return Fail("--key-bits wants " + std::to_string(KEY_BITS_MIN) + " to " + std::to_string(KEY_BITS_MAX));
+    }
+    return MakeKeyFile(place, name, static_cast<int>(bits), !options.noEncryption, keyOut, uriOut);
+}
+
+const RoleNames &NamesOf(Role role)
+{
+    static constexpr RoleNames NAMES[] = {{Role::IssuingCa, "Issuing CA", &Lifetimes::issuingCa},
+                                          {Role::Signer, "Code Signing", &Lifetimes::signer},
+                                          {Role::Timestamp, "Time Stamping", &Lifetimes::timestamp}};
+    return NAMES[static_cast<size_t>(role) - 1];
+}
+
+Status FindCertificate(const Workplace &place, const Pki &pki, const std::string &nameOrFile, const Entry **entryOut)
+{
+    const Entry *entry = FindEntry(pki, nameOrFile);
+    if (entry == nullptr && Exists(nameOrFile)) {
+        Certificate certificate;
+        const Status status = ReadCertificate(nameOrFile, &certificate);
+        if (!status.ok) {
+            return status;
+        }
+        for (const Entry &candidate : pki.certificates) {
+            Certificate known;
+            if (candidate.state == State::Issued && candidate.serial == SerialText(certificate.get()) &&
+                LoadCertificate(place.folder, candidate, &known).ok && X509_cmp(known.get(), certificate.get()) == 0) {
+                entry = &candidate;
+            }
+        }
+    }
+    if (entry == nullptr) {
+        return Fail("the folder '" + Printable(place.folder) + "' knows no certificate '" + Printable(nameOrFile) +
+                    "'; see pkgsign list, or import it");
+    }
+    *entryOut = entry;
+    return {};
+}
+
+} // namespace pkgsign

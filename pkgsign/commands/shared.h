@@ -1,0 +1,36 @@
+// What several commands do alike.
+#ifndef PKGSIGN_COMMANDS_SHARED_H
+#define PKGSIGN_COMMANDS_SHARED_H
+
+#include <string>
+
+#include "pkgsign/authority/issue.h"
+
+namespace pkgsign
+{
+
+// Where a new certificate's key comes from.
+struct KeyOptions {
+    std::string uri;           // empty: a new key in the folder
+    std::string bits = "3072"; // of a new one
+    bool noEncryption = false;
+};
+
+// The key that is asked for: the one given, or a new one in the folder.
+Status GetKey(const Workplace &place, const KeyOptions &options, const std::string &name, Key *keyOut,
+              std::string *uriOut);
+
+// What certificates of a role are like by default.
+struct RoleNames {
+    Role role;
+    const char *commonName;
+    int64_t Lifetimes::*lifetime;
+};
+const RoleNames &NamesOf(Role role); // not for the root
+
+// A certificate of the folder by its name there, or by a file that holds it.
+Status FindCertificate(const Workplace &place, const Pki &pki, const std::string &nameOrFile, const Entry **entryOut);
+
+} // namespace pkgsign
+
+#endif

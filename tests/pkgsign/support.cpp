@@ -1,0 +1,203 @@
+#include "tests/pkgsign/support.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "pkgsign/authority/device.h"
+#include "pkgsign/commands/command.h"
+#include "pkgsign/files/files.h"
+#include "pkgsign/files/objects.h"
+
+namespace
+{
+
+int g_realSignatures = 0;
+
+bool IsThrowaway(const EVP_PKEY *key)
+{
+    pkgsign::Key throwaway;
+    const int bits = EVP_PKEY_bits(key);
+    return (bits == 2048 || bits == 3072 || bits == 4096) && pkgsign::ThrowawayKey(bits, &throwaway).ok &&
+           pkgsign::SamePublicKey(key, throwaway.get());
+}
+
+void Note(const EVP_PKEY *key)
+{
+    g_realSignatures += IsThrowaway(key) ? 0 : 1;
+}
+
+std::string ReadText(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+// Leads a descriptor into a file for as long as it lives.
+struct Redirection {
+    int descriptor;
+    int before;
+
+    Redirection(int target, const std::string &path) : descriptor(target), before(dup(target))
+    {
+        const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        (void)dup2(file, descriptor);
+        (void)close(file);
+    }
+    ~Redirection()
+    {
+        (void)dup2(before, descriptor);
+        (void)close(before);
+    }
+    Redirection(const Redirection &) = delete;
+    Redirection &operator=(const Redirection &) = delete;
+};
+
+} // namespace
+
+extern "C" {
+int __real_X509_sign(X509 *certificate, EVP_PKEY *key, const EVP_MD *digest);
+int __wrap_X509_sign(X509 *certificate, EVP_PKEY *key, const EVP_MD *digest)
+{
+    Note(key);
+    return __real_X509_sign(certificate, key, digest);
+}
+int __real_X509_CRL_sign(X509_CRL *crl, EVP_PKEY *key, const EVP_MD *digest);
+int __wrap_X509_CRL_sign(X509_CRL *crl, EVP_PKEY *key, const EVP_MD *digest)
+{
+    Note(key);
+    return __real_X509_CRL_sign(crl, key, digest);
+}
+CMS_SignerInfo *__real_CMS_add1_signer(CMS_ContentInfo *message, X509 *certificate, EVP_PKEY *key, const EVP_MD *digest,
+                                       unsigned flags);
+CMS_SignerInfo *__wrap_CMS_add1_signer(CMS_ContentInfo *message, X509 *certificate, EVP_PKEY *key, const EVP_MD *digest,
+                                       unsigned flags)
+{
+    Note(key);
+    return __real_CMS_add1_signer(message, certificate, key, digest, flags);
+}
+int __real_TS_RESP_CTX_set_signer_key(TS_RESP_CTX *ctx, EVP_PKEY *key);
+int __wrap_TS_RESP_CTX_set_signer_key(TS_RESP_CTX *ctx, EVP_PKEY *key)
+{
+    Note(key);
+    return __real_TS_RESP_CTX_set_signer_key(ctx, key);
+}
+}
+
+int RealSignatures()
+{
+    return g_realSignatures;
+}
+
+Outcome Pkgsign(std::vector<std::string> arguments)
+{
+    const TemporaryDirectory directory;
+    Outcome outcome;
+    std::vector<char *> argv;
+    arguments.insert(arguments.begin(), "pkgsign");
+    for (std::string &argument : arguments) {
+        argv.push_back(argument.data());
+    }
+    argv.push_back(nullptr);
+    {
+        const Redirection out(STDOUT_FILENO, directory.File("out"));
+        const Redirection errors(STDERR_FILENO, directory.File("errors"));
+        outcome.status = pkgsign::RunCommandLine(
+            static_cast<int>(arguments.size()), argv.data(),
+            {pkgsign::InitCommand(), pkgsign::RequestCommand(), pkgsign::IssueCommand(), pkgsign::RevokeCommand(),
+             pkgsign::CrlCommand(), pkgsign::ListCommand(), pkgsign::ImportCommand(), pkgsign::ChecksumsCommand(),
+             pkgsign::SignCommand(), pkgsign::TimestampCommand()});
+        (void)fflush(stderr);
+    }
+    outcome.out = ReadText(directory.File("out"));
+    outcome.errors = ReadText(directory.File("errors"));
+    return outcome;
+}
+
+bool Contains(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+void ExpectRefused(const Outcome &outcome, const std::string &reason)
+{
+    EXPECT_EQ(1, outcome.status) << outcome.out << outcome.errors;
+    EXPECT_EQ("", outcome.out);
+    EXPECT_EQ(0u, outcome.errors.rfind("pkgsign", 0)) << outcome.errors;
+    EXPECT_TRUE(Contains(outcome.errors, reason)) << outcome.errors;
+    ASSERT_FALSE(outcome.errors.empty());
+    EXPECT_EQ(outcome.errors.size() - 1, outcome.errors.find('\n')) << outcome.errors;
+}
+
+void ExpectDone(const Outcome &outcome)
+{
+    EXPECT_EQ(0, outcome.status) << outcome.errors;
+    EXPECT_EQ("", outcome.errors);
+}
+
+void InFolder::SetUp()
+{
+    std::filesystem::copy(PKGSIGN_TEMPLATE, Path("pki"), std::filesystem::copy_options::recursive);
+    Write("content", "content\n");
+}
+
+std::string InFolder::Path(const std::string &name) const
+{
+    return directory.File(name);
+}
+
+void InFolder::Write(const std::string &name, const std::string &text) const
+{
+    std::ofstream(Path(name), std::ios::binary) << text;
+}
+
+std::string InFolder::Read(const std::string &name) const
+{
+    return ReadText(Path(name));
+}
+
+bool InFolder::Made(const std::string &name) const
+{
+    return std::filesystem::exists(Path(name));
+}
+
+Outcome InFolder::At(const std::string &now, std::vector<std::string> arguments) const
+{
+    arguments.insert(arguments.end(), {"--pki", Path("pki"), "--now", now, "--no-input"});
+    return Pkgsign(arguments);
+}
+
+Outcome InFolder::Run(std::vector<std::string> arguments) const
+{
+    return At(NOW, std::move(arguments));
+}
+
+bool InFolder::DeviceTakes(const std::string &message, const std::string &content, const std::string &crls) const
+{
+    pkgsign::Setting setting;
+    pkgsign::Bytes data;
+    EXPECT_TRUE(pkgsign::ReadCertificate(Path("pki/certificates/root.pem"), &setting.root).ok);
+    EXPECT_TRUE(pkgsign::ReadWhole(Path(crls), &setting.crlFile).ok);
+    EXPECT_TRUE(pkgsign::ReadWhole(Path(message), &data).ok);
+    return pkgsign::AskDeviceAboutFile(setting, data, Path(content)).accepted;
+}
+
+ProcessResult InFolder::Openssl(const std::vector<std::string> &arguments) const
+{
+    std::vector<std::string> command = {OPENSSL_PROGRAM};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return RunProcess(command);
+}
+
+pkgsign::Pki InFolder::Memory() const
+{
+    pkgsign::Pki pki;
+    const pkgsign::Status status = pkgsign::LoadPki(Path("pki"), &pki);
+    EXPECT_TRUE(status.ok) << status.reason;
+    return pki;
+}

@@ -1,0 +1,59 @@
+// What the tests of the release side share: commands run in this process, a PKI folder, and who has signed.
+#ifndef TESTS_PKGSIGN_SUPPORT_H
+#define TESTS_PKGSIGN_SUPPORT_H
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "pkgsign/authority/folder.h"
+#include "tests/support/process.h"
+
+// How a command ended, and what it wrote.
+struct Outcome {
+    int status = -1;
+    std::string out;
+    std::string errors;
+};
+
+// Runs pkgsign's command line in this process.
+Outcome Pkgsign(std::vector<std::string> arguments);
+
+// How often a key that is no throwaway one has been given to a signing call of libcrypto, in this process.
+int RealSignatures();
+
+bool Contains(const std::string &text, const std::string &part);
+
+// An error is one line on standard error, with the exit status of what was not done.
+void ExpectRefused(const Outcome &outcome, const std::string &reason);
+void ExpectDone(const Outcome &outcome);
+
+// A test in a directory of its own, with a PKI folder "pki" that begins on 2026-01-01: signer for one year, timestamp
+// authority for two, issuing CA for three.
+class InFolder : public testing::Test
+{
+protected:
+    void SetUp() override;
+
+    std::string Path(const std::string &name) const;
+    void Write(const std::string &name, const std::string &text) const;
+    std::string Read(const std::string &name) const;
+    bool Made(const std::string &name) const;
+
+    // Runs a command with --pki of the folder and --now.
+    Outcome At(const std::string &now, std::vector<std::string> arguments) const;
+    Outcome Run(std::vector<std::string> arguments) const; // at NOW
+
+    // Whether the device's tool library takes a package of the folder with a CRL file.
+    bool DeviceTakes(const std::string &message, const std::string &content, const std::string &crls) const;
+
+    ProcessResult Openssl(const std::vector<std::string> &arguments) const;
+
+    pkgsign::Pki Memory() const;
+
+    static constexpr char NOW[] = "2026-02-01T00:00:00Z";
+    TemporaryDirectory directory;
+};
+
+#endif
