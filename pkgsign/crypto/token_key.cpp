@@ -108,6 +108,7 @@ ENGINE *OpenEngine(const std::string &modulePath)
     }
     const bool configured =
         modulePath.empty() || ENGINE_ctrl_cmd_string(found, "MODULE_PATH", modulePath.c_str(), 0) == 1;
+    (void)ENGINE_ctrl_cmd_string(found, "QUIET", nullptr, 0); // its failures are reported here, in one line
     if (!configured || ENGINE_init(found) != 1) {
         ENGINE_free(found);
         return nullptr;

@@ -1,0 +1,215 @@
+// Keys by URI: files, encrypted files, tokens.
+#include "pkgsign/crypto/keys.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "pkgsign/files/files.h"
+#include "tests/forge/forge.h"
+#include "tests/pkgsign/support.h"
+
+namespace
+{
+
+class KeyFiles : public InFolder
+{
+protected:
+    // The signer's key, encrypted with "secret".
+    void Encrypt()
+    {
+        pkgsign::Secrets none;
+        pkgsign::Key key;
+        const std::string passphrase = "secret";
+        ASSERT_TRUE(pkgsign::LoadKey(Path("pki/private/signer.key"), "signer", &none, &key).ok);
+        ASSERT_TRUE(pkgsign::WriteKey(Path("pki/private/signer.key"), key, &passphrase).ok);
+        Write("passphrase", "secret\n");
+        Write("wrong", "wrong\n");
+    }
+
+    Outcome Sign(std::vector<std::string> options)
+    {
+        options.insert(options.begin(), {"sign", Path("content"), "--out", Path("out")});
+        return Run(options);
+    }
+};
+
+TEST_F(KeyFiles, ThatAreEncryptedOpenWithTheirPassphraseAlone)
+{
+    Encrypt();
+    EXPECT_TRUE(Contains(Read("pki/private/signer.key"), "BEGIN ENCRYPTED PRIVATE KEY"));
+    ExpectRefused(Sign({}), "key 'signer' needs a passphrase or PIN; use --passphrase-file");
+    ExpectRefused(Sign({"--passphrase-file", Path("wrong")}), "cannot load a private key from");
+    ExpectDone(Sign({"--passphrase-file", Path("passphrase")}));
+    ExpectDone(Sign({"--passphrase-file", "signer=" + Path("passphrase")}));
+    ExpectDone(Sign({"--passphrase-file", Path("wrong"), "--passphrase-file", "signer=" + Path("passphrase")}));
+}
+
+TEST_F(KeyFiles, TakeTheirPassphraseFromADescriptor)
+{
+    Encrypt();
+    const int file = open(Path("passphrase").c_str(), O_RDONLY);
+    ASSERT_GE(file, 0);
+    ExpectDone(Sign({"--passphrase-fd", std::to_string(file)}));
+    (void)close(file);
+    ExpectRefused(Sign({"--passphrase-fd", "x"}), "--passphrase-fd wants the number of an open descriptor");
+}
+
+TEST_F(KeyFiles, HaveNoOptionForAPassphraseItself)
+{
+    EXPECT_EQ(2, Sign({"--passphrase", "secret"}).status);
+}
+
+TEST_F(KeyFiles, AreFoundByUriAndByPath)
+{
+    pkgsign::Secrets none;
+    pkgsign::Key path;
+    pkgsign::Key uri;
+    ASSERT_TRUE(pkgsign::LoadKey(Path("pki/private/signer.key"), "signer", &none, &path).ok);
+    ASSERT_TRUE(pkgsign::LoadKey("file:" + Path("pki/private/signer.key"), "signer", &none, &uri).ok);
+    EXPECT_TRUE(pkgsign::SamePublicKey(path.get(), uri.get()));
+}
+
+TEST_F(KeyFiles, AreForTheirOwnerOnly)
+{
+    for (const char *const name : {"root", "issuing-ca", "signer", "timestamp"}) {
+        struct stat found = {};
+        ASSERT_EQ(0, stat(Path(std::string("pki/private/") + name + ".key").c_str(), &found));
+        EXPECT_EQ(0600u, found.st_mode & 0777u) << name;
+    }
+}
+
+TEST(ThrowawayKeys, HaveTheLengthAskedForAndSign)
+{
+    for (const int bits : {2048, 2304, 3072, 4096}) {
+        pkgsign::Key key;
+        const pkgsign::Status status = pkgsign::ThrowawayKey(bits, &key);
+        ASSERT_TRUE(status.ok) << status.reason;
+        EXPECT_EQ(bits, EVP_PKEY_bits(key.get()));
+        pkgsign::MdCtxPtr ctx(EVP_MD_CTX_new());
+        pkgsign::Bytes signature(512);
+        size_t size = signature.size();
+        const pkgsign::Bytes data = {1, 2, 3};
+        ASSERT_EQ(1, EVP_DigestSignInit(ctx.get(), nullptr, EVP_sha256(), nullptr, key.get()));
+        ASSERT_EQ(1, EVP_DigestSign(ctx.get(), signature.data(), &size, data.data(), data.size()));
+        pkgsign::MdCtxPtr check(EVP_MD_CTX_new());
+        ASSERT_EQ(1, EVP_DigestVerifyInit(check.get(), nullptr, EVP_sha256(), nullptr, key.get()));
+        EXPECT_EQ(1, EVP_DigestVerify(check.get(), signature.data(), size, data.data(), data.size()));
+    }
+}
+
+// A token of SoftHSM2 with one key, "release".
+class TokenKeys : public InFolder
+{
+protected:
+    void SetUp() override
+    {
+        InFolder::SetUp();
+        if (std::string(SOFTHSM_UTIL).empty() || std::string(SOFTHSM_MODULE).find("NOTFOUND") != std::string::npos) {
+            GTEST_SKIP() << "softhsm2 is not installed";
+        }
+        std::filesystem::create_directory(Path("tokens"));
+        Write("softhsm.conf", "directories.tokendir = " + Path("tokens") + "\nlog.level = ERROR\n");
+        environment = {"SOFTHSM2_CONF=" + Path("softhsm.conf"), std::string("PKCS11_MODULE_PATH=") + SOFTHSM_MODULE};
+        RunUtil({"--init-token", "--free", "--label", "hsm", "--so-pin", "0000", "--pin", "1234"});
+        Write("pin", "1234\n");
+        Write("wrong", "4321\n");
+    }
+
+    void RunUtil(std::vector<std::string> arguments) const
+    {
+        arguments.insert(arguments.begin(), SOFTHSM_UTIL);
+        const ProcessResult result = RunProcess(arguments, environment);
+        ASSERT_EQ(0, result.exitStatus) << result.output << result.errors;
+    }
+
+    // The program in a process of its own: the token's library keeps its state until the end of the process.
+    Outcome Program(std::vector<std::string> arguments) const
+    {
+        arguments.insert(arguments.begin(), PKGSIGN_PROGRAM);
+        arguments.insert(arguments.end(), {"--pki", Path("pki"), "--now", NOW, "--no-input"});
+        const ProcessResult result = RunProcess(arguments, environment);
+        return {result.exitStatus, result.output, result.errors};
+    }
+
+    // Brings a key of the folder into the token and lets pki.json name it there.
+    void Move(const std::string &name, const std::string &identifier) const
+    {
+        RunUtil({"--import", Path("pki/private/" + name + ".key"), "--token", "hsm", "--label", name, "--id",
+                 identifier, "--pin", "1234"});
+        std::filesystem::remove(Path("pki/private/" + name + ".key"));
+        std::string text = Read("pki/pki.json");
+        const std::string path = "private/" + name + ".key";
+        text.replace(text.find(path), path.size(),
+                     "pkcs11:token=hsm;object=" + name + "?pin-source=file:" + Path("pin"));
+        Write("pki/pki.json", text);
+    }
+
+    Outcome Sign(std::vector<std::string> options = {})
+    {
+        options.insert(options.begin(), {"sign", Path("content"), "--out", Path("out")});
+        return Program(options);
+    }
+
+    std::vector<std::string> environment;
+};
+
+TEST_F(TokenKeys, SignPackagesCrlsAndCertificates)
+{
+    Move("signer", "01");
+    Move("timestamp", "02");
+    Move("issuing-ca", "03");
+    ExpectDone(Program({"crl", "--out", Path("crls")}));
+    ExpectDone(Sign({"--crl", Path("crls")}));
+    EXPECT_TRUE(DeviceTakes("out", "content", "crls"));
+    ExpectDone(Program({"issue", "--as", "signer", "--no-encryption", "--key-bits", "2048"}));
+    EXPECT_EQ(5u, Memory().certificates.size());
+}
+
+TEST_F(TokenKeys, OfAnotherCertificateAreRefusedBeforeTheySign)
+{
+    Move("signer", "01");
+    Move("timestamp", "02");
+    std::string text = Read("pki/pki.json");
+    text.replace(text.find("object=signer"), 13, "object=timestamp");
+    Write("pki/pki.json", text);
+    ExpectRefused(Sign(), "the private key is not the one that the certificate is for");
+    EXPECT_FALSE(Made("out"));
+}
+
+// A token that counts wrong PINs locks itself: one command uses up one attempt at the most.
+TEST_F(TokenKeys, AreNotTriedAgainWithAPinThatWasRefused)
+{
+    Move("signer", "01");
+    std::string text = Read("pki/pki.json");
+    text.replace(text.find(Path("pin")), Path("pin").size(), Path("wrong"));
+    Write("pki/pki.json", text);
+    ExpectRefused(Sign(), "the token refuses the PIN for key 'signer'");
+}
+
+TEST_F(TokenKeys, TakeTheirPinFromAPassphraseFile)
+{
+    Move("signer", "01");
+    std::string text = Read("pki/pki.json");
+    const std::string source = "?pin-source=file:" + Path("pin");
+    text.erase(text.find(source), source.size());
+    Write("pki/pki.json", text);
+    ExpectRefused(Sign(), "key 'signer' needs a passphrase or PIN");
+    ExpectDone(Sign({"--passphrase-file", "signer=" + Path("pin")}));
+}
+
+TEST_F(TokenKeys, WithAPinInTheirUriAreRefused)
+{
+    ExpectRefused(Program({"issue", "--as", "signer", "--key", "pkcs11:object=x?pin-value=1234"}), "holds a PIN");
+}
+
+TEST_F(TokenKeys, ThatNoTokenHasAreMissed)
+{
+    ExpectRefused(Program({"issue", "--as", "signer", "--key", "pkcs11:object=x?pin-source=" + Path("pin")}),
+                  "no token has the key 'pkcs11:object=x'");
+}
+
+} // namespace

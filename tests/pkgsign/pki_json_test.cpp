@@ -1,0 +1,77 @@
+// pki.json: what is written is read, and what is damaged is refused with its place.
+#include "tests/pkgsign/support.h"
+
+namespace
+{
+
+class PkiJson : public InFolder
+{
+protected:
+    // The memory with one part of its text replaced.
+    void Damage(const std::string &part, const std::string &replacement) const
+    {
+        std::string text = Read("pki/pki.json");
+        const size_t at = text.find(part);
+        ASSERT_NE(std::string::npos, at) << text;
+        Write("pki/pki.json", text.replace(at, part.size(), replacement));
+    }
+};
+
+TEST_F(PkiJson, IsReadAsItWasWritten)
+{
+    pkgsign::Pki pki = Memory();
+    pki.organization = "Ä \"quoted\"\n";
+    pki.revocations.push_back({"issuing-ca", "0A", "superseded", 1700000000, 1700000001});
+    pki.crls.push_back({"root", "123456789012345678901234567890", 1700000000, 1800000000});
+    const std::string text = pkgsign::EncodePki(pki);
+    pkgsign::Pki read;
+    const pkgsign::Status status = pkgsign::DecodePki(pkgsign::Bytes(text.begin(), text.end()), "here", &read);
+    ASSERT_TRUE(status.ok) << status.reason;
+    EXPECT_EQ(text, pkgsign::EncodePki(read));
+    EXPECT_EQ(pki.organization, read.organization);
+    EXPECT_EQ("123456789012345678901234567890", read.crls[0].number);
+    EXPECT_EQ(pki.certificates.size(), read.certificates.size());
+}
+
+TEST_F(PkiJson, WithAKeyTwiceIsRefusedWithItsPlace)
+{
+    Damage("\"country\": \"DE\",", "\"country\": \"DE\",\n  \"country\": \"FR\",");
+    ExpectRefused(Run({"list"}), "pki.json' is damaged: line 4, column 11: the key 'country' stands there twice");
+}
+
+TEST_F(PkiJson, ThatIsCutIsRefusedWithItsPlace)
+{
+    Write("pki/pki.json", "{\n  \"format\": \"1\",\n");
+    ExpectRefused(Run({"list"}), "is damaged: line 3, column 1: this is not JSON");
+}
+
+TEST_F(PkiJson, WithAWrongValueIsRefusedWithItsPlace)
+{
+    Damage("\"role\": \"signer\"", "\"role\": \"boss\"");
+    ExpectRefused(Run({"list"}), "is damaged: line 36, column 5: 'role': 'boss' is none of root, issuing-ca");
+}
+
+TEST_F(PkiJson, WithASerialThatIsNoTextIsRefused)
+{
+    Damage("\"notAfter\": \"2027-01-01T00:00:00Z\"", "\"notAfter\": 5");
+    ExpectRefused(Run({"list"}), "'notAfter' is missing or no text");
+}
+
+TEST_F(PkiJson, WithANameThatLeavesTheFolderIsRefused)
+{
+    Damage("\"name\": \"signer\"", "\"name\": \"../signer\"");
+    ExpectRefused(Run({"list"}), "'name' is no name of a certificate");
+}
+
+TEST_F(PkiJson, OfAnotherFormatIsRefused)
+{
+    Damage("\"format\": \"1\"", "\"format\": \"2\"");
+    ExpectRefused(Run({"list"}), "line 1, column 1: this is no PKI of format 1");
+}
+
+TEST_F(PkiJson, ThatIsMissingIsSaid)
+{
+    ExpectRefused(Pkgsign({"list", "--pki", Path("nowhere")}), "name it with --pki or PKGSIGN_PKI, or make it with");
+}
+
+} // namespace
