@@ -284,6 +284,9 @@ Status AddCrl(Composition *composition, Authority *authority, CrlFile *file)
             return status;
         }
     }
+    if (composition->order.isPart && !hasKey) {
+        return {};
+    }
     made.crl = authority->last;
     if (made.isNew) {
         Key throwaway;
@@ -298,7 +301,7 @@ Status AddCrl(Composition *composition, Authority *authority, CrlFile *file)
     }
     if (made.crl == nullptr) {
         return Fail("there is no CRL of '" + NameText(X509_get_subject_name(made.issuer.get())) +
-                    "', whose key is not here; give the file with it: --add FILE");
+                    "', whose key is not here; give the file with it (--add FILE), or make only a part (--part)");
     }
     file->crls.push_back(std::move(made));
     return {};
@@ -414,6 +417,9 @@ Status ComposeCrlFile(const Workplace &place, const CrlFileOrder &order, CrlFile
     file.setting.root = composition.authorities[0].certificate;
     for (size_t i = 0; status.ok && i < composition.authorities.size(); ++i) {
         status = AddCrl(&composition, &composition.authorities[i], &file);
+    }
+    if (status.ok && file.crls.empty()) {
+        status = Fail("no key of a CA is in the folder '" + Printable(place.folder) + "'");
     }
     if (status.ok) {
         Encode(&file);

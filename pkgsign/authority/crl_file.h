@@ -32,6 +32,7 @@ struct CrlFile {
 struct CrlFileOrder {
     std::vector<std::string> added;  // files with CRLs and certificates of other machines
     std::string replaced;            // path of the file that it will replace; empty or missing: none
+    bool isPart = false;             // only the CRLs of this folder's keys, to be joined with others elsewhere
     int64_t nextUpdate = 0;          // 0: by the folder's cadence
     std::vector<Revocation> further; // revocations to try, beside those that are remembered
 };

@@ -223,6 +223,9 @@ Status IssueCertificate(const Workplace &place, IssueOrder *order, Certificate *
     if (!isRoot) {
         status = LoadEntryKey(place.folder, issuer.entry, issuer.certificate.get(), place.secrets, &signingKey);
     }
+    if (status.ok) {
+        status = SaveNewKey(order->unsaved, order->fields.publicKey);
+    }
     return status.ok ? SignAndKeep(place, *order, issuer, signingKey, trial.get(), certificateOut) : status;
 }
 
@@ -269,30 +272,27 @@ Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int
     return {};
 }
 
-Status MakeKeyFile(const Workplace &place, const std::string &name, int bits, bool encrypt, Key *keyOut,
-                   std::string *uriOut)
+Status MakeNewKey(const Workplace &place, const std::string &name, int bits, bool encrypt, Key *keyOut,
+                  std::string *uriOut, UnsavedKey *unsavedOut)
 {
-    const std::string path = place.folder + "/" + KeyPath(name);
-    std::string passphrase;
-    Key key;
-    if (Exists(path)) {
-        return Fail("'" + Printable(path) + "' is there already, and a key that is overwritten is lost; name another");
+    UnsavedKey unsaved = {place.folder + "/" + KeyPath(name), encrypt, {}};
+    if (Exists(unsaved.path)) {
+        return Fail("'" + Printable(unsaved.path) +
+                    "' is there already, and a key that is overwritten is lost; choose another --name");
     }
-    Status status;
-    if (encrypt) {
-        status = GetPassphrase(place.secrets, name, true, &passphrase);
+    const Status status = encrypt ? GetPassphrase(place.secrets, name, true, &unsaved.passphrase) : Status();
+    if (!status.ok) {
+        return status;
     }
-    if (status.ok) {
-        status = GenerateKey(bits, &key);
-    }
-    if (status.ok && !place.dryRun) {
-        status = WriteKey(path, key, encrypt ? &passphrase : nullptr);
-    }
-    if (status.ok) {
-        *keyOut = std::move(key);
-        *uriOut = KeyPath(name);
-    }
-    return status;
+    *uriOut = KeyPath(name);
+    *unsavedOut = std::move(unsaved);
+    return GenerateKey(bits, keyOut);
+}
+
+Status SaveNewKey(const UnsavedKey &unsaved, const Key &key)
+{
+    return unsaved.path.empty() ? Status()
+                                : WriteKey(unsaved.path, key, unsaved.isEncrypted ? &unsaved.passphrase : nullptr);
 }
 
 } // namespace pkgsign

@@ -18,12 +18,20 @@ struct Workplace {
     bool dryRun = false; // try everything, print what would be signed, sign and write nothing
 };
 
+// A new key that is not in its file yet: it is written when all has been tried.
+struct UnsavedKey {
+    std::string path; // empty: there is none
+    bool isEncrypted = false;
+    std::string passphrase;
+};
+
 struct IssueOrder {
     std::string name;         // in the folder
     CertificateFields fields; // `serial` and `issuer` are filled in here
     std::string issuer;       // name of the CA's certificate in the folder; empty: a root
     std::string keyUri;       // as pki.json keeps it; empty: the key is not here
     Key privateKey;           // of a root: signs
+    UnsavedKey unsaved;       // of fields.publicKey
 };
 
 // Issues a certificate: tried before the device's library with a throwaway key, then remembered, signed and kept.
@@ -37,9 +45,12 @@ Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int
 // The root of a folder.
 Status FindRoot(const Pki &pki, const Entry **rootOut);
 
-// Makes a key file of the folder: encrypted unless `encrypt` is false. uriOut: as pki.json keeps it.
-Status MakeKeyFile(const Workplace &place, const std::string &name, int bits, bool encrypt, Key *keyOut,
-                   std::string *uriOut);
+// Makes a key for a file of the folder: encrypted unless `encrypt` is false. uriOut: as pki.json keeps it.
+Status MakeNewKey(const Workplace &place, const std::string &name, int bits, bool encrypt, Key *keyOut,
+                  std::string *uriOut, UnsavedKey *unsavedOut);
+
+// Writes it.
+Status SaveNewKey(const UnsavedKey &unsaved, const Key &key);
 
 } // namespace pkgsign
 

@@ -19,6 +19,9 @@ Status MakeRequest(const Workplace &place, const RequestOrder &order, Bytes *req
     const std::string text = AddArmour("CERTIFICATE REQUEST", der);
     Status status;
     if (!place.dryRun) {
+        status = SaveNewKey(order.unsaved, order.key);
+    }
+    if (status.ok && !place.dryRun) {
         status = WriteWhole(RequestPath(place.folder, order.name), text);
     }
     if (status.ok && !place.dryRun) {

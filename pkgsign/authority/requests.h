@@ -15,6 +15,7 @@ struct RequestOrder {
     NamePtr subject;
     Key key;
     std::string keyUri; // as pki.json keeps it
+    UnsavedKey unsaved; // of a new key
 };
 
 // Signs a request by the key, remembers it and keeps it in the folder until its certificate is imported. Signed for proof

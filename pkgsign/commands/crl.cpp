@@ -16,6 +16,7 @@ struct Options {
     std::string nextUpdate;
     std::string tryDirectory;
     std::vector<std::string> added;
+    bool isPart = false;
 };
 
 std::string Summary(const CrlFile &file)
@@ -52,7 +53,7 @@ Status TryFile(const Options &options, const CrlFile &file, std::string *report)
 
 Status MakeCrlFile(const Options &options, Session *session)
 {
-    CrlFileOrder order = {options.added, options.out, 0, {}};
+    CrlFileOrder order = {options.added, options.out, options.isPart, 0, {}};
     CrlFile file;
     std::string answers;
     Status status = options.nextUpdate.empty() ? Status() : ParseTime(options.nextUpdate, &order.nextUpdate);
@@ -94,6 +95,7 @@ Command CrlCommand()
         {"-o,--out", "FILE", "the CRL file; the one that is there is replaced when devices take the new one as newer",
          &options->out, true},
         {"--add", "FILE", "CRLs and CA certificates made elsewhere", &options->added},
+        {"--part", "", "only the CRLs of the keys that are here, to be joined elsewhere with --add", &options->isPart},
         {"--next-update", "TIME", "when the next CRLs are due; by the folder's cadence", &options->nextUpdate},
         {"--try", "DIR", "sign nothing, list the packages in DIR whose answer would change", &options->tryDirectory}};
     command.run = [options](Session *session) { return MakeCrlFile(*options, session); };

@@ -80,7 +80,7 @@ Status MakeRoot(const Workplace &place, const Options &options, std::string *rep
     if (status.ok) {
         KeyOptions key = options.key;
         key.bits = std::to_string(ROOT_KEY_BITS);
-        status = GetKey(place, key, order.name, &order.fields.publicKey, &order.keyUri);
+        status = GetKey(place, key, order.name, &order.fields.publicKey, &order.keyUri, &order.unsaved);
     }
     if (status.ok && EVP_PKEY_bits(order.fields.publicKey.get()) != ROOT_KEY_BITS) {
         return Fail("the root key must have " + std::to_string(ROOT_KEY_BITS) + " bits");
@@ -120,7 +120,7 @@ Status MakeSubordinate(const Workplace &place, const Options &options, const Lif
         status = ChooseTimes(place, options, lifetimes, role, *latest, &order.fields);
     }
     if (status.ok) {
-        status = GetKey(place, options.key, order.name, &order.fields.publicKey, &order.keyUri);
+        status = GetKey(place, options.key, order.name, &order.fields.publicKey, &order.keyUri, &order.unsaved);
     }
     if (status.ok) {
         status = IssueCertificate(place, &order, &certificate, &report);
@@ -162,7 +162,7 @@ Status MakePart(const Workplace &place, const Options &options, Role role)
         status = MakeName(options.country, options.organization, names.commonName, &order.subject);
     }
     if (status.ok) {
-        status = GetKey(place, options.key, order.name, &order.key, &order.keyUri);
+        status = GetKey(place, options.key, order.name, &order.key, &order.keyUri, &order.unsaved);
     }
     Bytes request;
     return status.ok ? MakeRequest(place, order, &request) : status;

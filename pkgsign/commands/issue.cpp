@@ -99,7 +99,7 @@ Status ChooseKey(const Workplace &place, const Options &options, const X509_REQ 
         order->keyUri = renewed->key;
         return {};
     }
-    return GetKey(place, options.key, order->name, &order->fields.publicKey, &order->keyUri);
+    return GetKey(place, options.key, order->name, &order->fields.publicKey, &order->keyUri, &order->unsaved);
 }
 
 // What is renewed, and what comes from a request.

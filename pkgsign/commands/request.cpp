@@ -37,7 +37,7 @@ Status Request(const Options &options, Session *session)
     status = MakeName(pki.country, pki.organization,
                       options.commonName.empty() ? NamesOf(order.role).commonName : options.commonName, &order.subject);
     if (status.ok) {
-        status = GetKey(place, options.key, order.name, &order.key, &order.keyUri);
+        status = GetKey(place, options.key, order.name, &order.key, &order.keyUri, &order.unsaved);
     }
     if (status.ok) {
         status = CheckKeyKind(order.key.get(), "the key of '" + order.name + "'");

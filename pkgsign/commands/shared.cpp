@@ -10,7 +10,7 @@ namespace pkgsign
 {
 
 Status GetKey(const Workplace &place, const KeyOptions &options, const std::string &name, Key *keyOut,
-              std::string *uriOut)
+              std::string *uriOut, UnsavedKey *unsavedOut)
 {
     if (!options.uri.empty()) {
         const bool isPath = options.uri.find(':') == std::string::npos;
@@ -22,7 +22,7 @@ Status GetKey(const Workplace &place, const KeyOptions &options, const std::stri
     if (*end != '\0' || bits < KEY_BITS_MIN || bits > KEY_BITS_MAX) {
         return Fail("--key-bits wants " + std::to_string(KEY_BITS_MIN) + " to " + std::to_string(KEY_BITS_MAX));
     }
-    return MakeKeyFile(place, name, static_cast<int>(bits), !options.noEncryption, keyOut, uriOut);
+    return MakeNewKey(place, name, static_cast<int>(bits), !options.noEncryption, keyOut, uriOut, unsavedOut);
 }
 
 const RoleNames &NamesOf(Role role)

@@ -16,9 +16,9 @@ struct KeyOptions {
     bool noEncryption = false;
 };
 
-// The key that is asked for: the one given, or a new one in the folder.
+// The key that is asked for: the one given, or a new one, which is not in its file yet.
 Status GetKey(const Workplace &place, const KeyOptions &options, const std::string &name, Key *keyOut,
-              std::string *uriOut);
+              std::string *uriOut, UnsavedKey *unsavedOut);
 
 // What certificates of a role are like by default.
 struct RoleNames {

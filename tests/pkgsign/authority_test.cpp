@@ -1,0 +1,468 @@
+// What an authority remembers, issues and revokes.
+#include <filesystem>
+#include <fstream>
+
+#include "pkgsign/authority/certificates.h"
+#include "pkgsign/authority/crl_file.h"
+#include "pkgsign/files/files.h"
+#include "pkgsign/files/objects.h"
+#include "tests/pkgsign/support.h"
+
+namespace
+{
+
+class Authority : public InFolder
+{
+protected:
+    Outcome MakeCrls(const std::string &now, std::vector<std::string> options = {})
+    {
+        options.insert(options.begin(), {"crl", "--out", Path("crls")});
+        return At(now, options);
+    }
+
+    // A package "X" with "X.cms".
+    void SignPackage(const std::string &now, const std::string &name, std::vector<std::string> options = {})
+    {
+        std::filesystem::create_directories(Path("released"));
+        Write("released/" + name, name + "\n");
+        options.insert(options.begin(), {"sign", Path("released/" + name), "--out", Path("released/" + name + ".cms")});
+        ExpectDone(At(now, options));
+    }
+
+    bool Takes(const std::string &name) const
+    {
+        return DeviceTakes("released/" + name + ".cms", "released/" + name, "crls");
+    }
+
+    // The entries of the CRL of an authority in the CRL file.
+    size_t Entries(const std::string &commonName) const
+    {
+        pkgsign::Objects objects;
+        EXPECT_TRUE(pkgsign::ReadObjects(Path("crls"), &objects).ok);
+        for (const auto &crl : objects.crls) {
+            if (pkgsign::CommonName(X509_CRL_get_issuer(crl.get())) == commonName) {
+                return pkgsign::CrlEntries(crl.get(), "").size();
+            }
+        }
+        ADD_FAILURE() << "no CRL of " << commonName;
+        return 0;
+    }
+};
+
+// ---- init -----------------------------------------------------------------------------------------------------------
+
+TEST_F(Authority, AWholePkiIsReadByOpenssl)
+{
+    ExpectDone(MakeCrls("2026-02-01"));
+    const std::string certificates = Path("pki/certificates/");
+    const std::string crls = Path("pki/crls/");
+    std::string bundle = Read("pki/certificates/root.pem") + Read("pki/certificates/issuing-ca.pem");
+    for (const char *const name : {"root", "issuing-ca"}) {
+        const ProcessResult crl =
+            Openssl({"crl", "-inform", "DER", "-in", crls + name + ".crl", "-CAfile", certificates + name + ".pem"});
+        EXPECT_EQ(0, crl.exitStatus) << crl.errors;
+        bundle += crl.output;
+    }
+    Write("bundle", bundle);
+    for (const char *const name : {"signer", "timestamp"}) {
+        const ProcessResult result = Openssl({"verify", "-attime", "1770000000", "-x509_strict", "-crl_check_all",
+                                              "-CAfile", Path("bundle"), certificates + name + ".pem"});
+        EXPECT_EQ(0, result.exitStatus) << result.output << result.errors;
+    }
+    EXPECT_EQ(1363u, Read("pki/certificates/root.der").size());
+}
+
+TEST_F(Authority, WithoutATerminalAndWithoutAPassphraseNothingIsMade)
+{
+    ExpectRefused(Pkgsign({"init", Path("fresh"), "--no-input"}), "use --passphrase-file, or --no-encryption");
+    EXPECT_FALSE(Made("fresh"));
+}
+
+TEST_F(Authority, NamesThatDoNotFitTheRootAreRefusedWithTheNumbers)
+{
+    ExpectRefused(Pkgsign({"init", Path("fresh"), "--no-encryption", "--organization", "An organization that is long"}),
+                  "35 octets together; they must have 11 to 20");
+    ExpectRefused(Pkgsign({"init", Path("fresh"), "--no-encryption", "--organization", "ABC"}), "10 octets together");
+    EXPECT_FALSE(Made("fresh"));
+}
+
+TEST_F(Authority, APkiThatIsThereIsSetAsideOnlyWhenItsRootIsNamed)
+{
+    const std::string before = Read("pki/pki.json");
+    const std::vector<std::string> init = {"init", Path("pki"), "--no-encryption",     "--only",
+                                           "root", "--now",     "2026-02-01T00:00:00Z"};
+    ExpectRefused(Pkgsign(init), "set it aside with --confirm='Root CA'");
+    EXPECT_EQ(before, Read("pki/pki.json"));
+    std::vector<std::string> confirmed = init;
+    confirmed.insert(confirmed.end(), {"--confirm", "Root CA"});
+    ExpectDone(Pkgsign(confirmed));
+    EXPECT_EQ(before, Read("pki.replaced-2026-02-01T00:00:00Z/pki.json"));
+    EXPECT_NE(before, Read("pki/pki.json"));
+}
+
+TEST_F(Authority, SeparateMachinesShareCertificatesAndCrlsAndNoKeys)
+{
+    const std::string root = Path("root-machine");
+    const std::string ca = Path("ca-machine");
+    const std::string signer = Path("signer-machine");
+    const std::vector<std::string> options = {"--no-encryption", "--key-bits", "2048", "--now", "2026-02-01T00:00:00Z"};
+    const auto run = [&](std::vector<std::string> arguments) { ExpectDone(Pkgsign(arguments)); };
+    const auto init = [&](const std::string &folder, std::vector<std::string> part) {
+        part.insert(part.begin(), {"init", folder});
+        part.insert(part.end(), options.begin(), options.end());
+        run(part);
+    };
+    const std::vector<std::string> now = {"--now", "2026-02-01T00:00:00Z"};
+    init(root, {"--only", "root"});
+    init(ca, {"--only", "issuing-ca", "--root", root + "/certificates/root.pem"});
+    run({"issue", "--as", "issuing-ca", "--request", ca + "/certificates/issuing-ca.csr", "--out", Path("ca.pem"),
+         "--pki", root, "--now", now[1]});
+    run({"import", Path("ca.pem"), "--pki", ca});
+    init(signer, {"--only", "signer", "--root", root + "/certificates/root.der"});
+    run({"issue", "--as", "signer", "--request", signer + "/certificates/signer.csr", "--out", Path("signer.pem"),
+         "--pki", ca, "--now", now[1]});
+    run({"request", "--as", "timestamp", "--no-encryption", "--key-bits", "2048", "--out", Path("tsa.csr"), "--pki",
+         signer});
+    run({"issue", "--as", "timestamp", "--request", Path("tsa.csr"), "--out", Path("tsa.pem"), "--pki", ca, "--now",
+         now[1]});
+    run({"import", Path("ca.pem"), Path("signer.pem"), Path("tsa.pem"), "--pki", signer});
+    run({"crl", "--part", "--out", Path("root.crl"), "--pki", root, "--now", now[1]});
+    ExpectRefused(Pkgsign({"crl", "--out", Path("crls"), "--pki", ca, "--now", now[1]}),
+                  "give the file with it (--add FILE)");
+    run({"crl", "--add", Path("root.crl"), "--out", Path("crls"), "--pki", ca, "--now", now[1]});
+    run({"sign", Path("content"), "--crl", Path("crls"), "--out", Path("out"), "--pki", signer, "--now", now[1]});
+    std::filesystem::copy(root + "/certificates/root.pem", Path("pki/certificates/root.pem"),
+                          std::filesystem::copy_options::overwrite_existing);
+    EXPECT_TRUE(DeviceTakes("out", "content", "crls"));
+    EXPECT_FALSE(Made("ca-machine/private/root.key"));
+    EXPECT_FALSE(Made("signer-machine/private/issuing-ca.key"));
+}
+
+TEST_F(Authority, SigningNeedsNoKeyOfACa)
+{
+    std::filesystem::remove(Path("pki/private/root.key"));
+    std::filesystem::remove(Path("pki/private/issuing-ca.key"));
+    ExpectDone(Run({"sign", Path("content"), "--out", Path("out")}));
+}
+
+// ---- issue ----------------------------------------------------------------------------------------------------------
+
+TEST_F(Authority, ADryRunShowsWhatTheRealRunSigns)
+{
+    ASSERT_EQ(0, Openssl({"genrsa", "-out", Path("key"), "2048"}).exitStatus);
+    const std::vector<std::string> issue = {"issue", "--as", "signer", "--key", Path("key")};
+    std::vector<std::string> dry = issue;
+    dry.push_back("--dry-run");
+    const std::string before = Read("pki/pki.json");
+    const Outcome tried = Run(dry);
+    EXPECT_EQ(before, Read("pki/pki.json"));
+    const Outcome done = Run(issue);
+    const size_t at = tried.out.find("SHA-256 of what is signed: ");
+    ASSERT_NE(std::string::npos, at) << tried.errors;
+    EXPECT_EQ(tried.out.substr(at), done.out.substr(done.out.find("SHA-256 of what is signed: ")));
+    EXPECT_TRUE(Contains(tried.out, "CN = Code Signing"));
+    EXPECT_EQ("signer-2", Memory().certificates.back().name);
+}
+
+TEST_F(Authority, ACertificateCannotOutliveItsCa)
+{
+    ExpectRefused(Run({"issue", "--as", "signer", "--no-encryption", "--not-after", "2029-06-01"}),
+                  "after that of its CA 'issuing-ca' (2028-12-31T00:00:00Z)");
+}
+
+TEST_F(Authority, ANewCaGetsANewNameAndOldPackagesStayGood)
+{
+    SignPackage("2026-02-01", "old");
+    ExpectDone(MakeCrls("2026-02-02"));
+    ExpectDone(At("2027-01-01", {"issue", "--renew", "issuing-ca", "--no-encryption", "--key-bits", "2048"}));
+    ExpectDone(At("2027-01-01", {"issue", "--as", "signer", "--no-encryption", "--key-bits", "2048"}));
+    EXPECT_EQ("issuing-ca-2", Memory().certificates[5].issuer);
+    ExpectDone(MakeCrls("2027-01-02"));
+    SignPackage("2027-01-03", "new");
+    EXPECT_TRUE(Takes("old"));
+    EXPECT_TRUE(Takes("new"));
+}
+
+TEST_F(Authority, ACaOfAnOldNameWithANewKeyIsRefused)
+{
+    ExpectRefused(Run({"issue", "--renew", "issuing-ca", "--common-name", "Issuing CA", "--no-encryption"}),
+                  "code"); // the CRL files could not be compared
+    ExpectRefused(Run({"issue", "--as", "issuing-ca", "--common-name", "Issuing CA", "--no-encryption"}),
+                  "a device tells issuers by their names");
+}
+
+TEST_F(Authority, ACaRenewedWithItsKeyKeepsItsBeginning)
+{
+    SignPackage("2026-02-01", "old");
+    ExpectDone(MakeCrls("2026-02-02"));
+    ExpectRefused(At("2027-01-01", {"issue", "--renew", "issuing-ca", "--same-key", "--not-before", "2027-01-01"}),
+                  "88200013");
+    ExpectDone(At("2027-01-01", {"issue", "--renew", "issuing-ca", "--same-key"}));
+    ExpectDone(MakeCrls("2027-01-02"));
+    EXPECT_TRUE(Takes("old"));
+    EXPECT_EQ("issuing-ca", Memory().certificates.back().authority);
+    EXPECT_EQ(pkgsign::FindEntry(Memory(), "issuing-ca")->notBefore, Memory().certificates.back().notBefore);
+}
+
+// ---- Memory ---------------------------------------------------------------------------------------------------------
+
+TEST_F(Authority, AnEntryNeverDropsOut)
+{
+    ExpectDone(Run({"revoke", "signer", "--reason", "superseded"}));
+    ExpectDone(MakeCrls("2026-02-02"));
+    EXPECT_EQ(1u, Entries("Issuing CA"));
+    ExpectDone(MakeCrls("2028-02-02")); // its certificate has ended
+    EXPECT_EQ(1u, Entries("Issuing CA"));
+}
+
+TEST_F(Authority, AFolderFromABackupMustNotUnrevoke)
+{
+    std::filesystem::copy(Path("pki"), Path("backup"), std::filesystem::copy_options::recursive);
+    ExpectDone(Run({"revoke", "signer", "--reason", "keyCompromise"}));
+    ExpectDone(MakeCrls("2026-02-02"));
+    const std::string published = Read("crls");
+    const std::string serial = pkgsign::FindEntry(Memory(), "signer")->serial;
+    std::filesystem::remove_all(Path("pki"));
+    std::filesystem::rename(Path("backup"), Path("pki"));
+    ExpectRefused(MakeCrls("2026-03-01"), "what pki.json has forgotten: the CRL number");
+    ExpectRefused(MakeCrls("2026-03-01"), "pkgsign import ");
+    EXPECT_EQ(published, Read("crls"));
+    const Outcome import = Run({"import", Path("crls")});
+    EXPECT_TRUE(Contains(import.out, "revocation of " + serial + " of 'issuing-ca' (keyCompromise)")) << import.out;
+    ExpectDone(MakeCrls("2026-03-01"));
+    EXPECT_EQ(1u, Entries("Issuing CA"));
+    EXPECT_TRUE(Contains(Run({"import", Path("crls")}).out, "nothing new"));
+}
+
+TEST_F(Authority, ALostFolderIsRebuiltFromWhatWasPublished)
+{
+    ExpectDone(Run({"revoke", "signer", "--reason", "keyCompromise"}));
+    ExpectDone(MakeCrls("2026-02-02"));
+    std::filesystem::create_directories(Path("lost"));
+    std::filesystem::rename(Path("pki"), Path("lost/pki"));
+    for (const char *const part : {"pki/certificates", "pki/private", "pki/crls"}) {
+        std::filesystem::create_directories(Path(part));
+    }
+    Write("pki/pki.json", pkgsign::EncodePki({}));
+    ExpectDone(Run(
+        {"import", Path("lost/pki/certificates/signer.pem"), Path("lost/pki/certificates/root.pem"), Path("crls")}));
+    const pkgsign::Pki pki = Memory();
+    EXPECT_EQ(3u, pki.certificates.size());
+    EXPECT_EQ(1u, pki.revocations.size());
+    EXPECT_EQ(2u, pki.crls.size());
+    EXPECT_TRUE(Contains(Run({"list"}).out, "revoked"));
+}
+
+TEST_F(Authority, CrlNumbersOnlyGoUp)
+{
+    ExpectDone(MakeCrls("2026-02-02T00:00:00Z"));
+    const std::string first = pkgsign::FindCrl(Memory(), "root")->number;
+    EXPECT_EQ("1769990400", first); // thisUpdate in seconds
+    ExpectDone(MakeCrls("2026-02-02T00:00:00Z"));
+    EXPECT_EQ("1769990401", pkgsign::FindCrl(Memory(), "root")->number);
+    ExpectRefused(MakeCrls("2026-02-01T00:00:00Z"), "is the clock right?");
+}
+
+// ---- revoke ---------------------------------------------------------------------------------------------------------
+
+TEST_F(Authority, WhatCannotBeRevokedIsRefused)
+{
+    ExpectRefused(Run({"revoke", "root"}), "a root cannot be revoked");
+    ExpectRefused(Run({"revoke", "nobody"}), "knows no certificate 'nobody'");
+    ExpectRefused(Run({"revoke", "signer", "--reason", "removeFromCRL"}), "removeFromCRL cannot be given");
+    ExpectRefused(Run({"revoke", "signer", "--reason", "boredom"}),
+                  "is no reason; there are unspecified, keyCompromise");
+    ExpectRefused(Run({"revoke", "signer", "--date", "2026-02-02"}), "is later than the next CRL");
+    ExpectRefused(Run({"revoke", "--serial", "XY"}), "is no serial number");
+    ExpectRefused(Run({"revoke"}), "name the certificate, or its --serial");
+    EXPECT_TRUE(Memory().revocations.empty());
+    ExpectDone(Run({"revoke", "signer"}));
+    ExpectRefused(Run({"revoke", Path("pki/certificates/signer.pem")}), "is revoked already");
+    EXPECT_EQ(1u, Memory().revocations.size());
+}
+
+TEST_F(Authority, AStolenSignerKeyIsRevokedFromItsBeginning)
+{
+    const Outcome outcome = Run({"revoke", Path("pki/certificates/signer.pem"), "--reason", "keyCompromise"});
+    EXPECT_TRUE(Contains(outcome.out, "stamped from 2026-01-01T00:00:00Z on")) << outcome.errors;
+    EXPECT_TRUE(Contains(outcome.out, "No device knows yet: pkgsign crl")) << outcome.out;
+    EXPECT_EQ(pkgsign::FindEntry(Memory(), "signer")->notBefore, Memory().revocations[0].date);
+}
+
+TEST_F(Authority, ARevocationIsTriedOnReleasedPackages)
+{
+    SignPackage("2026-01-10", "before");
+    SignPackage("2026-01-20", "after");
+    ExpectDone(MakeCrls("2026-01-31"));
+    const Outcome outcome =
+        Run({"revoke", "signer", "--reason", "keyCompromise", "--date", "2026-01-15", "--try", Path("released")});
+    EXPECT_TRUE(Contains(outcome.out, "released/after.cms: refused, code 88200002")) << outcome.out << outcome.errors;
+    EXPECT_FALSE(Contains(outcome.out, "before.cms"));
+    EXPECT_TRUE(Contains(outcome.out, "1 of 2 packages get another answer"));
+    EXPECT_TRUE(Memory().revocations.empty());
+    ExpectDone(Run({"revoke", "signer", "--reason", "keyCompromise", "--date", "2026-01-15"}));
+    ExpectDone(MakeCrls("2026-02-01"));
+    EXPECT_TRUE(Takes("before"));
+    EXPECT_FALSE(Takes("after"));
+}
+
+// ---- crl ------------------------------------------------------------------------------------------------------------
+
+TEST_F(Authority, TwentyEntriesFitACrlAndTwentyOneDoNot)
+{
+    for (int i = 0; i < 20; ++i) {
+        const std::string serial = "0A" + std::to_string(10 + i);
+        ExpectDone(Run({"revoke", "--serial", serial, "--reason", "superseded"}));
+    }
+    const Outcome full = MakeCrls("2026-02-02");
+    EXPECT_TRUE(
+        Contains(full.out, "nearly full: entries of the CRL of 'C = DE, O = Sigkit, CN = Issuing CA': 20 of the 20"))
+        << full.errors;
+    const std::string before = Read("crls");
+    ExpectDone(Run({"revoke", "--serial", "0A99"}));
+    ExpectRefused(MakeCrls("2026-02-03"), "would have 21 entries, and devices take 20");
+    EXPECT_EQ(before, Read("crls"));
+}
+
+TEST_F(Authority, AFileThatIsNotNewerIsNotWritten)
+{
+    ExpectDone(MakeCrls("2026-03-01"));
+    std::filesystem::copy(Path("pki"), Path("fork"), std::filesystem::copy_options::recursive);
+    // The same folder elsewhere has made a later file, which came here.
+    ExpectDone(Pkgsign({"crl", "--out", Path("later"), "--pki", Path("fork"), "--now", "2026-04-01T00:00:00Z"}));
+    ExpectRefused(At("2026-03-15", {"crl", "--out", Path("later")}), "what pki.json has forgotten");
+}
+
+TEST_F(Authority, ACrlFileIsDerOfCrlsAndCaCertificates)
+{
+    ExpectDone(MakeCrls("2026-02-01"));
+    pkgsign::Objects objects;
+    ASSERT_TRUE(pkgsign::ReadObjects(Path("crls"), &objects).ok);
+    EXPECT_EQ(2u, objects.crls.size());
+    ASSERT_EQ(1u, objects.certificates.size()); // the root is built into devices
+    EXPECT_EQ("Issuing CA", pkgsign::CommonName(X509_get_subject_name(objects.certificates[0].get())));
+    EXPECT_EQ('\x30', Read("crls")[0]);
+}
+
+TEST_F(Authority, ADryRunOfCrlsSignsAndWritesNothing)
+{
+    const std::string before = Read("pki/pki.json");
+    const int signatures = RealSignatures();
+    const Outcome tried = At("2026-02-01", {"crl", "--out", Path("crls"), "-n"});
+    EXPECT_EQ(before, Read("pki/pki.json"));
+    EXPECT_EQ(signatures, RealSignatures());
+    EXPECT_FALSE(Made("crls"));
+    const Outcome done = At("2026-02-01", {"crl", "--out", Path("crls")});
+    EXPECT_EQ(tried.out, done.out); // the same content, with its digests
+}
+
+// ---- list and the command line --------------------------------------------------------------------------------------
+
+TEST_F(Authority, TheHorizonEndsWithThree)
+{
+    ExpectDone(MakeCrls("2026-02-01"));
+    EXPECT_EQ(0, At("2026-02-01", {"list", "--horizon", "119"}).status);
+    const Outcome soon = At("2026-02-01", {"list", "--horizon", "121"});
+    EXPECT_EQ(3, soon.status);
+    EXPECT_TRUE(Contains(soon.out, "ends soon: CRL of 'root' at 2026-06-01T00:00:00Z")) << soon.out;
+    EXPECT_EQ(3, At("2026-12-20", {"list", "--json", "--horizon", "30"}).status);
+}
+
+TEST_F(Authority, AListInJsonHasSerialsAndNumbersAsText)
+{
+    ExpectDone(MakeCrls("2026-02-01"));
+    const std::string list = Run({"list", "--json"}).out;
+    EXPECT_TRUE(Contains(list, "\"number\": \"1769904000\"")) << list;
+    EXPECT_TRUE(Contains(list, "\"serial\": \"" + Memory().certificates[1].serial + "\""));
+}
+
+TEST_F(Authority, AStandardOutputThatTakesNothingIsNotDone)
+{
+    const ProcessResult result =
+        RunProcess({"/bin/sh", "-c", std::string(PKGSIGN_PROGRAM) + " list --pki " + Path("pki") + " >/dev/full"});
+    EXPECT_EQ(1, result.exitStatus);
+    EXPECT_TRUE(Contains(result.errors, "cannot write to 'standard output'")) << result.errors;
+    const ProcessResult help = RunProcess({"/bin/sh", "-c", std::string(PKGSIGN_PROGRAM) + " --help >/dev/full"});
+    EXPECT_EQ(1, help.exitStatus);
+}
+
+TEST_F(Authority, ACommandLineThatIsNotUnderstoodEndsWithTwo)
+{
+    EXPECT_EQ(2, Pkgsign({}).status);
+    EXPECT_EQ(2, Pkgsign({"dance"}).status);
+    EXPECT_EQ(2, Pkgsign({"sign"}).status);
+    EXPECT_EQ(2, Pkgsign({"list", "--pki"}).status);
+    const Outcome unknown = Pkgsign({"list", "--wrong"});
+    EXPECT_EQ(2, unknown.status);
+    EXPECT_EQ(unknown.errors.size() - 1, unknown.errors.find('\n')) << unknown.errors;
+}
+
+TEST_F(Authority, EveryCommandHasHelpWithAnExampleAndAVersion)
+{
+    for (const char *const name :
+         {"init", "request", "issue", "revoke", "crl", "list", "import", "checksums", "sign", "timestamp"}) {
+        for (const char *const option : {"-h", "--help"}) {
+            const Outcome help = Pkgsign({name, option});
+            EXPECT_EQ(0, help.status) << name;
+            EXPECT_TRUE(Contains(help.out, std::string("Example: pkgsign ") + name)) << help.out;
+        }
+        EXPECT_EQ(0u, Pkgsign({name, "-V"}).out.rfind("pkgsign ", 0)) << name;
+    }
+}
+
+TEST_F(Authority, ContentAndMessageMayBeStandardInputAndOutput)
+{
+    const std::string program = PKGSIGN_PROGRAM;
+    const std::string folder = " --pki " + Path("pki") + " --now " + NOW;
+    const ProcessResult result = RunProcess(
+        {"/bin/sh", "-c", program + " sign - --out -" + folder + " <" + Path("content") + " >" + Path("out")});
+    EXPECT_EQ(0, result.exitStatus) << result.errors;
+    ExpectDone(MakeCrls("2026-02-01"));
+    EXPECT_TRUE(DeviceTakes("out", "content", "crls"));
+}
+
+// ---- checksums ------------------------------------------------------------------------------------------------------
+
+TEST_F(Authority, ChecksumsAreSortedInOneFormAndChecked)
+{
+    std::filesystem::create_directories(Path("package/sub"));
+    Write("package/b", "b\n");
+    Write("package/a", "a\n");
+    Write("package/sub/c", "c\n");
+    ExpectDone(Pkgsign({"checksums", Path("package"), "--package-version", "12", "--out", Path("package/checksums")}));
+    EXPECT_EQ("version 12\n"
+              "87428fc522803d31065e7bce3cf03fe475096631e5e07bbd7a0fde60c4cf25c7  a\n"
+              "0263829989b6fd954f72baaf2fc64bc2e2f01d692d4de72986ea808f6e99813f  b\n"
+              "a3a5e715f0cc574a73c3f9bebb6bc24f32ffd5b67b387244c2c909da779a1478  sub/c\n",
+              Read("package/checksums"));
+    const std::vector<std::string> check = {"checksums", Path("package"), "--check", Path("package/checksums")};
+    EXPECT_EQ("3 files are as they were\n", Pkgsign(check).out);
+    Write("package/b", "B\n");
+    ExpectRefused(Pkgsign(check), "line 3: 'b' is missing, or not as it was");
+    Write("package/b", "b\n");
+    Write("package/d", "d\n");
+    ExpectRefused(Pkgsign(check), "holds files that");
+}
+
+TEST_F(Authority, ChecksumsRefuseNamesThatCouldBeReadInTwoWays)
+{
+    std::filesystem::create_directories(Path("package"));
+    for (const char *const name : {"with space", "-option", "new\nline", "ümlaut"}) {
+        Write(std::string("package/") + name, "x");
+        ExpectRefused(Pkgsign({"checksums", Path("package"), "--package-version", "1", "--out", Path("sums")}),
+                      "rename the file");
+        std::filesystem::remove(Path(std::string("package/") + name));
+    }
+    Write("package/file", "x");
+    std::filesystem::create_symlink("file", Path("package/link"));
+    ExpectRefused(Pkgsign({"checksums", Path("package"), "--package-version", "1", "--out", Path("sums")}),
+                  "is no regular file");
+    std::filesystem::remove(Path("package/link"));
+    for (const char *const version : {"", "-1", "01", "1.0", "9999999999999999999"}) {
+        ExpectRefused(Pkgsign({"checksums", Path("package"), "--package-version", version, "--out", Path("sums")}),
+                      "wants a number");
+    }
+    EXPECT_FALSE(Made("sums"));
+}
+
+} // namespace
