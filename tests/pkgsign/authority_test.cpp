@@ -166,8 +166,8 @@ TEST_F(Authority, ADryRunShowsWhatTheRealRunSigns)
 
 TEST_F(Authority, ACertificateCannotOutliveItsCa)
 {
-    ExpectRefused(Run({"issue", "--as", "signer", "--no-encryption", "--not-after", "2029-06-01"}),
-                  "after that of its CA 'issuing-ca' (2028-12-31T00:00:00Z)");
+    ExpectRefused(Run({"issue", "--as", "signer", "--no-encryption", "--not-after", "2031-06-01"}),
+                  "after that of its CA 'issuing-ca' (2030-12-31T00:00:00Z)");
 }
 
 TEST_F(Authority, ANewCaGetsANewNameAndOldPackagesStayGood)
@@ -211,7 +211,9 @@ TEST_F(Authority, AnEntryNeverDropsOut)
     ExpectDone(Run({"revoke", "signer", "--reason", "superseded"}));
     ExpectDone(MakeCrls("2026-02-02"));
     EXPECT_EQ(1u, Entries("Issuing CA"));
-    ExpectDone(MakeCrls("2028-02-02")); // its certificate has ended
+    ExpectDone(MakeCrls("2028-02-02"));
+    EXPECT_EQ(1u, Entries("Issuing CA"));
+    ExpectDone(MakeCrls("2031-02-02")); // the CA has ended
     EXPECT_EQ(1u, Entries("Issuing CA"));
 }
 

@@ -30,7 +30,7 @@ void ExpectRefused(const Outcome &outcome, const std::string &reason);
 void ExpectDone(const Outcome &outcome);
 
 // A test in a directory of its own, with a PKI folder "pki" that begins on 2026-01-01: signer for one year, timestamp
-// authority for two, issuing CA for three.
+// authority for two, issuing CA for five.
 class InFolder : public testing::Test
 {
 protected:

@@ -1,0 +1,352 @@
+// What an operator does in a good year and in a bad one, each judged by the device's library on released packages.
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+#include "pkgsign/authority/crl_file.h"
+#include "pkgsign/files/files.h"
+#include "tests/pkgsign/support.h"
+
+namespace
+{
+
+using pkgsign::FormatTime;
+
+class Drill : public InFolder
+{
+protected:
+    void SetUp() override
+    {
+        InFolder::SetUp();
+        std::filesystem::create_directories(Path("released"));
+    }
+
+    void Release(const std::string &now, const std::string &name, std::vector<std::string> options = {})
+    {
+        Write("released/" + name, name + "\n");
+        options.insert(options.begin(), {"sign", Path("released/" + name), "--out", Path("released/" + name + ".cms")});
+        ExpectDone(At(now, options));
+    }
+
+    void MakeCrls(const std::string &now)
+    {
+        ExpectDone(At(now, {"crl", "--out", Path("crls")}));
+    }
+
+    void Issue(const std::string &now, std::vector<std::string> options)
+    {
+        options.insert(options.begin(), "issue");
+        options.insert(options.end(), {"--no-encryption", "--key-bits", "2048"});
+        ExpectDone(At(now, options));
+    }
+
+    bool Takes(const std::string &name) const
+    {
+        return DeviceTakes("released/" + name + ".cms", "released/" + name, "crls");
+    }
+};
+
+TEST_F(Drill, ANewSignerSignsAndTheOldOnesPackagesStayGood)
+{
+    Release("2026-02-01", "old");
+    Issue("2026-12-01", {"--renew", "signer"});
+    Release("2027-02-01", "new");
+    MakeCrls("2027-02-02");
+    EXPECT_TRUE(Takes("old"));
+    EXPECT_TRUE(Takes("new"));
+}
+
+TEST_F(Drill, AStolenSignerKeyTakesAllItsPackagesUnlessADateSavesThem)
+{
+    Release("2026-02-01", "early");
+    Release("2026-05-01", "late");
+    Issue("2026-06-01", {"--renew", "signer"});
+    std::filesystem::copy(Path("pki"), Path("dated"), std::filesystem::copy_options::recursive);
+    ExpectDone(At("2026-06-02", {"revoke", "signer", "--reason", "keyCompromise"}));
+    MakeCrls("2026-06-02");
+    EXPECT_FALSE(Takes("early"));
+    EXPECT_FALSE(Takes("late"));
+    Release("2026-06-03", "again");
+    EXPECT_TRUE(Takes("again"));
+    std::filesystem::remove_all(Path("pki"));
+    std::filesystem::remove(Path("crls"));
+    std::filesystem::rename(Path("dated"), Path("pki"));
+    ExpectDone(At("2026-06-02", {"revoke", "signer", "--reason", "keyCompromise", "--date", "2026-04-01"}));
+    MakeCrls("2026-06-02");
+    EXPECT_TRUE(Takes("early"));
+    EXPECT_FALSE(Takes("late"));
+}
+
+TEST_F(Drill, AStolenTimestampKeyTakesEveryPackageItStampedAndANewStampBringsThemBack)
+{
+    Release("2026-02-01", "package");
+    MakeCrls("2026-02-02");
+    Issue("2026-06-01", {"--renew", "timestamp"});
+    ExpectDone(At("2026-06-02", {"revoke", "timestamp", "--reason", "keyCompromise", "--date", "2026-05-01"}));
+    MakeCrls("2026-06-02");
+    EXPECT_FALSE(Takes("package")); // stamped before that date, and yet: what a stolen key has stamped has no date
+    ExpectDone(At("2026-06-03", {"timestamp", Path("released/package.cms"), "--out", Path("released/package.cms")}));
+    EXPECT_TRUE(Takes("package"));
+}
+
+TEST_F(Drill, ATimestampAuthorityThatIsSupersededKeepsItsPackages)
+{
+    Release("2026-02-01", "package");
+    Issue("2026-06-01", {"--renew", "timestamp"});
+    ExpectDone(At("2026-06-02", {"revoke", "timestamp", "--reason", "superseded"}));
+    MakeCrls("2026-06-02");
+    EXPECT_TRUE(Takes("package"));
+}
+
+TEST_F(Drill, ARotatedIssuingCaIsSupersededAndItsPackagesStayGood)
+{
+    Release("2026-02-01", "old");
+    MakeCrls("2026-02-02");
+    Issue("2026-06-01", {"--renew", "issuing-ca"});
+    Issue("2026-06-01", {"--as", "signer"});
+    Issue("2026-06-01", {"--as", "timestamp"});
+    MakeCrls("2026-06-02T00:00:00Z");
+    ExpectRefused(At("2026-06-02T00:00:00Z", {"revoke", "issuing-ca", "--reason", "superseded"}),
+                  "give a later --date, or devices could not trust that CRL any more");
+    ExpectDone(At("2026-06-03", {"revoke", "issuing-ca", "--reason", "superseded"}));
+    MakeCrls("2026-06-04"); // newer than the one before, or it would not have been written
+    Release("2026-06-05", "new");
+    EXPECT_TRUE(Takes("old"));
+    EXPECT_TRUE(Takes("new"));
+    // The old CA can still revoke: its CRL says what it said before it was superseded, and one entry more.
+    ExpectDone(At("2026-07-01", {"revoke", "signer", "--reason", "keyCompromise"}));
+    MakeCrls("2026-07-01");
+    EXPECT_FALSE(Takes("old"));
+    EXPECT_TRUE(Takes("new"));
+}
+
+TEST_F(Drill, ACaWhoseKeyIsStolenLosesEverythingAndTheFileIsStillNewer)
+{
+    Release("2026-02-01", "old");
+    MakeCrls("2026-02-02");
+    Issue("2026-06-01", {"--renew", "issuing-ca"});
+    Issue("2026-06-01", {"--as", "signer"});
+    Issue("2026-06-01", {"--as", "timestamp"});
+    ExpectDone(At("2026-06-02", {"revoke", "issuing-ca", "--reason", "cACompromise"}));
+    MakeCrls("2026-06-02");
+    Release("2026-06-03", "new");
+    EXPECT_FALSE(Takes("old"));
+    EXPECT_TRUE(Takes("new"));
+}
+
+TEST_F(Drill, ACaWhoseKeyIsLostGoesOnWithItsLastCrlAndIsSuperseded)
+{
+    Release("2026-02-01", "old");
+    MakeCrls("2026-02-02");
+    std::filesystem::remove(Path("pki/private/issuing-ca.key"));
+    ExpectRefused(At("2026-03-01", {"crl", "--out", Path("crls")}), "cannot load a private key");
+    Issue("2026-03-02", {"--as", "issuing-ca", "--common-name", "Issuing CA 2"});
+    std::string memory = Read("pki/pki.json"); // the key is gone, and the folder is told so
+    const std::string key = "\"key\": \"private/issuing-ca.key\",";
+    memory.erase(memory.find(key), key.size());
+    Write("pki/pki.json", memory);
+    Issue("2026-03-02", {"--as", "signer"});
+    Issue("2026-03-02", {"--as", "timestamp"});
+    ExpectDone(At("2026-03-03", {"revoke", "issuing-ca", "--reason", "cessationOfOperation"}));
+    MakeCrls("2026-03-03");
+    Release("2026-03-04", "new");
+    EXPECT_TRUE(Takes("old"));
+    EXPECT_TRUE(Takes("new"));
+}
+
+TEST_F(Drill, AFullCrlIsFollowedByANewCa)
+{
+    Release("2026-02-01", "old");
+    for (int i = 0; i < 20; ++i) {
+        ExpectDone(At("2026-02-02", {"revoke", "--serial", "0B" + std::to_string(10 + i), "--reason", "superseded"}));
+    }
+    MakeCrls("2026-02-03");
+    Issue("2026-03-01", {"--renew", "issuing-ca"});
+    Issue("2026-03-01", {"--as", "signer"});
+    Issue("2026-03-01", {"--as", "timestamp"});
+    ExpectDone(At("2026-03-02", {"revoke", "--serial", "0C", "--issuer", "issuing-ca-2"}));
+    MakeCrls("2026-03-02");
+    Release("2026-03-03", "new");
+    EXPECT_TRUE(Takes("old"));
+    EXPECT_TRUE(Takes("new"));
+}
+
+TEST_F(Drill, CrlsThatEndedRefuseNewPackagesUntilTheyAreRenewed)
+{
+    Release("2026-02-01", "old");
+    MakeCrls("2026-02-02");
+    Release("2026-09-01", "late"); // after nextUpdate
+    EXPECT_TRUE(Takes("old"));
+    EXPECT_FALSE(Takes("late"));
+    MakeCrls("2026-09-02");
+    EXPECT_TRUE(Takes("old"));
+    EXPECT_TRUE(Takes("late"));
+}
+
+TEST_F(Drill, ANewRootIsANewPkiAndDevicesOfTheOldOneTakeNothingOfIt)
+{
+    Release("2026-02-01", "old");
+    MakeCrls("2026-02-02");
+    ExpectDone(Pkgsign({"init", Path("next"), "--no-encryption", "--key-bits", "2048", "--root-name", "Root CA 2",
+                        "--now", "2026-03-01T00:00:00Z"}));
+    ExpectDone(Pkgsign(
+        {"sign", Path("content"), "--out", Path("next.cms"), "--pki", Path("next"), "--now", "2026-03-02T00:00:00Z"}));
+    ExpectDone(Pkgsign({"crl", "--out", Path("next.crls"), "--pki", Path("next"), "--now", "2026-03-02T00:00:00Z"}));
+    EXPECT_FALSE(DeviceTakes("next.cms", "content", "next.crls"));
+    EXPECT_TRUE(Takes("old"));
+}
+
+// ---- Ten years ------------------------------------------------------------------------------------------------------
+
+constexpr int QUARTERS = 40;
+constexpr int64_t QUARTER = 91 * pkgsign::SECONDS_PER_DAY;
+constexpr int64_t START = 1767312000; // 2026-01-02
+
+// From when packages of somebody are refused: 0 for all of them.
+using RefusedFrom = std::map<std::string, int64_t>;
+
+struct Released {
+    std::string name;
+    int64_t time;
+    std::vector<std::string> by; // signer, timestamp authority and their CAs
+};
+
+class TenYears : public Drill
+{
+protected:
+    std::string NewestOf(pkgsign::Role role, int64_t now) const
+    {
+        const pkgsign::Pki pki = Memory();
+        const pkgsign::Entry *entry = nullptr;
+        const pkgsign::Status status = pkgsign::ChooseCertificate(pki, role, "", now, &entry);
+        EXPECT_TRUE(status.ok) << status.reason;
+        return entry == nullptr ? "" : entry->name;
+    }
+
+    void IssueDue(int quarter, const std::string &now)
+    {
+        if (quarter > 0 && quarter % 12 == 0) {
+            Issue(now, {"--renew", NewestOf(pkgsign::Role::IssuingCa, START + quarter * QUARTER)});
+        }
+        if (quarter > 0 && quarter % 8 == 0) {
+            Issue(now, {"--as", "timestamp"});
+        }
+        if (quarter > 0 && quarter % 4 == 0) {
+            Issue(now, {"--as", "signer"});
+        }
+    }
+
+    void ReleaseOne(int quarter, int64_t now)
+    {
+        const pkgsign::Pki pki = Memory();
+        Released released = {"release-" + std::to_string(quarter), now, {}};
+        for (const pkgsign::Role role : {pkgsign::Role::Signer, pkgsign::Role::Timestamp}) {
+            const std::string name = NewestOf(role, now);
+            released.by.push_back(name);
+            released.by.push_back(pkgsign::FindEntry(pki, name)->issuer);
+        }
+        Release(FormatTime(now), released.name);
+        releases.push_back(released);
+    }
+
+    void Revoke(const std::string &now, std::vector<std::string> options)
+    {
+        options.insert(options.begin(), "revoke");
+        ExpectDone(At(now, options));
+        ++revocations;
+    }
+
+    // Three revocations a year. What they do to packages is written down here, apart from the code that is tested.
+    void RevokeSome(int quarter, int64_t now)
+    {
+        static const char *const REASONS[] = {"unspecified",          "affiliationChanged", "superseded",
+                                              "cessationOfOperation", "certificateHold",    "privilegeWithdrawn",
+                                              "aACompromise",         "keyCompromise",      "cACompromise"};
+        const std::string text = FormatTime(now);
+        if (quarter % 4 == 2) { // two certificates that never signed a package
+            for (int i = 0; i < 2; ++i) {
+                Revoke(text, {"--serial", "0D" + std::to_string(1000 + quarter * 10 + i), "--reason",
+                              REASONS[revocations % 9]});
+            }
+        }
+        if (quarter == 5 || quarter == 21) { // the first signer is stolen, and a later one, with a date
+            const std::string name = quarter == 5 ? "signer" : "signer-5";
+            const int64_t date = quarter == 5 ? 0 : now - 2 * QUARTER;
+            Revoke(text, quarter == 5
+                             ? std::vector<std::string>{name, "--reason", "keyCompromise"}
+                             : std::vector<std::string>{name, "--reason", "keyCompromise", "--date", FormatTime(date)});
+            refused[name] = date;
+        }
+        if (quarter == 9 || quarter == 25) { // a timestamp authority retires, another is stolen
+            const std::string name = quarter == 9 ? "timestamp" : "timestamp-3";
+            Revoke(text, {name, "--reason", quarter == 9 ? "superseded" : "keyCompromise"});
+            refused[name] = quarter == 9 ? now : 0;
+        }
+        if (quarter == 17 || quarter == 33) { // a CA is superseded, another is broken
+            const std::string name = quarter == 17 ? "issuing-ca" : "issuing-ca-2";
+            Revoke(text, {name, "--reason", quarter == 17 ? "superseded" : "cACompromise"});
+            refused[name] = quarter == 17 ? now : 0;
+        }
+        if (quarter % 4 == 3 && quarter != 3) { // signers that were replaced
+            const std::string name = "signer-" + std::to_string(quarter / 4);
+            if (quarter >= 11 && refused.count(name) == 0) {
+                Revoke(text, {name, "--reason", REASONS[1 + quarter / 4 % 3]});
+                refused[name] = now;
+            }
+        }
+    }
+
+    void CheckReleases(int quarter) const
+    {
+        for (const Released &released : releases) {
+            const bool isGood = std::all_of(released.by.begin(), released.by.end(), [&](const std::string &name) {
+                const auto found = refused.find(name);
+                return found == refused.end() || released.time < found->second;
+            });
+            EXPECT_EQ(isGood, Takes(released.name)) << released.name << " in quarter " << quarter;
+        }
+    }
+
+    void CheckNewest(int quarter)
+    {
+        pkgsign::Setting setting;
+        ASSERT_TRUE(pkgsign::ReadCertificate(Path("pki/certificates/root.pem"), &setting.root).ok);
+        ASSERT_TRUE(pkgsign::ReadWhole(Path("crls"), &setting.crlFile).ok);
+        for (size_t i = 0; i < files.size(); ++i) {
+            const pkgsign::Status status = pkgsign::CheckNewer(setting, files[i]);
+            EXPECT_TRUE(status.ok) << "quarter " << quarter << " against " << i << ": " << status.reason;
+        }
+        files.push_back(setting.crlFile);
+    }
+
+    std::vector<Released> releases;
+    std::vector<pkgsign::Bytes> files;
+    RefusedFrom refused;
+    int revocations = 0;
+};
+
+TEST_F(TenYears, EveryPackageIsJudgedAsItShouldAndEveryFileIsNewer)
+{
+    for (int quarter = 0; quarter < QUARTERS; ++quarter) {
+        const int64_t now = START + quarter * QUARTER;
+        IssueDue(quarter, FormatTime(now));
+        ReleaseOne(quarter, now + 3600);
+        RevokeSome(quarter, now + 7200);
+        MakeCrls(FormatTime(now + 10800));
+        CheckReleases(quarter);
+        CheckNewest(quarter);
+        if (HasFailure()) {
+            return;
+        }
+    }
+    const pkgsign::Pki pki = Memory();
+    EXPECT_EQ(static_cast<size_t>(revocations), pki.revocations.size());
+    EXPECT_GE(revocations, 30);
+    EXPECT_EQ(4, std::count_if(pki.certificates.begin(), pki.certificates.end(),
+                               [](const pkgsign::Entry &entry) { return entry.role == pkgsign::Role::IssuingCa; }));
+    pkgsign::Objects objects;
+    ASSERT_TRUE(pkgsign::ReadObjects(Path("crls"), &objects).ok);
+    EXPECT_EQ(4u, objects.crls.size()); // of the root and of three CAs: the broken one has none
+}
+
+} // namespace
