@@ -83,17 +83,19 @@ Status ChooseDate(const Workplace &place, const Pki &pki, const Options &options
 {
     const bool isStolenSigner =
         subject.entry != nullptr && subject.entry->role == Role::Signer && options.reason == "keyCompromise";
-    int64_t date = isStolenSigner ? subject.entry->notBefore : place.now;
+    const bool isSuperseded =
+        subject.entry != nullptr && subject.entry->role == Role::IssuingCa && IsOrdinaryEnd(options.reason);
+    const PublishedCrl *const last = isSuperseded ? FindCrl(pki, subject.entry->authority) : nullptr;
+    const int64_t earliest = last == nullptr ? place.now : std::max(place.now, last->thisUpdate + 1);
+    int64_t date = isStolenSigner ? subject.entry->notBefore : earliest;
     const Status status = options.date.empty() ? Status() : ParseTime(options.date, &date);
     if (!status.ok) {
         return status;
     }
-    if (date > place.now) {
+    if (date > earliest) {
         return Fail("the date " + FormatTime(date) + " is later than the next CRL; revoke when it has come");
     }
-    const bool isSuperseded =
-        subject.entry != nullptr && subject.entry->role == Role::IssuingCa && IsOrdinaryEnd(options.reason);
-    const PublishedCrl *const last = isSuperseded ? FindCrl(pki, subject.entry->authority) : nullptr;
+    // Devices judge a CRL's issuer at thisUpdate.
     if (last != nullptr && date <= last->thisUpdate) {
         return Fail("the last CRL of '" + subject.entry->name + "' is dated " + FormatTime(last->thisUpdate) +
                     "; give a later --date, or devices could not trust that CRL any more");

@@ -106,8 +106,9 @@ TEST_F(Drill, ARotatedIssuingCaIsSupersededAndItsPackagesStayGood)
     Issue("2026-06-01", {"--as", "signer"});
     Issue("2026-06-01", {"--as", "timestamp"});
     MakeCrls("2026-06-02T00:00:00Z");
-    ExpectRefused(At("2026-06-02T00:00:00Z", {"revoke", "issuing-ca", "--reason", "superseded"}),
-                  "give a later --date, or devices could not trust that CRL any more");
+    ExpectRefused(
+        At("2026-06-02T00:00:00Z", {"revoke", "issuing-ca", "--reason", "superseded", "--date", "2026-06-02"}),
+        "give a later --date, or devices could not trust that CRL any more");
     ExpectDone(At("2026-06-03", {"revoke", "issuing-ca", "--reason", "superseded"}));
     MakeCrls("2026-06-04"); // newer than the one before, or it would not have been written
     Release("2026-06-05", "new");
