@@ -173,29 +173,32 @@ Status ReadSources(Composition *composition)
     return status;
 }
 
-// What is known of the revocation of a CA: from memory, from revocations to try, or from the CRLs of its issuer.
-const Revocation *FindRevocationOf(const Composition &composition, const Authority &authority,
-                                   std::vector<Revocation> *scratch)
+// What the issuer of a CA has said of it: from memory, from revocations to try, or from the issuer's CRL.
+bool FindInIssuer(const Composition &composition, const Authority &issuer, const std::string &serial, Revocation *out)
 {
-    const std::string serial = SerialText(authority.certificate.get());
-    for (const Authority &issuer : composition.authorities) {
-        if (X509_NAME_cmp(X509_get_subject_name(issuer.certificate.get()),
-                          X509_get_issuer_name(authority.certificate.get())) != 0) {
-            continue;
-        }
-        if (const Revocation *const known = FindRevocation(composition.pki, issuer.id, serial); known != nullptr) {
-            return known;
-        }
-        if (issuer.last != nullptr) {
-            *scratch = CrlEntries(issuer.last.get(), issuer.id);
-            for (const Revocation &entry : *scratch) {
-                if (entry.serial == serial) {
-                    return &entry;
-                }
+    if (const Revocation *const known = FindRevocation(composition.pki, issuer.id, serial); known != nullptr) {
+        *out = *known;
+        return true;
+    }
+    if (issuer.last != nullptr) {
+        for (const Revocation &entry : CrlEntries(issuer.last.get(), issuer.id)) {
+            if (entry.serial == serial) {
+                *out = entry;
+                return true;
             }
         }
     }
-    return nullptr;
+    return false;
+}
+
+bool FindRevocationOf(const Composition &composition, const Authority &authority, Revocation *out)
+{
+    const X509_NAME *const name = X509_get_issuer_name(authority.certificate.get());
+    const std::string serial = SerialText(authority.certificate.get());
+    return std::any_of(composition.authorities.begin(), composition.authorities.end(), [&](const Authority &issuer) {
+        return X509_NAME_cmp(X509_get_subject_name(issuer.certificate.get()), name) == 0 &&
+               FindInIssuer(composition, issuer, serial, out);
+    });
 }
 
 std::vector<Revocation> EntriesOf(const Pki &pki, const std::string &authority)
@@ -269,8 +272,8 @@ Status PlanCrl(const Composition &composition, const Authority &authority, const
 // The CRL of one authority for the file, or none.
 Status AddCrl(Composition *composition, Authority *authority, CrlFile *file)
 {
-    std::vector<Revocation> scratch;
-    const Revocation *const ended = FindRevocationOf(*composition, *authority, &scratch);
+    Revocation revocation;
+    const Revocation *const ended = FindRevocationOf(*composition, *authority, &revocation) ? &revocation : nullptr;
     if (ended != nullptr && !IsOrdinaryEnd(ended->reason)) {
         return {}; // its issuer's CRL lists it, and devices trust nothing of it any more
     }

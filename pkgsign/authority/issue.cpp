@@ -118,6 +118,38 @@ Status CheckTimes(const IssueOrder &order, const Issuer &issuer)
     return {};
 }
 
+// Under which authority a new CA's revocations and CRLs are kept: a CA renewed with its key goes on under its own.
+std::string AuthorityOf(const Pki &pki, const Entry &entry)
+{
+    for (const Entry &other : pki.certificates) {
+        if (other.role == Role::IssuingCa && other.subject == entry.subject && other.state == State::Issued) {
+            return other.authority;
+        }
+    }
+    return entry.name;
+}
+
+Status AddBegun(Entry entry, Pki *pki, Entry *entryOut)
+{
+    Entry *const known = FindEntry(pki, entry.name);
+    const Entry *const same = FindSerial(*pki, entry.issuer, entry.serial);
+    if (known != nullptr && known->state == State::Issued) {
+        return Fail("the folder has a certificate '" + entry.name + "' already");
+    }
+    if (same != nullptr && same->name != entry.name) {
+        return Fail("this very certificate was begun before, as '" + same->name + "'");
+    }
+    entry.authority = IsCa(entry.role) ? AuthorityOf(*pki, entry) : "";
+    entry.issuer = entry.role == Role::Root ? entry.authority : entry.issuer;
+    if (known != nullptr) {
+        *known = entry;
+    } else {
+        pki->certificates.push_back(entry);
+    }
+    *entryOut = std::move(entry);
+    return {};
+}
+
 // The entry is in pki.json before the real key signs: what it signs is never unknown.
 Status Begin(const Workplace &place, const IssueOrder &order, const Issuer &issuer, const X509 *trial, Entry *entryOut)
 {
@@ -126,33 +158,7 @@ Status Begin(const Workplace &place, const IssueOrder &order, const Issuer &issu
     entry.state = State::Begun;
     entry.key = order.keyUri;
     entry.issuer = issuer.entry.authority;
-    return UpdatePki(place.folder, [&](Pki *pki) {
-        Entry *const known = FindEntry(pki, order.name);
-        if (known != nullptr && known->state == State::Issued) {
-            return Fail("the folder has a certificate '" + order.name + "' already");
-        }
-        const Entry *const same = FindSerial(*pki, entry.issuer, entry.serial);
-        if (same != nullptr && same->name != order.name) {
-            return Fail("this very certificate was begun before, as '" + same->name + "'");
-        }
-        if (order.fields.role == Role::Root) {
-            entry.issuer = entry.authority = order.name;
-        } else if (order.fields.role == Role::IssuingCa) {
-            entry.authority = order.name;
-            for (const Entry &other : pki->certificates) { // a CA renewed with its key goes on under its authority
-                if (other.role == Role::IssuingCa && other.subject == entry.subject && other.state == State::Issued) {
-                    entry.authority = other.authority;
-                }
-            }
-        }
-        if (known != nullptr) {
-            *known = entry;
-        } else {
-            pki->certificates.push_back(entry);
-        }
-        *entryOut = entry;
-        return Status();
-    });
+    return UpdatePki(place.folder, [&](Pki *pki) { return AddBegun(entry, pki, entryOut); });
 }
 
 Status SignAndKeep(const Workplace &place, const IssueOrder &order, const Issuer &issuer, const Key &signingKey,

@@ -159,29 +159,30 @@ std::string HorizonText(std::vector<End> ends, bool hasCrls)
                       "are in date.\n");
 }
 
+bool IsIssuedBy(const X509_CRL *crl, const Certificate &ca)
+{
+    return ca != nullptr && X509_NAME_cmp(X509_CRL_get_issuer(crl), X509_get_subject_name(ca.get())) == 0;
+}
+
 // What ends, of certificates and of the CRLs that were given.
 std::string Horizon(const PackageOrder &order, const Package &package)
 {
     std::vector<End> ends;
     for (const Party *const party : {&package.signer, &package.timestamp}) {
-        if (party->certificate != nullptr && party->key != nullptr) {
+        if (party->key != nullptr) {
             ends.push_back({"the certificate '" + party->entry.name + "'", NotAfter(party->certificate.get())});
             ends.push_back({"the certificate '" + party->caEntry.name + "'", NotAfter(party->ca.get())});
         }
     }
     Objects objects;
-    if (!order.crlFile.empty() && DecodeObjects(package.setting.crlFile, order.crlFile, &objects).ok) {
-        for (const auto &crl : objects.crls) {
-            for (const Party *const party : {&package.signer, &package.timestamp}) {
-                const bool isNeeded =
-                    party->ca != nullptr &&
-                    (X509_NAME_cmp(X509_CRL_get_issuer(crl.get()), X509_get_subject_name(party->ca.get())) == 0 ||
-                     X509_NAME_cmp(X509_CRL_get_issuer(crl.get()), X509_get_subject_name(package.root.get())) == 0);
-                if (isNeeded) {
-                    ends.push_back({"the CRL of '" + NameText(X509_CRL_get_issuer(crl.get())) + "'",
-                                    TimeSeconds(X509_CRL_get0_nextUpdate(crl.get()))});
-                }
-            }
+    if (!order.crlFile.empty() && !DecodeObjects(package.setting.crlFile, order.crlFile, &objects).ok) {
+        objects.crls.clear(); // the device's library has taken the file: this is only about what is printed
+    }
+    for (const auto &crl : objects.crls) {
+        if (IsIssuedBy(crl.get(), package.root) || IsIssuedBy(crl.get(), package.signer.ca) ||
+            IsIssuedBy(crl.get(), package.timestamp.ca)) {
+            ends.push_back({"the CRL of '" + NameText(X509_CRL_get_issuer(crl.get())) + "'",
+                            TimeSeconds(X509_CRL_get0_nextUpdate(crl.get()))});
         }
     }
     return HorizonText(std::move(ends), !order.crlFile.empty());

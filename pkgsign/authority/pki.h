@@ -60,9 +60,9 @@ struct PublishedCrl {
 
 // Lifetimes in seconds.
 struct Lifetimes {
-    int64_t issuingCa = 5 * 365 * SECONDS_PER_DAY;
-    int64_t signer = 365 * SECONDS_PER_DAY;
-    int64_t timestamp = 2 * 365 * SECONDS_PER_DAY;
+    int64_t issuingCa = 5 * SECONDS_PER_YEAR;
+    int64_t signer = SECONDS_PER_YEAR;
+    int64_t timestamp = 2 * SECONDS_PER_YEAR;
     int64_t crl = 120 * SECONDS_PER_DAY;
 };
 

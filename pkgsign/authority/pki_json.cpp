@@ -73,30 +73,28 @@ struct Document {
     std::string problem;
 };
 
-Document Parse(const std::string &text)
+void Parse(const std::string &text, Document *document)
 {
-    Document document;
     size_t taken = 0;
     std::vector<std::set<std::string>> keys;
     const auto watch = [&](int, Json::parse_event_t event, Json &value) {
         if (event == Json::parse_event_t::object_start) {
             keys.emplace_back();
-            document.objects.push_back(taken);
+            document->objects.push_back(taken);
         } else if (event == Json::parse_event_t::object_end) {
             keys.pop_back();
         } else if (event == Json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second &&
-                   document.problem.empty()) {
-            document.problem = Place(text, taken) + ": the key '" + value.get<std::string>() + "' stands there twice";
+                   document->problem.empty()) {
+            document->problem = Place(text, taken) + ": the key '" + value.get<std::string>() + "' stands there twice";
         }
         return true;
     };
     try {
-        document.json = Json::parse(CountingIterator{text.data(), &taken},
-                                    CountingIterator{text.data() + text.size(), &taken}, watch);
+        document->json = Json::parse(CountingIterator{text.data(), &taken},
+                                     CountingIterator{text.data() + text.size(), &taken}, watch);
     } catch (const Json::parse_error &error) {
-        document.problem = Place(text, error.byte) + ": this is not JSON";
+        document->problem = Place(text, error.byte) + ": this is not JSON";
     }
-    return document;
 }
 
 // Reads the members of one object after the other. The first thing that is wrong is kept.
@@ -329,7 +327,8 @@ std::string EncodePki(const Pki &pki)
 Status DecodePki(const Bytes &data, const std::string &source, Pki *pkiOut)
 {
     const std::string text(data.begin(), data.end());
-    const Document document = Parse(text);
+    Document document;
+    Parse(text, &document);
     Reader reader = {text, document, 0, document.problem};
     Pki pki;
     if (reader.problem.empty()) {

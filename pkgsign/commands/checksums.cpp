@@ -73,7 +73,7 @@ Status FindFiles(const Options &options, std::vector<std::string> *namesOut)
     const fs::path ownPath = fs::weakly_canonical(own, error);
     for (fs::recursive_directory_iterator file(options.directory, error), end; !error && file != end;
          file.increment(error)) {
-        const std::string name = fs::relative(file->path(), options.directory).generic_string();
+        const std::string name = file->path().lexically_relative(options.directory).generic_string();
         const fs::path path = fs::weakly_canonical(file->path(), error);
         if (path == ownPath || path == fs::path(ownPath.string() + ".cms") || file->is_directory(error)) {
             continue;

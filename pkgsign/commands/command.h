@@ -62,6 +62,8 @@ Command ChecksumsCommand();
 Command SignCommand();
 Command TimestampCommand();
 
+std::vector<Command> AllCommands();
+
 // Reads the command line, runs the command and reports. The result is the exit status.
 int RunCommandLine(int argc, char **argv, const std::vector<Command> &commands);
 

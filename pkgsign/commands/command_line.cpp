@@ -128,6 +128,12 @@ std::string FirstLine(const std::string &text)
 
 } // namespace
 
+std::vector<Command> AllCommands()
+{
+    return {InitCommand(), RequestCommand(), IssueCommand(),     RevokeCommand(), CrlCommand(),
+            ListCommand(), ImportCommand(),  ChecksumsCommand(), SignCommand(),   TimestampCommand()};
+}
+
 int RunCommandLine(int argc, char **argv, const std::vector<Command> &commands)
 {
     CLI::App app{"Makes and keeps a PKI, and signs packages under it.", "pkgsign"};

@@ -13,7 +13,7 @@ struct Unit {
     char letter;
     int64_t seconds;
 };
-constexpr Unit UNITS[] = {{'y', 365 * SECONDS_PER_DAY}, {'d', SECONDS_PER_DAY}, {'h', 3600}, {'m', 60}, {'s', 1}};
+constexpr Unit UNITS[] = {{'y', SECONDS_PER_YEAR}, {'d', SECONDS_PER_DAY}, {'h', 3600}, {'m', 60}, {'s', 1}};
 
 constexpr size_t SPAN_DIGITS_MAX = 9; // keeps the product within 64 bits
 

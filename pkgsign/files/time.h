@@ -10,6 +10,7 @@ namespace pkgsign
 {
 
 inline constexpr int64_t SECONDS_PER_DAY = 86400;
+inline constexpr int64_t SECONDS_PER_YEAR = 365 * SECONDS_PER_DAY;
 
 // Reads "2026-01-31T12:00:00Z" or "2026-01-31" (midnight). secondsOut: since 1970-01-01 00:00:00 UTC.
 Status ParseTime(const std::string &text, int64_t *secondsOut);

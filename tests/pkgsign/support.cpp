@@ -107,11 +107,8 @@ Outcome Pkgsign(std::vector<std::string> arguments)
     {
         const Redirection out(STDOUT_FILENO, directory.File("out"));
         const Redirection errors(STDERR_FILENO, directory.File("errors"));
-        outcome.status = pkgsign::RunCommandLine(
-            static_cast<int>(arguments.size()), argv.data(),
-            {pkgsign::InitCommand(), pkgsign::RequestCommand(), pkgsign::IssueCommand(), pkgsign::RevokeCommand(),
-             pkgsign::CrlCommand(), pkgsign::ListCommand(), pkgsign::ImportCommand(), pkgsign::ChecksumsCommand(),
-             pkgsign::SignCommand(), pkgsign::TimestampCommand()});
+        outcome.status =
+            pkgsign::RunCommandLine(static_cast<int>(arguments.size()), argv.data(), pkgsign::AllCommands());
         (void)fflush(stderr);
     }
     outcome.out = ReadText(directory.File("out"));
