@@ -1,4 +1,5 @@
-// The linker leads the library's calls of two callbacks here (--wrap); all others are those of the device's tool.
+// The linker leads the library's calls of SigkitCryptoVerifyFinal here (--wrap), and the log is this file's; all other
+// callbacks are those of the device's tool.
 #include "pkgsign/authority/device_host.h"
 
 #include <cstdarg>
@@ -6,7 +7,7 @@
 
 #include "platform/qzlog.h"
 #include "sigkit/sigkit_host.h"
-#include "src/upgrade_sigkit_sdk_callback.h"
+#include "src/upgrade_sigkit_sdk_callback/contexts.h"
 
 namespace pkgsign
 {
@@ -56,8 +57,7 @@ int32_t __wrap_SigkitCryptoVerifyFinal(SigkitCryptoCtx *ctx, const uint8_t *sign
     return status;
 }
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier)
-void __wrap_SigkitLogPrint(int, const char *, int, const char *function, uint32_t errorCode, const char *message)
+void SigkitLogPrint(int, const char *, int, const char *function, uint32_t errorCode, const char *message)
 {
     if (pkgsign::t_log == nullptr) {
         return;
