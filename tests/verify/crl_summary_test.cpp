@@ -157,6 +157,27 @@ TEST_F(CrlSummary, OfAnIssuerThatHasExpiredIsUnverified)
     EXPECT_STATUS(SIGKIT_OK, SigkitCrlFree(ctx, unverified));
 }
 
+// What a thief of the CA's key would put in the place of a device's CRL file: below a CA of the root's name one of the
+// CA's name, which the root's own CRL would clear, and under that one a newer CRL of the CA's name.
+TEST_F(CrlSummary, BelowANamesakeOfTheRootIsUnverifiedOnceTheCaAboveItIsRevoked)
+{
+    const Party namesake = Certify(CertificateRequest("Root", &AllParties().issuingCa));
+    const Party standIn = Certify(CertificateRequest("CA", &namesake));
+    PkgsignCrlRequest request = CrlRequest(standIn);
+    request.thisUpdate += PACKAGE_DAY;
+    const PkgsignBytes forged = Join({Ca(), namesake.certificate, standIn.certificate, CaCrl(), MakeCrl(request)});
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({RootCrl(), forged})));
+    EXPECT_EQ(1u, bundle->crls[2]->verified) << "while the CA stands, it may make CAs of any name";
+    TearDown();
+    SetUp();
+    PkgsignBytes serial;
+    ASSERT_TRUE(PkgsignGetSerialNumber(Ca(), &serial).ok);
+    ASSERT_STATUS(SIGKIT_OK, Decode(Join({RootCrl({serial}), forged})));
+    ASSERT_EQ(3, bundle->count);
+    EXPECT_EQ(1u, bundle->crls[0]->verified);
+    EXPECT_EQ(0u, bundle->crls[2]->verified);
+}
+
 TEST_F(CrlSummary, ACrlWithoutAReadableTimeLeavesAGap)
 {
     forge::CrlRequest broken = CrlRequest(AllParties().root);
