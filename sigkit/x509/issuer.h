@@ -14,8 +14,8 @@ inline constexpr uint32_t SIGKIT_ISSUER_ERRORS_MAX = 256;
 // Finds out whether a record bears the subject of `issuer` as its issuer name and the key of `issuer` verifies its
 // signature: RFC 5280, 6.1.3 (a)(1) and (a)(4) for a certificate, 6.3.3 (g) for a CRL. Not checked: usages, dates.
 //
-//   record  in/out, keeps a yes or no about itself and about certificates that are stored, and failures that are not
-//           the host's. An error that the host answers as a no is kept as one.
+//   record  in/out, keeps the answer for itself and for certificates that are stored, and failures that are not the
+//           host's. What the host reports as a signature that does not hold is kept as that, whatever was behind it.
 //   issued  out, the answer; false on failure.
 //
 // Returns SIGKIT_OK, or the code of SigkitX509PubKeyVerify.
