@@ -1,5 +1,7 @@
 #include "pki/chain.h"
 
+#include <functional>
+
 #include "tests/pki/pki_fixture.h"
 #include "x509/issuer.h"
 
@@ -53,16 +55,22 @@ TEST_F(Chain, FindsNoIssuerWhoseKeyDoesNotVerify)
 TEST_F(Chain, AnswersErrorsOfACheckFromMemoryOnceARecordHasHadTooMany)
 {
     store.crls[1].algorithm = "1.2.3.4";
+    store.certs[SIGNER].algorithm = "1.2.3.4";
     Load();
-    bool issued = true;
+    const std::function<uint32_t(bool *)> checks[] = {
+        [this](bool *issued) { return InternalIsCrlIssuedBy(Crl(1), *Cert(CA), issued); },
+        [this](bool *issued) { return InternalIsCertIssuedBy(Cert(SIGNER), *Cert(CA), issued); }};
     for (int operation = 0; operation < 2; ++operation) {
         InternalRenewTrail(ctx);
-        g_pretendedHost.lines.clear();
-        for (uint32_t i = 0; i < SIGKIT_ISSUER_ERRORS_MAX + 9; ++i) {
-            ASSERT_STATUS(SIGKIT_ERR_ALGORITHM, InternalIsCrlIssuedBy(Crl(1), *Cert(CA), &issued));
-            EXPECT_FALSE(issued);
+        for (const auto &check : checks) {
+            g_pretendedHost.lines.clear();
+            for (uint32_t i = 0; i < SIGKIT_ISSUER_ERRORS_MAX + 9; ++i) {
+                bool issued = true;
+                ASSERT_STATUS(SIGKIT_ERR_ALGORITHM, check(&issued));
+                EXPECT_FALSE(issued);
+            }
+            EXPECT_EQ(Texts(SIGKIT_ISSUER_ERRORS_MAX, "E SigkitX509PubKeyVerify 88200310 -"), LogLines());
         }
-        EXPECT_EQ(Texts(SIGKIT_ISSUER_ERRORS_MAX, "E SigkitX509PubKeyVerify 88200310 -"), LogLines());
     }
 }
 
