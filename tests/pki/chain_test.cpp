@@ -61,7 +61,9 @@ TEST_F(Chain, AnswersErrorsOfACheckFromMemoryOnceARecordHasHadTooMany)
         [this](bool *issued) { return InternalIsCrlIssuedBy(Crl(1), *Cert(CA), issued); },
         [this](bool *issued) { return InternalIsCertIssuedBy(Cert(SIGNER), *Cert(CA), issued); }};
     for (int operation = 0; operation < 2; ++operation) {
+        ctx->pki->memory.nested = SIGKIT_PATH_LITERAL_MAX;
         InternalRenewTrail(ctx);
+        EXPECT_EQ(0u, ctx->pki->memory.nested);
         for (const auto &check : checks) {
             g_pretendedHost.lines.clear();
             for (uint32_t i = 0; i < SIGKIT_ISSUER_ERRORS_MAX + 9; ++i) {

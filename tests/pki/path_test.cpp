@@ -226,6 +226,17 @@ TEST_F(Path, IsTrustedNoMoreWhenTheHostFailedAtAnyCandidate)
     }
 }
 
+TEST_F(Path, IsCoveredAboveByACrlThatItsIssuerSigned)
+{
+    // Each time that the CA is judged, this CRL is worth a warning.
+    WrittenCrl expired = store.crls[0];
+    expired.nextUpdate = JUDGED_AT - 1;
+    store.crls.push_back(expired);
+    const Texts once(1, "W InternalCrlGetScore 88200103 Found an expired CRL, it most likely cause NO CRL error.");
+    EXPECT_STATUS(SIGKIT_OK, Judge(SIGNER));
+    EXPECT_EQ(once, LogLines()) << "as the issuer of the signer's CRL, and not again as the signer's";
+}
+
 TEST_F(Path, IsNotCoveredAboveByACrlThatANamesakeOfTheIssuerSigned)
 {
     // With the key of a CA that is revoked, a CA was made that bears the root's name, and the signer below it.
