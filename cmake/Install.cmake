@@ -15,20 +15,27 @@ install(SCRIPT ${CMAKE_CURRENT_LIST_DIR}/install/check_trust_anchor.cmake COMPON
 
 # ---- The library: its installed target carries neither the source folder nor the flags of this build ---------------
 
+set(sigkit_libraries sigkit)
+set(sigkit_beside "") # what whoever links the library gets with it
+set(SIGKIT_PC_BESIDE "")
+if(BUILD_SHARED_LIBS)
+  set(sigkit_beside sigkit_status)
+  set(SIGKIT_PC_BESIDE " -lsigkit_status")
+  set_target_properties(sigkit_status PROPERTIES INTERFACE_LINK_LIBRARIES "")
+endif()
 set_target_properties(sigkit PROPERTIES
   INTERFACE_INCLUDE_DIRECTORIES "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>"
-  INTERFACE_LINK_LIBRARIES ""
+  INTERFACE_LINK_LIBRARIES "${sigkit_beside}"
   DEFINE_SYMBOL "") # the objects are the same for both kinds
-set(sigkit_libraries sigkit)
 
 if(BUILD_SHARED_LIBS)
   set(map ${CMAKE_CURRENT_LIST_DIR}/install/sigkit.map)
   target_link_options(sigkit PRIVATE LINKER:--version-script=${map})
   set_property(TARGET sigkit APPEND PROPERTY LINK_DEPENDS ${map})
   # The archive beside it, of the same objects.
-  add_library(sigkit_static STATIC $<TARGET_OBJECTS:sigkit>)
+  add_library(sigkit_static STATIC $<TARGET_OBJECTS:sigkit> $<TARGET_OBJECTS:sigkit_status>)
   set_target_properties(sigkit_static PROPERTIES OUTPUT_NAME sigkit LINKER_LANGUAGE C)
-  list(APPEND sigkit_libraries sigkit_static)
+  list(APPEND sigkit_libraries sigkit_static sigkit_status)
 endif()
 
 install(TARGETS ${sigkit_libraries} EXPORT SigkitTargets

@@ -5,7 +5,7 @@ cd "$(dirname "$0")/.."
 
 scripts/bootstrap.sh build test lint
 
-scripts/files.sh '*.cpp' '*.h' '*.c' | xargs clang-format --dry-run --Werror
+scripts/files.sh '*.cpp' '*.h' '*.c' '*.def' | xargs clang-format --dry-run --Werror
 tests/check_rules.py
 
 cmake --preset release >/dev/null

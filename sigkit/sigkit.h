@@ -31,76 +31,88 @@ extern "C" {
 
 // ---- Status codes --------------------------------------------------------------------------------------------------
 // 0x88 marks a failure. Classes: 0x00 resources and formats, 0x10 parameters, 0x20 verification, 0x30 ASN.1 decoding.
+// Some are only logged, or are behind other checks and not met: docs/troubleshooting.md says which, and what to do
+// about each.
 
-#define SIGKIT_OK UINT32_C(0) // success
+#define SIGKIT_OK UINT32_C(0) // the operation succeeded
 
-#define SIGKIT_ERR_NO_MEMORY UINT32_C(0x88000001)      // the host has no memory
-#define SIGKIT_ERR_VALUE_TOO_LONG UINT32_C(0x88000002) // a messageDigest of more than 64 octets
-#define SIGKIT_ERR_FILE_OPEN UINT32_C(0x88000101)      // a file cannot be opened
-#define SIGKIT_ERR_FILE_READ UINT32_C(0x88000102)      // a file gave fewer octets than its size
-#define SIGKIT_ERR_FILE_EMPTY UINT32_C(0x88000104)     // a file has size 0, or its size is unknown
-#define SIGKIT_ERR_FILE_TOO_BIG UINT32_C(0x88000106)   // a file is larger than 2000000 octets
-#define SIGKIT_ERR_BUFFER_END UINT32_C(0x88000201)     // read past the end of the input
-#define SIGKIT_ERR_TIME_FORMAT UINT32_C(0x88000301)    // neither a UTCTime nor a GeneralizedTime of the DER form
-#define SIGKIT_ERR_BASE64 UINT32_C(0x88000302)         // malformed Base64
-#define SIGKIT_ERR_NAME_TOO_LONG UINT32_C(0x880004FF)  // logged only: an attribute was cut in a printed name
+#define SIGKIT_ERR_NO_MEMORY UINT32_C(0x88000001)      // there is not enough memory
+#define SIGKIT_ERR_VALUE_TOO_LONG UINT32_C(0x88000002) // a signed messageDigest is longer than 64 octets
+#define SIGKIT_ERR_FILE_OPEN UINT32_C(0x88000101)      // the file cannot be opened
+#define SIGKIT_ERR_FILE_READ UINT32_C(0x88000102)      // the file gave fewer octets than its size
+#define SIGKIT_ERR_FILE_EMPTY UINT32_C(0x88000104)     // the file is empty, or its size is unknown
+#define SIGKIT_ERR_FILE_TOO_BIG UINT32_C(0x88000106)   // the file is larger than 2000000 octets
+#define SIGKIT_ERR_BUFFER_END UINT32_C(0x88000201)     // an element ends before its length says so
+#define SIGKIT_ERR_TIME_FORMAT UINT32_C(0x88000301)    // a time is neither YYMMDDhhmmssZ nor YYYYMMDDhhmmssZ
+#define SIGKIT_ERR_BASE64 UINT32_C(0x88000302)         // a PEM block is not Base64
+#define SIGKIT_ERR_NAME_TOO_LONG UINT32_C(0x880004FF)  // an attribute was cut in a printed name
 #define SIGKIT_ERR_LIST_FULL UINT32_C(0x88000501)      // a list holds 16 entries already
 
 #define SIGKIT_ERR_CTX_NULL UINT32_C(0x88100000) // the context is null
-#define SIGKIT_ERR_PARAM UINT32_C(0x88100001)    // another argument is null, empty or out of range
+#define SIGKIT_ERR_PARAM UINT32_C(0x88100001)    // an argument is null, empty or out of range
 #define SIGKIT_ERR_CTX_TAG UINT32_C(0x88100002)  // the record's leading size is not the expected one
 
-#define SIGKIT_ERR_CERT_DUPLICATE UINT32_C(0x88200001)     // the certificate is in the store already (not returned)
+#define SIGKIT_ERR_CERT_DUPLICATE UINT32_C(0x88200001)     // the certificate is in the store already
 #define SIGKIT_ERR_CERT_REVOKED UINT32_C(0x88200002)       // a CRL revokes the certificate
-#define SIGKIT_ERR_KEY_TOO_LONG UINT32_C(0x88200003)       // a modulus or exponent of more than 512 octets
-#define SIGKIT_ERR_NO_ROOT UINT32_C(0x88200004)            // no chain to a self-signed certificate of the store
+#define SIGKIT_ERR_KEY_TOO_LONG UINT32_C(0x88200003)       // a modulus or exponent has more than 512 octets
+#define SIGKIT_ERR_NO_ROOT UINT32_C(0x88200004)            // no chain leads from the certificate to a trust anchor
 #define SIGKIT_ERR_CERT_USAGE UINT32_C(0x88200007)         // the certificate may not sign this kind of content
 #define SIGKIT_ERR_NAME_ATTRIBUTE UINT32_C(0x88200008)     // a name holds an attribute type that cannot be printed
 #define SIGKIT_ERR_CERT_UNTRUSTED UINT32_C(0x88200009)     // path validation ended without error and without trust
 #define SIGKIT_ERR_NO_CRL UINT32_C(0x88200012)             // no usable CRL covers the certificate
-#define SIGKIT_ERR_CERT_NOT_YET_VALID UINT32_C(0x88200013) // the certificate's notBefore is later
-#define SIGKIT_ERR_CERT_EXPIRED UINT32_C(0x88200014)       // the certificate's notAfter is earlier
+#define SIGKIT_ERR_CERT_NOT_YET_VALID UINT32_C(0x88200013) // the certificate's notBefore lies after the token's time
+#define SIGKIT_ERR_CERT_EXPIRED UINT32_C(0x88200014)       // the certificate's notAfter lies before the token's time
 #define SIGKIT_ERR_TIMESTAMP_HASH UINT32_C(0x88200016)     // the token's imprint uses an unsupported digest
-#define SIGKIT_ERR_PATH_TOO_DEEP UINT32_C(0x88200018)      // more than 10 nested validations below the top one
+#define SIGKIT_ERR_PATH_TOO_DEEP UINT32_C(0x88200018)      // more than 10 validations are nested below the top one
 
 #define SIGKIT_ERR_CRL_LOCKED UINT32_C(0x88200101)            // the context takes no more CRLs
 #define SIGKIT_ERR_CRL_LOAD UINT32_C(0x88200102)              // no CRL could be decoded, or it could not be stored
-#define SIGKIT_ERR_CRL_EXPIRED UINT32_C(0x88200103)           // logged only: a CRL's nextUpdate is earlier
+#define SIGKIT_ERR_CRL_EXPIRED UINT32_C(0x88200103)           // a CRL's nextUpdate lies before the token's time
 #define SIGKIT_ERR_CRL_UNVERIFIED UINT32_C(0x88200104)        // no CRL has an issuer that validates
-#define SIGKIT_ERR_CRL_BUNDLE_EMPTY UINT32_C(0x88200105)      // comparison: a bundle holds no summary
-#define SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED UINT32_C(0x88200106) // comparison: a summary is missing or not verified
-#define SIGKIT_ERR_CRL_DUPLICATE UINT32_C(0x88200107)         // the CRL is in the store already (not returned)
-#define SIGKIT_ERR_CRL_DECODE UINT32_C(0x88200108)            // more than 16 CRLs in one input
-#define SIGKIT_ERR_CRL_ISSUER_TWICE UINT32_C(0x88200109)      // comparison: two CRLs of one issuer in one bundle
-#define SIGKIT_ERR_CRL_COVERAGE UINT32_C(0x88200110)          // comparison: the newer bundle drops an issuer
+#define SIGKIT_ERR_CRL_BUNDLE_EMPTY UINT32_C(0x88200105)      // no CRL of one of the files can be read
+#define SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED UINT32_C(0x88200106) // a CRL cannot be read, or its issuer is not trusted
+#define SIGKIT_ERR_CRL_DUPLICATE UINT32_C(0x88200107)         // the CRL is in the store already
+#define SIGKIT_ERR_CRL_DECODE UINT32_C(0x88200108)            // one input holds more than 16 CRLs
+#define SIGKIT_ERR_CRL_ISSUER_TWICE UINT32_C(0x88200109)      // one file holds two CRLs of one issuer
+#define SIGKIT_ERR_CRL_COVERAGE UINT32_C(0x88200110)          // the newer file drops an issuer that it does not revoke
 
-#define SIGKIT_ERR_SIGNATURE_TOO_LONG UINT32_C(0x88200201) // a signature of more than 516 octets
+#define SIGKIT_ERR_SIGNATURE_TOO_LONG UINT32_C(0x88200201) // a signature has more than 516 octets
 #define SIGKIT_ERR_SIGNER_NOT_FOUND UINT32_C(0x88200301)   // no certificate has the signer's issuer and serial number
 #define SIGKIT_ERR_DIGEST_CONFLICT UINT32_C(0x88200303)    // two signers state different digests of one content
-#define SIGKIT_ERR_ARMOUR UINT32_C(0x88200305)             // input too short, or malformed PEM armour
-#define SIGKIT_ERR_DIGEST_ALGORITHM UINT32_C(0x88200306)   // unsupported digestAlgorithm beside a messageDigest
-#define SIGKIT_ERR_NOT_BEGUN UINT32_C(0x88200307)          // content was fed with no verification in progress
-#define SIGKIT_ERR_CMS_DECODE UINT32_C(0x88200308)         // the signature message is not a SignedData
+#define SIGKIT_ERR_ARMOUR UINT32_C(0x88200305)             // there are fewer than 38 octets, or PEM without its end
+#define SIGKIT_ERR_DIGEST_ALGORITHM UINT32_C(0x88200306)   // a messageDigest's digestAlgorithm is not supported
+#define SIGKIT_ERR_NOT_BEGUN UINT32_C(0x88200307)          // content came with no check open
+#define SIGKIT_ERR_CMS_DECODE UINT32_C(0x88200308)         // the message is not a SignedData that can be decoded
 #define SIGKIT_ERR_SIGNATURE UINT32_C(0x88200309)          // the signature does not hold
-#define SIGKIT_ERR_ALGORITHM UINT32_C(0x88200310)          // unsupported signature or digest algorithm
-#define SIGKIT_ERR_SIGNED_DATA UINT32_C(0x88200312)        // a SignedData or one of its certificates is malformed
+#define SIGKIT_ERR_ALGORITHM UINT32_C(0x88200310)          // a signature or digest algorithm is not supported
+#define SIGKIT_ERR_SIGNED_DATA UINT32_C(0x88200312)        // a token, or a certificate in it, cannot be decoded
 
-#define SIGKIT_ERR_TIMESTAMP_SIGNER UINT32_C(0x88200401)    // no certificate for a token's signer
+#define SIGKIT_ERR_TIMESTAMP_SIGNER UINT32_C(0x88200401)    // no certificate is there for the token's signer
 #define SIGKIT_ERR_TIMESTAMP_IMPRINT UINT32_C(0x88200402)   // the token was made for another signature
 #define SIGKIT_ERR_TIMESTAMP_SIGNATURE UINT32_C(0x88200403) // the token's content does not match its signature
 
-#define SIGKIT_ERR_ASN_NO_DECODER UINT32_C(0x88300000) // the item has no decode function
-#define SIGKIT_ERR_ASN_TAG UINT32_C(0x88300001)        // high-tag-number form, or not the tag required
-#define SIGKIT_ERR_ASN_OCTETS_TAG UINT32_C(0x88300003) // a view's tag is not the one required
-#define SIGKIT_ERR_ASN_LENGTH UINT32_C(0x88300101)     // indefinite or oversize length, or beyond the input
-#define SIGKIT_ERR_ASN_PEEK UINT32_C(0x88300202)       // a look-ahead without output or item
-#define SIGKIT_ERR_ASN_SEQUENCE UINT32_C(0x88300401)   // a SEQUENCE's members do not match
+#define SIGKIT_ERR_ASN_NO_DECODER UINT32_C(0x88300000) // a type has no decode function
+#define SIGKIT_ERR_ASN_TAG UINT32_C(0x88300001)        // another type than expected, or a tag number above 30
+#define SIGKIT_ERR_ASN_OCTETS_TAG UINT32_C(0x88300003) // another type than expected, in a member that is kept as octets
+#define SIGKIT_ERR_ASN_LENGTH UINT32_C(0x88300101)     // a length is indefinite, or leads past the end of the input
+#define SIGKIT_ERR_ASN_PEEK UINT32_C(0x88300202)       // a look-ahead has no output
+#define SIGKIT_ERR_ASN_SEQUENCE UINT32_C(0x88300401)   // a SEQUENCE lacks a required member, or has one too many
 #define SIGKIT_ERR_ASN_BITS UINT32_C(0x88300501)       // a BIT STRING is malformed
-#define SIGKIT_ERR_ASN_INTEGER UINT32_C(0x88300601)    // an INTEGER is malformed or too long
-#define SIGKIT_ERR_ASN_SET UINT32_C(0x88300701)        // a SET OF or a list of extensions or attributes is malformed
+#define SIGKIT_ERR_ASN_INTEGER UINT32_C(0x88300601)    // an INTEGER that must fit four octets does not
+#define SIGKIT_ERR_ASN_SET UINT32_C(0x88300701)        // an element of a list is malformed, or there are too many
 #define SIGKIT_ERR_ASN_BOOLEAN UINT32_C(0x88300801)    // a BOOLEAN's length is not 1
 
-#define SIGKIT_ERR_UNKNOWN UINT32_C(0xFFFFFFFF) // no certificate in the data; or a host callback's own -1
+#define SIGKIT_ERR_UNKNOWN UINT32_C(0xFFFFFFFF) // there is no certificate in the data, or a callback returned -1
+
+// Returns what a status code means: the phrase behind its macro above. It is a static text, never null and never freed;
+// for any other number, such as a callback's own, "not a status code of Sigkit". It calls no callback. A program that
+// calls neither this nor SigkitStatusName does not carry the texts: they are a member of libsigkit.a and, beside the
+// shared library, an archive of their own, libsigkit_status.a, which its pkg-config and CMake files link.
+const char *SigkitStatusText(uint32_t status);
+
+// Returns the name of a status code's macro, such as "SIGKIT_ERR_NO_ROOT", as a static text; for any other number an
+// empty one.
+const char *SigkitStatusName(uint32_t status);
 
 // ---- Records -------------------------------------------------------------------------------------------------------
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Checks what the shared library shows and needs. Usage: check_exports.py LIBRARY.so PROGRAM
+"""Checks what the shared library shows and needs. Usage: check_exports.py LIBRARY.so ARCHIVE PROGRAM
 
-The library shows the operations that sigkit.h declares, under one version, and nothing else. What it does not define are
+The library shows the operations that sigkit.h declares, but for those that the archive beside it defines, under one
+version, and nothing else. What it does not define are
 host callbacks, bounds-checked functions and the compiler's own support, and the program that is linked with it supplies
 every callback that the library asks for.
 """
@@ -15,6 +16,7 @@ from check_symbols import COMPILER_SUPPORT, declared
 VERSION = "SIGKIT_2"
 SONAME = "libsigkit.so.2"
 NEEDED = {"libc.so.6"}
+STATUS_TEXTS = {"SigkitStatusName", "SigkitStatusText"}
 # What start-up objects ask for weakly, and what the C library's fortified and plain functions are called.
 START_UP = {"__cxa_finalize", "__gmon_start__", "_ITM_deregisterTMCloneTable", "_ITM_registerTMCloneTable"}
 FORTIFIED = {"__memcpy_chk", "__memset_chk", "__memmove_chk"}
@@ -38,10 +40,19 @@ def symbols(path: str) -> tuple[set[str], set[str]]:
     return shown, needed
 
 
-def faults(library: str, program: str) -> list[str]:
+def archived(path: str) -> set[str]:
+    """The functions that an archive defines."""
+    listing = subprocess.run(["nm", "--defined-only", path], check=True, capture_output=True, text=True).stdout
+    return set(re.findall(r" T (\w+)$", listing, re.M))
+
+
+def faults(library: str, archive: str, program: str) -> list[str]:
     found = []
     shown, needed = symbols(library)
-    public = {f"{name}@@{VERSION}" for name in declared("sigkit/sigkit.h")}
+    beside = archived(archive)
+    if beside != STATUS_TEXTS:
+        found.append(f"has an archive beside it that defines {sorted(beside)}")
+    public = {f"{name}@@{VERSION}" for name in declared("sigkit/sigkit.h") - beside}
     for name in sorted(public - shown):
         found.append(f"does not show {name}")
     for name in sorted(shown - public - {VERSION, f"{VERSION}@@{VERSION}"}):
@@ -66,7 +77,7 @@ def faults(library: str, program: str) -> list[str]:
 
 
 def main() -> int:
-    found = faults(sys.argv[1], sys.argv[2])
+    found = faults(*sys.argv[1:])
     for fault in found:
         print(fault)
     return 1 if found else 0

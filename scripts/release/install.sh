@@ -40,7 +40,7 @@ check_links() {
 static_tree
 check_tree static
 shared_tree
-check_tree shared "usr/lib/$multiarch"/libsigkit.so{,.2,.2.0.0}
+check_tree shared "usr/lib/$multiarch"/{libsigkit.so{,.2,.2.0.0},libsigkit_status.a}
 
 tree=$out/static-root/usr
 documents=$tree/share/doc/sigkit

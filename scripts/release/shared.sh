@@ -5,7 +5,8 @@ source "$(dirname "$0")/common.sh"
 
 shared_tree
 library=$out/shared-root/usr/lib/$multiarch
-tests/check_exports.py "$library/libsigkit.so.2" "$out/shared-root/usr/bin/verify_tool"
+tests/check_exports.py "$library/libsigkit.so.2" "$library/libsigkit_status.a" \
+  "$out/shared-root/usr/bin/verify_tool"
 ctest --test-dir "$out/shared" --output-on-failure --no-tests=error
 sign_package "$out/shared-root/usr/bin/pkgsign" "$out/package"
 try_tool "$out/package" env LD_LIBRARY_PATH="$library" "$out/shared-root/usr/bin/verify_tool"

@@ -1,4 +1,10 @@
-#include "tests/support/status_names.h"
+#include <ctype.h>
+#include <stdio.h>
+
+#include <algorithm>
+#include <fstream>
+#include <regex>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -7,91 +13,102 @@
 namespace
 {
 
-struct StatusCase {
-    const char *name;
+struct Row {
+    std::string name;
     uint32_t value;
-    uint32_t code;
+    uint32_t code; // the macro's
+    std::string met;
+    std::string meaning;
+    std::string remedy;
+};
+
+void PrintTo(const Row &row, std::ostream *out)
+{
+    *out << row.name;
+}
+
+const Row ROWS[] = {
+#define SIGKIT_STATUS(name, value, met, meaning, remedy) {#name, value, name, #met, meaning, remedy},
+#include "sigkit/core/status_list.def"
+#undef SIGKIT_STATUS
+};
+
+std::string Definition(const std::string &name, uint32_t value, const std::string &meaning)
+{
+    char digits[16] = {};
+    (void)snprintf(digits, sizeof(digits), "%08X", value);
+    return name + " " + digits + " // " + meaning + "\n";
+}
+
+// The status codes that the public header defines, a line each.
+std::string DefinitionsOfTheHeader()
+{
+    const std::regex definition(R"(#define (SIGKIT_(?:OK|ERR_\w+)) UINT32_C\((\w+)\) +// (.*))");
+    std::ifstream header(SIGKIT_HEADER);
+    std::string definitions;
+    for (std::string line; std::getline(header, line);) {
+        std::smatch parts;
+        if (std::regex_match(line, parts, definition)) {
+            definitions += Definition(parts[1], static_cast<uint32_t>(std::stoul(parts[2], nullptr, 16)), parts[3]);
+        }
+    }
+    return definitions;
+}
+
+class StatusCode : public ::testing::TestWithParam<Row>
+{
 };
 
 // The values are part of the interface: scripts of the devices read them from the log and from the exit status.
-const StatusCase kStatusCases[] = {
-    {"SIGKIT_ERR_NO_MEMORY", 0x88000001, SIGKIT_ERR_NO_MEMORY},
-    {"SIGKIT_ERR_VALUE_TOO_LONG", 0x88000002, SIGKIT_ERR_VALUE_TOO_LONG},
-    {"SIGKIT_ERR_FILE_OPEN", 0x88000101, SIGKIT_ERR_FILE_OPEN},
-    {"SIGKIT_ERR_FILE_READ", 0x88000102, SIGKIT_ERR_FILE_READ},
-    {"SIGKIT_ERR_FILE_EMPTY", 0x88000104, SIGKIT_ERR_FILE_EMPTY},
-    {"SIGKIT_ERR_FILE_TOO_BIG", 0x88000106, SIGKIT_ERR_FILE_TOO_BIG},
-    {"SIGKIT_ERR_BUFFER_END", 0x88000201, SIGKIT_ERR_BUFFER_END},
-    {"SIGKIT_ERR_TIME_FORMAT", 0x88000301, SIGKIT_ERR_TIME_FORMAT},
-    {"SIGKIT_ERR_BASE64", 0x88000302, SIGKIT_ERR_BASE64},
-    {"SIGKIT_ERR_NAME_TOO_LONG", 0x880004FF, SIGKIT_ERR_NAME_TOO_LONG},
-    {"SIGKIT_ERR_LIST_FULL", 0x88000501, SIGKIT_ERR_LIST_FULL},
-    {"SIGKIT_ERR_CTX_NULL", 0x88100000, SIGKIT_ERR_CTX_NULL},
-    {"SIGKIT_ERR_PARAM", 0x88100001, SIGKIT_ERR_PARAM},
-    {"SIGKIT_ERR_CTX_TAG", 0x88100002, SIGKIT_ERR_CTX_TAG},
-    {"SIGKIT_ERR_CERT_DUPLICATE", 0x88200001, SIGKIT_ERR_CERT_DUPLICATE},
-    {"SIGKIT_ERR_CERT_REVOKED", 0x88200002, SIGKIT_ERR_CERT_REVOKED},
-    {"SIGKIT_ERR_KEY_TOO_LONG", 0x88200003, SIGKIT_ERR_KEY_TOO_LONG},
-    {"SIGKIT_ERR_NO_ROOT", 0x88200004, SIGKIT_ERR_NO_ROOT},
-    {"SIGKIT_ERR_CERT_USAGE", 0x88200007, SIGKIT_ERR_CERT_USAGE},
-    {"SIGKIT_ERR_NAME_ATTRIBUTE", 0x88200008, SIGKIT_ERR_NAME_ATTRIBUTE},
-    {"SIGKIT_ERR_CERT_UNTRUSTED", 0x88200009, SIGKIT_ERR_CERT_UNTRUSTED},
-    {"SIGKIT_ERR_NO_CRL", 0x88200012, SIGKIT_ERR_NO_CRL},
-    {"SIGKIT_ERR_CERT_NOT_YET_VALID", 0x88200013, SIGKIT_ERR_CERT_NOT_YET_VALID},
-    {"SIGKIT_ERR_CERT_EXPIRED", 0x88200014, SIGKIT_ERR_CERT_EXPIRED},
-    {"SIGKIT_ERR_TIMESTAMP_HASH", 0x88200016, SIGKIT_ERR_TIMESTAMP_HASH},
-    {"SIGKIT_ERR_PATH_TOO_DEEP", 0x88200018, SIGKIT_ERR_PATH_TOO_DEEP},
-    {"SIGKIT_ERR_CRL_LOCKED", 0x88200101, SIGKIT_ERR_CRL_LOCKED},
-    {"SIGKIT_ERR_CRL_LOAD", 0x88200102, SIGKIT_ERR_CRL_LOAD},
-    {"SIGKIT_ERR_CRL_EXPIRED", 0x88200103, SIGKIT_ERR_CRL_EXPIRED},
-    {"SIGKIT_ERR_CRL_UNVERIFIED", 0x88200104, SIGKIT_ERR_CRL_UNVERIFIED},
-    {"SIGKIT_ERR_CRL_BUNDLE_EMPTY", 0x88200105, SIGKIT_ERR_CRL_BUNDLE_EMPTY},
-    {"SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED", 0x88200106, SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED},
-    {"SIGKIT_ERR_CRL_DUPLICATE", 0x88200107, SIGKIT_ERR_CRL_DUPLICATE},
-    {"SIGKIT_ERR_CRL_DECODE", 0x88200108, SIGKIT_ERR_CRL_DECODE},
-    {"SIGKIT_ERR_CRL_ISSUER_TWICE", 0x88200109, SIGKIT_ERR_CRL_ISSUER_TWICE},
-    {"SIGKIT_ERR_CRL_COVERAGE", 0x88200110, SIGKIT_ERR_CRL_COVERAGE},
-    {"SIGKIT_ERR_SIGNATURE_TOO_LONG", 0x88200201, SIGKIT_ERR_SIGNATURE_TOO_LONG},
-    {"SIGKIT_ERR_SIGNER_NOT_FOUND", 0x88200301, SIGKIT_ERR_SIGNER_NOT_FOUND},
-    {"SIGKIT_ERR_DIGEST_CONFLICT", 0x88200303, SIGKIT_ERR_DIGEST_CONFLICT},
-    {"SIGKIT_ERR_ARMOUR", 0x88200305, SIGKIT_ERR_ARMOUR},
-    {"SIGKIT_ERR_DIGEST_ALGORITHM", 0x88200306, SIGKIT_ERR_DIGEST_ALGORITHM},
-    {"SIGKIT_ERR_NOT_BEGUN", 0x88200307, SIGKIT_ERR_NOT_BEGUN},
-    {"SIGKIT_ERR_CMS_DECODE", 0x88200308, SIGKIT_ERR_CMS_DECODE},
-    {"SIGKIT_ERR_SIGNATURE", 0x88200309, SIGKIT_ERR_SIGNATURE},
-    {"SIGKIT_ERR_ALGORITHM", 0x88200310, SIGKIT_ERR_ALGORITHM},
-    {"SIGKIT_ERR_SIGNED_DATA", 0x88200312, SIGKIT_ERR_SIGNED_DATA},
-    {"SIGKIT_ERR_TIMESTAMP_SIGNER", 0x88200401, SIGKIT_ERR_TIMESTAMP_SIGNER},
-    {"SIGKIT_ERR_TIMESTAMP_IMPRINT", 0x88200402, SIGKIT_ERR_TIMESTAMP_IMPRINT},
-    {"SIGKIT_ERR_TIMESTAMP_SIGNATURE", 0x88200403, SIGKIT_ERR_TIMESTAMP_SIGNATURE},
-    {"SIGKIT_ERR_ASN_NO_DECODER", 0x88300000, SIGKIT_ERR_ASN_NO_DECODER},
-    {"SIGKIT_ERR_ASN_TAG", 0x88300001, SIGKIT_ERR_ASN_TAG},
-    {"SIGKIT_ERR_ASN_OCTETS_TAG", 0x88300003, SIGKIT_ERR_ASN_OCTETS_TAG},
-    {"SIGKIT_ERR_ASN_LENGTH", 0x88300101, SIGKIT_ERR_ASN_LENGTH},
-    {"SIGKIT_ERR_ASN_PEEK", 0x88300202, SIGKIT_ERR_ASN_PEEK},
-    {"SIGKIT_ERR_ASN_SEQUENCE", 0x88300401, SIGKIT_ERR_ASN_SEQUENCE},
-    {"SIGKIT_ERR_ASN_BITS", 0x88300501, SIGKIT_ERR_ASN_BITS},
-    {"SIGKIT_ERR_ASN_INTEGER", 0x88300601, SIGKIT_ERR_ASN_INTEGER},
-    {"SIGKIT_ERR_ASN_SET", 0x88300701, SIGKIT_ERR_ASN_SET},
-    {"SIGKIT_ERR_ASN_BOOLEAN", 0x88300801, SIGKIT_ERR_ASN_BOOLEAN},
-};
-
-class StatusCode : public ::testing::TestWithParam<StatusCase>
-{
-};
-
-TEST_P(StatusCode, HasItsFixedValueAndItsName)
+TEST_P(StatusCode, HasItsFixedValueItsNameAndItsText)
 {
     EXPECT_EQ(GetParam().value, GetParam().code);
-    EXPECT_EQ(GetParam().name, StatusName(GetParam().value));
+    EXPECT_EQ(GetParam().name, SigkitStatusName(GetParam().code));
+    EXPECT_EQ(GetParam().meaning, SigkitStatusText(GetParam().code));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, StatusCode, ::testing::ValuesIn(kStatusCases),
-                         [](const auto &test) { return std::string(test.param.name); });
+TEST_P(StatusCode, HasAPhraseForItsMeaningAndSentencesForItsRemedy)
+{
+    const std::string &meaning = GetParam().meaning;
+    const std::string &remedy = GetParam().remedy;
+    EXPECT_TRUE(islower(meaning.front()) && isalnum(meaning.back())) << meaning;
+    EXPECT_TRUE(!islower(remedy.front()) && std::string(".?`").find(remedy.back()) != std::string::npos) << remedy;
+    EXPECT_EQ(0, std::count(remedy.begin(), remedy.end(), '`') % 2) << remedy;
+    EXPECT_EQ(std::string::npos, (meaning + remedy).find_first_of("|\n")) << "a cell of a table holds it";
+}
 
-TEST(StatusCodes, SuccessIsZero)
+INSTANTIATE_TEST_SUITE_P(All, StatusCode, ::testing::ValuesIn(ROWS), [](const auto &test) { return test.param.name; });
+
+TEST(StatusCodes, OfTheHeaderAreThoseOfTheListWithItsWords)
+{
+    std::string listed;
+    for (const Row &row : ROWS) {
+        listed += Definition(row.name, row.value, row.meaning);
+    }
+    EXPECT_EQ(listed, DefinitionsOfTheHeader());
+}
+
+TEST(StatusCodes, RiseFromSuccessWhichIsZero)
 {
     EXPECT_EQ(0u, SIGKIT_OK);
+    const Row *const disorder = std::adjacent_find(std::begin(ROWS), std::end(ROWS),
+                                                   [](const Row &a, const Row &b) { return a.value >= b.value; });
+    EXPECT_EQ(std::end(ROWS), disorder);
+}
+
+TEST(StatusCodes, ThatAPackageCanMeetDoNotReadAsSuccessInAnExitStatus)
+{
+    for (const Row &row : ROWS) {
+        EXPECT_TRUE(row.met != "PACKAGE" || row.code == SIGKIT_OK || (row.code & 0xFF) != 0) << row.name;
+    }
+}
+
+TEST(StatusCodes, OfOthersHaveNoNameAndATextThatSaysSo)
+{
+    for (const uint32_t status : {1u, 22u, 0x88000003u, 0xFFFFFFFEu}) {
+        EXPECT_STREQ("", SigkitStatusName(status));
+        EXPECT_STREQ("not a status code of Sigkit", SigkitStatusText(status));
+    }
 }
 
 } // namespace

@@ -3,11 +3,20 @@
 #define SUPPORT_STATUS_NAMES_H
 
 #include <stdint.h>
+#include <stdio.h>
 
 #include <string>
 
-// Returns the macro's name of a status code, or its hexadecimal digits when sigkit.h has no name for it.
-std::string StatusName(uint32_t status);
+#include "sigkit/sigkit.h"
+
+// Returns the macro's name of a status code, or its hexadecimal digits when there is none.
+inline std::string StatusName(uint32_t status)
+{
+    char digits[16] = {};
+    (void)snprintf(digits, sizeof(digits), "0x%08X", status);
+    const std::string name = SigkitStatusName(status);
+    return name.empty() ? digits : name;
+}
 
 // Compares two status codes by name: EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitListAdd(nullptr, nullptr)).
 #define EXPECT_STATUS(expected, actual) EXPECT_EQ(StatusName(expected), StatusName(actual))
