@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Draws the pictures, holds the documents to the sources, and makes the reference of the public headers in
+# Draws the pictures, writes the tables of status codes, holds the documents to the sources, and makes the reference of the public headers in
 # build/docs/html. Prints nothing when all is well. A picture whose text has not changed is left alone.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -15,6 +15,7 @@ for text in docs/pictures/*.dot; do
   fi
 done
 
+scripts/status_tables.py --write
 tests/check_docs.py
 mkdir -p build/docs
 doxygen docs/Doxyfile

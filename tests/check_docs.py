@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
 """Holds the documents, all Markdown files of the tree, to the sources. Exits with 1 and names each disagreement.
 
-Status codes: docs/troubleshooting.md has one row for each code of sigkit/sigkit.h, with its name and its exit status. Its
-table of exit statuses has no code that the tool cannot end with, and no document names a code that does not exist.
+Status codes: no document names a code that does not exist.
 Links: every relative link of a document leads to a file and, where it names one, to a heading.
 Tests: every test that a document names is there.
 Examples: a block that says where its text comes from is that text.
@@ -18,10 +17,8 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 HEADER = "sigkit/sigkit.h"
-TABLE = "docs/troubleshooting.md"
 
 DEFINITION = re.compile(r"#define (SIGKIT_(?:OK|ERR_\w+)) UINT32_C\((0|0x[0-9A-F]{8})\)")
-ROW = re.compile(r"^\| ([0-9A-F]{8}) \| `(SIGKIT_\w+)` \| (\d+) \|", re.M)
 CODE = re.compile(r"(?<![0-9A-Za-z])(88[0-9A-Fa-f]{6})(?![0-9A-Za-z])")
 NAME = re.compile(r"\bSIGKIT_ERR_\w+")
 LINK = re.compile(r"(?<!!)\[[^\]\n]*\]\(([^)\s]+)\)|!\[[^\]\n]*\]\(([^)\s]+)\)")
@@ -40,31 +37,6 @@ def read(path: str) -> str:
 def without_code(text: str) -> str:
     """Blanks out fenced blocks, which hold no links and no headings."""
     return re.sub(r"^```.*?^```", "", text, flags=re.S | re.M)
-
-
-def check_rows(defined: dict[str, int]) -> list[str]:
-    rows = ROW.findall(read(TABLE))
-    problems = [f"{TABLE}: {name} is not in {HEADER}" for _, name, _ in rows if name not in defined]
-    for code, name, status in rows:
-        if name in defined and (int(code, 16) != defined[name] or int(status) != defined[name] & 0xFF):
-            problems.append(f"{TABLE}: {name} is {defined[name]:08X}, exit status {defined[name] & 0xFF}")
-    for name in defined:
-        count = sum(row[1] == name for row in rows)
-        if count != 1:
-            problems.append(f"{TABLE}: {name} has {count} rows")
-    return problems
-
-
-def check_exit_statuses(defined: dict[str, int]) -> list[str]:
-    """The table of exit statuses lists each code under its own low octet, and none that the tool cannot end with."""
-    problems = []
-    never = re.findall(r"^\| ([0-9A-F]{8}) \| `SIGKIT_\w+` \| \d+ \| \*(?:Guard|Host|Log only)\b", read(TABLE), re.M)
-    for status, codes in re.findall(r"^\| (\d+) \| ((?:[0-9a-f]{8}(?:, )?)+)", read(TABLE), re.M):
-        problems += [f"{TABLE}: {code} does not end as {status}" for code in re.findall(r"\w{8}", codes)
-                     if int(code, 16) & 0xFF != int(status)]
-        problems += [f"{TABLE}: {code} is no code that verify_tool ends with" for code in re.findall(r"\w{8}", codes)
-                     if code.upper() in never]
-    return problems
 
 
 def check_mentions(path: str, defined: dict[str, int]) -> list[str]:
@@ -131,7 +103,7 @@ def main() -> int:
     if len(defined) < 50 or not pages or "README.md" not in documents:
         print("too little was found to check")
         return 1
-    problems = check_rows(defined) + check_exit_statuses(defined)
+    problems = []
     for path in documents:
         problems += check_mentions(path, defined) + check_links(path) + check_quotes(path) + check_tests(path)
     for path in files("docs/*.dot"):
