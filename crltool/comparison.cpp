@@ -1,6 +1,5 @@
 #include "crltool/comparison.h"
 
-#include <stdio.h>
 #include <string.h>
 
 #include <algorithm>
@@ -66,23 +65,10 @@ std::string FileObstacle(const CrlFile &file)
 // Why the library does not compare the files; empty when it does.
 std::string LibraryObstacle(uint32_t status, uint32_t result)
 {
-    switch (status) {
-    case SIGKIT_OK:
-        return result == SIGKIT_CRL_CONFLICT ? "each file is newer than the other for some issuer" : "";
-    case SIGKIT_ERR_CRL_BUNDLE_EMPTY:
-        return "no CRL of one of the files can be read";
-    case SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED:
-        return "a CRL cannot be read, or its issuer is not trusted at its thisUpdate";
-    case SIGKIT_ERR_CRL_ISSUER_TWICE:
-        return "one file holds two CRLs of one issuer";
-    case SIGKIT_ERR_CRL_COVERAGE:
-        return "the newer file lacks the CRL of an issuer that it does not revoke";
-    default: {
-        char text[32] = {};
-        (void)snprintf(text, sizeof(text), "error %x", status);
-        return text;
+    if (status != SIGKIT_OK) {
+        return SigkitStatusText(status);
     }
-    }
+    return result == SIGKIT_CRL_CONFLICT ? "each file is newer than the other for some issuer" : "";
 }
 
 struct Entry {

@@ -32,26 +32,16 @@ uint32_t LoadCrlFile(const std::string &rootPath, const std::string &path, CrlFi
 std::string LoadFailure(uint32_t status)
 {
     switch (status) {
-    case SIGKIT_ERR_NO_MEMORY:
-        return "there is not enough memory";
     case SIGKIT_ERR_PARAM:
         return "the path is empty";
-    case SIGKIT_ERR_FILE_OPEN:
-        return "the file cannot be opened";
-    case SIGKIT_ERR_FILE_READ:
-        return "the file cannot be read";
-    case SIGKIT_ERR_FILE_EMPTY:
-        return "the file is empty";
-    case SIGKIT_ERR_FILE_TOO_BIG:
-        return "the file is larger than " + std::to_string(SIGKIT_MAX_FILE_SIZE) + " octets";
     case SIGKIT_ERR_CRL_LOAD:
         return "the file does not hold 1 to 16 CRLs with certificates of their issuers";
     case SIGKIT_ERR_UNKNOWN:
         return "the file holds no certificate";
     default: {
-        char text[48] = {};
-        (void)snprintf(text, sizeof(text), "the file does not decode (%x)", status);
-        return text;
+        char code[16] = {};
+        (void)snprintf(code, sizeof(code), " (%08x)", status);
+        return SigkitStatusText(status) + std::string(code);
     }
     }
 }

@@ -193,7 +193,7 @@ TEST_F(Compare, ACrlThatIsNotTrustedCannotBeCompared)
     const ProcessResult result = Run({"--root", Root(), good, strange});
     EXPECT_EQ(2, result.exitStatus);
     EXPECT_TRUE(Contains(result.output, "  no        0\n"));
-    EXPECT_TRUE(EndsWith(result.output, "or its issuer is not trusted at its thisUpdate.\n"));
+    EXPECT_TRUE(EndsWith(result.output, "a CRL cannot be read, or its issuer is not trusted.\n"));
 }
 
 TEST_F(Compare, UnusableFilesAreNamed)
@@ -203,14 +203,14 @@ TEST_F(Compare, UnusableFilesAreNamed)
         std::string path;
         const char *reason;
     } rows[] = {
-        {directory.File("missing"), "the file cannot be opened"},
-        {Write("empty", {}), "the file is empty"},
-        {Write("large", forge::Bytes(2000001, 0x30)), "the file is larger than 2000000 octets"},
+        {directory.File("missing"), "the file cannot be opened (88000101)"},
+        {Write("empty", {}), "the file is empty, or its size is unknown (88000104)"},
+        {Write("large", forge::Bytes(2000001, 0x30)), "the file is larger than 2000000 octets (88000106)"},
         {Write("garbage", forge::Bytes(100, 0x30)),
          "the file does not hold 1 to 16 CRLs with certificates of their issuers"},
         {Write("crl", MakeCrl(CrlRequest(AllParties().root))),
          "the file does not hold 1 to 16 CRLs with certificates of their issuers"},
-        {directory.path, "the file is larger than 2000000 octets"},
+        {directory.path, "the file is larger than 2000000 octets (88000106)"},
         {"", "the path is empty"},
     };
     for (const auto &row : rows) {
@@ -221,7 +221,7 @@ TEST_F(Compare, UnusableFilesAreNamed)
     }
     const ProcessResult result = Run({"--root", good + "x", good, good});
     EXPECT_EQ(3, result.exitStatus);
-    EXPECT_TRUE(EndsWith(result.errors, "crl_compare: " + good + "x: the file cannot be opened\n"));
+    EXPECT_TRUE(EndsWith(result.errors, "crl_compare: " + good + "x: the file cannot be opened (88000101)\n"));
     EXPECT_TRUE(EndsWith(Run({"--root", Write("r", MakeCrl(CrlRequest(AllParties().root))), good, good}).errors,
                          ": the file holds no certificate\n"));
 }
@@ -234,7 +234,7 @@ TEST_F(Compare, ControlOctetsDoNotReachTheTerminal)
     EXPECT_FALSE(Contains(result.output, "\x1b"));
     EXPECT_TRUE(Contains(result.output, "a\\x1B[2J\\x0Ab"));
     const ProcessResult missing = Run({"--root", Root(), directory.File("m\x1b"), file});
-    EXPECT_TRUE(Contains(missing.errors, "m\\x1B: the file cannot be opened"));
+    EXPECT_TRUE(Contains(missing.errors, "m\\x1B: the file cannot be opened (88000101)"));
 }
 
 TEST_F(Compare, ControlsBeyondAsciiDoNotReachTheTerminal)
@@ -401,8 +401,8 @@ TEST_F(Compare, ErrorsAreJsonToo)
         Words arguments;
         std::string verdict;
     } rows[] = {
-        {{"--json", "--root", Root(), good, missing}, missing + ": the file cannot be opened"},
-        {{"--json", "--root", missing, good, good}, missing + ": the file cannot be opened"},
+        {{"--json", "--root", Root(), good, missing}, missing + ": the file cannot be opened (88000101)"},
+        {{"--json", "--root", missing, good, good}, missing + ": the file cannot be opened (88000101)"},
         {{"--json", good, good}, "wants --root ROOT and two files"},
         {{"--unknown", "--json"}, "wrong option --unknown"},
         {{"a", "-xy", "--json"}, "wrong option -x"},
