@@ -236,8 +236,10 @@ void Measure(const Input &input)
     if (SigkitVerifyCreateCtx(&ctx, &param) != SIGKIT_OK) {
         return;
     }
-    if (!input.root.empty()) {
-        (void)SigkitVerifyAddCert(ctx, input.root.data(), static_cast<uint32_t>(input.root.size()));
+    if (!input.root.empty() &&
+        SigkitVerifyAddCert(ctx, input.root.data(), static_cast<uint32_t>(input.root.size())) != SIGKIT_OK) {
+        std::fprintf(stderr, "%s: the root is refused\n", input.name.c_str());
+        std::exit(1);
     }
     g_signatureChecks = 0;
     const double begin = Seconds();

@@ -116,7 +116,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         if (contexts[i] != nullptr) {
             const forge::Bytes file =
                 armoured ? FuzzArmourObjects(container.parts[i], carriageReturn) : container.parts[i];
-            (void)SigkitVerifyAddCert(contexts[i], root.data(), static_cast<uint32_t>(root.size()));
+            if (SigkitVerifyAddCert(contexts[i], root.data(), static_cast<uint32_t>(root.size())) != SIGKIT_OK &&
+                g_fuzzHost.failAt == 0) {
+                FuzzFail("the trust anchor is refused");
+            }
             bundles[i] = Summarise(contexts[i], file);
             FuzzCheckCost();
             FuzzCheckStore(contexts[i]);

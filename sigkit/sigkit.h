@@ -52,6 +52,15 @@ extern "C" {
 #define SIGKIT_ERR_PARAM UINT32_C(0x88100001)    // an argument is null, empty or out of range
 #define SIGKIT_ERR_CTX_TAG UINT32_C(0x88100002)  // the record's leading size is not the expected one
 
+// Marks what returns a status: a compiler that can warns when a caller drops it.
+#if defined(__cplusplus) && __cplusplus >= 201703L
+#define SIGKIT_MUST_USE [[nodiscard]]
+#elif defined(__GNUC__)
+#define SIGKIT_MUST_USE __attribute__((warn_unused_result))
+#else
+#define SIGKIT_MUST_USE
+#endif
+
 #define SIGKIT_ERR_CERT_DUPLICATE UINT32_C(0x88200001)     // the certificate is in the store already
 #define SIGKIT_ERR_CERT_REVOKED UINT32_C(0x88200002)       // a CRL revokes the certificate
 #define SIGKIT_ERR_KEY_TOO_LONG UINT32_C(0x88200003)       // a modulus or exponent has more than 512 octets
@@ -175,7 +184,7 @@ typedef struct SigkitCrlBundle {
 //
 // Returns SIGKIT_OK, SIGKIT_ERR_PARAM (a null argument), SIGKIT_ERR_CTX_TAG (`param->size` is not 72) or
 // SIGKIT_ERR_NO_MEMORY.
-uint32_t SigkitVerifyCreateCtx(SigkitVerifyCtx **ctx, const SigkitVerifyCreateParam *param);
+SIGKIT_MUST_USE uint32_t SigkitVerifyCreateCtx(SigkitVerifyCtx **ctx, const SigkitVerifyCreateParam *param);
 
 // Adds certificates to the store. Self-signed ones become trust anchors: this and SigkitVerifyAddCertFile are the only
 // ways to add a trust anchor.
@@ -199,7 +208,7 @@ uint32_t SigkitVerifyCreateCtx(SigkitVerifyCtx **ctx, const SigkitVerifyCreatePa
 // A certificate that is in the store already is no error. A PEM block that does not decode, or for which no image is
 // left, is logged and skipped. Deliberate: a tail of DER data of up to 32 octets that does not decode is dropped. After
 // a failure, whatever was added before it stays.
-uint32_t SigkitVerifyAddCert(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
+SIGKIT_MUST_USE uint32_t SigkitVerifyAddCert(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
 // Adds the certificates of a file, as SigkitVerifyAddCert does.
 //
@@ -208,7 +217,7 @@ uint32_t SigkitVerifyAddCert(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t
 //
 // Returns what SigkitVerifyAddCert returns, or SIGKIT_ERR_PARAM (null or empty path), SIGKIT_ERR_FILE_OPEN,
 // SIGKIT_ERR_FILE_EMPTY, SIGKIT_ERR_FILE_TOO_BIG or SIGKIT_ERR_FILE_READ.
-uint32_t SigkitVerifyAddCertFile(SigkitVerifyCtx *ctx, const char *path);
+SIGKIT_MUST_USE uint32_t SigkitVerifyAddCertFile(SigkitVerifyCtx *ctx, const char *path);
 
 // Adds CRLs (RFC 5280, section 5) to the store. Certificates found beside them are added too, except self-signed ones,
 // which are skipped with a warning; trouble with those certificates is logged and does not make this operation fail.
@@ -226,7 +235,7 @@ uint32_t SigkitVerifyAddCertFile(SigkitVerifyCtx *ctx, const char *path);
 //   SIGKIT_ERR_LIST_FULL                      the store holds 16 CRLs
 // A CRL that is in the store already is no error. PEM blocks are skipped and a tail of DER data is dropped as by
 // SigkitVerifyAddCert, and what they revoke is lost. After a failure, whatever was added before it stays.
-uint32_t SigkitVerifyAddCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
+SIGKIT_MUST_USE uint32_t SigkitVerifyAddCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
 // Adds the CRLs of a file, as SigkitVerifyAddCrl does.
 //
@@ -234,8 +243,9 @@ uint32_t SigkitVerifyAddCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t 
 //   path  in, NUL-terminated, borrowed for the call only.
 //
 // Returns what SigkitVerifyAddCrl returns, or SIGKIT_ERR_FILE_OPEN, SIGKIT_ERR_FILE_EMPTY, SIGKIT_ERR_FILE_TOO_BIG,
-// SIGKIT_ERR_FILE_READ or SIGKIT_ERR_NO_MEMORY. Deliberate: a null context is SIGKIT_ERR_PARAM here, as a null or empty path is.
-uint32_t SigkitVerifyAddCrlFile(SigkitVerifyCtx *ctx, const char *path);
+// SIGKIT_ERR_FILE_READ or SIGKIT_ERR_NO_MEMORY. Deliberate: a null context is SIGKIT_ERR_PARAM here, as a null or empty
+// path is.
+SIGKIT_MUST_USE uint32_t SigkitVerifyAddCrlFile(SigkitVerifyCtx *ctx, const char *path);
 
 // Frees a context with everything in it, a verification in progress included.
 //
@@ -289,7 +299,7 @@ const char *SigkitGetVersion(void);
 // SIGKIT_ERR_ALGORITHM or, for a key beyond 4096 bits, SIGKIT_ERR_PARAM. A callback that fails gives its own code, or
 // SIGKIT_ERR_SIGNATURE where it was to check signed attributes.
 // Deliberate: a message without a signer is accepted and opens no check.
-uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
+SIGKIT_MUST_USE uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
 // Feeds content to the verification in progress; any number of times.
 //
@@ -299,7 +309,7 @@ uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *d
 //
 // Returns SIGKIT_OK, an argument code, SIGKIT_ERR_NOT_BEGUN when no check is open, or the code of the callback that
 // failed; end the verification then.
-uint32_t SigkitVerifyDetachSignatureUpdate(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
+SIGKIT_MUST_USE uint32_t SigkitVerifyDetachSignatureUpdate(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
 // Ends the verification in progress. Once the arguments are in order, the checks are gone afterwards, whatever the
 // outcome; a new one may begin.
@@ -310,7 +320,7 @@ uint32_t SigkitVerifyDetachSignatureUpdate(SigkitVerifyCtx *ctx, const uint8_t *
 // Returns SIGKIT_OK (also for content that does not match: that is a verdict), an argument code, or the code of the
 // callback that failed. Deliberate: with no check open the verdict is 1, so callers judge by the first call after a
 // Begin that succeeded.
-uint32_t SigkitVerifyDetachSignatureFinal(SigkitVerifyCtx *ctx, uint32_t *verdict);
+SIGKIT_MUST_USE uint32_t SigkitVerifyDetachSignatureFinal(SigkitVerifyCtx *ctx, uint32_t *verdict);
 
 // Begin, Update and Final for files. The content is streamed in pieces of 4096 octets and may be of any size. After a
 // failure call Final or free the context, as after a Begin.
@@ -321,8 +331,8 @@ uint32_t SigkitVerifyDetachSignatureFinal(SigkitVerifyCtx *ctx, uint32_t *verdic
 //   verdict        out, 1 when the content is authentic, else 0. Only meaningful together with SIGKIT_OK.
 //
 // Returns SIGKIT_OK, an argument code, a code of reading the files, or what the three steps return.
-uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, const char *contentPath, const char *signaturePath,
-                                          uint32_t *verdict);
+SIGKIT_MUST_USE uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, const char *contentPath,
+                                                          const char *signaturePath, uint32_t *verdict);
 
 // ---- CRL files -----------------------------------------------------------------------------------------------------
 // May a CRL file replace another one? Both are summarised and the summaries compared. No signature over content is
@@ -351,7 +361,8 @@ uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, const char *cont
 // that cannot be summarised is logged and leaves its slot null. A CRL whose issuer is unknown or not trusted is
 // summarised with `verified` 0, and so is every CRL when the machine failed, now or earlier on this context: see the
 // top. After a failure, what was added to the store stays.
-uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitCrlBundle **out);
+SIGKIT_MUST_USE uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len,
+                                         SigkitCrlBundle **out);
 
 // Summarises the CRLs of a file, as SigkitDecodeCrl does.
 //
@@ -361,7 +372,7 @@ uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len
 //
 // Returns what SigkitDecodeCrl returns, or SIGKIT_ERR_PARAM (null or empty path), SIGKIT_ERR_FILE_OPEN,
 // SIGKIT_ERR_FILE_EMPTY, SIGKIT_ERR_FILE_TOO_BIG, SIGKIT_ERR_FILE_READ or SIGKIT_ERR_NO_MEMORY.
-uint32_t SigkitDecodeCrlFile(SigkitVerifyCtx *ctx, const char *path, SigkitCrlBundle **out);
+SIGKIT_MUST_USE uint32_t SigkitDecodeCrlFile(SigkitVerifyCtx *ctx, const char *path, SigkitCrlBundle **out);
 
 // Tells which of two files is newer. CRLs are paired by the printed names of their issuers. The newer file must account
 // for every issuer of the older one: by a CRL of that issuer, or by a root's CRL that revokes the issuer's certificate.
@@ -380,8 +391,8 @@ uint32_t SigkitDecodeCrlFile(SigkitVerifyCtx *ctx, const char *path, SigkitCrlBu
 //   SIGKIT_ERR_CRL_ISSUER_TWICE               one file has two CRLs of one issuer; SIGKIT_CRL_CONFLICT
 //   SIGKIT_ERR_CRL_COVERAGE                   the newer file drops an issuer that it does not revoke;
 //                                             SIGKIT_CRL_CONFLICT
-uint32_t SigkitCrlCompare(SigkitVerifyCtx *ctx, const SigkitCrlBundle *first, const SigkitCrlBundle *second,
-                          uint32_t *result);
+SIGKIT_MUST_USE uint32_t SigkitCrlCompare(SigkitVerifyCtx *ctx, const SigkitCrlBundle *first,
+                                          const SigkitCrlBundle *second, uint32_t *result);
 
 // Frees summaries.
 //
