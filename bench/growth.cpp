@@ -48,8 +48,7 @@ void Feed(SigkitVerifyCtx *ctx, size_t size)
 void Verify(const Package &package)
 {
     const forge::Bytes &root = AllParties().root.certificate;
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *ctx = nullptr;
     uint32_t verdict = 0;
     Must(SigkitVerifyCreateCtx(&ctx, &param) == SIGKIT_OK);

@@ -229,8 +229,7 @@ double Seconds()
 // Loads the file, and summarises it, which validates the issuer of each CRL.
 void Measure(const Input &input)
 {
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *ctx = nullptr;
     SigkitCrlBundle *bundle = nullptr;
     if (SigkitVerifyCreateCtx(&ctx, &param) != SIGKIT_OK) {

@@ -107,8 +107,7 @@ namespace
 
 bool Verify(const char *root, const char *content, const char *signature, const char *crls)
 {
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *ctx = nullptr;
     forge::Bytes anchor;
     if (!forge::ReadFile(root, &anchor).ok || SigkitVerifyCreateCtx(&ctx, &param) != SIGKIT_OK) {

@@ -15,8 +15,7 @@ CrlFile::~CrlFile()
 uint32_t LoadCrlFile(const std::string &rootPath, const std::string &path, CrlFile *file, std::string *failedPath)
 {
     file->path = path;
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     *failedPath = rootPath;
     uint32_t status = SigkitVerifyCreateCtx(&file->ctx, &param);
     if (status == SIGKIT_OK) {

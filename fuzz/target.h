@@ -18,8 +18,7 @@ extern "C" size_t LLVMFuzzerCustomCrossOver(const uint8_t *data1, size_t size1, 
 // Makes a context. Null when memory has run out.
 inline SigkitVerifyCtx *FuzzCreateContext()
 {
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *ctx = nullptr;
     const uint32_t status = SigkitVerifyCreateCtx(&ctx, &param);
     if (status != SIGKIT_OK && (status != SIGKIT_ERR_NO_MEMORY || g_fuzzHost.failAt == 0)) {

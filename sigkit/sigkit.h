@@ -160,6 +160,16 @@ typedef struct SigkitCrlInfo {
 // with it, looks at the rest.
 typedef struct SigkitCrlBundle {
     uint64_t size;           // sizeof(SigkitCrlBundle), 208 where pointers have 64 bits
+// The creation parameters as SigkitVerifyCreateCtx wants them:
+// `SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;`
+#define SIGKIT_VERIFY_CREATE_PARAM_INIT                                                                                \
+    {                                                                                                                  \
+        sizeof(SigkitVerifyCreateParam),                                                                               \
+        {                                                                                                              \
+            0                                                                                                          \
+        }                                                                                                              \
+    }
+
     SigkitCrlInfo *crls[16]; // owned; null where a CRL could not be summarised, and behind the last CRL
     int32_t count;           // slots that are not null
     uint32_t decodedCrls;    // slots in use, those included that are null for want of a summary
@@ -180,7 +190,7 @@ typedef struct SigkitCrlBundle {
 // Creates a verify context with an empty store.
 //
 //   ctx    out, the new context; the caller owns it until SigkitVrfCtxFree. Not written on failure.
-//   param  in, with `size` set; borrowed for the call only.
+//   param  in, SIGKIT_VERIFY_CREATE_PARAM_INIT; borrowed for the call only.
 //
 // Returns SIGKIT_OK, SIGKIT_ERR_PARAM (a null argument), SIGKIT_ERR_CTX_TAG (`param->size` is not 72) or
 // SIGKIT_ERR_NO_MEMORY.

@@ -51,8 +51,7 @@ uint32_t VerifyCmsFile(const char *cmsPath, const char *checksumPath, const char
         LOG_EVENT(QZLOG_ERROR, LINE_PARAMS_INVALID, "Params are invalid.");
         return SIGKIT_ERR_PARAM;
     }
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *ctx = nullptr;
     uint32_t status = SigkitVerifyCreateCtx(&ctx, &param);
     if (status != SIGKIT_OK) {

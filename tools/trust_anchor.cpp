@@ -179,8 +179,7 @@ using ContextGuard = InternalGuard<SigkitVerifyCtx, FreeContext>;
 // The certificate as the tool's trust anchor, or null.
 SigkitX509Cert *LoadTrustAnchor(const std::vector<uint8_t> &der, ContextGuard *ctx)
 {
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     if (SigkitVerifyCreateCtx(&ctx->held, &param) != SIGKIT_OK ||
         SigkitVerifyAddCert(ctx->held, der.data(), static_cast<uint32_t>(der.size())) != SIGKIT_OK) {
         return nullptr;

@@ -33,7 +33,7 @@ static bool LoadFiles(char **paths)
 
 static uint32_t Verify(uint32_t *verdict)
 {
-    SigkitVerifyCreateParam param = {sizeof param, {0}};
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *ctx = NULL;
     uint32_t status = SigkitVerifyCreateCtx(&ctx, &param);
     if (status != SIGKIT_OK) {

@@ -61,7 +61,7 @@ int main(int argc, char **argv)
         return 2;
     }
     HostStartLibcrypto();
-    SigkitVerifyCreateParam param = {sizeof param, {0}};
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *ctx = NULL;
     uint32_t verdict = 0;
     uint32_t status = SigkitVerifyCreateCtx(&ctx, &param);

@@ -103,8 +103,7 @@ uint32_t VerifyFullPackage(const forge::Bytes &crls)
     request.tokenRequest.certificates = {AllParties().timestamp.certificate, CaCertificate("in the token")};
     const forge::Bytes message = Pem(forge::LABEL_CMS, MakeMessage(request));
     const forge::Bytes &root = AllParties().root.certificate;
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *ctx = nullptr;
     uint32_t status = SigkitVerifyCreateCtx(&ctx, &param);
     if (status == SIGKIT_OK) {

@@ -41,8 +41,7 @@ uint32_t Verify(SigkitVerifyCtx *ctx, const Package &package, uint32_t *verdict)
 
 bool IsAccepted(const Package &package)
 {
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *ctx = nullptr;
     if (SigkitVerifyCreateCtx(&ctx, &param) != SIGKIT_OK) {
         return false;

@@ -30,8 +30,7 @@ struct Context {
 
     Context()
     {
-        SigkitVerifyCreateParam param = {};
-        param.size = sizeof(param);
+        SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
         status = SigkitVerifyCreateCtx(&ctx, &param);
     }
     ~Context()

@@ -35,8 +35,7 @@ std::string ReasonToRefuse(const forge::Bytes &pem)
 
 uint32_t AddToFreshContext(const forge::Bytes &data)
 {
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *ctx = nullptr;
     EXPECT_EQ(SIGKIT_OK, SigkitVerifyCreateCtx(&ctx, &param));
     const uint32_t status = SigkitVerifyAddCert(ctx, data.data(), static_cast<uint32_t>(data.size()));

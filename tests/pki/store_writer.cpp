@@ -146,8 +146,7 @@ bool AddFiles(SigkitVerifyCtx *ctx, const WrittenFiles &files)
 
 SigkitVerifyCtx *NewContext()
 {
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *ctx = nullptr;
     if (SigkitVerifyCreateCtx(&ctx, &param) != SIGKIT_OK) {
         return nullptr;

@@ -71,11 +71,21 @@ TEST_F(Context, IsCreatedWhateverTheReservedPartOfItsParametersHolds)
     EXPECT_STATUS(SIGKIT_OK, SigkitVrfCtxFree(other));
 }
 
+TEST_F(Context, IsCreatedFromItsInitialiserWhichIsTheSizeAndZeros)
+{
+    const SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
+    uint64_t expected[9] = {72};
+    ASSERT_EQ(sizeof(expected), sizeof(param));
+    EXPECT_EQ(0, memcmp(expected, &param, sizeof(param)));
+    SigkitVerifyCtx *other = nullptr;
+    ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&other, &param));
+    EXPECT_STATUS(SIGKIT_OK, SigkitVrfCtxFree(other));
+}
+
 TEST_F(Context, IsNotCreatedFromWrongParameters)
 {
     SigkitVerifyCtx *other = nullptr;
-    SigkitVerifyCreateParam param = {};
-    param.size = 72;
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitVerifyCreateCtx(nullptr, &param));
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitVerifyCreateCtx(&other, nullptr));
     for (const uint64_t size : {UINT64_C(0), UINT64_C(71), UINT64_C(73), UINT64_C(72) << 32}) {
@@ -88,8 +98,7 @@ TEST_F(Context, IsNotCreatedFromWrongParameters)
 
 TEST_F(Context, IsNotCreatedWithoutMemory)
 {
-    SigkitVerifyCreateParam param = {};
-    param.size = 72;
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     for (const uint32_t n : {1u, 2u}) {
         SigkitVerifyCtx *other = nullptr;
         ResetRecordingHost();
@@ -125,8 +134,7 @@ TEST_F(Context, AnotherTagIsRefusedByEveryOperation)
 
 TEST_F(Context, IsFreedWhateverItsTag)
 {
-    SigkitVerifyCreateParam param = {};
-    param.size = 72;
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *other = nullptr;
     ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&other, &param));
     other->size = 0;
@@ -136,8 +144,7 @@ TEST_F(Context, IsFreedWhateverItsTag)
 TEST_F(Context, IsFreedInTheMiddleOfAVerification)
 {
     SigkitVerifyCtx *const outer = ctx;
-    SigkitVerifyCreateParam param = {};
-    param.size = 72;
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&ctx, &param));
     LoadTrust();
     forge::MessageRequest direct = MessageRequest("content");
@@ -153,8 +160,7 @@ TEST_F(Context, IsFreedInTheMiddleOfAVerification)
 TEST_F(Context, SharesNothingWithAnother)
 {
     SigkitVerifyCtx *const outer = ctx;
-    SigkitVerifyCreateParam param = {};
-    param.size = 72;
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&ctx, &param));
     LoadTrust();
     EXPECT_EQ(0u, outer->pki->certs.count);

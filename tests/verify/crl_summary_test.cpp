@@ -394,8 +394,7 @@ TEST_F(CrlSummary, SixteenCrlsAreSummarisedAndSeventeenRefused)
 
 TEST_F(CrlSummary, OutlivesItsContext)
 {
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     SigkitVerifyCtx *other = nullptr;
     ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&other, &param));
     const forge::Bytes root = AllParties().root.certificate;

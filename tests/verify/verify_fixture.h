@@ -24,8 +24,7 @@ protected:
     void SetUp() override
     {
         LibraryTest::SetUp();
-        SigkitVerifyCreateParam param = {};
-        param.size = sizeof(param);
+        SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
         ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&ctx, &param));
     }
 

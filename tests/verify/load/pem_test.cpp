@@ -109,8 +109,7 @@ TEST_F(PemBlocks, LabelsThatOnlyBeginAlikeAreSkippedSilently)
         ASSERT_EQ(1u, StoredCrls()) << "only the good CRL";
         // The images of duplicates stay with the context, so start again with a fresh one.
         ASSERT_STATUS(SIGKIT_OK, SigkitVrfCtxFree(ctx));
-        SigkitVerifyCreateParam param = {};
-        param.size = 72;
+        SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
         ASSERT_STATUS(SIGKIT_OK, SigkitVerifyCreateCtx(&ctx, &param));
     }
 }
