@@ -3,7 +3,8 @@
 
 The head of the file becomes its description, a ruled heading a group of members, a block above a declaration and a
 comment behind one their documentation. In a block, an indented line "name  in, text" is a parameter, every other indented
-line an item of a list, and a paragraph that begins with "Returns" the result.
+line an item of a list, and a paragraph that begins with "Returns" the result. Code between @code and @endcode stays as
+it is.
 """
 import pathlib
 import re
@@ -28,8 +29,12 @@ def item(text: str) -> str:
 
 def block(lines: list[str]) -> list[str]:
     """A comment block above a declaration."""
-    out = []
+    out, is_code = [], False
     for line in lines:
+        is_code = line == "// @code" or (is_code and line != "// @endcode")
+        if is_code:
+            out.append("/" + line)
+            continue
         match = PARAMETER.match(line)
         text = ITEM.match(line)
         if match:

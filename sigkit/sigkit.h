@@ -11,15 +11,38 @@
 //
 // The library does no input, output or allocation of its own: the host supplies the functions of sigkit_host.h.
 //
+// A whole verification, from docs/examples/verify_memory.c:
+// @code
+// static uint32_t Verify(uint32_t *verdict)
+// {
+//     SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
+//     SigkitVerifyCtx *ctx = NULL;
+//     uint32_t status = SigkitVerifyCreateCtx(&ctx, &param);
+//     if (status != SIGKIT_OK) {
+//         return status;
+//     }
+//     status = SigkitVerifyAddCertFile(ctx, "root");
+//     if (status == SIGKIT_OK) {
+//         status = SigkitVerifyAddCrlFile(ctx, "crls");
+//     }
+//     if (status == SIGKIT_OK) {
+//         status = SigkitVerifyDetachSignatureQuick(ctx, "content", "signature", verdict);
+//     }
+//     SigkitVrfCtxFree(ctx); // on every path: a check that was left open would meet the next content
+//     return status;
+// }
+// @endcode
+// The content is authentic when the status is SIGKIT_OK and the verdict is 1, and in no other case.
+//
 // Conventions: lengths are octets; times are seconds since 1970-01-01 00:00:00 UTC. Every operation returns a status,
 // SIGKIT_OK or one of the codes below, and runs to completion on the caller's thread. A context serves one thread at a
 // time; different contexts share nothing.
 //
-// A failing machine: what is loaded and sought may be passed over (a PEM block that does not decode, a certificate
-// beside CRLs, a candidate for an issuer, a CRL whose issuer is not trusted, a CRL that cannot be summarised). When
-// memory or a callback failed at such a place, the operation goes on as described, but what was lost may be the CRL
-// that revokes. So no certificate is trusted on that context any more: Begin returns the failure's code, and
-// SigkitDecodeCrl gives summaries with `verified` 0, those that it made before the failure included.
+// A failing machine: what cannot be used may be skipped, as a PEM block that does not decode, a certificate beside
+// CRLs, a candidate for an issuer, a CRL whose issuer is not trusted or that cannot be summarised. If something was
+// skipped because memory or a callback failed, it may have been the CRL that revokes. From then on this context trusts
+// no certificate. Create a new one. On the old one Begin returns the failure's code, and SigkitDecodeCrl gives
+// summaries with `verified` 0, those that it made before the failure included.
 #ifndef SIGKIT_SIGKIT_H
 #define SIGKIT_SIGKIT_H
 
@@ -27,6 +50,15 @@
 
 #ifdef __cplusplus
 extern "C" {
+#endif
+
+// Marks what returns a status: a compiler that can warns when a caller drops it.
+#if defined(__cplusplus) && __cplusplus >= 201703L
+#define SIGKIT_MUST_USE [[nodiscard]]
+#elif defined(__GNUC__)
+#define SIGKIT_MUST_USE __attribute__((warn_unused_result))
+#else
+#define SIGKIT_MUST_USE
 #endif
 
 // ---- Status codes --------------------------------------------------------------------------------------------------
@@ -51,15 +83,6 @@ extern "C" {
 #define SIGKIT_ERR_CTX_NULL UINT32_C(0x88100000) // the context is null
 #define SIGKIT_ERR_PARAM UINT32_C(0x88100001)    // an argument is null, empty or out of range
 #define SIGKIT_ERR_CTX_TAG UINT32_C(0x88100002)  // the record's leading size is not the expected one
-
-// Marks what returns a status: a compiler that can warns when a caller drops it.
-#if defined(__cplusplus) && __cplusplus >= 201703L
-#define SIGKIT_MUST_USE [[nodiscard]]
-#elif defined(__GNUC__)
-#define SIGKIT_MUST_USE __attribute__((warn_unused_result))
-#else
-#define SIGKIT_MUST_USE
-#endif
 
 #define SIGKIT_ERR_CERT_DUPLICATE UINT32_C(0x88200001)     // the certificate is in the store already
 #define SIGKIT_ERR_CERT_REVOKED UINT32_C(0x88200002)       // a CRL revokes the certificate
@@ -137,6 +160,16 @@ typedef struct SigkitVerifyCreateParam {
     uint8_t reserved[64]; // zero
 } SigkitVerifyCreateParam;
 
+// The creation parameters as SigkitVerifyCreateCtx wants them:
+// `SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;`
+#define SIGKIT_VERIFY_CREATE_PARAM_INIT                                                                                \
+    {                                                                                                                  \
+        sizeof(SigkitVerifyCreateParam),                                                                               \
+        {                                                                                                              \
+            0                                                                                                          \
+        }                                                                                                              \
+    }
+
 // A certificate's serial number.
 typedef struct SigkitCrlSerial {
     uint8_t serial[32]; // content octets, left-aligned
@@ -155,21 +188,11 @@ typedef struct SigkitCrlInfo {
     uint8_t reserved[68]; // zero
 } SigkitCrlInfo;
 
-// What the CRLs of a file say: one summary for each CRL, in the order of the file. SigkitCrlCompare judges by `crls` and
-// `count` alone; whoever wants to know whether they are all that the file holds, and whether a package could be verified
-// with it, looks at the rest.
+// What the CRLs of a file say: one summary for each CRL, in the order of the file. SigkitCrlCompare judges by `crls`
+// and `count` alone; whoever wants to know whether they are all that the file holds, and whether a package could be
+// verified with it, looks at the rest.
 typedef struct SigkitCrlBundle {
     uint64_t size;           // sizeof(SigkitCrlBundle), 208 where pointers have 64 bits
-// The creation parameters as SigkitVerifyCreateCtx wants them:
-// `SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;`
-#define SIGKIT_VERIFY_CREATE_PARAM_INIT                                                                                \
-    {                                                                                                                  \
-        sizeof(SigkitVerifyCreateParam),                                                                               \
-        {                                                                                                              \
-            0                                                                                                          \
-        }                                                                                                              \
-    }
-
     SigkitCrlInfo *crls[16]; // owned; null where a CRL could not be summarised, and behind the last CRL
     int32_t count;           // slots that are not null
     uint32_t decodedCrls;    // slots in use, those included that are null for want of a summary
@@ -269,8 +292,8 @@ const char *SigkitGetVersion(void);
 
 // ---- Detached signatures -------------------------------------------------------------------------------------------
 
-// Begins a verification: decodes the signature message, verifies its signer's timestamp token, certificate and signature
-// over the signed attributes, and opens a check of the content to come.
+// Begins a verification: decodes the signature message, verifies its signer's timestamp token, certificate and
+// signature over the signed attributes, and opens a check of the content to come.
 //
 // One Begin for one Final: the checks of several share the content and one verdict, in which a later check that holds
 // may hide an earlier one that does not. A verification that failed or was given up ends with
@@ -282,32 +305,46 @@ const char *SigkitGetVersion(void);
 //         begins with "-----BEGIN CMS-----" or "-----BEGIN PKCS7-----".
 //   len   in, octets.
 //
-// Returns SIGKIT_OK or the first of these that applies:
+// Returns SIGKIT_OK or the first code of these steps that applies. Arguments:
 //   SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG   the context is null, or not a live context
 //   SIGKIT_ERR_PARAM                          `data` is null or `len` is 0
+// Loading the message:
 //   SIGKIT_ERR_ARMOUR                         fewer than 38 octets
-//   SIGKIT_ERR_CMS_DECODE                     the message does not decode, there is no memory, or, for PEM text, the
-//                                             context holds 16 images
-//   SIGKIT_ERR_LIST_FULL                      the store has no room for the message's certificates
-//   the token (RFC 3161, 2.4.2):
-//   SIGKIT_ERR_PARAM, SIGKIT_ERR_SIGNED_DATA  there is none, or it does not decode; its TSTInfo: a decoding code
-//   SIGKIT_ERR_TIMESTAMP_HASH, SIGKIT_ERR_TIMESTAMP_IMPRINT, SIGKIT_ERR_TIME_FORMAT
-//                                             its imprint's digest, imprint or time
-//   SIGKIT_ERR_TIMESTAMP_SIGNER               no certificate for its signer; then the codes of a certificate, below
-//   SIGKIT_ERR_SIGNATURE, SIGKIT_ERR_TIMESTAMP_SIGNATURE
-//                                             its signature does not hold
-//   the signer (RFC 5652, 5.4 and 5.6):
+//   SIGKIT_ERR_CMS_DECODE                     it does not decode, there is no memory, or, for PEM text, the context
+//                                             holds 16 images
+//   SIGKIT_ERR_LIST_FULL                      the store has no room for its certificates
+// The signer's token (RFC 3161, 2.4.2):
+//   SIGKIT_ERR_PARAM                          there is none
+//   SIGKIT_ERR_SIGNED_DATA                    it does not decode; of the TSTInfo in it: a decoding code
+//   SIGKIT_ERR_TIMESTAMP_HASH                 its imprint uses an unsupported digest
+//   SIGKIT_ERR_TIMESTAMP_IMPRINT              it is about another signature
+//   SIGKIT_ERR_TIME_FORMAT                    its time cannot be read
+//   SIGKIT_ERR_LIST_FULL                      the store has no room for its certificates
+//   SIGKIT_ERR_TIMESTAMP_SIGNER               no certificate for its signer; then the codes of a certificate
+//   SIGKIT_ERR_SIGNATURE                      its signature does not hold over its signed attributes
+//   SIGKIT_ERR_TIMESTAMP_SIGNATURE            it was not made for this TSTInfo
+// The signer of the content (RFC 5652, 5.4 and 5.6):
 //   SIGKIT_ERR_SIGNER_NOT_FOUND               no certificate for it; then the codes of a certificate
 //   SIGKIT_ERR_SIGNATURE                      its signature does not hold over its signed attributes
+// Opening the check of the content:
 //   SIGKIT_ERR_DIGEST_CONFLICT                a check of another digest is open since an earlier Begin
 //   SIGKIT_ERR_LIST_FULL                      16 checks are open
-// A certificate gives SIGKIT_ERR_CERT_USAGE, then, at the token's time, SIGKIT_ERR_CERT_NOT_YET_VALID,
-// SIGKIT_ERR_CERT_EXPIRED, SIGKIT_ERR_TIME_FORMAT, SIGKIT_ERR_NO_ROOT, SIGKIT_ERR_NO_CRL, SIGKIT_ERR_PATH_TOO_DEEP or
-// SIGKIT_ERR_CERT_REVOKED, its own or that of a certificate above it. Unsupported algorithms and sizes are
-// SIGKIT_ERR_ALGORITHM, SIGKIT_ERR_VALUE_TOO_LONG, SIGKIT_ERR_KEY_TOO_LONG and SIGKIT_ERR_SIGNATURE_TOO_LONG, or
-// SIGKIT_ERR_SIGNATURE where signed attributes were to be checked; a certificate that names itself as its issuer gives
-// SIGKIT_ERR_ALGORITHM or, for a key beyond 4096 bits, SIGKIT_ERR_PARAM. A callback that fails gives its own code, or
-// SIGKIT_ERR_SIGNATURE where it was to check signed attributes.
+// The codes of a certificate, at the token's time; all but the first also come from a certificate above it:
+//   SIGKIT_ERR_CERT_USAGE                     it may not sign this kind of content
+//   SIGKIT_ERR_CERT_NOT_YET_VALID, SIGKIT_ERR_CERT_EXPIRED, SIGKIT_ERR_TIME_FORMAT
+//                                             its dates
+//   SIGKIT_ERR_NO_ROOT                        no chain leads to a trust anchor
+//   SIGKIT_ERR_NO_CRL, SIGKIT_ERR_PATH_TOO_DEEP
+//                                             no CRL decides
+//   SIGKIT_ERR_CERT_REVOKED                   a CRL revokes it
+// Algorithms and sizes, of the token's signer and the content's:
+//   SIGKIT_ERR_VALUE_TOO_LONG                 a messageDigest of more than 64 octets
+//   SIGKIT_ERR_ALGORITHM, SIGKIT_ERR_KEY_TOO_LONG, SIGKIT_ERR_SIGNATURE_TOO_LONG
+//                                             not supported; where signed attributes are checked it is
+//                                             SIGKIT_ERR_SIGNATURE
+//   SIGKIT_ERR_ALGORITHM, SIGKIT_ERR_PARAM    a certificate that names itself as its issuer has another algorithm, or a
+//                                             key beyond 4096 bits
+// A callback that fails gives its own code, or SIGKIT_ERR_SIGNATURE where it was to check signed attributes.
 // Deliberate: a message without a signer is accepted and opens no check.
 SIGKIT_MUST_USE uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len);
 
@@ -354,8 +391,8 @@ SIGKIT_MUST_USE uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, 
 //   ctx   in/out. Copies the octets that it keeps. What is added counts in later verifications on this context, so
 //         compare on one of its own. Its time of judgement is left at the thisUpdate of the last CRL whose issuer was
 //         found; the token of the next message sets it anew.
-//   data  in, `len` octets, borrowed for the call only: DER objects back to back, or PEM text, with at least one CRL and
-//         at least one certificate.
+//   data  in, `len` octets, borrowed for the call only: DER objects back to back, or PEM text, with at least one CRL
+//         and at least one certificate.
 //   len   in, octets.
 //   out   out, the summaries, owned by the caller until SigkitCrlFree; they do not refer to the context. Null after any
 //         failure.
@@ -407,8 +444,8 @@ SIGKIT_MUST_USE uint32_t SigkitCrlCompare(SigkitVerifyCtx *ctx, const SigkitCrlB
 // Frees summaries.
 //
 //   ctx     in, not null.
-//   bundle  in, from SigkitDecodeCrl or SigkitDecodeCrlFile; every slot is freed, whatever `count` says. Must not be used
-//           afterwards.
+//   bundle  in, from SigkitDecodeCrl or SigkitDecodeCrlFile; every slot is freed, whatever `count` says. Must not be
+//           used afterwards.
 //
 // Returns SIGKIT_OK, or SIGKIT_ERR_PARAM when an argument is null.
 uint32_t SigkitCrlFree(SigkitVerifyCtx *ctx, SigkitCrlBundle *bundle);

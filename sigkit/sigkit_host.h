@@ -1,5 +1,6 @@
-// The functions that a host of Sigkit must supply, under these names and with C linkage. Besides them the library calls
-// the compiler's own support (memcpy and the like) and five bounds-checked functions, which many platforms bring along:
+// The functions that a host of Sigkit must supply, under these names and with C linkage. They are found by name, so
+// there is one host a process: all that use the library in it share these functions. Besides them the library calls the
+// compiler's own support (memcpy and the like) and five bounds-checked functions, which many platforms bring along:
 //
 //   int memcpy_s(void *destination, size_t destinationSize, const void *source, size_t count);
 //   int memset_s(void *destination, size_t destinationSize, int value, size_t count);
@@ -48,8 +49,8 @@ int SigkitStrCmp(const char *a, const char *b);
 // Finds a string in a string as strstr does; null when it is not there or a pointer is null.
 const char *SigkitStrStr(const char *haystack, const char *needle);
 
-// Finds a character, taken as an unsigned octet, as strchr does; null when it is not there or `text` is null. The library
-// does not call it at present.
+// Finds a character, taken as an unsigned octet, as strchr does; null when it is not there or `text` is null. The
+// library does not call it at present.
 const char *SigkitStrChr(const char *text, int character);
 
 // Returns the length of a string, cut to 32 bits; 0 for null.
@@ -113,10 +114,10 @@ int32_t SigkitMdFinal(SigkitMdCtx *ctx, uint8_t *digest, uint32_t *digestLen, vo
 void SigkitMdDestoryCtx(SigkitMdCtx *ctx);
 
 // ---- Signatures ----------------------------------------------------------------------------------------------------
-// RSA signatures of the RSASSA-PKCS1-v1_5 kind (RFC 8017, section 8.2) over streamed data. Every int32_t result is 0 for
-// success. Another value says that the machine failed: then nothing is trusted any more, or the library's caller gets it,
-// or SIGKIT_ERR_SIGNATURE in its place. A key or a signature that is no good is not a failure but a check whose outcome
-// is 0.
+// RSA signatures of the RSASSA-PKCS1-v1_5 kind (RFC 8017, section 8.2) over streamed data. Every int32_t result is 0
+// for success. Another value says that the machine failed: then nothing is trusted any more, or the library's caller
+// gets it, or SIGKIT_ERR_SIGNATURE in its place. A key or a signature that is no good is not a failure but a check
+// whose outcome is 0.
 
 // Octets of the largest modulus or exponent: a key of 4096 bits.
 #define SIGKIT_MAX_KEY_SIZE 512

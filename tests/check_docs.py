@@ -4,7 +4,7 @@
 Status codes: no document names a code that does not exist.
 Links: every relative link of a document leads to a file and, where it names one, to a heading.
 Tests: every test that a document names is there.
-Examples: a block that says where its text comes from is that text.
+Examples: a block that says where its text comes from is that text, and so is the one at the top of the public header.
 Pages: every man page is one that mandoc finds nothing to say about.
 Pictures: what a .dot says stands in the .svg that was drawn from it.
 """
@@ -23,6 +23,7 @@ CODE = re.compile(r"(?<![0-9A-Za-z])(88[0-9A-Fa-f]{6})(?![0-9A-Za-z])")
 NAME = re.compile(r"\bSIGKIT_ERR_\w+")
 LINK = re.compile(r"(?<!!)\[[^\]\n]*\]\(([^)\s]+)\)|!\[[^\]\n]*\]\(([^)\s]+)\)")
 QUOTED = re.compile(r"<!-- from (\S+) -->\n```\w*\n(.*?)```", re.S)
+QUOTED_IN_HEADER = re.compile(r"^///? .*\bfrom (\S+):\n///? @code\n(.*?)^///? @endcode$", re.S | re.M)
 
 
 def files(pattern: str) -> list[str]:
@@ -70,6 +71,15 @@ def check_quotes(path: str) -> list[str]:
             if not (ROOT / source).is_file() or text not in read(source)]
 
 
+def check_header_quotes() -> list[str]:
+    text = read(HEADER)
+    quotes = [(source, re.sub(r"^///? ?", "", code, flags=re.M)) for source, code in QUOTED_IN_HEADER.findall(text)]
+    if not quotes or len(quotes) != text.count("@code"):
+        return [f"{HEADER}: an example says where its text comes from, and there is at least one"]
+    return [f"{HEADER}: not the text of {source}" for source, code in quotes
+            if not (ROOT / source).is_file() or code not in read(source)]
+
+
 def check_tests(path: str) -> list[str]:
     """A test that a document names by its suite and name, or by its suite alone, is there."""
     sources = "".join(read(source) for source in files("tests/*.cpp"))
@@ -103,7 +113,7 @@ def main() -> int:
     if len(defined) < 50 or not pages or "README.md" not in documents:
         print("too little was found to check")
         return 1
-    problems = []
+    problems = check_header_quotes()
     for path in documents:
         problems += check_mentions(path, defined) + check_links(path) + check_quotes(path) + check_tests(path)
     for path in files("docs/*.dot"):
