@@ -61,6 +61,9 @@ int main(int argc, char **argv)
     const uint32_t status = Verify(&verdict);
     const bool authentic = status == SIGKIT_OK && verdict == 1;
     printf("%s (%08x)\n", authentic ? "authentic" : "not authentic", (unsigned)status);
+    if (status != SIGKIT_OK) {
+        puts(SigkitStatusText(status));
+    }
     printf("arena: %zu octets at most, %zu left\n", HostArenaPeak(), HostArenaUsed());
     fputs(HostLog(), stderr);
     return authentic ? EXIT_SUCCESS : EXIT_FAILURE;

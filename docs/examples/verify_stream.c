@@ -71,5 +71,8 @@ int main(int argc, char **argv)
     }
     const bool authentic = status == SIGKIT_OK && verdict == 1;
     printf("%s (%08x)\n", authentic ? "authentic" : "not authentic", (unsigned)status);
+    if (status != SIGKIT_OK) {
+        puts(SigkitStatusText(status));
+    }
     return authentic ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -113,6 +113,7 @@ TEST_P(HostExample, RefusesARevokedSigner)
     ASSERT_TRUE(forge::GetSerialNumber(AllParties().signer.certificate, &revoked.serialNumber).ok);
     WriteCrls({revoked});
     ExpectRefused("88200002");
+    EXPECT_NE(std::string::npos, Run().output.find("\na CRL revokes the certificate\n"));
     const std::string log = Run().errors;
     EXPECT_NE(std::string::npos, log.find(GetParam().error + "CheckCrlOfCert")) << log;
     EXPECT_NE(std::string::npos, log.find("The certificate was revoked.")) << log;
