@@ -163,15 +163,15 @@ TEST_F(CrlSummary, BelowANamesakeOfTheRootIsUnverifiedOnceTheCaAboveItIsRevoked)
 {
     const Party namesake = Certify(CertificateRequest("Root", &AllParties().issuingCa));
     const Party standIn = Certify(CertificateRequest("CA", &namesake));
-    PkgsignCrlRequest request = CrlRequest(standIn);
+    forge::CrlRequest request = CrlRequest(standIn);
     request.thisUpdate += PACKAGE_DAY;
-    const PkgsignBytes forged = Join({Ca(), namesake.certificate, standIn.certificate, CaCrl(), MakeCrl(request)});
+    const forge::Bytes forged = Join({Ca(), namesake.certificate, standIn.certificate, CaCrl(), MakeCrl(request)});
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({RootCrl(), forged})));
     EXPECT_EQ(1u, bundle->crls[2]->verified) << "while the CA stands, it may make CAs of any name";
     TearDown();
     SetUp();
-    PkgsignBytes serial;
-    ASSERT_TRUE(PkgsignGetSerialNumber(Ca(), &serial).ok);
+    forge::Bytes serial;
+    ASSERT_TRUE(forge::GetSerialNumber(Ca(), &serial).ok);
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({RootCrl({serial}), forged})));
     ASSERT_EQ(3, bundle->count);
     EXPECT_EQ(1u, bundle->crls[0]->verified);
