@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "tests/package/package_fixture.h"
+#include "tests/support/rsa_keys.h"
 
 namespace
 {
@@ -73,7 +74,7 @@ TEST_F(Package, OfANamesakeOfTheRootIsRefusedOnceTheCaAboveItIsRevoked)
 {
     forge::CertificateRequest namesake;
     namesake.serialNumber = {0x21};
-    ASSERT_TRUE(forge::GenerateRsaKey(2048, &namesake.subjectKey).ok);
+    namesake.subjectKey = NextRsaKey(2048);
     ASSERT_TRUE(forge::GetSubject(Pki().root.certificate, &namesake.subjectDer).ok);
     ASSERT_TRUE(forge::GetSubject(Pki().issuingCa.certificate, &namesake.issuerDer).ok);
     namesake.issuerKey = Pki().issuingCa.key;
@@ -83,7 +84,7 @@ TEST_F(Package, OfANamesakeOfTheRootIsRefusedOnceTheCaAboveItIsRevoked)
     namesake.keyUsage = forge::KEY_CERT_SIGN | forge::CRL_SIGN;
     forge::CertificateRequest signer = namesake;
     signer.serialNumber = {0x22};
-    ASSERT_TRUE(forge::GenerateRsaKey(2048, &signer.subjectKey).ok);
+    signer.subjectKey = NextRsaKey(2048);
     signer.issuerDer = namesake.subjectDer;
     signer.issuerKey = namesake.subjectKey;
     signer.subjectDer.clear();
@@ -98,7 +99,7 @@ TEST_F(Package, OfANamesakeOfTheRootIsRefusedOnceTheCaAboveItIsRevoked)
     message.signerKey = signer.subjectKey;
     forge::CertificateRequest authority = signer; // the root's own, which the CA's revocation leaves alone
     authority.serialNumber = {0x23};
-    ASSERT_TRUE(forge::GenerateRsaKey(2048, &authority.subjectKey).ok);
+    authority.subjectKey = NextRsaKey(2048);
     authority.issuerKey = Pki().root.key;
     authority.extendedKeyUsage = {forge::PURPOSE_TIME_STAMPING};
     ASSERT_TRUE(forge::MakeCertificate(authority, &message.tokenRequest.tsaCertificate).ok);

@@ -3,6 +3,8 @@
 #include <stdio.h>
 #include <stdlib.h>
 
+#include "tests/support/rsa_keys.h"
+
 namespace
 {
 
@@ -69,7 +71,7 @@ forge::CertificateRequest CertificateRequest(const std::string &commonName, cons
     request.notAfter = PACKAGE_TIME + 300 * PACKAGE_DAY;
     request.basicConstraints = forge::BasicConstraints::Ca;
     request.keyUsage = forge::KEY_CERT_SIGN | forge::CRL_SIGN;
-    Must(forge::GenerateRsaKey(KEY_BITS, &request.subjectKey));
+    request.subjectKey = NextRsaKey(KEY_BITS);
     if (issuer != nullptr) {
         request.issuerKey = issuer->key;
         Must(forge::GetSubject(issuer->certificate, &request.issuerDer));

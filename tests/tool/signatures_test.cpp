@@ -11,6 +11,7 @@
 #include "sigkit/sigkit_host.h"
 #include "tests/forge/forge.h"
 #include "tests/support/recording_platform.h"
+#include "tests/support/rsa_keys.h"
 
 namespace
 {
@@ -22,11 +23,7 @@ const char DATA[] = "what is signed";
 
 const forge::Key &Key()
 {
-    static const forge::Key key = [] {
-        forge::Key made;
-        EXPECT_TRUE(forge::GenerateRsaKey(2048, &made).ok);
-        return made;
-    }();
+    static const forge::Key key = NextRsaKey(2048);
     return key;
 }
 

@@ -12,6 +12,7 @@
 #include "src/trust_anchor.h"
 #include "tests/forge/forge.h"
 #include "tests/support/process.h"
+#include "tests/support/rsa_keys.h"
 
 namespace
 {
@@ -21,8 +22,10 @@ using Bytes = forge::Bytes;
 const forge::Identity &GoodIdentity()
 {
     static const forge::Identity root = [] {
+        forge::PkiRequest request;
+        request.rootKey = NextRsaKey(4096);
         forge::Identity identity;
-        const forge::Status status = forge::MakeRoot({}, &identity);
+        const forge::Status status = forge::MakeRoot(request, &identity);
         EXPECT_TRUE(status.ok) << status.reason;
         return identity;
     }();
