@@ -1,0 +1,5 @@
+// A program that is there for its precompiled headers.
+int main()
+{
+    return 0;
+}
