@@ -107,7 +107,7 @@ forge::Bytes DistributionPoint(FuzzRandom *random)
 
 forge::Bytes ReasonExtension(uint8_t reason)
 {
-    return forge::EncodeExtension("2.5.29.21", false, forge::DerElement(DER_ENUMERATED, {reason}));
+    return forge::EncodeExtension("2.5.29.21", false, forge::DerElement(forge::DER_ENUMERATED, {reason}));
 }
 
 } // namespace
@@ -134,7 +134,7 @@ TlvNode FuzzFragment(FuzzRandom *random)
     case 8:
         return TlvParseOne(forge::DerKnownIdentifier(Pick(IDENTIFIERS, random)));
     default:
-        return TlvLeaf(DER_BOOLEAN, {static_cast<uint8_t>(FuzzChance(random, 70) ? 0xFF : 0x01)});
+        return TlvLeaf(forge::DER_BOOLEAN, {static_cast<uint8_t>(FuzzChance(random, 70) ? 0xFF : 0x01)});
     }
 }
 
@@ -142,13 +142,13 @@ TlvNode FuzzTime(FuzzRandom *random)
 {
     const std::string text = Pick(TIMES, random);
     const bool isShort = text.size() < 14;
-    const uint8_t tag = isShort != FuzzChance(random, 3) ? DER_UTC_TIME : DER_GENERALIZED_TIME;
+    const uint8_t tag = isShort != FuzzChance(random, 3) ? forge::DER_UTC_TIME : forge::DER_GENERALIZED_TIME;
     return TlvLeaf(tag, forge::Bytes(text.begin(), text.end()));
 }
 
 TlvNode FuzzSerial(FuzzRandom *random)
 {
-    return TlvLeaf(DER_INTEGER, Pick(SERIALS, random));
+    return TlvLeaf(forge::DER_INTEGER, Pick(SERIALS, random));
 }
 
 TlvNode FuzzOddKey(FuzzRandom *random)
@@ -164,7 +164,7 @@ TlvNode FuzzOddKey(FuzzRandom *random)
                                            forge::Bytes(512, 0x7F),
                                            forge::Bytes(513, 0x7F)};
     const forge::Bytes key = forge::DerSequence(
-        {forge::DerElement(DER_INTEGER, Pick(NUMBERS, random)), forge::DerElement(DER_INTEGER, Pick(NUMBERS, random))});
+        {forge::DerElement(forge::DER_INTEGER, Pick(NUMBERS, random)), forge::DerElement(forge::DER_INTEGER, Pick(NUMBERS, random))});
     const forge::Bytes algorithm =
         forge::DerSequence({forge::DerKnownIdentifier("1.2.840.113549.1.1.1"), forge::DerNull()});
     return TlvParseOne(forge::DerSequence({algorithm, forge::DerBitString(key)}));
