@@ -29,8 +29,7 @@ struct Context {
 
 uint32_t Open(const Setting &setting, Context *context)
 {
-    SigkitVerifyCreateParam param = {};
-    param.size = sizeof(param);
+    SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     const Bytes root = EncodeCertificate(setting.root.get());
     const uint32_t status = SigkitVerifyCreateCtx(&context->held, &param);
     return status != SIGKIT_OK ? status
