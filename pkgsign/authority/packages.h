@@ -11,7 +11,7 @@ namespace pkgsign
 {
 
 // Content up to this size is judged whole; of longer content, which is read once, its digest stands for it. Octets.
-inline constexpr uint64_t SHORT_CONTENT_MAX = uint64_t{1} << 20;
+inline constexpr uint64_t SHORT_CONTENT_MAX = uint64_t{1} << 18;
 
 struct PackageOrder {
     std::string signer;    // name in the folder; empty: chosen

@@ -51,6 +51,8 @@ Status DigestContent(const std::string &path, const EVP_MD *method, Bytes *diges
         octets += size;
         if (octets <= SHORT_CONTENT_MAX) {
             kept->insert(kept->end(), data, data + size);
+        } else {
+            *kept = Bytes(); // long content is not kept in memory
         }
         if (octets % MEBIBYTE < size) {
             ShowProgress(start, octets);

@@ -423,6 +423,16 @@ TEST_F(Authority, ContentAndMessageMayBeStandardInputAndOutput)
     EXPECT_TRUE(DeviceTakes("out", "content", "crls"));
 }
 
+TEST_F(Authority, ContentOfAnyLengthIsReadOnceAndSigned)
+{
+    ExpectDone(MakeCrls("2026-02-01"));
+    for (const size_t size : {size_t{1}, size_t{262144}, size_t{262145}, size_t{3000000}}) {
+        Write("content", std::string(size, 'x'));
+        ExpectDone(Run({"sign", Path("content"), "--out", Path("out")}));
+        EXPECT_TRUE(DeviceTakes("out", "content", "crls")) << size;
+    }
+}
+
 // ---- checksums ------------------------------------------------------------------------------------------------------
 
 TEST_F(Authority, ChecksumsAreSortedInOneFormAndChecked)
