@@ -66,14 +66,13 @@ std::string Place(const std::string &text, size_t offset)
     return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }
 
-// A document, with the place of every object in it in the order in which they begin.
+// The place of every object of a document, in the order in which they begin.
 struct Document {
-    Json json;
     std::vector<size_t> objects;
     std::string problem;
 };
 
-void Parse(const std::string &text, Document *document)
+void Parse(const std::string &text, Json *json, Document *document)
 {
     size_t taken = 0;
     std::vector<std::set<std::string>> keys;
@@ -90,8 +89,8 @@ void Parse(const std::string &text, Document *document)
         return true;
     };
     try {
-        document->json = Json::parse(CountingIterator{text.data(), &taken},
-                                     CountingIterator{text.data() + text.size(), &taken}, watch);
+        *json = Json::parse(CountingIterator{text.data(), &taken}, CountingIterator{text.data() + text.size(), &taken},
+                            watch);
     } catch (const Json::parse_error &error) {
         document->problem = Place(text, error.byte) + ": this is not JSON";
     }
@@ -327,12 +326,13 @@ std::string EncodePki(const Pki &pki)
 Status DecodePki(const Bytes &data, const std::string &source, Pki *pkiOut)
 {
     const std::string text(data.begin(), data.end());
+    Json json;
     Document document;
-    Parse(text, &document);
+    Parse(text, &json, &document);
     Reader reader = {text, document, 0, document.problem};
     Pki pki;
     if (reader.problem.empty()) {
-        ReadPki(&reader, document.json, &pki);
+        ReadPki(&reader, json, &pki);
     }
     for (size_t i = 0; i < pki.certificates.size() && reader.problem.empty(); ++i) {
         if (FindEntry(pki, pki.certificates[i].name) != &pki.certificates[i]) {
