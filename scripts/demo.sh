@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Builds the tool with a development root, makes a signed package, verifies it, and shows four packages that are refused.
+# All of them are left in build/demo/package.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -7,13 +8,14 @@ scripts/bootstrap.sh build
 
 build=build/demo
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF >/dev/null
-cmake --build "$build" -j "$(nproc)" >/dev/null
+cmake --build "$build" -j "$(nproc)" | scripts/progress.sh
 
 pki=$build/development-pki
 tool=$build/src/verify_tool
 pkgsign=$build/pkgsign/pkgsign
-package=$(mktemp -d)
-trap 'rm -rf "$package"' EXIT
+package=$build/package
+rm -rf "$package"
+mkdir "$package"
 
 # verify TITLE EXPECTED-STATUS CHECKSUMS SIGNATURE CRLS: runs the tool, with the platform log on standard error.
 verify() {
@@ -51,3 +53,10 @@ verify 'tampered checksum file' 255 "$package/tampered" "$package/checksums.cms"
 verify 'revoked signer' 2 "$package/checksums" "$package/checksums.cms" "$package/revoked.der"
 verify 'no timestamp' 1 "$package/checksums" "$package/untimed.cms" "$package/crls.der"
 verify 'signed under another root' 4 "$package/checksums" "$package/other.cms" "$package/other.der"
+
+cat <<END
+
+The package is in $PWD/$package: firmware.bin, checksums, checksums.cms, crls.der.
+Beside it is what was refused. In $PWD this verifies it again:
+  $tool -f CHECK_PKG_INTEGRITY -e $package/checksums -h $package/checksums.cms -c $package/crls.der
+END
