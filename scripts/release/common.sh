@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 root=$PWD
-out=$root/build/release-check
+out=${out:-$root/build/release-check}
 jobs=$(nproc)
 multiarch=$(c++ -print-multiarch)
 unset LD_LIBRARY_PATH PKG_CONFIG_PATH
@@ -157,4 +157,26 @@ try_consumer() {
   expect 0 "$@" "$directory/root.der" "$directory/crls.der" "$directory/checksums.cms" "$directory/checksums"
   expect 1 "$@" "$directory/root.der" "$directory/crls.der" "$directory/checksums.cms" "$directory/tampered"
   expect 1 "$@" "$directory/root.der" "$directory/revoked.der" "$directory/checksums.cms" "$directory/checksums"
+}
+
+# with_library TREE COMMAND...: runs a program with the shared library of a tree, if it has one.
+with_library() {
+  local tree=$1
+  shift
+  env LD_LIBRARY_PATH="$tree/usr/lib/$multiarch" "$@"
+}
+
+# by_pkg_config KIND, by_cmake KIND: build tests/consumer over the installed tree $out/KIND-root and let it judge the package.
+by_pkg_config() {
+  local kind=$1 tree=$out/$1-root build=$out/consumer-$1-c
+  mkdir -p "$build"
+  PKG_CONFIG_PATH=$(dirname "$(find "$tree" -name sigkit.pc)") make -B -C tests/consumer BUILD="$build"
+  try_consumer "$out/package" with_library "$tree" "$build/consumer"
+}
+
+by_cmake() {
+  local kind=$1 tree=$out/$1-root build=$out/consumer-$1-cxx
+  cmake -S tests/consumer -B "$build" -DCMAKE_PREFIX_PATH="$tree/usr"
+  cmake --build "$build"
+  try_consumer "$out/package" with_library "$tree" "$build/consumer"
 }

@@ -3,29 +3,8 @@
 # archive and over the shared library, and verifies a package over a host of its own.
 source "$(dirname "$0")/common.sh"
 
-# with_library TREE COMMAND...: runs a program with the shared library of a tree, if it has one.
-with_library() {
-  local tree=$1
-  shift
-  env LD_LIBRARY_PATH="$tree/usr/lib/$multiarch" "$@"
-}
-
 # uses_shared PROGRAM: tells whether a program is linked with libsigkit.so.2.
 uses_shared() { readelf -d "$1" | grep 'NEEDED.*\[libsigkit.so.2\]' >/dev/null; }
-
-by_pkg_config() {
-  local kind=$1 tree=$out/$1-root build=$out/consumer-$1-c
-  mkdir -p "$build"
-  PKG_CONFIG_PATH=$tree/usr/lib/$multiarch/pkgconfig make -B -C tests/consumer BUILD="$build"
-  try_consumer "$out/package" with_library "$tree" "$build/consumer"
-}
-
-by_cmake() {
-  local kind=$1 tree=$out/$1-root build=$out/consumer-$1-cxx
-  cmake -S tests/consumer -B "$build" -DCMAKE_PREFIX_PATH="$tree/usr"
-  cmake --build "$build"
-  try_consumer "$out/package" with_library "$tree" "$build/consumer"
-}
 
 static_tree
 shared_tree
