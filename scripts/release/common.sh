@@ -125,7 +125,7 @@ sign_package() {
   (cd "$directory" && sha256sum firmware.bin >checksums)
   sed 's/^./z/' "$directory/checksums" >"$directory/tampered"
   cp "$pki/certificates/root.der" "$directory/root.der"
-  cp -r "$pki" "$directory/pki" # revocations are for good
+  cp -rL "$pki" "$directory/pki" # revocations are for good
   "$pkgsign" sign "$directory/checksums" --pki "$directory/pki" --out "$directory/checksums.cms"
   "$pkgsign" crl --pki "$directory/pki" --out "$directory/crls.der"
   "$pkgsign" revoke signer --pki "$directory/pki" --reason keyCompromise

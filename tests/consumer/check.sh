@@ -19,6 +19,6 @@ expect 1 cmake --install "$build" --prefix "$tree" --component tool
 
 sign_package "$tree/bin/pkgsign" "$out/package"
 try_tool "$out/package" "$build/src/verify_tool"
-expect 0 "$tree/bin/crl_compare" --root "$out/package/root.der" "$out/package/crls.pem" "$out/package/crls.pem"
+expect 0 "$tree/bin/crl_compare" --root "$out/package/root.der" "$out/package/crls.der" "$out/package/crls.der"
 by_pkg_config static
 by_cmake static
