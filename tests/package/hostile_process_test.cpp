@@ -177,6 +177,17 @@ TEST_F(HostileProcess, NoModuleOrConfigurationOfTheEnvironmentIsLoaded)
     EXPECT_TRUE(environment.ReachesOpenssl()) << "the module would leave no mark anywhere";
 }
 
+TEST_F(HostileProcess, TheLoaderOfADynamicToolObeysTheEnvironment)
+{
+    Make();
+    Write("checksums", Bytes("f4d1b1 firmware.bin\n"));
+    const bool isDynamic =
+        RunProcess({"/bin/sh", "-c", "readelf -lW " VERIFY_TOOL " | grep -q INTERP"}, {}).exitStatus == 0;
+    for (const char *const setting : {"LD_TRACE_LOADED_OBJECTS=1", "LD_DEBUG=help"}) {
+        EXPECT_EQ(isDynamic ? 0 : 255, VerifyIn({setting, "QZLOG=/dev/null"}).exitStatus) << setting;
+    }
+}
+
 TEST_F(HostileProcess, LocaleTimeZoneAndAllocatorSettingsChangeNoAnswer)
 {
     const struct {
