@@ -1,9 +1,9 @@
 #include <ctype.h>
+#include <inttypes.h>
 #include <stdio.h>
 
 #include <algorithm>
 #include <fstream>
-#include <regex>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -43,13 +43,17 @@ std::string Definition(const std::string &name, uint32_t value, const std::strin
 // The status codes that the public header defines, a line each.
 std::string DefinitionsOfTheHeader()
 {
-    const std::regex definition(R"(#define (SIGKIT_(?:OK|ERR_\w+)) UINT32_C\((\w+)\) +// (.*))");
     std::ifstream header(SIGKIT_HEADER);
     std::string definitions;
     for (std::string line; std::getline(header, line);) {
-        std::smatch parts;
-        if (std::regex_match(line, parts, definition)) {
-            definitions += Definition(parts[1], static_cast<uint32_t>(std::stoul(parts[2], nullptr, 16)), parts[3]);
+        char name[64] = {};
+        uint32_t value = 0;
+        int end = 0; // of what stands before the meaning
+        const int fields =
+            sscanf(line.c_str(), "#define SIGKIT_%56[A-Z0-9_] UINT32_C(%" SCNx32 ") // %n", name, &value, &end);
+        const std::string status = std::string("SIGKIT_") + name;
+        if (fields == 2 && end != 0 && (status == "SIGKIT_OK" || status.rfind("SIGKIT_ERR_", 0) == 0)) {
+            definitions += Definition(status, value, line.substr(static_cast<size_t>(end)));
         }
     }
     return definitions;

@@ -1,5 +1,6 @@
 // What path validation is lenient about by design, where no other test shows it.
 #include "tests/pki/pki_fixture.h"
+#include "x509/crl.h"
 
 namespace
 {
