@@ -44,7 +44,7 @@ check_tree shared "usr/lib/$multiarch"/{libsigkit.so{,.2,.2.0.0},libsigkit_statu
 
 tree=$out/static-root/usr
 documents=$tree/share/doc/sigkit
-printf '%s\n' {README,CHANGELOG,SECURITY}.md docs/{host-guide,install,security,troubleshooting}.md \
+printf '%s\n' {README,CHANGELOG,SECURITY}.md docs/{host-guide,install,operations,security,troubleshooting}.md \
   docs/examples/{*.[ch],CMakeLists.txt} | LC_ALL=C sort >"$out/documents.expected"
 (cd "$documents" && find . -type f -printf '%P\n' | LC_ALL=C sort) >"$out/documents.installed"
 diff "$out/documents.expected" "$out/documents.installed" || fail "other documents are installed (<: expected)"
