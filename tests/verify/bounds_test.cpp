@@ -169,6 +169,13 @@ TEST_F(Bounds, TheLargestFilesFitTenMegabytesOfHeap)
     printf("%zu octets of heap\n", g_recordingPlatform.peakOctets);
 }
 
+// The sanitizer reads a text to its end at each search in it, so there the file is a part of the largest.
+#ifdef __SANITIZE_ADDRESS__
+constexpr size_t PARTS = 40;
+#else
+constexpr size_t PARTS = 1;
+#endif
+
 TEST_F(Bounds, TheLogOfTheLargestFileOfBrokenBlocksFitsEightMegabytes)
 {
     const std::string begin = "-----BEGIN X509 CRL-----";
@@ -188,14 +195,14 @@ TEST_F(Bounds, TheLogOfTheLargestFileOfBrokenBlocksFitsEightMegabytes)
     for (const auto &row : rows) {
         SCOPED_TRACE(row.name);
         ResetRecordingHost();
-        const size_t times = FILE_MAX / row.blocks.size();
+        const size_t times = FILE_MAX / PARTS / row.blocks.size();
         std::string text;
         for (size_t i = 0; i < times; ++i) {
             text += row.blocks;
         }
         EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, SigkitVerifyAddCrlFile(ctx, Write("crls", Octets(text)).c_str()));
         EXPECT_EQ(times, CountLine(row.line)) << "the line that was meant";
-        EXPECT_GT(LOG_MAX, PrintedOctets());
+        EXPECT_GT(LOG_MAX, PARTS * PrintedOctets());
         printf("%s: %zu octets of log\n", row.name, PrintedOctets());
     }
 }
