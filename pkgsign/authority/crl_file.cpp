@@ -233,8 +233,8 @@ bool ListsAll(X509_CRL *crl, const std::vector<Revocation> &entries)
     return CrlEntries(crl, "").size() == entries.size(); // an entry never drops out, so only the number can differ
 }
 
-// Describes the next CRL of a CA. A CA that has ended, or was superseded, signs its last CRLs as of before that: devices
-// judge a CRL's issuer at thisUpdate. isNewOut: false when its last CRL says all.
+// Describes the next CRL of a CA. A CA that has ended, or was superseded, signs its last CRLs as of before that:
+// devices judge a CRL's issuer at thisUpdate. isNewOut: false when its last CRL says all.
 Status PlanCrl(const Composition &composition, const Authority &authority, const Revocation *ended, CrlFields *fields,
                bool *isNewOut)
 {

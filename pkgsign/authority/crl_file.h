@@ -38,9 +38,9 @@ struct CrlFileOrder {
 };
 
 // Puts a CRL file together: a new CRL of each CA whose key is here and that is not revoked outright; of the others the
-// last that the added files, the replaced one and the folder have. Refuses what devices would not take: limits, CRLs that
-// they do not trust, a file that is not newer than the replaced one. Refuses as well when a file shows revocations or
-// numbers of a CA of this folder that its memory lacks.
+// last that the added files, the replaced one and the folder have. Refuses what devices would not take: limits, CRLs
+// that they do not trust, a file that is not newer than the replaced one. Refuses as well when a file shows revocations
+// or numbers of a CA of this folder that its memory lacks.
 Status ComposeCrlFile(const Workplace &place, const CrlFileOrder &order, CrlFile *fileOut);
 
 // Signs the new CRLs of a composed file with the real keys: their numbers are remembered before. The file is judged

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include "pkgsign/authority/device_host.h"
 #include "pkgsign/crypto/keys.h"
 #include "pkgsign/files/files.h"
 #include "sigkit/sigkit.h"

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "pkgsign/authority/device_host.h"
 #include "pkgsign/crypto/types.h"
 #include "pkgsign/status.h"
 
@@ -17,13 +18,6 @@ inline constexpr size_t DEVICE_CRLS_MAX = 16;
 inline constexpr size_t DEVICE_CA_CERTIFICATES_MAX = 11;
 inline constexpr size_t DEVICE_MESSAGE_CERTIFICATES_MAX = 2;
 inline constexpr size_t DEVICE_FILE_SIZE_MAX = 2000000;
-
-// A throwaway key in the place of a real one: while a setting is asked, what either has signed holds. So an object can be
-// judged, among the real ones, before the real key has signed it.
-struct StandIn {
-    Key real; // its public half
-    Key throwaway;
-};
 
 // What a device has when it is asked.
 struct Setting {

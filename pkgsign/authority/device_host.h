@@ -6,13 +6,20 @@
 #include <string>
 #include <vector>
 
-#include "pkgsign/authority/device.h"
+#include "pkgsign/crypto/types.h"
 
 namespace pkgsign
 {
 
-// For as long as it lives, the library's lines go to `log`, and a signature that does not hold under a real key is tried
-// under its stand-in. One at a time in a thread.
+// A throwaway key in the place of a real one: while a setting is asked, what either has signed holds. So an object can
+// be judged, among the real ones, before the real key has signed it.
+struct StandIn {
+    Key real; // its public half
+    Key throwaway;
+};
+
+// For as long as it lives, the library's lines go to `log`, and a signature that does not hold under a real key is
+// tried under its stand-in. One at a time in a thread.
 struct HostScope {
     HostScope(const std::vector<StandIn> &standIns, std::string *log);
     ~HostScope();

@@ -11,8 +11,8 @@ namespace pkgsign
 {
 
 // Remembers what the objects say: certificates under the folder's root (the first root, where it has none), the entries
-// and numbers of CRLs. A certificate that was requested here gets the key of its request. reportOut: a line for each thing
-// that is new.
+// and numbers of CRLs. A certificate that was requested here gets the key of its request. reportOut: a line for each
+// thing that is new.
 Status ImportObjects(const Workplace &place, const Objects &objects, const std::string &source, std::string *reportOut);
 
 // Where the request of a name is kept until its certificate comes.

@@ -35,11 +35,12 @@ struct IssueOrder {
 };
 
 // Issues a certificate: tried before the device's library with a throwaway key, then remembered, signed and kept.
-// reportOut: what is signed, as text, and its digest; the same for a dry run and the run that follows with the same fields.
+// reportOut: what is signed, as text, and its digest; the same for a dry run and the run that follows with the same
+// fields.
 Status IssueCertificate(const Workplace &place, IssueOrder *order, Certificate *certificateOut, std::string *reportOut);
 
-// The certificate of a role to work with: issued, with a key here, not revoked, in its lifetime at `now`, and of several
-// the one that ends last. name: not empty asks for this one, and says why it will not do.
+// The certificate of a role to work with: issued, with a key here, not revoked, in its lifetime at `now`, and of
+// several the one that ends last. name: not empty asks for this one, and says why it will not do.
 Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int64_t now, const Entry **entryOut);
 
 // The root of a folder.

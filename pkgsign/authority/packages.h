@@ -55,8 +55,9 @@ Status SignPackage(const PackageOrder &order, Package *package, Bytes *messageOu
 // What is signed, by whom, and the horizon.
 std::string DescribePackage(const PackageOrder &order, const Package &package);
 
-// Puts a token into a message that a signer of this PKI has made: a token of the folder's timestamp key, or `given`, one
-// made elsewhere (a token or a timestamp response). Tried with a throwaway token first, judged again with the real one.
+// Puts a token into a message that a signer of this PKI has made: a token of the folder's timestamp key, or `given`,
+// one made elsewhere (a token or a timestamp response). Tried with a throwaway token first, judged again with the real
+// one.
 struct StampOrder {
     std::string timestamp;
     std::string crlFile;

@@ -18,8 +18,8 @@ struct RequestOrder {
     UnsavedKey unsaved; // of a new key
 };
 
-// Signs a request by the key, remembers it and keeps it in the folder until its certificate is imported. Signed for proof
-// of possession only: it is no certificate, so nothing can go wrong with it on a device.
+// Signs a request by the key, remembers it and keeps it in the folder until its certificate is imported. Signed for
+// proof of possession only: it is no certificate, so nothing can go wrong with it on a device.
 Status MakeRequest(const Workplace &place, const RequestOrder &order, Bytes *requestOut);
 
 } // namespace pkgsign
