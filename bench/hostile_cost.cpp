@@ -1,5 +1,5 @@
-// What files that are made to hold the verifier up cost it, for scripts/bench.sh: a row a file on standard error, the log
-// on standard output.
+// What files that are made to hold the verifier up cost it, for scripts/bench.sh: a row a file on standard error, the
+// log on standard output.
 #include <time.h>
 
 #include <algorithm>
@@ -136,8 +136,8 @@ Input RolledOver(int bits)
     return input;
 }
 
-// A chain of eleven certificates of one name with CRLs that are tried at each of them: the last certificate signed all but
-// one, which is the root's. All have ended and list every certificate, superseded later.
+// A chain of eleven certificates of one name with CRLs that are tried at each of them: the last certificate signed all
+// but one, which is the root's. All have ended and list every certificate, superseded later.
 Input LongWalks(int bits)
 {
     const forge::Name name = Name("CA");

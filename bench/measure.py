@@ -83,7 +83,7 @@ class Package:
 
 
 def token_and_signature(message: bytes, listing: str) -> tuple[bytes, bytes]:
-    """The timestamp token in a message, and the signature value that it is over, by openssl's listing of the elements."""
+    """The timestamp token in a message, and the signature value that it is over, by openssl's listing."""
     places = [(line, *map(int, re.match(r" *(\d+):d=\d+ +hl=(\d+) l= *(\d+)", line).groups()))
               for line in listing.splitlines()]
     attribute = next(i for i, place in enumerate(places) if "timeStampToken" in place[0])
@@ -99,7 +99,8 @@ def time_commands(scratch: pathlib.Path, commands: list[list], rounds: int, runs
     cpu = [[] for _ in commands]
     texts = [" ".join(str(word) for word in command) for command in commands]
     for _ in range(rounds):
-        run("hyperfine", "-N", "--warmup", 1 if runs > 1 else 0, "--runs", max(runs, 2), "--export-json", result, *texts)
+        run("hyperfine", "-N", "--warmup", 1 if runs > 1 else 0, "--runs", max(runs, 2), "--export-json", result,
+            *texts)
         for index, measured in enumerate(json.loads(result.read_text())["results"]):
             wall[index] += measured["times"]
             cpu[index].append(measured["user"] + measured["system"])
@@ -118,8 +119,9 @@ def instructions(scratch: pathlib.Path, command: list) -> tuple[int, int]:
 def least_work(build: pathlib.Path, scratch: pathlib.Path, package: Package) -> tuple[int, list]:
     """The signature checks of a verification, and the command that does them and its digests and nothing else."""
     operations = scratch / "operations"
-    counted = run(build / "bench" / "record_operations", build / "development-pki" / "certificates" / "root.der", package.content,
-                  package.message, package.crls, operations)
+    root = build / "development-pki" / "certificates" / "root.der"
+    counted = run(build / "bench" / "record_operations", root, package.content, package.message, package.crls,
+                  operations)
     return int(re.search(r"(\d+) signature checks", counted)[1]), [build / "bench" / "least_work", operations]
 
 
@@ -269,8 +271,8 @@ def main() -> int:
             return 0 if all(row.is_reached() for row in print_costs(build, scratch, (instruction_rows,))) else 1
         kinds = (process_rows, instruction_rows, content_rows, decoder_rows, size_rows)
         print_costs(build, scratch, kinds)
-        print(f"\nMedians of {g_rounds} round{'s' * (g_rounds != 1)} in which the programs take turns, of {RUNS} runs each "
-              "where one takes milliseconds.")
+        print(f"\nMedians of {g_rounds} round{'s' * (g_rounds != 1)} in which the programs take turns, "
+              f"of {RUNS} runs each where one takes milliseconds.")
     return 0
 
 

@@ -1,8 +1,8 @@
 // The digests and signature checks of one verification, as a file: what any verifier of the same package must do.
 //
 // A file is a row of operations. Each is the OpenSSL name of its digest, with a NUL, in eight octets, and four pieces:
-// modulus, exponent, data and signature. A digest alone has no modulus, exponent or signature. A piece is its length, in
-// four octets of the machine's own order, and its octets.
+// modulus, exponent, data and signature. A digest alone has no modulus, exponent or signature. A piece is its length,
+// in four octets of the machine's own order, and its octets.
 #ifndef BENCH_OPERATIONS_H
 #define BENCH_OPERATIONS_H
 

@@ -2,9 +2,9 @@
 """Turns the plain comments of a public header into Doxygen's. Usage: doxygen_filter.py HEADER
 
 The head of the file becomes its description, a ruled heading a group of members, a block above a declaration and a
-comment behind one their documentation. In a block, an indented line "name  in, text" is a parameter, every other indented
-line an item of a list, and a paragraph that begins with "Returns" the result. Code between @code and @endcode stays as
-it is.
+comment behind one their documentation. In a block, an indented line "name  in, text" is a parameter, every other
+indented line an item of a list, and a paragraph that begins with "Returns" the result. Code between @code and @endcode
+stays as it is.
 """
 import pathlib
 import re

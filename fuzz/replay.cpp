@@ -1,4 +1,5 @@
-// Stands in for the fuzzer in a program that runs committed inputs again and makes no new ones. Usage: PROGRAM DIRECTORY
+// Stands in for the fuzzer in a program that runs committed inputs again and makes no new ones. Usage: PROGRAM
+// DIRECTORY
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>

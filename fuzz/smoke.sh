@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Runs a fuzz target on a copy of its corpus, so that the tree stays as it is. Usage: smoke.sh PROGRAM CORPUS [OPTION]...
+# Runs a fuzz target on a copy of its corpus, so that the tree stays as it is. Usage: smoke.sh PROGRAM CORPUS
+# [OPTION]...
 set -euo pipefail
 program=$1
 corpus=$2

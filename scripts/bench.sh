@@ -8,7 +8,8 @@
 # Run the first three on a machine that does nothing else.
 #
 # Usage: scripts/bench.sh [--write] [--rounds N] [table...]; without a table: costs growth hostile
-#   --write     also put the tables into docs/performance.md and docs/security.md; growth draws docs/pictures/growth-*.svg
+#   --write     also put the tables into docs/performance.md and docs/security.md; growth draws its pictures in
+#               docs/pictures
 #   --rounds N  how often each figure is measured, by default 15
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -6,8 +6,8 @@ set -euo pipefail
 packages_for() {
   case $1 in
     build) echo g++ cmake make pkg-config libcli11-dev libssl-dev nlohmann-json3-dev openssl ;;
-    test) echo libgtest-dev libgmock-dev ca-certificates binutils doxygen faketime file libengine-pkcs11-openssl mandoc \
-               opensc python3 softhsm2 ;;
+    test) echo libgtest-dev libgmock-dev ca-certificates binutils doxygen faketime file libengine-pkcs11-openssl \
+               mandoc opensc python3 softhsm2 ;;
     fuzz) echo clang libclang-rt-dev llvm ;;
     coverage) echo gcovr ;;
     lint) echo clang-format clang-tidy ;;

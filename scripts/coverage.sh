@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# Prints line and branch coverage of the library and the tool by the tests. Fails when they run fewer than 99.5 percent of
-# the lines or 95 percent of the branches.
-# Usage: scripts/coverage.sh [directory for an HTML report]
+# Prints line and branch coverage of the library and the tool by the tests. Fails when they run fewer than 99.5 percent
+# of the lines or 95 percent of the branches. Usage: scripts/coverage.sh [directory for an HTML report]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the tool with a development root, makes a signed package, verifies it, and shows four packages that are refused.
-# All of them are left in build/demo/package.
+# Builds the tool with a development root, makes a signed package, verifies it, and shows four packages that are
+# refused. All of them are left in build/demo/package.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,16 +1,19 @@
 #!/usr/bin/env bash
-# Draws the pictures, writes the tables of status codes, holds the documents to the sources, and makes the reference of the public headers in
-# build/docs/html. Prints nothing when all is well. A picture whose text has not changed is left alone.
+# Draws the pictures, writes the tables of status codes, holds the documents to the sources, and makes the reference of
+# the public headers in build/docs/html. Prints nothing when all is well. A picture whose text has not changed is left
+# alone.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/bootstrap.sh docs
 
+# The version of the program that draws stands in a comment.
+without_version() { grep -v '^<!-- Generated\|^ -->'; }
+
 for text in docs/pictures/*.dot; do
   picture=${text%.dot}.svg
   drawn=$(dot -Tsvg "$text")
-  # The version of the program that draws stands in a comment.
-  if ! diff -q <(grep -v '^<!-- Generated\|^ -->' <<<"$drawn") <(grep -v '^<!-- Generated\|^ -->' "$picture") >/dev/null 2>&1; then
+  if ! diff -q <(without_version <<<"$drawn") <(without_version <"$picture") >/dev/null 2>&1; then
     printf '%s\n' "$drawn" >"$picture"
   fi
 done

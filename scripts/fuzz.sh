@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Fuzzes the entry points that take octets from outside: builds the preset fuzz and runs the targets, two at a time, each
-# on a copy of its seeds. Prints a line for each; exits with 1 when anything was found. Findings and logs stay in
+# Fuzzes the entry points that take octets from outside: builds the preset fuzz and runs the targets, two at a time,
+# each on a copy of its seeds. Prints a line for each; exits with 1 when anything was found. Findings and logs stay in
 # build/fuzz/findings.
 #
 # Usage: scripts/fuzz.sh [--merge] [--write] [seconds per target, default 10] [target...]

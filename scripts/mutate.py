@@ -91,8 +91,8 @@ def mutants_of(path: pathlib.Path) -> list[Mutant]:
         for kind, pattern, replacement in RULES:
             for match in re.finditer(pattern, line):
                 if any(a <= match.start() and match.end() <= b for a, b in code_spans(line)) or "if \\(" in pattern:
-                    after = line[:match.start()] + match.expand(replacement) + line[match.end():] \
-                        if isinstance(replacement, str) else line[:match.start()] + replacement(match) + line[match.end():]
+                    new = match.expand(replacement) if isinstance(replacement, str) else replacement(match)
+                    after = line[:match.start()] + new + line[match.end():]
                     if after != line:
                         found.append(Mutant(name, number, kind, line, after))
     return found

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Shows how far a build is that prints to it: on a terminal in one line that changes, elsewhere in a line for each tenth.
-# What goes wrong comes on standard error, past it. Usage: cmake --build DIRECTORY | scripts/progress.sh
+# Shows how far a build is that prints to it: on a terminal in one line that changes, elsewhere in a line for each
+# tenth. What goes wrong comes on standard error, past it. Usage: cmake --build DIRECTORY | scripts/progress.sh
 set -euo pipefail
 
 shown=-10

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds everything optimised and runs its tests: all but those with the label slow. Among them are the inputs of the fuzz
-# corpora, and that it installs and that others can build against it. scripts/check-all.sh does the rest.
+# Builds everything optimised and runs its tests: all but those with the label slow. Among them are the inputs of the
+# fuzz corpora, and that it installs and that others can build against it. scripts/check-all.sh does the rest.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Puts what was measured into a document: the standard input, under the date, the commit and the machine, takes the place
-of what stands between "<!-- NAME: ... -->" and "<!-- end of NAME -->".
+"""Puts what was measured into a document: the standard input, under the date, the commit and the machine, takes the
+place of what stands between "<!-- NAME: ... -->" and "<!-- end of NAME -->".
 
 Usage: write_table.py DOCUMENT NAME
 """

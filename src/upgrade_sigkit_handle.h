@@ -1,7 +1,7 @@
 // The tool's one operation: proves that the checksum file of an upgrade package is authentic.
 //
-// Trusted is the built-in root certificate alone. The library judges; this file brings it the certificate and the files,
-// insists on a positive verdict, and releases everything on every path.
+// Trusted is the built-in root certificate alone. The library judges; this file brings it the certificate and the
+// files, insists on a positive verdict, and releases everything on every path.
 #ifndef SRC_UPGRADE_SIGKIT_HANDLE_H
 #define SRC_UPGRADE_SIGKIT_HANDLE_H
 

@@ -5,8 +5,8 @@ Usage: check_wrong_rows.py COMPILE_COMMANDS, where COMPILE_COMMANDS is the build
 compiled as the build compiles it, as far as its syntax and its static assertions.
 
 Each case is a wrong text in the place of a right one. It must be refused for the reason that the case gives, in an
-error of the compiler. What it stands beside must compile: the file as it is, and where there is a limit, the same row at
-the limit. Prints what became of each case, and exits with 1 when one is not refused, or for another reason.
+error of the compiler. What it stands beside must compile: the file as it is, and where there is a limit, the same row
+at the limit. Prints what became of each case, and exits with 1 when one is not refused, or for another reason.
 """
 import concurrent.futures
 import dataclasses

@@ -128,7 +128,8 @@ size_t SigkitFileGetSize(void *file)
 static char g_log[8192];
 static size_t g_logLen;
 
-// Appends a text; what does not fit is cut. Line ends within it, and everything else that is not printable, become dots.
+// Appends a text; what does not fit is cut. Line ends within it, and everything else that is not printable, become
+// dots.
 static void Append(const char *text)
 {
     for (; *text != '\0' && g_logLen < sizeof g_log - 2; ++text) {

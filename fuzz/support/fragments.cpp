@@ -163,8 +163,8 @@ TlvNode FuzzOddKey(FuzzRandom *random)
                                            forge::Bytes(128, 0x7F),
                                            forge::Bytes(512, 0x7F),
                                            forge::Bytes(513, 0x7F)};
-    const forge::Bytes key = forge::DerSequence(
-        {forge::DerElement(forge::DER_INTEGER, Pick(NUMBERS, random)), forge::DerElement(forge::DER_INTEGER, Pick(NUMBERS, random))});
+    const forge::Bytes key = forge::DerSequence({forge::DerElement(forge::DER_INTEGER, Pick(NUMBERS, random)),
+                                                 forge::DerElement(forge::DER_INTEGER, Pick(NUMBERS, random))});
     const forge::Bytes algorithm =
         forge::DerSequence({forge::DerKnownIdentifier("1.2.840.113549.1.1.1"), forge::DerNull()});
     return TlvParseOne(forge::DerSequence({algorithm, forge::DerBitString(key)}));

@@ -32,8 +32,8 @@ void FuzzEnd();
 // Stands in the tally for a verdict of 1 together with success.
 inline constexpr uint32_t FUZZ_TALLY_AUTHENTIC = 1;
 
-// Counts how often each status was met. With the environment variable FUZZ_STATUS_FILE the counts are written there when
-// the process ends.
+// Counts how often each status was met. With the environment variable FUZZ_STATUS_FILE the counts are written there
+// when the process ends.
 void FuzzTally(uint32_t status);
 
 #endif

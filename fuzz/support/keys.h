@@ -1,5 +1,5 @@
-// Keys that everybody can derive: they follow from texts in the source, so that committed inputs stay signed without any
-// private key in a file. They protect nothing.
+// Keys that everybody can derive: they follow from texts in the source, so that committed inputs stay signed without
+// any private key in a file. They protect nothing.
 #ifndef FUZZ_KEYS_H
 #define FUZZ_KEYS_H
 

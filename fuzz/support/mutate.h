@@ -1,5 +1,5 @@
-// The structure-aware mutator: changes elements rather than octets, and makes the signatures true again, so that what it
-// makes is judged by the rules behind the decoder.
+// The structure-aware mutator: changes elements rather than octets, and makes the signatures true again, so that what
+// it makes is judged by the rules behind the decoder.
 #ifndef FUZZ_MUTATE_H
 #define FUZZ_MUTATE_H
 

@@ -6,8 +6,8 @@
 //   - its key has signed attributes with the digest of the content, or the content itself;
 //   - a TSTInfo beside that signature bears the digest of the signature;
 //   - the certificate is valid at that TSTInfo's time and may sign code;
-//   - a CRL that is signed by a certificate below the trust anchor speaks about its issuer, or is indirect, and does not
-//     revoke it at that time.
+//   - a CRL that is signed by a certificate below the trust anchor speaks about its issuer, or is indirect, and does
+//     not revoke it at that time.
 // Structures are looked for at every offset, so that nothing depends on how the library finds its way to them.
 #ifndef FUZZ_ORACLE_H
 #define FUZZ_ORACLE_H
@@ -24,8 +24,8 @@
 void FuzzRequireAuthentic(const forge::Bytes &anchor, const std::vector<forge::Bytes> &files,
                           const forge::Bytes &message, const forge::Bytes &content);
 
-// Tells whether a message has a signer. One without is accepted by design, and settled by the first piece of content: only
-// a file without any content stays accepted.
+// Tells whether a message has a signer. One without is accepted by design, and settled by the first piece of content:
+// only a file without any content stays accepted.
 bool FuzzHasSigner(const forge::Bytes &message);
 
 // Returns the DER octets in a file: those of each PEM block, or the file itself.

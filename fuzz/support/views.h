@@ -7,8 +7,8 @@
 
 #include "asn1/types.h"
 
-// Fails when a view of a decoded record reaches outside the `size` octets at `data`, or carries a tag that no identifier
-// octet can hold.
+// Fails when a view of a decoded record reaches outside the `size` octets at `data`, or carries a tag that no
+// identifier octet can hold.
 //
 //   record  in, what `item` decodes into.
 void FuzzCheckViews(const void *record, const SigkitAsnItem &item, const uint8_t *data, size_t size);

@@ -62,8 +62,8 @@ Status DigestFile(const std::string &path, std::string *textOut)
     return {};
 }
 
-// All regular files below a directory, by name; anything else in it is refused. The checksum file itself and what belongs
-// to it are left out.
+// All regular files below a directory, by name; anything else in it is refused. The checksum file itself and what
+// belongs to it are left out.
 Status FindFiles(const Options &options, std::vector<std::string> *namesOut)
 {
     namespace fs = std::filesystem;

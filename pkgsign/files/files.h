@@ -31,8 +31,8 @@ extern SystemCalls g_systemCalls;
 // Reads a whole file; "-" is standard input. sizeMax: octets beyond which the file is refused.
 Status ReadWhole(const std::string &path, Bytes *dataOut, size_t sizeMax = FILE_SIZE_MAX);
 
-// Reads a file, or standard input for "-", in pieces: `piece` is called with each, in order. total (may be null): octets
-// read.
+// Reads a file, or standard input for "-", in pieces: `piece` is called with each, in order. total (may be null):
+// octets read.
 Status ReadPieces(const std::string &path, const std::function<Status(const uint8_t *data, size_t size)> &piece,
                   uint64_t *total = nullptr);
 

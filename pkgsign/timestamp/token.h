@@ -23,7 +23,8 @@ struct TokenFields {
 // Makes a token. key: the timestamp authority's, or a throwaway one in its place.
 Status MakeToken(const TokenFields &fields, const Key &key, Bytes *tokenOut);
 
-// The serial number of a token: 16 octets from the time and the stamped signature, so that a token made again is the same.
+// The serial number of a token: 16 octets from the time and the stamped signature, so that a token made again is the
+// same.
 Bytes TokenSerial(const Bytes &signature, int64_t genTime);
 
 } // namespace pkgsign

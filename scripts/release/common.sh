@@ -147,7 +147,8 @@ try_tool() {
   shift
   expect 0 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/checksums" -h "$directory/checksums.cms" -c "$directory/crls.der"
   expect 255 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/tampered" -h "$directory/checksums.cms" -c "$directory/crls.der"
-  expect 2 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/checksums" -h "$directory/checksums.cms" -c "$directory/revoked.der"
+  expect 2 "$@" -f CHECK_PKG_INTEGRITY -e "$directory/checksums" -h "$directory/checksums.cms" \
+    -c "$directory/revoked.der"
 }
 
 # try_consumer DIRECTORY CONSUMER...: the same with the program that tests/consumer builds.
@@ -166,7 +167,8 @@ with_library() {
   env LD_LIBRARY_PATH="$tree/usr/lib/$multiarch" "$@"
 }
 
-# by_pkg_config KIND, by_cmake KIND: build tests/consumer over the installed tree $out/KIND-root and let it judge the package.
+# by_pkg_config KIND, by_cmake KIND: build tests/consumer over the installed tree $out/KIND-root and let it judge the
+# package.
 by_pkg_config() {
   local kind=$1 tree=$out/$1-root build=$out/consumer-$1-c
   mkdir -p "$build"

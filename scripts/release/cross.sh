@@ -31,7 +31,8 @@ check_machine() {
   try_tool "$out/package" emulate "$built/src/verify_tool"
   try_tool "$out/package-$machine" "$out/static/src/verify_tool"
   try_tool "$out/package-$machine" emulate "$built/src/verify_tool"
-  expect 0 emulate "$built/crltool/crl_compare" --root "$pki/certificates/root.der" "$out/package/crls.der" "$out/package/crls.der"
+  expect 0 emulate "$built/crltool/crl_compare" --root "$pki/certificates/root.der" \
+    "$out/package/crls.der" "$out/package/crls.der"
 
   configure_tests "$machine"
   tests=0

@@ -26,10 +26,11 @@ static_tree
 try_tool "$out/package-1.1.1" "$out/static/src/verify_tool"
 sign_package "$out/static/pkgsign/pkgsign" "$out/package"
 try_tool "$out/package" "$built/src/verify_tool"
-expect 0 "$built/crltool/crl_compare" --root "$pki/certificates/root.der" "$out/package/crls.der" "$out/package-1.1.1/crls.der"
+expect 0 "$built/crltool/crl_compare" --root "$pki/certificates/root.der" \
+  "$out/package/crls.der" "$out/package-1.1.1/crls.der"
 
-# Its calls with unusual arguments, each of them failing while packages are verified, and what its decoder reads: another
-# version may behave in other ways there.
+# Its calls with unusual arguments, each of them failing while packages are verified, and what its decoder reads:
+# another version may behave in other ways there.
 configure_tests openssl-1.1.1
 cmake --build "$built" -j "$jobs" --target libcrypto_faults_test callbacks_test differential_test
 "$built/tests/tool/callbacks_test" --gtest_brief=1
@@ -39,5 +40,5 @@ readelf -d "$built/tests/faults/libcrypto_faults_test" | grep 'NEEDED.*\[libcryp
 faults=$(sed -n 's/^\([0-9]*\) faults$/\1/p' "$out/openssl-1.1.1.tests")
 grep -x '\[  PASSED  \] [1-9][0-9]* tests\?\.' "$out/openssl-1.1.1.tests" || fail "the test was not run"
 [ "${faults:-0}" -gt 0 ] || fail "no fault was made"
-echo "OpenSSL $version: everything builds; packages are judged alike by it and $(openssl version | cut -d ' ' -f 2), and \
-$faults failures of its calls end as they do there"
+echo "OpenSSL $version: everything builds; packages are judged alike by it and $(openssl version | cut -d ' ' -f 2), \
+and $faults failures of its calls end as they do there"

@@ -35,8 +35,8 @@ struct SigkitDecodeBuf {
 // The only origin that SigkitBufSeek knows: the current position.
 inline constexpr int32_t SIGKIT_SEEK_CURRENT = 1;
 
-// Moves the cursor by `delta` octets. Returns SIGKIT_OK, SIGKIT_ERR_PARAM when `buf` is null, or SIGKIT_ERR_UNKNOWN with
-// nothing changed when `whence` is another origin or the target lies outside the input.
+// Moves the cursor by `delta` octets. Returns SIGKIT_OK, SIGKIT_ERR_PARAM when `buf` is null, or SIGKIT_ERR_UNKNOWN
+// with nothing changed when `whence` is another origin or the target lies outside the input.
 [[nodiscard]] uint32_t SigkitBufSeek(SigkitDecodeBuf *buf, int32_t delta, int32_t whence);
 
 // Octets not yet read.

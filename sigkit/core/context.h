@@ -36,12 +36,13 @@ static_assert(sizeof(SigkitVerifyCtx) == SIGKIT_VERIFY_CTX_SIZE, "the size tag i
 static_assert(sizeof(SigkitVerifyCreateParam) == SIGKIT_CREATE_PARAM_SIZE, "hosts fill in 72 octets");
 static_assert(offsetof(SigkitVerifyCtx, verifyTime) == 296, "fields lie where the documented layout has them");
 
-// Tells whether a status comes from the machine (memory, a callback, a bounds-checked function) and not from what a file
-// says: the library's own codes about files begin with 88.
+// Tells whether a status comes from the machine (memory, a callback, a bounds-checked function) and not from what a
+// file says: the library's own codes about files begin with 88.
 [[nodiscard]] bool InternalIsHostFailure(uint32_t status);
 
 // Notes what made a search go on to the next block, candidate or CRL. When it was the machine, what was left behind may
-// be the very CRL that revokes: the search goes on as if the file were at fault, but the context trusts no path any more.
+// be the very CRL that revokes: the search goes on as if the file were at fault, but the context trusts no path any
+// more.
 void InternalPassOver(SigkitVerifyCtx *ctx, uint32_t status);
 
 // Tests a context that a host handed in. Returns SIGKIT_OK, SIGKIT_ERR_CTX_NULL or SIGKIT_ERR_CTX_TAG.

@@ -36,7 +36,8 @@ template <typename T>
     return status;
 }
 
-// Copies `len` octets of `data` into a new block with `zeroTail` zero octets behind them, so that text becomes a string.
+// Copies `len` octets of `data` into a new block with `zeroTail` zero octets behind them, so that text becomes a
+// string.
 //
 //   out  out, the copy, owned by the caller until SigkitFree. Not written on failure.
 //

@@ -1,5 +1,5 @@
-// Every fault of the machine, one at a time, and pairs of them: memory that runs out, files that cannot be read, digests
-// and signature checks that fail, bounds-checked functions and the log formatter.
+// Every fault of the machine, one at a time, and pairs of them: memory that runs out, files that cannot be read,
+// digests and signature checks that fail, bounds-checked functions and the log formatter.
 #include <gtest/gtest.h>
 
 #include <random>

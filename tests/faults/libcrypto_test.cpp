@@ -1,5 +1,5 @@
-// A libcrypto that fails: each call that the host callbacks make does nothing and returns 0, -1 or 2, or a null pointer.
-// The linker's --wrap option puts the functions below before libcrypto's.
+// A libcrypto that fails: each call that the host callbacks make does nothing and returns 0, -1 or 2, or a null
+// pointer. The linker's --wrap option puts the functions below before libcrypto's.
 #include <gtest/gtest.h>
 
 #include <openssl/evp.h>
@@ -175,8 +175,8 @@ TEST(FailingLibcrypto, IsNeverReadAsAYesButMayCostACrl)
         for (uint32_t function = 0; function < FUNCTIONS; ++function) {
             // A reset of a context that is new already changes nothing, so its failure may leave a yes as it is.
             const bool isHarmless = function == MD_CTX_RESET;
-            // libcrypto says no or fails in one breath here: then the signature does not hold. When it is that of the CRL
-            // that revokes, the older CRL decides.
+            // libcrypto says no or fails in one breath here: then the signature does not hold. When it is that of the
+            // CRL that revokes, the older CRL decides.
             const bool mayLoseCrl = function == VERIFY_FINAL && scenario.needsEveryCrl;
             for (const int failure : {0, -1, 2}) {
                 for (uint32_t n = 1; n <= calls[function]; ++n) {

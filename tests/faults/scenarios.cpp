@@ -156,7 +156,7 @@ Outcome Compare(const forge::Bytes &first, const forge::Bytes &second)
     return outcome;
 }
 
-// ---- Packages that differ from the good one in one thing -------------------------------------------------------------
+// ---- Packages that differ from the good one in one thing ---------------------------------------------------------
 
 using Change = std::function<void(Package *)>;
 
@@ -217,7 +217,8 @@ Change WithRevoked(const Party &issuer, const Party &party, int reason)
     return WithCrl(issuer, [party, reason](forge::CrlRequest *crl) { crl->revoked = {Revoked(party, reason)}; });
 }
 
-// An older CRL that says nothing and a newer one, by this party, that revokes: a verifier that loses the newer one says yes.
+// An older CRL that says nothing and a newer one, by this party, that revokes: a verifier that loses the newer one says
+// yes.
 Change WithNewerCrl(const Party &issuer, const Party &party, const std::string &label = "")
 {
     return [issuer, party, label](Package *package) {

@@ -68,8 +68,8 @@ TEST_F(Package, OfARevokedSignerIsRefused)
     EXPECT_TRUE(Contains(Log(), "Verify signature error, code 88200002.")) << Log();
 }
 
-// With the issuing CA's key its thief makes a CA that bears the root's name, and a signer below that: the root's own CRL
-// is of the signer's issuer by name.
+// With the issuing CA's key its thief makes a CA that bears the root's name, and a signer below that: the root's own
+// CRL is of the signer's issuer by name.
 TEST_F(Package, OfANamesakeOfTheRootIsRefusedOnceTheCaAboveItIsRevoked)
 {
     forge::CertificateRequest namesake;

@@ -11,8 +11,8 @@
 namespace
 {
 
-// A CA that rolled its key over: the new certificate bears the CA's name as subject and as issuer, so the CRLs made with
-// the new key cover their own issuer, and nothing else does.
+// A CA that rolled its key over: the new certificate bears the CA's name as subject and as issuer, so the CRLs made
+// with the new key cover their own issuer, and nothing else does.
 WrittenStore RolledOverCa(uint32_t crls)
 {
     WrittenStore store;
@@ -43,8 +43,8 @@ WrittenStore EveryIssuerInQuestion()
     return store;
 }
 
-// A chain of eleven certificates of one name, whose CRLs the last certificate signed, but for one of the root. Every CRL
-// lists every certificate, superseded later, so each is tried, and the walk goes up the whole chain.
+// A chain of eleven certificates of one name, whose CRLs the last certificate signed, but for one of the root. Every
+// CRL lists every certificate, superseded later, so each is tried, and the walk goes up the whole chain.
 WrittenStore LongWalks()
 {
     WrittenStore store;
@@ -100,7 +100,8 @@ TEST(PathCost, OfCrlsThatCoverTheirOwnIssuerIsBounded)
 
 TEST(PathCost, IsNotCutBeforeTheLiteralValidationsAreUsedUp)
 {
-    // One CRL: ten nested validations below the top one. Two: 2 + 4 + ... + 1024, and as many refusals of the next depth.
+    // One CRL: ten nested validations below the top one. Two: 2 + 4 + ... + 1024, and as many refusals of the next
+    // depth.
     EXPECT_EQ(Validate(RolledOverCa(1), UINT32_MAX).lines, Validate(RolledOverCa(1), SIGKIT_PATH_LITERAL_MAX).lines);
     EXPECT_GT(Validate(RolledOverCa(2), UINT32_MAX).lines, Validate(RolledOverCa(2), SIGKIT_PATH_LITERAL_MAX).lines);
     EXPECT_EQ(Validate(RolledOverCa(2), UINT32_MAX).lines, Validate(RolledOverCa(2), 4096).lines);

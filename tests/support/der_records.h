@@ -1,6 +1,6 @@
 // Certificates, CRLs, signature messages and timestamp content, member by member, over the DER writer. Each record
-// begins with sensible members, all whole encodings; a test replaces a member, or drops it by taking its value away, and
-// encodes. Nothing is really signed: for that see the PKI factory.
+// begins with sensible members, all whole encodings; a test replaces a member, or drops it by taking its value away,
+// and encodes. Nothing is really signed: for that see the PKI factory.
 #ifndef SUPPORT_DER_RECORDS_H
 #define SUPPORT_DER_RECORDS_H
 

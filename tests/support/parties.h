@@ -19,8 +19,8 @@ struct Party {
     forge::Key key;
 };
 
-// The parties of all packages: root, issuing CA below it, code signer and timestamp authority below that, and a root and
-// CA of somebody else.
+// The parties of all packages: root, issuing CA below it, code signer and timestamp authority below that, and a root
+// and CA of somebody else.
 struct Parties {
     Party root;
     Party issuingCa;

@@ -134,7 +134,8 @@ TEST_F(Files, AreOpenedThroughALink)
 
 TEST_F(Files, OfPathsOfMoreThan4095CharactersAreRefused)
 {
-    // The system itself takes no path of more than 4095 characters, so it cannot be seen who refuses these; neither may write past an area.
+    // The system itself takes no path of more than 4095 characters, so it cannot be seen who refuses these; neither may
+    // write past an area.
     const std::string path = Write("file", 7);
     const std::string slashes(4096 - path.size(), '/');
     EXPECT_EQ(nullptr, SigkitFileOpen((slashes + path).c_str(), "rb"));

@@ -180,8 +180,8 @@ TEST_F(Bounds, TheLogOfTheLargestFileOfBrokenBlocksFitsEightMegabytes)
 {
     const std::string begin = "-----BEGIN X509 CRL-----";
     const std::string end = "-----END X509 CRL-----";
-    // The shortest blocks of each way to fail. An END may begin with the dashes of the marker before it; and one end marker
-    // ends two bodies, that of the block before it and the empty one of the block that it closes.
+    // The shortest blocks of each way to fail. An END may begin with the dashes of the marker before it; and one end
+    // marker ends two bodies, that of the block before it and the empty one of the block that it closes.
     const struct {
         const char *name;
         std::string blocks;

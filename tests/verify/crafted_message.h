@@ -36,8 +36,8 @@ inline der::Bytes SignerIdentifier(const Party &party)
     return der::IssuerAndSerialNumber(issuer, der::IntegerRaw(serial));
 }
 
-// The message of a party: its certificates, its signature over `signedOctets` and a good token are added to `signer` and
-// `data`.
+// The message of a party: its certificates, its signature over `signedOctets` and a good token are added to `signer`
+// and `data`.
 inline forge::Bytes CraftMessage(const Party &party, const forge::Bytes &signedOctets, der::SignerInfo signer,
                                  der::SignedData data = {})
 {
