@@ -28,16 +28,16 @@ static_tree
 sign_package "$out/static/pkgsign/pkgsign" "$out/package"
 rm -rf "$other" "$out/anchor-root"
 mkdir "$out/anchor-root"
-"$out/static/pkgsign/pkgsign" init "$other"
-"$out/static/pkgsign/pkgsign" crl "$other" --out "$out/other.pem" --format pem --with-certificates
-"$out/static/pkgsign/pkgsign" sign "$other" --in "$out/package/checksums" --out "$out/other.cms" --format cms
-other_package=(-f CHECK_PKG_INTEGRITY -e "$out/package/checksums" -h "$out/other.cms" -c "$out/other.pem")
+"$out/static/pkgsign/pkgsign" init "$other" --no-encryption
+"$out/static/pkgsign/pkgsign" crl --pki "$other" --out "$out/other-crls.der"
+"$out/static/pkgsign/pkgsign" sign "$out/package/checksums" --pki "$other" --out "$out/other.cms"
+other_package=(-f CHECK_PKG_INTEGRITY -e "$out/package/checksums" -h "$out/other.cms" -c "$out/other-crls.der")
 
 # Another root with an older date is built in, and until then nothing is installed.
-cp "$pki/root.der" "$anchor"
+cp "$pki/certificates/root.der" "$anchor"
 build_tree static "$root" -DSIGKIT_TRUST_ANCHOR="$anchor"
 expect 4 "$tool" "${other_package[@]}"
-cp "$other/root.der" "$anchor"
+cp "$other/certificates/root.der" "$anchor"
 touch -d 2001-01-01 "$anchor"
 refuse 'built with another root' install_static
 expect_nothing_installed
