@@ -37,23 +37,21 @@ def sentence(meaning: str) -> str:
 
 
 def status_table() -> str:
-    lines = ["| code | name | exit | meaning | what to do |", "|---|---|---|---|---|"]
-    lines += [f"| {code} | `{name}` | {int(code, 16) & 0xFF} | {MARKS[met]}{sentence(meaning)} | {remedy} |"
+    lines = ["| code | meaning | what to do |", "|---|---|---|"]
+    lines += [f"| {code} `{name}` | {MARKS[met]}{sentence(meaning)} | {remedy} |"
               for name, code, met, meaning, remedy in rows()]
     return "\n".join(lines)
 
 
 def exit_table() -> str:
     """The codes that verify_tool can end with, by their exit status."""
-    by_status: dict[int, list[tuple[str, str]]] = {}
-    for name, code, met, meaning, _ in rows():
+    by_status: dict[int, list[str]] = {}
+    for name, code, met, _, _ in rows():
         if met == "PACKAGE" and name not in NOT_OF_A_CLASS:
-            by_status.setdefault(int(code, 16) & 0xFF, []).append((code, meaning))
-    lines = ["| exit | codes | meaning |", "|---|---|---|"]
-    for status, entries in sorted(by_status.items()):
-        entries.sort(key=lambda entry: CLASSES.index(entry[0][:4]))
-        codes = ", ".join(code for code, _ in entries)
-        lines.append(f"| {status} | {codes} | {sentence('; '.join(meaning for _, meaning in entries))} |")
+            by_status.setdefault(int(code, 16) & 0xFF, []).append(code)
+    lines = ["| exit | codes |", "|---|---|"]
+    lines += [f"| {status} | {', '.join(sorted(codes, key=lambda code: CLASSES.index(code[:4])))} |"
+              for status, codes in sorted(by_status.items())]
     return "\n".join(lines)
 
 
