@@ -13,6 +13,10 @@
 //
 // The library relies on the behaviour for null arguments that is given here. No callback may return early by longjmp or
 // an exception. They are called on the thread that called the library.
+//
+// All of these functions return; none calls the library with the context that is at work. A failure is -1 or a code of
+// sigkit.h, never a small positive number. What a callback created is given back to its releasing one, after a failure
+// too.
 #ifndef SIGKIT_SIGKIT_HOST_H
 #define SIGKIT_SIGKIT_HOST_H
 
@@ -37,7 +41,7 @@ uint32_t SigkitMalloc(void **out, size_t size);
 // Releases a block of SigkitMalloc; null is ignored.
 void SigkitFree(void *block);
 
-// Compares `n` octets as memcmp does; -1 when a pointer is null.
+// Compares `n` octets as memcmp does; -1 when a pointer is null. Digests are no secrets: its time need not be constant.
 int SigkitMemCmp(const void *a, const void *b, size_t n);
 
 // Compares at most `n` characters as strncmp does; -1 when a pointer is null.
@@ -57,7 +61,9 @@ const char *SigkitStrChr(const char *text, int character);
 uint32_t SigkitStrlen(const char *text);
 
 // ---- Files ---------------------------------------------------------------------------------------------------------
-// A file is a handle of the host's own; the library only hands it back.
+// A file is a handle of the host's own; the library only hands it back. A signature, certificate or CRL file is asked
+// for its size and read with one call. Content is read in pieces until a read gives 0: an error there looks like its
+// end. A host without files opens none.
 
 // Opens a file. The library passes a path that is not null and the mode "rb". Returns null when it cannot be opened.
 void *SigkitFileOpen(const char *path, const char *mode);
@@ -74,7 +80,8 @@ size_t SigkitFileGetSize(void *file);
 
 // ---- Log -----------------------------------------------------------------------------------------------------------
 
-// Takes one line of the library's log.
+// Takes one line of the library's log. It decides nothing: it may be empty, slow or lossy. Of a failure's lines the
+// first is the cause and the last the answer.
 //
 //   level      in, 0 error, 1 warning; the library passes on no others.
 //   file       in, the tag "sigkit_log.log".
@@ -88,8 +95,8 @@ void SigkitLogPrint(int level, const char *file, int line, const char *function,
                     const char *message);
 
 // ---- Digests -------------------------------------------------------------------------------------------------------
-// Hash algorithms are numbers: 43 SHA-256, 44 SHA-384, 45 SHA-512 (FIPS 180-4). Every int32_t result is 0 for success
-// and another value for failure, which the library returns to its caller as it is.
+// Hash algorithms are numbers: 43 SHA-256, 44 SHA-384, 45 SHA-512 (FIPS 180-4); no other may be taken. Every int32_t
+// result is 0 for success and another value for failure, which the library returns to its caller as it is.
 
 // A digest in progress; its content is the host's own.
 typedef struct SigkitMdCtx SigkitMdCtx;
@@ -134,7 +141,8 @@ typedef struct SigkitCryptoCtx SigkitCryptoCtx;
 // Creates a signature-check context into `out`; the library owns it until SigkitCryptoVerifyDestroyCtx.
 int32_t SigkitCryptoVerifyCreateCtx(SigkitCryptoCtx **out);
 
-// Arms a check with a public key and a hash algorithm. The numbers are borrowed for the call only.
+// Arms a check with a public key and a hash algorithm. The numbers are borrowed for the call only. An attacker may have
+// chosen them: with any, of no octets and with leading zeros too, it neither crashes nor takes long.
 int32_t SigkitCryptoVerifyInit(SigkitCryptoCtx *ctx, const SigkitBigInt *exponent, const SigkitBigInt *modulus,
                                uint32_t hashAoid);
 
