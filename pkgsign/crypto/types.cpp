@@ -23,6 +23,15 @@ Bytes EncodeCrl(const X509_CRL *crl)
     return EncodeDer(i2d_X509_CRL, const_cast<X509_CRL *>(crl));
 }
 
+Bytes Digest(const EVP_MD *method, const Bytes &data)
+{
+    Bytes digest(EVP_MAX_MD_SIZE);
+    unsigned int size = 0;
+    (void)EVP_Digest(data.data(), data.size(), digest.data(), &size, method, nullptr);
+    digest.resize(size);
+    return digest;
+}
+
 Bytes TakeMemory(BIO *memory)
 {
     char *data = nullptr;

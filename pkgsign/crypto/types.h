@@ -40,7 +40,6 @@ using RequestPtr = std::unique_ptr<X509_REQ, Deleter<X509_REQ_free>>;
 using RevokedPtr = std::unique_ptr<X509_REVOKED, Deleter<X509_REVOKED_free>>;
 using TimePtr = std::unique_ptr<ASN1_TIME, Deleter<ASN1_TIME_free>>;
 using TsRequestPtr = std::unique_ptr<TS_REQ, Deleter<TS_REQ_free>>;
-using TsResponseCtxPtr = std::unique_ptr<TS_RESP_CTX, Deleter<TS_RESP_CTX_free>>;
 using TsResponsePtr = std::unique_ptr<TS_RESP, Deleter<TS_RESP_free>>;
 
 // Keys and certificates are shared between the records that hold them; the last share frees them.
@@ -73,6 +72,8 @@ Bytes EncodeDer(Encode encode, T *object)
 
 Bytes EncodeCertificate(const X509 *certificate);
 Bytes EncodeCrl(const X509_CRL *crl);
+
+Bytes Digest(const EVP_MD *method, const Bytes &data);
 
 // What a BIO in memory holds.
 Bytes TakeMemory(BIO *memory);

@@ -1,8 +1,7 @@
 #include "pkgsign/timestamp/token.h"
 
 #include <openssl/objects.h>
-
-#include "pkgsign/crypto/message.h"
+#include <openssl/pkcs7.h>
 
 namespace pkgsign
 {
@@ -10,104 +9,117 @@ namespace
 {
 
 constexpr size_t SERIAL_SIZE = 16;
-constexpr long REQUEST_VERSION = 1; // RFC 3161, 2.4.1
+constexpr long TST_INFO_VERSION = 1;    // RFC 3161, 2.4.2
+constexpr long SIGNED_DATA_VERSION = 3; // RFC 5652, 5.1: the content is no plain data
 
-// libcrypto asks for time and serial number by callbacks.
-int GiveTime(TS_RESP_CTX *, void *data, long *seconds, long *microseconds)
-{
-    *seconds = static_cast<long>(static_cast<const TokenFields *>(data)->genTime);
-    *microseconds = 0; // devices take whole seconds only
-    return 1;
-}
+using ImprintPtr = std::unique_ptr<TS_MSG_IMPRINT, Deleter<TS_MSG_IMPRINT_free>>;
+using InfoPtr = std::unique_ptr<TS_TST_INFO, Deleter<TS_TST_INFO_free>>;
+using StringPtr = std::unique_ptr<ASN1_STRING, Deleter<ASN1_STRING_free>>;
 
-ASN1_INTEGER *GiveSerial(TS_RESP_CTX *, void *data)
-{
-    const Bytes &serial = static_cast<const TokenFields *>(data)->serial;
-    const BnPtr number(BN_bin2bn(serial.data(), static_cast<int>(serial.size()), nullptr));
-    return number == nullptr ? nullptr : BN_to_ASN1_INTEGER(number.get(), nullptr);
-}
-
-Bytes Digest(const EVP_MD *digest, const Bytes &data)
-{
-    Bytes result(EVP_MAX_MD_SIZE);
-    unsigned int size = 0;
-    (void)EVP_Digest(data.data(), data.size(), result.data(), &size, digest, nullptr);
-    result.resize(size);
-    return result;
-}
-
-bool DescribeImprint(TS_REQ *request, const TokenFields &fields)
+ImprintPtr MakeImprint(const TokenFields &fields)
 {
     Bytes hash = Digest(fields.digest, fields.signature);
-    const std::unique_ptr<TS_MSG_IMPRINT, Deleter<TS_MSG_IMPRINT_free>> imprint(TS_MSG_IMPRINT_new());
+    ImprintPtr imprint(TS_MSG_IMPRINT_new());
     const std::unique_ptr<X509_ALGOR, Deleter<X509_ALGOR_free>> algorithm(X509_ALGOR_new());
-    return imprint != nullptr && algorithm != nullptr &&
-           X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(EVP_MD_type(fields.digest)), V_ASN1_NULL, nullptr) == 1 &&
-           TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get()) == 1 &&
-           TS_MSG_IMPRINT_set_msg(imprint.get(), hash.data(), static_cast<int>(hash.size())) == 1 &&
-           TS_REQ_set_msg_imprint(request, imprint.get()) == 1;
+    const bool made =
+        imprint != nullptr && algorithm != nullptr &&
+        X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(EVP_MD_type(fields.digest)), V_ASN1_NULL, nullptr) == 1 &&
+        TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get()) == 1 &&
+        TS_MSG_IMPRINT_set_msg(imprint.get(), hash.data(), static_cast<int>(hash.size())) == 1;
+    return made ? std::move(imprint) : nullptr;
 }
 
-// The request that a client would send.
-BioPtr MakeRequest(const TokenFields &fields)
+// RFC 3161, 2.4.2.
+InfoPtr MakeInfo(const TokenFields &fields)
 {
-    const TsRequestPtr request(TS_REQ_new());
-    BioPtr memory(BIO_new(BIO_s_mem()));
-    const bool made = request != nullptr && memory != nullptr &&
-                      TS_REQ_set_version(request.get(), REQUEST_VERSION) == 1 &&
-                      DescribeImprint(request.get(), fields) && TS_REQ_set_cert_req(request.get(), 1) == 1 &&
-                      i2d_TS_REQ_bio(memory.get(), request.get()) == 1;
-    return made ? std::move(memory) : nullptr;
+    InfoPtr info(TS_TST_INFO_new());
+    const ImprintPtr imprint = MakeImprint(fields);
+    const std::unique_ptr<ASN1_OBJECT, Deleter<ASN1_OBJECT_free>> policy(OBJ_txt2obj(fields.policy.c_str(), 1));
+    const BnPtr number(BN_bin2bn(fields.serial.data(), static_cast<int>(fields.serial.size()), nullptr));
+    const IntegerPtr serial(number == nullptr ? nullptr : BN_to_ASN1_INTEGER(number.get(), nullptr));
+    const StringPtr time(ASN1_GENERALIZEDTIME_set(nullptr, static_cast<time_t>(fields.genTime)));
+    const bool made = info != nullptr && imprint != nullptr && policy != nullptr && serial != nullptr &&
+                      time != nullptr && TS_TST_INFO_set_version(info.get(), TST_INFO_VERSION) == 1 &&
+                      TS_TST_INFO_set_policy_id(info.get(), policy.get()) == 1 &&
+                      TS_TST_INFO_set_msg_imprint(info.get(), imprint.get()) == 1 &&
+                      TS_TST_INFO_set_serial(info.get(), serial.get()) == 1 &&
+                      TS_TST_INFO_set_time(info.get(), time.get()) == 1;
+    return made ? std::move(info) : nullptr;
 }
 
-bool Configure(TS_RESP_CTX *ctx, TokenFields *fields, X509 *authority, const Key &key)
+// SigningCertificateV2 (RFC 5035, 3) of one certificate by its SHA-256 digest, which is the algorithm's default.
+StringPtr MakeSigningCertificate(const X509 *certificate)
 {
-    const std::unique_ptr<ASN1_OBJECT, Deleter<ASN1_OBJECT_free>> policy(OBJ_txt2obj(fields->policy.c_str(), 1));
-    TS_RESP_CTX_set_time_cb(ctx, GiveTime, fields);
-    TS_RESP_CTX_set_serial_cb(ctx, GiveSerial, fields);
-    return policy != nullptr && TS_RESP_CTX_set_signer_cert(ctx, authority) == 1 &&
-           TS_RESP_CTX_set_signer_key(ctx, key.get()) == 1 && TS_RESP_CTX_set_signer_digest(ctx, fields->digest) == 1 &&
-           TS_RESP_CTX_set_ess_cert_id_digest(ctx, EVP_sha256()) == 1 &&
-           TS_RESP_CTX_set_def_policy(ctx, policy.get()) == 1 && TS_RESP_CTX_add_md(ctx, fields->digest) == 1;
+    Bytes der = {0x30, 0x26, 0x30, 0x24, 0x30, 0x22, 0x04, 0x20};
+    const Bytes hash = Digest(EVP_sha256(), EncodeCertificate(certificate));
+    der.insert(der.end(), hash.begin(), hash.end());
+    StringPtr value(ASN1_STRING_type_new(V_ASN1_SEQUENCE)); // a parsed value: its octets are taken as they are
+    const bool made = value != nullptr && ASN1_STRING_set(value.get(), der.data(), static_cast<int>(der.size())) == 1;
+    return made ? std::move(value) : nullptr;
 }
 
-// Puts the certificates into a token that libcrypto has made: it carries the one that fits the key, which may be a
-// throwaway one.
-bool ReplaceCertificates(PKCS7 *token, const std::vector<Certificate> &certificates)
+// The attribute takes over its value.
+bool AddAttribute(PKCS7_SIGNER_INFO *signer, int nid, int type, StringPtr value)
 {
-    STACK_OF(X509) *const carried = token->d.sign->cert;
-    while (sk_X509_num(carried) > 0) {
-        X509_free(sk_X509_pop(carried));
+    if (value == nullptr || PKCS7_add_signed_attribute(signer, nid, type, value.get()) != 1) {
+        return false;
     }
-    for (const Certificate &certificate : certificates) {
-        if (PKCS7_add_certificate(token, certificate.get()) != 1) {
-            return false;
-        }
+    (void)value.release();
+    return true;
+}
+
+// RFC 3161, 2.4.2, and the signing time: libcrypto would add the machine's own, and no token could be made again.
+bool AddAttributes(PKCS7_SIGNER_INFO *signer, const TokenFields &fields)
+{
+    StringPtr time(ASN1_TIME_set(nullptr, static_cast<time_t>(fields.genTime)));
+    const int type = time == nullptr ? V_ASN1_UNDEF : ASN1_STRING_type(time.get());
+    return PKCS7_add_signed_attribute(signer, NID_pkcs9_contentType, V_ASN1_OBJECT,
+                                      OBJ_nid2obj(NID_id_smime_ct_TSTInfo)) == 1 &&
+           AddAttribute(signer, NID_pkcs9_signingTime, type, std::move(time)) &&
+           AddAttribute(signer, NID_id_smime_aa_signingCertificateV2, V_ASN1_SEQUENCE,
+                        MakeSigningCertificate(fields.authority.get()));
+}
+
+// The content of a message is a message of its own in libcrypto's PKCS #7.
+bool AddContent(PKCS7 *token)
+{
+    Pkcs7Ptr content(PKCS7_new());
+    StringPtr octets(ASN1_OCTET_STRING_new());
+    ASN1_TYPE *const value = ASN1_TYPE_new();
+    if (content == nullptr || octets == nullptr || value == nullptr) {
+        ASN1_TYPE_free(value);
+        return false;
     }
+    content->type = OBJ_nid2obj(NID_id_smime_ct_TSTInfo);
+    content->d.other = value;
+    ASN1_TYPE_set(value, V_ASN1_OCTET_STRING, octets.release());
+    if (PKCS7_set_content(token, content.get()) != 1) {
+        return false;
+    }
+    (void)content.release();
     return true;
 }
 
 } // namespace
 
-Status MakeToken(const TokenFields &asked, const Key &key, Bytes *tokenOut)
+Status MakeToken(const TokenFields &fields, const Key &key, Bytes *tokenOut)
 {
-    TokenFields fields = asked;
-    Certificate authority;
-    const Status status = CertificateForKey(fields.authority, key, &authority);
-    if (!status.ok) {
-        return status;
+    const InfoPtr info = MakeInfo(fields);
+    const Pkcs7Ptr token(PKCS7_new());
+    bool made = info != nullptr && token != nullptr && PKCS7_set_type(token.get(), NID_pkcs7_signed) == 1 &&
+                ASN1_INTEGER_set(token->d.sign->version, SIGNED_DATA_VERSION) == 1;
+    for (const Certificate &certificate : fields.certificates) {
+        made = made && PKCS7_add_certificate(token.get(), certificate.get()) == 1;
     }
-    const TsResponseCtxPtr ctx(TS_RESP_CTX_new());
-    const BioPtr request = MakeRequest(fields);
-    if (ctx == nullptr || request == nullptr || !Configure(ctx.get(), &fields, authority.get(), key)) {
+    PKCS7_SIGNER_INFO *const signer =
+        made ? PKCS7_add_signature(token.get(), fields.authority.get(), key.get(), fields.digest) : nullptr;
+    made = signer != nullptr && AddAttributes(signer, fields) && AddContent(token.get());
+    const BioPtr stream(made ? PKCS7_dataInit(token.get(), nullptr) : nullptr);
+    if (stream == nullptr || i2d_TS_TST_INFO_bio(stream.get(), info.get()) != 1 ||
+        PKCS7_dataFinal(token.get(), stream.get()) != 1) {
         return FailCrypto("cannot make a timestamp token");
     }
-    const TsResponsePtr response(TS_RESP_create_response(ctx.get(), request.get()));
-    PKCS7 *const token = response == nullptr ? nullptr : TS_RESP_get_token(response.get());
-    if (token == nullptr || !ReplaceCertificates(token, fields.certificates)) {
-        return FailCrypto("cannot make a timestamp token");
-    }
-    *tokenOut = EncodeDer(i2d_PKCS7, token);
+    *tokenOut = EncodeDer(i2d_PKCS7, token.get());
     return {};
 }
 

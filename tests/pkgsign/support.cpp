@@ -81,11 +81,11 @@ CMS_SignerInfo *__wrap_CMS_add1_signer(CMS_ContentInfo *message, X509 *certifica
     Note(key);
     return __real_CMS_add1_signer(message, certificate, key, digest, flags);
 }
-int __real_TS_RESP_CTX_set_signer_key(TS_RESP_CTX *ctx, EVP_PKEY *key);
-int __wrap_TS_RESP_CTX_set_signer_key(TS_RESP_CTX *ctx, EVP_PKEY *key)
+PKCS7_SIGNER_INFO *__real_PKCS7_add_signature(PKCS7 *message, X509 *certificate, EVP_PKEY *key, const EVP_MD *digest);
+PKCS7_SIGNER_INFO *__wrap_PKCS7_add_signature(PKCS7 *message, X509 *certificate, EVP_PKEY *key, const EVP_MD *digest)
 {
     Note(key);
-    return __real_TS_RESP_CTX_set_signer_key(ctx, key);
+    return __real_PKCS7_add_signature(message, certificate, key, digest);
 }
 }
 
