@@ -1,12 +1,11 @@
 #include "pkgsign/authority/certificates.h"
 
-#include <cstdio>
 #include <cstring>
-#include <ctime>
 
 #include <openssl/rand.h>
 #include <openssl/x509v3.h>
 
+#include "pkgsign/crypto/digest.h"
 #include "pkgsign/crypto/keys.h"
 #include "pkgsign/files/files.h"
 
@@ -240,12 +239,6 @@ std::string CommonName(const X509_NAME *name)
     return result;
 }
 
-int64_t TimeSeconds(const ASN1_TIME *time)
-{
-    struct tm parts = {};
-    return time != nullptr && ASN1_TIME_to_tm(time, &parts) == 1 ? static_cast<int64_t>(timegm(&parts)) : 0;
-}
-
 int64_t NotBefore(const X509 *certificate)
 {
     return TimeSeconds(X509_get0_notBefore(certificate));
@@ -284,16 +277,7 @@ Entry DescribeCertificate(const X509 *certificate, Role role)
 
 std::string DigestText(const Bytes &data)
 {
-    uint8_t digest[EVP_MAX_MD_SIZE] = {};
-    unsigned int size = 0;
-    (void)EVP_Digest(data.data(), data.size(), digest, &size, EVP_sha256(), nullptr);
-    std::string text;
-    for (unsigned int i = 0; i < size; ++i) {
-        char digits[4] = {};
-        (void)std::snprintf(digits, sizeof(digits), "%02x", static_cast<unsigned>(digest[i]));
-        text += digits;
-    }
-    return text;
+    return HexText(Digest(EVP_sha256(), data));
 }
 
 std::string ContentDigest(const X509 *certificate)

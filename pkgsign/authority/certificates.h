@@ -54,7 +54,6 @@ std::string NameText(const X509_NAME *name);
 std::string CommonName(const X509_NAME *name);
 int64_t NotBefore(const X509 *certificate);
 int64_t NotAfter(const X509 *certificate);
-int64_t TimeSeconds(const ASN1_TIME *time);
 
 // Reads the role from basic constraints, purposes and issuer. Fails for a certificate that has none of the four.
 Status ReadRole(const X509 *certificate, Role *roleOut);

@@ -246,7 +246,8 @@ Status FindRoot(const Pki &pki, const Entry **rootOut)
     return Fail("the folder has no root certificate; import it");
 }
 
-Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int64_t now, const Entry **entryOut)
+Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int64_t now, const Entry **entryOut,
+                         bool needsKey)
 {
     const Entry *chosen = nullptr;
     std::string why;
@@ -259,7 +260,7 @@ Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int
             why = quoted + " is for the role " + RoleName(entry.role) + ", not " + RoleName(role);
         } else if (entry.state != State::Issued) {
             why = quoted + " is requested, not issued; import its certificate";
-        } else if (entry.key.empty()) {
+        } else if (needsKey && entry.key.empty()) {
             why = "the key of " + quoted + " is not here";
         } else if (FindRevocation(pki, entry.issuer, entry.serial) != nullptr) {
             why = quoted + " is revoked";

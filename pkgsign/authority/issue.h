@@ -40,8 +40,10 @@ struct IssueOrder {
 Status IssueCertificate(const Workplace &place, IssueOrder *order, Certificate *certificateOut, std::string *reportOut);
 
 // The certificate of a role to work with: issued, with a key here, not revoked, in its lifetime at `now`, and of
-// several the one that ends last. name: not empty asks for this one, and says why it will not do.
-Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int64_t now, const Entry **entryOut);
+// several the one that ends last. name: not empty asks for this one, and says why it will not do. needsKey: false where
+// the key may be elsewhere.
+Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int64_t now, const Entry **entryOut,
+                         bool needsKey = true);
 
 // The root of a folder.
 Status FindRoot(const Pki &pki, const Entry **rootOut);

@@ -15,69 +15,6 @@ namespace pkgsign
 namespace
 {
 
-Status LoadRoot(const Workplace &place, const Pki &pki, Certificate *rootOut)
-{
-    const Entry *root = nullptr;
-    const Status status = FindRoot(pki, &root);
-    return status.ok ? LoadCertificate(place.folder, *root, rootOut) : status;
-}
-
-Status LoadParty(const Workplace &place, const Pki &pki, Role role, const std::string &name, int64_t time,
-                 Party *partyOut)
-{
-    const Entry *entry = nullptr;
-    Party party;
-    Status status = ChooseCertificate(pki, role, name, time, &entry);
-    if (status.ok) {
-        party.entry = *entry;
-        status = LoadCertificate(place.folder, *entry, &party.certificate);
-    }
-    const Entry *const ca = status.ok ? FindAuthority(pki, entry->issuer) : nullptr;
-    if (status.ok && ca == nullptr) {
-        return Fail("the certificate of the CA '" + entry->issuer + "' is not in the folder; import it");
-    }
-    if (status.ok) {
-        party.caEntry = *ca;
-        status = LoadCertificate(place.folder, *ca, &party.ca);
-    }
-    if (status.ok) {
-        status = LoadEntryKey(place.folder, *entry, party.certificate.get(), place.secrets, &party.key);
-    }
-    if (status.ok) {
-        *partyOut = std::move(party);
-    }
-    return status;
-}
-
-std::vector<Revocation> EntriesOf(const Pki &pki, const std::string &authority)
-{
-    std::vector<Revocation> entries;
-    std::copy_if(pki.revocations.begin(), pki.revocations.end(), std::back_inserter(entries),
-                 [&](const Revocation &entry) { return entry.issuer == authority; });
-    return entries;
-}
-
-// The CRL file that devices have, or one made up from what the folder has revoked, as of `time`.
-Status ChooseCrls(const Workplace &place, const Pki &pki, const std::string &path, int64_t time, Setting *setting)
-{
-    if (!path.empty()) {
-        return ReadWhole(path, &setting->crlFile, DEVICE_FILE_SIZE_MAX);
-    }
-    std::vector<MadeUpCrl> crls;
-    for (const Entry &entry : pki.certificates) {
-        Certificate ca;
-        if (!IsCa(entry.role) || entry.state != State::Issued || FindAuthority(pki, entry.authority) != &entry) {
-            continue;
-        }
-        const Status status = LoadCertificate(place.folder, entry, &ca);
-        if (!status.ok) {
-            return status;
-        }
-        crls.push_back({ca, EntriesOf(pki, entry.authority)});
-    }
-    return MakeUpCrlFile(crls, time, setting);
-}
-
 // A throwaway party in the place of a timestamp authority that is not here.
 Status MakeUpTimestamp(const Certificate &ca, int64_t time, Setting *setting, Party *partyOut)
 {
@@ -95,20 +32,22 @@ Key PublicKeyOf(const Certificate &certificate)
     return ShareKey(X509_get_pubkey(certificate.get()));
 }
 
+// At most two, so that devices have room; not a root, which they have.
 std::vector<Certificate> Carried(const Party &party)
 {
-    return {party.certificate, party.ca}; // at most two, so that devices have room
+    const bool isRoot = X509_NAME_cmp(X509_get_subject_name(party.ca.get()), X509_get_issuer_name(party.ca.get())) == 0;
+    return isRoot ? std::vector<Certificate>{party.certificate} : std::vector<Certificate>{party.certificate, party.ca};
 }
 
-Status MakeBare(const PackageOrder &order, const Package &package, const Key &key, Bytes *messageOut)
+MessageFields FieldsOf(const PackageOrder &order, const Package &package)
 {
     MessageFields fields;
     fields.signer = package.signer.certificate;
     fields.certificates = Carried(package.signer);
     fields.digest = order.digest;
     fields.contentDigest = package.contentDigest;
-    fields.signingTime = order.time;
-    return MakeMessage(fields, key, messageOut);
+    fields.signingTime = order.signingTime;
+    return fields;
 }
 
 Status Stamp(const Party &party, int64_t time, const EVP_MD *digest, const Key &key, const Bytes &bare,
@@ -142,50 +81,71 @@ Status Judge(const Setting &setting, const Package &package, const Bytes &messag
     return answer.accepted ? Status() : Fail("a device would refuse the package: " + Explain(answer));
 }
 
-struct End {
-    std::string what;
-    int64_t time;
-};
-
-std::string HorizonText(std::vector<End> ends, bool hasCrls)
+// A throwaway token in the place of one that is not at hand.
+Status StampMadeUp(const PackageOrder &order, const Package &package, const Bytes &bare, Setting *setting,
+                   Bytes *messageOut)
 {
-    const auto first =
-        std::min_element(ends.begin(), ends.end(), [](const End &a, const End &b) { return a.time < b.time; });
-    return "This package stays good. Devices accept new ones of these keys until " + FormatTime(first->time) +
-           ": then " + first->what + " ends.\n" +
+    Party timestamp;
+    Key key;
+    Status status = MakeUpTimestamp(package.signer.ca, order.time, setting, &timestamp);
+    if (status.ok) {
+        status = StandInFor(PublicKeyOf(timestamp.certificate), setting, &key);
+    }
+    return status.ok ? Stamp(timestamp, order.time, order.digest, key, bare, messageOut) : status;
+}
+
+Status StampFromElsewhere(const PackageOrder &order, const Bytes &bare, Bytes *messageOut)
+{
+    Bytes signature;
+    Bytes token;
+    Status status = SignatureValue(bare, &signature);
+    if (status.ok) {
+        status = order.getToken(signature, &token);
+    }
+    return status.ok ? AddToken(bare, token, messageOut) : status;
+}
+
+std::string HorizonText(const PackageOrder &order, const Package &package)
+{
+    const bool hasCrls = !order.crlFile.empty();
+    const std::string devices = hasCrls ? "evices with this CRL file accept " : "evices accept ";
+    return (order.tokenSource == TokenSource::None
+                ? "D" + devices + "this package if it is timestamped by "
+                : "It is judged at its timestamp and stays good; d" + devices + "new ones of these keys until ") +
+           FormatTime(package.horizon.time) + ": then " + Printable(package.horizon.what) + " ends.\n" +
            (hasCrls ? ""
-                    : "No CRL file was given (--crl): judged with what this folder has revoked; devices also need CRLs "
-                      "that "
-                      "are in date.\n");
+                    : "No CRL file was given (--crl): judged with what is known to be revoked here; devices also need "
+                      "CRLs that are in date.\n");
 }
 
-bool IsIssuedBy(const X509_CRL *crl, const Certificate &ca)
+// Who signs, and the CAs above, the root last.
+Status OpenSigner(const Workplace &place, const PackageOrder &order, Package *package)
 {
-    return ca != nullptr && X509_NAME_cmp(X509_CRL_get_issuer(crl), X509_get_subject_name(ca.get())) == 0;
+    if (!order.files.certificate.empty()) {
+        const Status status = LoadPartyFiles(order.files, place.secrets, &package->signer, &package->authorities);
+        package->root = status.ok ? package->authorities.back() : nullptr;
+        return status;
+    }
+    Status status = LoadRoot(place, package->pki, &package->root);
+    if (status.ok) {
+        status = LoadParty(place, package->pki, Role::Signer, order.signer, order.time, &package->signer,
+                           order.hasSignerKey);
+    }
+    package->authorities = {package->signer.ca, package->root};
+    return status;
 }
 
-// What ends, of certificates and of the CRLs that were given.
-std::string Horizon(const PackageOrder &order, const Package &package)
+Status MakeUpCrls(const std::vector<Certificate> &authorities, int64_t time, Setting *setting)
 {
-    std::vector<End> ends;
-    for (const Party *const party : {&package.signer, &package.timestamp}) {
-        if (party->key != nullptr) {
-            ends.push_back({"the certificate '" + party->entry.name + "'", NotAfter(party->certificate.get())});
-            ends.push_back({"the certificate '" + party->caEntry.name + "'", NotAfter(party->ca.get())});
+    std::vector<MadeUpCrl> crls;
+    for (const Certificate &ca : authorities) {
+        const bool isThere = std::any_of(
+            crls.begin(), crls.end(), [&](const MadeUpCrl &crl) { return X509_cmp(crl.issuer.get(), ca.get()) == 0; });
+        if (!isThere) {
+            crls.push_back({ca, {}});
         }
     }
-    Objects objects;
-    if (!order.crlFile.empty() && !DecodeObjects(package.setting.crlFile, order.crlFile, &objects).ok) {
-        objects.crls.clear(); // the device's library has taken the file: this is only about what is printed
-    }
-    for (const auto &crl : objects.crls) {
-        if (IsIssuedBy(crl.get(), package.root) || IsIssuedBy(crl.get(), package.signer.ca) ||
-            IsIssuedBy(crl.get(), package.timestamp.ca)) {
-            ends.push_back({"the CRL of '" + NameText(X509_CRL_get_issuer(crl.get())) + "'",
-                            TimeSeconds(X509_CRL_get0_nextUpdate(crl.get()))});
-        }
-    }
-    return HorizonText(std::move(ends), !order.crlFile.empty());
+    return MakeUpCrlFile(crls, time, setting);
 }
 
 // The bare token in octets that hold it or a timestamp response around it.
@@ -212,24 +172,29 @@ Status TokenOf(const Bytes &given, Bytes *tokenOut)
 
 Status OpenPackage(const Workplace &place, const PackageOrder &order, Package *packageOut)
 {
+    const bool hasFiles = !order.files.certificate.empty();
+    const bool isStampedHere = order.tokenSource == TokenSource::Folder;
     Package package;
-    Status status = LoadPki(place.folder, &package.pki);
+    Status status = hasFiles && !isStampedHere ? Status() : LoadPki(place.folder, &package.pki);
     if (status.ok) {
-        status = LoadRoot(place, package.pki, &package.root);
+        status = OpenSigner(place, order, &package);
     }
-    if (status.ok) {
-        status = LoadParty(place, package.pki, Role::Signer, order.signer, order.time, &package.signer);
-    }
-    if (status.ok && order.isStamped) {
-        status = LoadParty(place, package.pki, Role::Timestamp, order.timestamp, order.time, &package.timestamp);
+    if (status.ok && isStampedHere) {
+        status = LoadParty(place, package.pki, Role::Timestamp, order.timestamp, order.time, &package.timestamp,
+                           order.hasTimestampKey);
         status =
             status.ok
                 ? status
                 : Fail(status.reason + "; a package needs a timestamp (--no-timestamp leaves it to pkgsign timestamp)");
     }
+    if (status.ok && isStampedHere) {
+        package.authorities.insert(package.authorities.begin(), package.timestamp.ca);
+    }
     package.setting.root = package.root;
     if (status.ok) {
-        status = ChooseCrls(place, package.pki, order.crlFile, order.time, &package.setting);
+        status = hasFiles && order.crlFile.empty()
+                     ? MakeUpCrls(package.authorities, order.time, &package.setting)
+                     : ChooseCrls(place, package.pki, order.crlFile, order.time, &package.setting);
     }
     if (status.ok) {
         *packageOut = std::move(package);
@@ -237,71 +202,103 @@ Status OpenPackage(const Workplace &place, const PackageOrder &order, Package *p
     return status;
 }
 
-Status TryPackage(const Workplace &, const PackageOrder &order, Package *package)
+Status TryPackage(const PackageOrder &order, Package *package)
 {
     Setting trial = package->setting;
-    Party timestamp = package->timestamp;
     Key signerKey;
     Key timestampKey;
     Bytes bare;
     Bytes message;
-    Status status;
-    if (!order.isStamped) {
-        status = MakeUpTimestamp(package->signer.ca, order.time, &trial, &timestamp);
-    }
+    Status status = StandInFor(PublicKeyOf(package->signer.certificate), &trial, &signerKey);
     if (status.ok) {
-        status = StandInFor(PublicKeyOf(package->signer.certificate), &trial, &signerKey);
+        status = SignMessage(FieldsOf(order, *package), SignWithKey(signerKey, order.digest), &bare);
     }
-    if (status.ok) {
-        status = StandInFor(PublicKeyOf(timestamp.certificate), &trial, &timestampKey);
-    }
-    if (status.ok) {
-        status = MakeBare(order, *package, signerKey, &bare);
-    }
-    if (status.ok) {
-        status = Stamp(timestamp, order.time, order.digest, timestampKey, bare, &message);
+    if (status.ok && order.tokenSource == TokenSource::Folder) {
+        status = StandInFor(PublicKeyOf(package->timestamp.certificate), &trial, &timestampKey);
+        status = status.ok ? Stamp(package->timestamp, order.time, order.digest, timestampKey, bare, &message) : status;
+    } else if (status.ok) {
+        status = StampMadeUp(order, *package, bare, &trial, &message);
     }
     if (status.ok) {
         status = Judge(trial, *package, message);
     }
     if (status.ok) {
-        package->horizon = Horizon(order, *package);
+        std::vector<Party> parties = {package->signer};
+        if (order.tokenSource == TokenSource::Folder) {
+            parties.push_back(package->timestamp);
+        }
+        package->horizon =
+            FindHorizon(parties, package->authorities, order.crlFile.empty() ? Bytes() : package->setting.crlFile);
     }
     return status;
 }
 
-Status SignPackage(const PackageOrder &order, Package *package, Bytes *messageOut)
+Status EncodeRequest(const PackageOrder &order, const Package &package, Bytes *attributesOut)
 {
+    return EncodeAttributes(FieldsOf(order, package), attributesOut);
+}
+
+Status SignPackage(const PackageOrder &order, const Package &package, const SignOctets &sign, Bytes *messageOut)
+{
+    const SignOctets checked = [&](const Bytes &octets, Bytes *signatureOut) {
+        Bytes signature;
+        Status status = sign(octets, &signature);
+        if (status.ok) {
+            status = CheckSignature(package.signer.certificate.get(), order.digest, octets, signature,
+                                    order.signatureOrigin);
+        }
+        *signatureOut = std::move(signature);
+        return status;
+    };
+    Setting setting = package.setting;
     Bytes bare;
     Bytes message;
-    Status status = MakeBare(order, *package, package->signer.key, &bare);
-    if (!status.ok || !order.isStamped) {
-        *messageOut = std::move(bare);
-        return status;
-    }
-    status = Stamp(package->timestamp, order.time, order.digest, package->timestamp.key, bare, &message);
+    Status status = SignMessage(FieldsOf(order, package), checked, &bare);
     if (status.ok) {
-        status = Judge(package->setting, *package, message);
+        status = order.tokenSource == TokenSource::Folder
+                     ? Stamp(package.timestamp, order.time, order.digest, package.timestamp.key, bare, &message)
+                 : order.tokenSource == TokenSource::Elsewhere ? StampFromElsewhere(order, bare, &message)
+                                                               : StampMadeUp(order, package, bare, &setting, &message);
     }
     if (status.ok) {
-        *messageOut = std::move(message);
+        status = Judge(setting, package, message);
+    }
+    if (status.ok) {
+        *messageOut = std::move(order.tokenSource == TokenSource::None ? bare : message);
     }
     return status;
 }
 
 std::string DescribePackage(const PackageOrder &order, const Package &package)
 {
-    std::string digest;
-    for (const uint8_t octet : package.contentDigest) {
-        char two[4] = {};
-        (void)std::snprintf(two, sizeof(two), "%02x", static_cast<unsigned>(octet));
-        digest += two;
+    const Entry &timestamp = package.timestamp.entry;
+    const std::string stamp =
+        order.tokenSource == TokenSource::Folder
+            ? "Timestamp: '" + timestamp.name + "', " + Printable(timestamp.subject) + ", " + FormatTime(order.time)
+        : order.tokenSource == TokenSource::Elsewhere
+            ? "Timestamp: " + order.tokenOrigin
+            : "No timestamp: devices refuse this package until it has one (pkgsign timestamp).";
+    return "Signer: '" + Printable(package.signer.entry.name) + "', " + Printable(package.signer.entry.subject) + "\n" +
+           stamp + "\nDigest of the content: " + HexText(package.contentDigest) + "\n" + HorizonText(order, package);
+}
+
+Status ReadToken(const Bytes &given, Bytes *tokenOut, int64_t *timeOut)
+{
+    Bytes token;
+    const Status status = TokenOf(given, &token);
+    if (!status.ok) {
+        return status;
     }
-    return "Signer: '" + package.signer.entry.name + "', " + Printable(package.signer.entry.subject) + "\n" +
-           (order.isStamped ? "Timestamp: '" + package.timestamp.entry.name + "', " +
-                                  Printable(package.timestamp.entry.subject) + ", " + FormatTime(order.time) + "\n"
-                            : "No timestamp: devices refuse this package until it has one (pkgsign timestamp).\n") +
-           "Digest of the content: " + digest + "\n" + package.horizon;
+    const unsigned char *next = token.data();
+    const Pkcs7Ptr message(d2i_PKCS7(nullptr, &next, static_cast<long>(token.size())));
+    const std::unique_ptr<TS_TST_INFO, Deleter<TS_TST_INFO_free>> info(
+        message == nullptr ? nullptr : PKCS7_to_TS_TST_INFO(message.get()));
+    if (info == nullptr) {
+        return FailCrypto("what was given is no timestamp token");
+    }
+    *timeOut = TimeSeconds(TS_TST_INFO_get_time(info.get()));
+    *tokenOut = std::move(token);
+    return {};
 }
 
 Status StampMessage(const Workplace &place, const StampOrder &order, const Bytes &message, Bytes *messageOut,

@@ -1,11 +1,14 @@
-// Signing packages with the keys of a folder: tried before the device's library first.
+// Signing packages: tried before the device's library first.
 #ifndef PKGSIGN_AUTHORITY_PACKAGES_H
 #define PKGSIGN_AUTHORITY_PACKAGES_H
 
+#include <functional>
 #include <string>
+#include <vector>
 
-#include "pkgsign/authority/device.h"
-#include "pkgsign/authority/issue.h"
+#include "pkgsign/authority/horizon.h"
+#include "pkgsign/authority/party.h"
+#include "pkgsign/crypto/signature.h"
 
 namespace pkgsign
 {
@@ -13,31 +16,40 @@ namespace pkgsign
 // Content up to this size is judged whole; of longer content, which is read once, its digest stands for it. Octets.
 inline constexpr uint64_t SHORT_CONTENT_MAX = uint64_t{1} << 18;
 
-struct PackageOrder {
-    std::string signer;    // name in the folder; empty: chosen
-    std::string timestamp; // likewise
-    std::string crlFile;   // the CRL file of devices; empty: made up from what the folder has revoked
-    bool isStamped = true;
-    int64_t time = 0; // of the signature and of a local token
-    const EVP_MD *digest = nullptr;
+// Where a package's timestamp token comes from.
+enum class TokenSource {
+    Folder,    // the folder's timestamp key
+    Elsewhere, // PackageOrder::getToken
+    None,      // it has none yet: pkgsign timestamp will put it in
 };
 
-// One of those who sign: certificate, that of its CA, and key.
-struct Party {
-    Entry entry;
-    Certificate certificate;
-    Certificate ca;
-    Entry caEntry;
-    Key key;
+// Gives a token over a signature value, without a response around it.
+using GetToken = std::function<Status(const Bytes &signature, Bytes *tokenOut)>;
+
+struct PackageOrder {
+    std::string signer; // name in the folder; empty: chosen
+    PartyFiles files;   // without a certificate: the signer is one of the folder
+    bool hasSignerKey = true;
+    std::string signatureOrigin = "the signature"; // what gives it, for reasons
+    TokenSource tokenSource = TokenSource::Folder;
+    std::string timestamp;       // name in the folder; empty: chosen
+    bool hasTimestampKey = true; // false: nothing is stamped yet
+    GetToken getToken;           // from elsewhere, and in words from where
+    std::string tokenOrigin;
+    std::string crlFile;     // the CRL file of devices; empty: made up from what the folder has revoked
+    int64_t time = 0;        // of the token
+    int64_t signingTime = 0; // of the signature
+    const EVP_MD *digest = nullptr;
 };
 
 struct Package {
     Pki pki;
     Party signer;
-    Party timestamp; // without a key: a throwaway token is tried
+    Party timestamp; // of the folder
     Certificate root;
+    std::vector<Certificate> authorities; // CAs above signer and timestamp, the root among them
     Setting setting;
-    std::string horizon; // until when new packages are accepted, and what ends first
+    Horizon horizon; // of new packages
     Bytes contentDigest;
     Bytes content; // when it is short
     bool isWhole = false;
@@ -47,13 +59,20 @@ struct Package {
 Status OpenPackage(const Workplace &place, const PackageOrder &order, Package *packageOut);
 
 // Tries the message and its token with throwaway keys.
-Status TryPackage(const Workplace &place, const PackageOrder &order, Package *package);
+Status TryPackage(const PackageOrder &order, Package *package);
 
-// Signs with the real keys. The message is judged again before it is handed out.
-Status SignPackage(const PackageOrder &order, Package *package, Bytes *messageOut);
+// The octets that the signer's key signs.
+Status EncodeRequest(const PackageOrder &order, const Package &package, Bytes *attributesOut);
+
+// Has a package signed that was tried. sign: has the signer's key; what it gives is checked. The message is judged
+// again, with a throwaway token where it has none, before it is handed out.
+Status SignPackage(const PackageOrder &order, const Package &package, const SignOctets &sign, Bytes *messageOut);
 
 // What is signed, by whom, and the horizon.
 std::string DescribePackage(const PackageOrder &order, const Package &package);
+
+// The token in octets that hold it or a timestamp response around it, and its time.
+Status ReadToken(const Bytes &given, Bytes *tokenOut, int64_t *timeOut);
 
 // Puts a token into a message that a signer of this PKI has made: a token of the folder's timestamp key, or `given`,
 // one made elsewhere (a token or a timestamp response). Tried with a throwaway token first, judged again with the real

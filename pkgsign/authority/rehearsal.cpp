@@ -34,21 +34,12 @@ Status Complete(Chain *chain, int64_t time, Setting *setting)
     return status;
 }
 
-Bytes DigestOf(const Bytes &data)
-{
-    Bytes digest(EVP_MAX_MD_SIZE);
-    unsigned int size = 0;
-    (void)EVP_Digest(data.data(), data.size(), digest.data(), &size, EVP_sha256(), nullptr);
-    digest.resize(size);
-    return digest;
-}
-
 Status MakePackage(const Chain &chain, const Bytes &content, int64_t time, Setting *setting, Bytes *messageOut)
 {
     MessageFields message;
     message.signer = chain.signer;
     message.certificates = {chain.signer, chain.issuingCa};
-    message.contentDigest = DigestOf(content);
+    message.contentDigest = Digest(message.digest, content);
     message.signingTime = time;
     TokenFields token;
     token.authority = chain.timestamp;
@@ -63,7 +54,7 @@ Status MakePackage(const Chain &chain, const Bytes &content, int64_t time, Setti
         status = StandInFor(PublicKeyOf(chain.timestamp), setting, &timestampKey);
     }
     if (status.ok) {
-        status = MakeMessage(message, signerKey, &bare);
+        status = SignMessage(message, SignWithKey(signerKey, message.digest), &bare);
     }
     if (status.ok) {
         status = SignatureValue(bare, &token.signature);

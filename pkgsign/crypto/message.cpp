@@ -1,5 +1,9 @@
 #include "pkgsign/crypto/message.h"
 
+#include <algorithm>
+
+#include <openssl/err.h>
+
 #include "pkgsign/files/files.h"
 
 namespace pkgsign
@@ -16,18 +20,47 @@ CMS_SignerInfo *OnlySigner(CMS_ContentInfo *message)
     return sk_CMS_SignerInfo_num(signers) == 1 ? sk_CMS_SignerInfo_value(signers, 0) : nullptr;
 }
 
-// The signed attributes of RFC 5652, 11. libcrypto takes the content for them from a stream; here it was read before.
-bool AddSignedAttributes(CMS_SignerInfo *signer, const MessageFields &fields)
+using AttributePtr = std::unique_ptr<X509_ATTRIBUTE, Deleter<X509_ATTRIBUTE_free>>;
+using TypePtr = std::unique_ptr<ASN1_TYPE, Deleter<ASN1_TYPE_free>>;
+
+void FreeSet(ASN1_SEQUENCE_ANY *set)
 {
-    const TimePtr signingTime(ASN1_TIME_set(nullptr, static_cast<time_t>(fields.signingTime)));
-    return signingTime != nullptr &&
-           CMS_signed_add1_attr_by_NID(signer, NID_pkcs9_contentType, V_ASN1_OBJECT, OBJ_nid2obj(NID_pkcs7_data), -1) ==
-               1 &&
-           CMS_signed_add1_attr_by_NID(signer, NID_pkcs9_messageDigest, V_ASN1_OCTET_STRING,
-                                       fields.contentDigest.data(),
-                                       static_cast<int>(fields.contentDigest.size())) == 1 &&
-           CMS_signed_add1_attr_by_NID(signer, NID_pkcs9_signingTime, ASN1_STRING_type(signingTime.get()),
-                                       signingTime.get(), -1) == 1;
+    sk_ASN1_TYPE_pop_free(set, ASN1_TYPE_free);
+}
+using SetPtr = std::unique_ptr<ASN1_SEQUENCE_ANY, Deleter<FreeSet>>;
+
+// RFC 5652, 11.1 to 11.3. libcrypto takes the content's digest from a stream; here the content was read before.
+bool MakeAttributes(const MessageFields &fields, std::vector<AttributePtr> *attributes)
+{
+    const TimePtr time(ASN1_TIME_set(nullptr, static_cast<time_t>(fields.signingTime)));
+    if (time == nullptr) {
+        return false;
+    }
+    attributes->emplace_back(
+        X509_ATTRIBUTE_create_by_NID(nullptr, NID_pkcs9_contentType, V_ASN1_OBJECT, OBJ_nid2obj(NID_pkcs7_data), -1));
+    attributes->emplace_back(X509_ATTRIBUTE_create_by_NID(nullptr, NID_pkcs9_messageDigest, V_ASN1_OCTET_STRING,
+                                                          fields.contentDigest.data(),
+                                                          static_cast<int>(fields.contentDigest.size())));
+    attributes->emplace_back(
+        X509_ATTRIBUTE_create_by_NID(nullptr, NID_pkcs9_signingTime, ASN1_STRING_type(time.get()), time.get(), -1));
+    return std::find(attributes->begin(), attributes->end(), nullptr) == attributes->end();
+}
+
+// The value of an attribute among others, in a set of encoded ones; null when it is not there.
+AttributePtr FindAttribute(const ASN1_SEQUENCE_ANY *set, int nid)
+{
+    for (int i = 0; i < sk_ASN1_TYPE_num(set); ++i) {
+        const ASN1_TYPE *const item = sk_ASN1_TYPE_value(set, i);
+        if (item->type != V_ASN1_SEQUENCE) {
+            continue;
+        }
+        const unsigned char *next = ASN1_STRING_get0_data(item->value.sequence);
+        AttributePtr attribute(d2i_X509_ATTRIBUTE(nullptr, &next, ASN1_STRING_length(item->value.sequence)));
+        if (attribute != nullptr && OBJ_obj2nid(X509_ATTRIBUTE_get0_object(attribute.get())) == nid) {
+            return attribute;
+        }
+    }
+    return nullptr;
 }
 
 bool RemoveTokens(CMS_SignerInfo *signer)
@@ -43,40 +76,90 @@ bool RemoveTokens(CMS_SignerInfo *signer)
 
 } // namespace
 
-Status CertificateForKey(const Certificate &certificate, const Key &key, Certificate *out)
+Status EncodeAttributes(const MessageFields &fields, Bytes *derOut)
 {
-    if (SamePublicKey(X509_get0_pubkey(certificate.get()), key.get())) {
-        *out = certificate;
-        return {};
+    std::vector<AttributePtr> attributes;
+    const SetPtr set(sk_ASN1_TYPE_new_null());
+    bool made = set != nullptr && MakeAttributes(fields, &attributes);
+    for (const AttributePtr &attribute : attributes) {
+        const Bytes der = made ? EncodeDer(i2d_X509_ATTRIBUTE, attribute.get()) : Bytes();
+        const unsigned char *next = der.data();
+        TypePtr item(made ? d2i_ASN1_TYPE(nullptr, &next, static_cast<long>(der.size())) : nullptr);
+        made = item != nullptr && sk_ASN1_TYPE_push(set.get(), item.get()) > 0;
+        (void)(made ? item.release() : nullptr); // the set's
     }
-    Certificate other = ShareCertificate(X509_dup(certificate.get()));
-    if (other == nullptr || X509_set_pubkey(other.get(), key.get()) != 1) {
-        return FailCrypto("cannot try a throwaway key");
+    Bytes encoded = made ? EncodeDer(i2d_ASN1_SET_ANY, set.get()) : Bytes();
+    if (encoded.empty()) {
+        return FailCrypto("cannot encode the signed attributes");
     }
-    *out = std::move(other);
+    *derOut = std::move(encoded);
     return {};
 }
 
-Status MakeMessage(const MessageFields &fields, const Key &key, Bytes *messageOut)
+Status DecodeAttributes(const Bytes &der, const std::string &source, MessageFields *fields)
 {
-    Certificate signerCertificate;
-    const Status status = CertificateForKey(fields.signer, key, &signerCertificate);
-    if (!status.ok) {
-        return status;
+    const unsigned char *next = der.data();
+    const SetPtr set(d2i_ASN1_SET_ANY(nullptr, &next, static_cast<long>(der.size())));
+    const AttributePtr digest = FindAttribute(set.get(), NID_pkcs9_messageDigest);
+    const AttributePtr time = FindAttribute(set.get(), NID_pkcs9_signingTime);
+    const void *const value = X509_ATTRIBUTE_get0_data(digest.get(), 0, V_ASN1_OCTET_STRING, nullptr);
+    const void *signingTime = X509_ATTRIBUTE_get0_data(time.get(), 0, V_ASN1_UTCTIME, nullptr);
+    if (signingTime == nullptr) { // from 2050 on (RFC 5652, 11.3)
+        signingTime = X509_ATTRIBUTE_get0_data(time.get(), 0, V_ASN1_GENERALIZEDTIME, nullptr);
     }
+    MessageFields read = *fields;
+    if (value != nullptr && signingTime != nullptr) {
+        const ASN1_OCTET_STRING *const octets = static_cast<const ASN1_OCTET_STRING *>(value);
+        const uint8_t *const data = ASN1_STRING_get0_data(octets);
+        read.contentDigest = Bytes(data, data + ASN1_STRING_length(octets));
+        read.digest = FindDigestBySize(read.contentDigest.size());
+        read.signingTime = TimeSeconds(static_cast<const ASN1_TIME *>(signingTime));
+    }
+    Bytes again;
+    const bool isOwn = value != nullptr && signingTime != nullptr && read.digest != nullptr &&
+                       EncodeAttributes(read, &again).ok && again == der;
+    ERR_clear_error();
+    if (!isOwn) {
+        return Fail("'" + Printable(source) + "' is no request of pkgsign sign --request");
+    }
+    *fields = std::move(read);
+    return {};
+}
+
+Status MakeMessage(const MessageFields &fields, const Bytes &signature, Bytes *messageOut)
+{
+    std::vector<AttributePtr> attributes;
     const CmsPtr message(CMS_sign(nullptr, nullptr, nullptr, nullptr, FLAGS));
-    CMS_SignerInfo *const signer =
-        message == nullptr ? nullptr
-                           : CMS_add1_signer(message.get(), signerCertificate.get(), key.get(), fields.digest, FLAGS);
-    bool made = signer != nullptr && AddSignedAttributes(signer, fields);
+    // libcrypto asks for a private key and, as it does not sign here, uses of it what the certificate has.
+    CMS_SignerInfo *const signer = message == nullptr
+                                       ? nullptr
+                                       : CMS_add1_signer(message.get(), fields.signer.get(),
+                                                         X509_get0_pubkey(fields.signer.get()), fields.digest, FLAGS);
+    bool made = signer != nullptr && MakeAttributes(fields, &attributes) &&
+                ASN1_STRING_set(CMS_SignerInfo_get0_signature(signer), signature.data(),
+                                static_cast<int>(signature.size())) == 1;
+    for (const AttributePtr &attribute : attributes) {
+        made = made && CMS_signed_add1_attr(signer, attribute.get()) == 1;
+    }
     for (const Certificate &certificate : fields.certificates) {
         made = made && CMS_add1_cert(message.get(), certificate.get()) == 1;
     }
-    if (!made || CMS_SignerInfo_sign(signer) != 1) {
-        return FailCrypto("cannot sign");
+    if (!made) {
+        return FailCrypto("cannot make the message");
     }
     *messageOut = EncodeDer(i2d_CMS_ContentInfo, message.get());
     return {};
+}
+
+Status SignMessage(const MessageFields &fields, const SignOctets &sign, Bytes *messageOut)
+{
+    Bytes attributes;
+    Bytes signature;
+    Status status = EncodeAttributes(fields, &attributes);
+    if (status.ok) {
+        status = sign(attributes, &signature);
+    }
+    return status.ok ? MakeMessage(fields, signature, messageOut) : status;
 }
 
 Status DecodeMessage(const Bytes &der, const std::string &source, CmsPtr *messageOut)
@@ -138,19 +221,6 @@ Status AddToken(const Bytes &der, const Bytes &token, Bytes *messageOut)
         return FailCrypto("cannot put the token into the message");
     }
     *messageOut = EncodeDer(i2d_CMS_ContentInfo, message.get());
-    return {};
-}
-
-Status FindDigest(const std::string &name, const EVP_MD **digestOut)
-{
-    const EVP_MD *const digest = name == "sha256"   ? EVP_sha256()
-                                 : name == "sha384" ? EVP_sha384()
-                                 : name == "sha512" ? EVP_sha512()
-                                                    : nullptr;
-    if (digest == nullptr) {
-        return Fail("'" + Printable(name) + "' is none of sha256, sha384 and sha512, which devices take");
-    }
-    *digestOut = digest;
     return {};
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "pkgsign/crypto/digest.h"
+#include "pkgsign/crypto/signature.h"
 #include "pkgsign/crypto/types.h"
 
 namespace pkgsign
@@ -18,8 +20,18 @@ struct MessageFields {
     int64_t signingTime = 0;
 };
 
-// Makes a message over content that is known by its digest. key: the signer's, or a throwaway one in its place.
-Status MakeMessage(const MessageFields &fields, const Key &key, Bytes *messageOut);
+// The signed attributes (RFC 5652, 11) as they are signed: the DER encoding of the SET OF them (5.4).
+Status EncodeAttributes(const MessageFields &fields, Bytes *derOut);
+
+// Reads what EncodeAttributes has made, and refuses all else: digest, contentDigest and signingTime are filled in.
+// source: for the reason.
+Status DecodeAttributes(const Bytes &der, const std::string &source, MessageFields *fields);
+
+// Makes a message over content that is known by its digest. signature: the raw one over its attributes.
+Status MakeMessage(const MessageFields &fields, const Bytes &signature, Bytes *messageOut);
+
+// The same, with the signature that `sign` gives.
+Status SignMessage(const MessageFields &fields, const SignOctets &sign, Bytes *messageOut);
 
 // Reads a message of one signer. source: for the reason.
 Status DecodeMessage(const Bytes &der, const std::string &source, CmsPtr *messageOut);
@@ -32,12 +44,6 @@ Status StatedDigest(const Bytes &message, Bytes *digestOut);
 
 // Puts a token into a message, in the place of one that is there.
 Status AddToken(const Bytes &message, const Bytes &token, Bytes *messageOut);
-
-// "sha256", "sha384" or "sha512": those that devices take.
-Status FindDigest(const std::string &name, const EVP_MD **digestOut);
-
-// The certificate with another public key: what libcrypto wants beside a throwaway key.
-Status CertificateForKey(const Certificate &certificate, const Key &key, Certificate *out);
 
 } // namespace pkgsign
 

@@ -1,5 +1,7 @@
 #include "pkgsign/crypto/types.h"
 
+#include <ctime>
+
 #include <openssl/err.h>
 
 namespace pkgsign
@@ -37,6 +39,12 @@ Bytes TakeMemory(BIO *memory)
     char *data = nullptr;
     const long size = BIO_get_mem_data(memory, &data);
     return Bytes(data, data + (size > 0 ? size : 0));
+}
+
+int64_t TimeSeconds(const ASN1_TIME *time)
+{
+    struct tm parts = {};
+    return time != nullptr && ASN1_TIME_to_tm(time, &parts) == 1 ? static_cast<int64_t>(timegm(&parts)) : 0;
 }
 
 bool SamePublicKey(const EVP_PKEY *a, const EVP_PKEY *b)

@@ -78,6 +78,9 @@ Bytes Digest(const EVP_MD *method, const Bytes &data);
 // What a BIO in memory holds.
 Bytes TakeMemory(BIO *memory);
 
+// Seconds since 1970; 0 for what is no time.
+int64_t TimeSeconds(const ASN1_TIME *time);
+
 // Whether two keys have the same public half.
 bool SamePublicKey(const EVP_PKEY *a, const EVP_PKEY *b);
 

@@ -84,4 +84,11 @@ std::string FormatSpan(int64_t seconds)
     return std::to_string(seconds) + "s";
 }
 
+int64_t MonotonicTime()
+{
+    struct timespec now = {};
+    (void)clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
 } // namespace pkgsign

@@ -24,6 +24,9 @@ Status ParseSpan(const std::string &text, int64_t *secondsOut);
 // Writes a span in the largest unit of ParseSpan that it is a multiple of.
 std::string FormatSpan(int64_t seconds);
 
+// Milliseconds of a clock that nobody sets.
+int64_t MonotonicTime();
+
 } // namespace pkgsign
 
 #endif

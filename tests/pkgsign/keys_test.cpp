@@ -169,6 +169,40 @@ TEST_F(TokenKeys, SignPackagesCrlsAndCertificates)
     EXPECT_EQ(5u, Memory().certificates.size());
 }
 
+TEST_F(TokenKeys, SignForACertificateInAFile)
+{
+    ExpectDone(Program({"crl", "--out", Path("crls")}));
+    ExpectDone(Sign());
+    const std::string before = Read("out");
+    Move("signer", "01");
+    ExpectDone(Sign({"--certificate", Path("pki/certificates/signer.pem"), "--key",
+                     "pkcs11:token=hsm;object=signer?pin-source=file:" + Path("pin"), "--root",
+                     Path("pki/certificates/root.pem"), "--crl", Path("crls"), "--timestamp", "timestamp"}));
+    EXPECT_TRUE(before == Read("out"));
+    EXPECT_TRUE(DeviceTakes("out", "content", "crls"));
+}
+
+// pkcs11-tool pads what it is given: the digest becomes a DigestInfo (RFC 8017, 9.2, note 1) first.
+TEST_F(TokenKeys, SignThroughAProgramOfTheUsers)
+{
+    if (std::string(PKCS11_TOOL).find("NOTFOUND") != std::string::npos) {
+        GTEST_SKIP() << "opensc is not installed";
+    }
+    ExpectDone(Sign());
+    const std::string before = Read("out");
+    Move("signer", "01");
+    Write("sign", "#!/bin/sh\nset -e\n[ \"$PKGSIGN_DIGEST\" = sha256 ]\n{ printf "
+                  "'\\060\\061\\060\\015\\006\\011\\140\\206\\110\\001\\145\\003\\004\\002\\001\\005\\000\\004\\040'; "
+                  "cat; } >\"$1/input\"\n" +
+                      std::string(PKCS11_TOOL) + " --module " + SOFTHSM_MODULE +
+                      " --token-label hsm --login --pin \"$(cat \"$1/pin\")\" --label signer --sign --mechanism "
+                      "RSA-PKCS --input-file \"$1/input\" --output-file \"$1/raw\" >&2\ncat \"$1/raw\"\n");
+    std::filesystem::permissions(Path("sign"), std::filesystem::perms::owner_all);
+    const Outcome outcome = Sign({"--sign-command", "'" + Path("sign") + "' '" + directory.path + "'"});
+    EXPECT_EQ(0, outcome.status) << outcome.errors;
+    EXPECT_TRUE(before == Read("out"));
+}
+
 TEST_F(TokenKeys, OfAnotherCertificateAreRefusedBeforeTheySign)
 {
     Move("signer", "01");

@@ -73,13 +73,13 @@ int __wrap_X509_CRL_sign(X509_CRL *crl, EVP_PKEY *key, const EVP_MD *digest)
     Note(key);
     return __real_X509_CRL_sign(crl, key, digest);
 }
-CMS_SignerInfo *__real_CMS_add1_signer(CMS_ContentInfo *message, X509 *certificate, EVP_PKEY *key, const EVP_MD *digest,
-                                       unsigned flags);
-CMS_SignerInfo *__wrap_CMS_add1_signer(CMS_ContentInfo *message, X509 *certificate, EVP_PKEY *key, const EVP_MD *digest,
-                                       unsigned flags)
+int __real_EVP_DigestSignInit(EVP_MD_CTX *ctx, EVP_PKEY_CTX **keyOut, const EVP_MD *digest, ENGINE *engine,
+                              EVP_PKEY *key);
+int __wrap_EVP_DigestSignInit(EVP_MD_CTX *ctx, EVP_PKEY_CTX **keyOut, const EVP_MD *digest, ENGINE *engine,
+                              EVP_PKEY *key)
 {
     Note(key);
-    return __real_CMS_add1_signer(message, certificate, key, digest, flags);
+    return __real_EVP_DigestSignInit(ctx, keyOut, digest, engine, key);
 }
 PKCS7_SIGNER_INFO *__real_PKCS7_add_signature(PKCS7 *message, X509 *certificate, EVP_PKEY *key, const EVP_MD *digest);
 PKCS7_SIGNER_INFO *__wrap_PKCS7_add_signature(PKCS7 *message, X509 *certificate, EVP_PKEY *key, const EVP_MD *digest)
