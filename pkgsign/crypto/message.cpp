@@ -46,7 +46,7 @@ bool MakeAttributes(const MessageFields &fields, std::vector<AttributePtr> *attr
     return std::find(attributes->begin(), attributes->end(), nullptr) == attributes->end();
 }
 
-// The value of an attribute among others, in a set of encoded ones; null when it is not there.
+// The attribute of a kind in a set of encoded ones; null when it is not there.
 AttributePtr FindAttribute(const ASN1_SEQUENCE_ANY *set, int nid)
 {
     for (int i = 0; i < sk_ASN1_TYPE_num(set); ++i) {
