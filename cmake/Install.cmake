@@ -1,6 +1,6 @@
 # What `cmake --install` puts where. Components: library (libsigkit.so.2), development (headers, archive, pkg-config and
-# CMake files, documents), tool (verify_tool), crl_compare (apart, because it needs the run-time library of C++, which a
-# device may lack) and pkgsign (the release side, which no device needs).
+# CMake files, documents), tool (verify_tool), crl_compare (for devices that take CRL files by themselves) and pkgsign
+# (the release side, which no device needs).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -107,9 +107,7 @@ sigkit_install_program(verify_tool tool "${from_program_to_library}")
 if(TARGET pkgsign)
   sigkit_install_program(pkgsign pkgsign "${from_program_to_library}")
 endif()
-if(TARGET crl_compare)
-  sigkit_install_program(crl_compare crl_compare "${from_program_to_library}")
-endif()
+sigkit_install_program(crl_compare crl_compare "") # it holds the library itself
 
 # ---- Manual pages and documents ------------------------------------------------------------------------------------
 
@@ -123,7 +121,7 @@ function(sigkit_install_manual_page page)
   elseif(section EQUAL 1)
     set(component tool)
   endif()
-  if((name STREQUAL "crl_compare" OR name STREQUAL "pkgsign") AND NOT TARGET ${name})
+  if(name STREQUAL "pkgsign" AND NOT TARGET pkgsign)
     return()
   endif()
   install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT ${component})

@@ -1,4 +1,4 @@
-# `cpack` makes Debian packages: verify-tool, pkgsign, libsigkit-dev, crl-compare where it is built and, with
+# `cpack` makes Debian packages: verify-tool, crl-compare, libsigkit-dev, pkgsign where it is built and, with
 # BUILD_SHARED_LIBS, libsigkit2. Configure with -DCMAKE_INSTALL_PREFIX=/usr for them.
 set(SIGKIT_PACKAGE_CONTACT "Sigkit maintainers <maintainers@sigkit.invalid>" CACHE STRING
   "Maintainer of the Debian packages: Name <address>")
@@ -19,7 +19,7 @@ set(CPACK_SIGKIT_DOCUMENTS ${PROJECT_BINARY_DIR}/packaging)
 
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING IGNORE) # a package for each component
-set(CPACK_COMPONENTS_ALL development tool)
+set(CPACK_COMPONENTS_ALL development tool crl_compare)
 if(TARGET pkgsign)
   list(APPEND CPACK_COMPONENTS_ALL pkgsign)
 endif()
@@ -47,14 +47,11 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "verify detached CMS signatures (dev
 Headers, archive, pkg-config and CMake files of libsigkit, which decides over
 detached CMS signatures, certificate paths, timestamps and CRLs.")
 
-if(TARGET crl_compare)
-  list(APPEND CPACK_COMPONENTS_ALL crl_compare)
-  set(CPACK_DEBIAN_CRL_COMPARE_PACKAGE_NAME crl-compare)
-  set(CPACK_DEBIAN_CRL_COMPARE_PACKAGE_SECTION utils)
-  set(CPACK_COMPONENT_CRL_COMPARE_DESCRIPTION "tell which of two CRL files is newer
+set(CPACK_DEBIAN_CRL_COMPARE_PACKAGE_NAME crl-compare)
+set(CPACK_DEBIAN_CRL_COMPARE_PACKAGE_SECTION utils)
+set(CPACK_COMPONENT_CRL_COMPARE_DESCRIPTION "tell which of two CRL files is newer
 Tells whether the CRL file that comes with an upgrade may replace the one that
 a device has.")
-endif()
 if(BUILD_SHARED_LIBS)
   list(APPEND CPACK_COMPONENTS_ALL library)
   set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libsigkit2)
@@ -69,6 +66,5 @@ Memory, files, log, digests and RSA come from the program that uses it.")
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/sigkit)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libsigkit2 (= ${PROJECT_VERSION})")
   set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "libsigkit2 (>= ${PROJECT_VERSION})")
-  set(CPACK_DEBIAN_CRL_COMPARE_PACKAGE_DEPENDS "libsigkit2 (>= ${PROJECT_VERSION})")
 endif()
 include(CPack)

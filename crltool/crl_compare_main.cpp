@@ -4,8 +4,7 @@
 #include <stdio.h>
 #include <unistd.h>
 
-#include <string>
-#include <vector>
+#include <initializer_list>
 
 #include "crltool/comparison.h"
 #include "crltool/crl_file.h"
@@ -33,59 +32,72 @@ constexpr char USAGE[] = "Usage: crl_compare [--json] --root ROOT FIRST SECOND\n
                          "is newer, 2 they cannot be compared, 3 wrong usage or unreadable input.\n";
 
 struct Options {
-    std::string root;
-    std::string first;
-    std::string second;
-    bool json = false;
-    std::string misuse; // what is wrong with the command line
+    const char *root = nullptr;
+    const char *first = nullptr;
+    const char *second = nullptr;
+    bool isJson = false;
+    const char *wrong = nullptr; // the first option that is none
+    char letter[3] = {};         // holds `wrong` when that is a single letter
 };
 
-enum class Request { COMPARE, HELP, VERSION, MISUSE };
+enum class Request { NONE, COMPARE, HELP, VERSION, MISUSE };
 
 // Above every letter, so that a letter that getopt_long stops at is none of them.
 enum : int { OPTION_ROOT = 256, OPTION_JSON, OPTION_HELP, OPTION_VERSION };
 
-// The option that getopt_long has stopped at because it is wrong.
-std::string WrongOption(char **argv)
+constexpr option LONG_OPTIONS[] = {{"root", required_argument, nullptr, OPTION_ROOT},
+                                   {"json", no_argument, nullptr, OPTION_JSON},
+                                   {"help", no_argument, nullptr, OPTION_HELP},
+                                   {"version", no_argument, nullptr, OPTION_VERSION},
+                                   {}};
+
+// Keeps the option that getopt_long has stopped at because it is wrong.
+void NoteWrongOption(char **argv, Options *options)
 {
-    return optopt > 0 && optopt < OPTION_ROOT ? std::string("-") + static_cast<char>(optopt) : argv[optind - 1];
+    if (options->wrong != nullptr) {
+        return;
+    }
+    options->wrong = argv[optind - 1];
+    if (optopt > 0 && optopt < OPTION_ROOT) {
+        (void)snprintf(options->letter, sizeof(options->letter), "-%c", optopt);
+        options->wrong = options->letter;
+    }
+}
+
+// Takes an option that getopt_long has found. Returns what it requests.
+Request TakeOption(int found, char **argv, Options *options)
+{
+    switch (found) {
+    case OPTION_ROOT:
+        options->root = optarg;
+        return Request::NONE;
+    case OPTION_JSON:
+        options->isJson = true;
+        return Request::NONE;
+    case OPTION_HELP:
+        return Request::HELP;
+    case OPTION_VERSION:
+        return Request::VERSION;
+    default:
+        NoteWrongOption(argv, options);
+        return Request::MISUSE;
+    }
 }
 
 // Reads the command line to its end, behind a wrong option too: --json may stand there. Of several requests the first
 // counts.
 Request ParseOptions(int argc, char **argv, Options *options)
 {
-    const option longOptions[] = {{"root", required_argument, nullptr, OPTION_ROOT},
-                                  {"json", no_argument, nullptr, OPTION_JSON},
-                                  {"help", no_argument, nullptr, OPTION_HELP},
-                                  {"version", no_argument, nullptr, OPTION_VERSION},
-                                  {}};
     opterr = 0; // getopt_long would print the argument as it is
-    std::vector<Request> requests;
-    for (int found = 0; (found = getopt_long(argc, argv, "", longOptions, nullptr)) != -1;) {
-        switch (found) {
-        case OPTION_ROOT:
-            options->root = optarg;
-            break;
-        case OPTION_JSON:
-            options->json = true;
-            break;
-        case OPTION_HELP:
-            requests.push_back(Request::HELP);
-            break;
-        case OPTION_VERSION:
-            requests.push_back(Request::VERSION);
-            break;
-        default:
-            options->misuse = options->misuse.empty() ? "wrong option " + WrongOption(argv) : options->misuse;
-            requests.push_back(Request::MISUSE);
-        }
+    Request request = Request::NONE;
+    for (int found = 0; (found = getopt_long(argc, argv, "", LONG_OPTIONS, nullptr)) != -1;) {
+        const Request another = TakeOption(found, argv, options);
+        request = request == Request::NONE ? another : request;
     }
-    if (!requests.empty()) {
-        return requests.front();
+    if (request != Request::NONE) {
+        return request;
     }
-    if (argc - optind != 2 || options->root.empty()) {
-        options->misuse = "wants --root ROOT and two files";
+    if (argc - optind != 2 || options->root == nullptr || options->root[0] == '\0') {
         return Request::MISUSE;
     }
     options->first = argv[optind];
@@ -93,87 +105,113 @@ Request ParseOptions(int argc, char **argv, Options *options)
     return Request::COMPARE;
 }
 
-// Writes a text to the end and tells whether all of it went out.
-bool Write(int file, const std::string &text)
+// Closes a file that was written to. Returns `status`, or that something did not go out, which is said.
+int Finish(FILE *file, int status)
 {
-    size_t written = 0;
-    while (written < text.size()) {
-        const ssize_t octets = write(file, text.data() + written, text.size() - written);
-        if (octets <= 0) {
-            return false;
-        }
-        written += static_cast<size_t>(octets);
+    const bool isWritten = fflush(file) == 0 && ferror(file) == 0;
+    if (!isWritten) {
+        perror("crl_compare: cannot write the answer");
     }
-    return true;
+    return fclose(file) == 0 && isWritten ? status : EXIT_UNUSABLE;
 }
 
 // Says why there is no answer: on standard error, and for programs on `output`.
-int Fail(const Options &options, const std::string &reason, int output)
+void Fail(const Options &options, FILE *output, std::initializer_list<const char *> reason)
 {
-    (void)fprintf(stderr, "crl_compare: %s\n", Printable(reason).c_str());
-    if (options.json && !Write(output, JsonError(reason))) {
-        perror("crl_compare: cannot write the answer");
+    (void)fputs("crl_compare: ", stderr);
+    Say({stderr, WritePrintable}, reason);
+    (void)fputc('\n', stderr);
+    if (options.isJson) {
+        WriteJsonError(output, reason);
     }
-    return EXIT_UNUSABLE;
 }
 
-// Loads a file. Returns why that failed; empty when it did not.
-std::string Load(const Options &options, const std::string &path, CrlFile *file)
+// Says what is wrong with the command line.
+void FailUsage(const Options &options, FILE *output)
 {
-    std::string failedPath;
-    const uint32_t status = LoadCrlFile(options.root, path, file, &failedPath);
-    return status == SIGKIT_OK ? "" : failedPath + ": " + LoadFailure(status);
+    if (options.wrong != nullptr) {
+        Fail(options, output, {"wrong option ", options.wrong});
+    } else {
+        Fail(options, output, {"wants --root ROOT and two files"});
+    }
+    (void)fputs("crl_compare: Try 'crl_compare --help'.\n", stderr);
 }
 
-// Compares the files and writes the answer to `output`.
-int Compare(const Options &options, int output)
+// Says why a file could not be loaded.
+void FailLoad(const Options &options, FILE *output, const char *path, uint32_t status)
+{
+    char code[16] = "";
+    const char *reason = SigkitStatusText(status);
+    switch (status) {
+    case SIGKIT_ERR_PARAM:
+        reason = "the path is empty";
+        break;
+    case SIGKIT_ERR_CRL_LOAD:
+        reason = "the file does not hold 1 to 16 CRLs with certificates of their issuers";
+        break;
+    case SIGKIT_ERR_UNKNOWN:
+        reason = "the file holds no certificate";
+        break;
+    default:
+        (void)snprintf(code, sizeof(code), " (%08x)", static_cast<unsigned>(status));
+    }
+    Fail(options, output, {path, ": ", reason, code});
+}
+
+// Compares the files and writes the answer to `output`. Returns the exit status.
+int Compare(const Options &options, FILE *output)
 {
     CrlFile first;
     CrlFile second;
-    std::string failure = Load(options, options.first, &first);
-    if (failure.empty()) {
-        failure = Load(options, options.second, &second);
+    const char *failedPath = nullptr;
+    uint32_t status = LoadCrlFile(options.root, options.first, &first, &failedPath);
+    if (status == SIGKIT_OK) {
+        status = LoadCrlFile(options.root, options.second, &second, &failedPath);
     }
-    if (!failure.empty()) {
-        return Fail(options, failure, output);
+    if (status != SIGKIT_OK) {
+        FailLoad(options, output, failedPath, status);
+        return EXIT_UNUSABLE;
     }
     const Comparison comparison = CompareFiles(first, second);
-    if (!Write(output, options.json ? JsonReport(comparison) : TextReport(comparison))) {
-        perror("crl_compare: cannot write the answer");
-        return EXIT_UNUSABLE;
+    if (options.isJson) {
+        WriteJsonReport(output, comparison);
+    } else {
+        WriteTextReport(output, comparison);
     }
     return ExitStatus(comparison);
 }
 
-int Print(const std::string &text)
+// Takes standard output for the answer alone: the library's lines, which go there, go to standard error from now on.
+// Null when that fails, which is said.
+FILE *TakeStandardOutput()
 {
-    return Write(STDOUT_FILENO, text) ? 0 : EXIT_UNUSABLE;
+    const int descriptor = dup(STDOUT_FILENO);
+    FILE *const output = descriptor < 0 ? nullptr : fdopen(descriptor, "w");
+    if (output == nullptr || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
+        perror("crl_compare: standard output");
+        return nullptr;
+    }
+    return output;
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    (void)signal(SIGXFSZ, SIG_IGN); // an answer that a limit of a file's size cuts off is an error like any other
+    // An answer that nobody takes, or that a limit of a file's size cuts off, is an error like any other.
+    (void)signal(SIGPIPE, SIG_IGN);
+    (void)signal(SIGXFSZ, SIG_IGN);
     Options options;
-    switch (ParseOptions(argc, argv, &options)) {
-    case Request::HELP:
-        return Print(USAGE);
-    case Request::VERSION:
-        return Print("crl_compare " CRL_COMPARE_VERSION "\n");
-    case Request::MISUSE:
-        (void)Fail(options, options.misuse, STDOUT_FILENO);
-        (void)fprintf(stderr, "crl_compare: Try 'crl_compare --help'.\n");
-        return EXIT_UNUSABLE;
-    case Request::COMPARE:
-        break;
+    const Request request = ParseOptions(argc, argv, &options);
+    if (request == Request::MISUSE) {
+        FailUsage(options, stdout);
+        return Finish(stdout, EXIT_UNUSABLE);
+    }
+    if (request == Request::HELP || request == Request::VERSION) {
+        (void)fputs(request == Request::HELP ? USAGE : "crl_compare " CRL_COMPARE_VERSION "\n", stdout);
+        return Finish(stdout, 0);
     }
     (void)StartLibcrypto();
-    // The library's lines go to standard output, which here belongs to the answer alone.
-    const int output = dup(STDOUT_FILENO);
-    if (output < 0 || dup2(STDERR_FILENO, STDOUT_FILENO) < 0) {
-        perror("crl_compare: standard output");
-        return EXIT_UNUSABLE;
-    }
-    return Compare(options, output);
+    FILE *const output = TakeStandardOutput();
+    return output == nullptr ? EXIT_UNUSABLE : Finish(output, Compare(options, output));
 }

@@ -1,6 +1,27 @@
 #include "crltool/crl_file.h"
 
-#include <stdio.h>
+#include "core/context.h"
+#include "pki/store.h"
+
+namespace
+{
+
+// Loads the file into a context that has the trust anchor, and keeps what that adds to the context.
+uint32_t LoadCrls(CrlFile *file)
+{
+    const SigkitVerifyCtx &ctx = *file->ctx;
+    const uint32_t imagesBefore = ctx.buffers.count;
+    const uint32_t skippedBefore = ctx.skippedCrls;
+    file->firstCert = ctx.pki->certs.count;
+    const uint32_t status = SigkitDecodeCrlFile(file->ctx, file->path, &file->bundle);
+    file->certs = ctx.pki->certs.count - file->firstCert;
+    file->images = ctx.buffers.count - imagesBefore;
+    file->decodedCrls = ctx.decodedCrls;
+    file->skippedCrls = ctx.skippedCrls - skippedBefore;
+    return status;
+}
+
+} // namespace
 
 CrlFile::~CrlFile()
 {
@@ -12,35 +33,18 @@ CrlFile::~CrlFile()
     }
 }
 
-uint32_t LoadCrlFile(const std::string &rootPath, const std::string &path, CrlFile *file, std::string *failedPath)
+uint32_t LoadCrlFile(const char *rootPath, const char *path, CrlFile *file, const char **failedPath)
 {
     file->path = path;
     SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;
     *failedPath = rootPath;
     uint32_t status = SigkitVerifyCreateCtx(&file->ctx, &param);
     if (status == SIGKIT_OK) {
-        status = SigkitVerifyAddCertFile(file->ctx, rootPath.c_str());
+        status = SigkitVerifyAddCertFile(file->ctx, rootPath);
     }
     if (status == SIGKIT_OK) {
         *failedPath = path;
-        status = SigkitDecodeCrlFile(file->ctx, path.c_str(), &file->bundle);
+        status = LoadCrls(file);
     }
     return status;
-}
-
-std::string LoadFailure(uint32_t status)
-{
-    switch (status) {
-    case SIGKIT_ERR_PARAM:
-        return "the path is empty";
-    case SIGKIT_ERR_CRL_LOAD:
-        return "the file does not hold 1 to 16 CRLs with certificates of their issuers";
-    case SIGKIT_ERR_UNKNOWN:
-        return "the file holds no certificate";
-    default: {
-        char code[16] = {};
-        (void)snprintf(code, sizeof(code), " (%08x)", status);
-        return SigkitStatusText(status) + std::string(code);
-    }
-    }
 }

@@ -1,98 +1,102 @@
 #include "crltool/report.h"
 
-#include <stdio.h>
-
 #include <algorithm>
-#include <vector>
 
-#include <nlohmann/json.hpp>
-
+#include "crltool/json.h"
 #include "crltool/text.h"
 
 namespace
 {
 
-using Row = std::vector<std::string>;
+constexpr size_t COLUMNS = 5;
 
-std::string SerialText(const SigkitCrlSerial &serial)
+// A line of a table; null where nothing stands.
+struct Row {
+    const char *cells[COLUMNS];
+};
+
+// What the cells of a CRL's line point to.
+struct RowTexts {
+    char thisUpdate[TIME_TEXT_SIZE];
+    char nextUpdate[TIME_TEXT_SIZE];
+    char revoked[NUMBER_TEXT_SIZE];
+};
+
+// The line of a decoded CRL; `info` is null when it could not be summarised.
+Row RowOf(const SigkitCrlInfo *info, RowTexts *texts)
 {
-    std::string text;
-    for (uint32_t i = 0; i < serial.len; ++i) {
-        char digits[4] = {};
-        (void)snprintf(digits, sizeof(digits), "%02X", static_cast<unsigned>(serial.serial[i]));
-        text += digits;
+    if (info == nullptr) {
+        return {{"(unreadable)"}};
     }
-    return text;
+    TimeText(info->thisUpdate, texts->thisUpdate);
+    TimeText(info->nextUpdate, texts->nextUpdate);
+    NumberText(static_cast<uint32_t>(info->revokedCount), texts->revoked);
+    return {{info->issuerName[0] == '\0' ? "(unprintable)" : info->issuerName, texts->thisUpdate, texts->nextUpdate,
+             info->verified == 1 ? "yes" : "no", texts->revoked}};
 }
 
-// The slots of the decoded CRLs; one that could not be summarised is null.
-std::vector<const SigkitCrlInfo *> Slots(const SigkitCrlBundle &bundle)
+void WriteTable(FILE *file, const Row *rows, size_t count)
 {
-    return std::vector<const SigkitCrlInfo *>(bundle.crls, bundle.crls + bundle.decodedCrls);
-}
-
-std::string Table(const std::vector<Row> &rows)
-{
-    std::vector<size_t> widths;
-    for (const Row &row : rows) {
-        widths.resize(std::max(widths.size(), row.size()));
-        for (size_t i = 0; i < row.size(); ++i) {
-            widths[i] = std::max(widths[i], row[i].size());
+    size_t widths[COLUMNS] = {};
+    for (size_t i = 0; i < count * COLUMNS; ++i) {
+        const char *const cell = rows[i / COLUMNS].cells[i % COLUMNS];
+        widths[i % COLUMNS] = std::max(widths[i % COLUMNS], cell == nullptr ? 0 : PrintableSize(cell));
+    }
+    for (size_t i = 0; i < count; ++i) {
+        size_t space = 2; // before the next cell
+        for (size_t column = 0; column < COLUMNS && rows[i].cells[column] != nullptr; ++column) {
+            const char *const cell = rows[i].cells[column];
+            (void)fprintf(file, "%*s", static_cast<int>(space), "");
+            WritePrintable(file, cell);
+            space = widths[column] - PrintableSize(cell) + 2;
         }
+        (void)fputc('\n', file);
     }
-    std::string text;
-    for (const Row &row : rows) {
-        std::string line;
-        for (size_t i = 0; i < row.size(); ++i) {
-            line += "  " + row[i] + std::string(widths[i] - row[i].size(), ' ');
-        }
-        text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
-    }
-    return text;
 }
 
-std::string FileTable(const CrlFile &file)
+void WriteFileTable(FILE *file, const CrlFile &crlFile)
 {
-    std::vector<Row> rows = {{"issuer", "thisUpdate", "nextUpdate", "verified", "revoked"}};
-    for (const SigkitCrlInfo *const info : Slots(*file.bundle)) {
-        if (info == nullptr) {
-            rows.push_back({"(unreadable)"});
-            continue;
-        }
-        const std::string issuer = info->issuerName[0] == '\0' ? "(unprintable)" : Printable(info->issuerName);
-        rows.push_back({issuer, TimeText(info->thisUpdate), TimeText(info->nextUpdate),
-                        info->verified == 1 ? "yes" : "no", std::to_string(info->revokedCount)});
+    Row rows[1 + SIGKIT_LIST_CAPACITY] = {{{"issuer", "thisUpdate", "nextUpdate", "verified", "revoked"}}};
+    RowTexts texts[SIGKIT_LIST_CAPACITY];
+    for (uint32_t i = 0; i < crlFile.decodedCrls; ++i) {
+        rows[1 + i] = RowOf(crlFile.bundle->crls[i], &texts[i]);
     }
-    return Printable(file.path) + "\n" + Table(rows);
+    WritePrintable(file, crlFile.path);
+    (void)fputc('\n', file);
+    WriteTable(file, rows, 1 + crlFile.decodedCrls);
+    (void)fputc('\n', file);
 }
 
-nlohmann::ordered_json FileJson(const CrlFile &file)
+void WriteCrlJson(JsonWriter *writer, const SigkitCrlInfo *info)
 {
-    nlohmann::ordered_json crls = nlohmann::ordered_json::array();
-    for (const SigkitCrlInfo *const info : Slots(*file.bundle)) {
-        if (info == nullptr) {
-            crls.push_back(nullptr);
-            continue;
-        }
-        nlohmann::ordered_json crl;
-        crl["issuer"] = info->issuerName;
-        crl["thisUpdate"] = TimeText(info->thisUpdate);
-        crl["nextUpdate"] = TimeText(info->nextUpdate);
-        crl["verified"] = info->verified == 1;
-        crl["issuerSerial"] = SerialText(info->issuerSerial);
-        crl["revoked"] = info->revokedCount;
-        crls.push_back(crl);
+    if (info == nullptr) {
+        JsonLiteral(writer, nullptr, "null");
+        return;
     }
-    nlohmann::ordered_json json;
-    json["path"] = file.path;
-    json["crls"] = crls;
-    return json;
+    RowTexts texts;
+    (void)RowOf(info, &texts);
+    char serial[SERIAL_TEXT_SIZE];
+    SerialText(info->issuerSerial.serial, info->issuerSerial.len, serial);
+    JsonOpen(writer, nullptr, '{');
+    JsonString(writer, "issuer", {info->issuerName});
+    JsonString(writer, "thisUpdate", {texts.thisUpdate});
+    JsonString(writer, "nextUpdate", {texts.nextUpdate});
+    JsonLiteral(writer, "verified", info->verified == 1 ? "true" : "false");
+    JsonString(writer, "issuerSerial", {serial});
+    JsonLiteral(writer, "revoked", texts.revoked);
+    JsonClose(writer, '}');
 }
 
-// The document in ASCII: then no octets of a file reach the terminal that shows it.
-std::string Dump(const nlohmann::ordered_json &json)
+void WriteFileJson(JsonWriter *writer, const CrlFile &crlFile)
 {
-    return json.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+    JsonOpen(writer, nullptr, '{');
+    JsonString(writer, "path", {crlFile.path});
+    JsonOpen(writer, "crls", '[');
+    for (uint32_t i = 0; i < crlFile.decodedCrls; ++i) {
+        WriteCrlJson(writer, crlFile.bundle->crls[i]);
+    }
+    JsonClose(writer, ']');
+    JsonClose(writer, '}');
 }
 
 // The answer as one word.
@@ -110,22 +114,65 @@ const char *ResultWord(const Comparison &comparison)
     }
 }
 
-// One line that says which file is newer, or why neither is.
-std::string Verdict(const Comparison &comparison)
+void SayProblem(const Output &output, const Problem &problem)
 {
-    const std::string &first = comparison.first.path;
-    const std::string &second = comparison.second.path;
-    if (!comparison.obstacle.empty()) {
-        return first + " and " + second + " cannot be compared: " + comparison.obstacle + ".";
+    constexpr char NO_SPACE[] = ", which leaves the verifier no space for a package";
+    char detail[NUMBER_TEXT_SIZE];
+    char most[NUMBER_TEXT_SIZE];
+    NumberText(problem.detail, detail);
+    switch (problem.obstacle) {
+    case Obstacle::NONE:
+        break;
+    case Obstacle::LIBRARY:
+        Say(output, {SigkitStatusText(problem.detail)});
+        break;
+    case Obstacle::CONFLICT:
+        Say(output, {"each file is newer than the other for some issuer"});
+        break;
+    case Obstacle::SKIPPED_CRLS:
+        Say(output, {"X509 CRL blocks of ", problem.file->path, " were skipped (", detail,
+                     "): they do not decode, or there is no space for them"});
+        break;
+    case Obstacle::NAMELESS_CRL:
+        Say(output, {"the issuer's name of CRL ", detail, " of ", problem.file->path, " cannot be printed"});
+        break;
+    case Obstacle::TOO_MANY_IMAGES:
+        NumberText(FILE_IMAGES_MAX, most);
+        Say(output, {problem.file->path, " has more than ", most, " PEM blocks of CRLs and certificates", NO_SPACE});
+        break;
+    case Obstacle::TOO_MANY_CERTS:
+        NumberText(FILE_CERTS_MAX, most);
+        Say(output, {problem.file->path, " has ", detail, " CA certificates, more than ", most, NO_SPACE});
+        break;
     }
-    switch (comparison.result) {
-    case SIGKIT_CRL_FIRST_NEWER:
-        return first + " is newer than " + second + ".";
-    case SIGKIT_CRL_SECOND_NEWER:
-        return second + " is newer than " + first + ".";
-    default:
-        return first + " and " + second + " are equally new.";
+}
+
+// One line that says which file is newer, or why neither is.
+void SayVerdict(const Output &output, const Comparison &comparison)
+{
+    const char *const first = comparison.first.path;
+    const char *const second = comparison.second.path;
+    if (comparison.problem.obstacle != Obstacle::NONE) {
+        Say(output, {first, " and ", second, " cannot be compared: "});
+        SayProblem(output, comparison.problem);
+        Say(output, {"."});
+    } else if (comparison.result == SIGKIT_CRL_FIRST_NEWER) {
+        Say(output, {first, " is newer than ", second, "."});
+    } else if (comparison.result == SIGKIT_CRL_SECOND_NEWER) {
+        Say(output, {second, " is newer than ", first, "."});
+    } else {
+        Say(output, {first, " and ", second, " are equally new."});
     }
+}
+
+void SayWarning(const Output &output, const FarAhead &warning)
+{
+    char thisUpdate[TIME_TEXT_SIZE];
+    char due[TIME_TEXT_SIZE];
+    TimeText(warning.info->thisUpdate, thisUpdate);
+    TimeText(warning.due, due);
+    Say(output, {"the CRL of ", warning.info->issuerName, " in ", warning.file->path, " is of ", thisUpdate,
+                 ", more than a day after every other one of its file, and was due by ", due, ": is that date right?"});
 }
 
 } // namespace
@@ -143,30 +190,52 @@ int ExitStatus(const Comparison &comparison)
     }
 }
 
-std::string TextReport(const Comparison &comparison)
+void WriteTextReport(FILE *file, const Comparison &comparison)
 {
-    const std::string warning = comparison.warning.empty() ? "" : "Warning: " + Printable(comparison.warning) + "\n";
-    return FileTable(comparison.first) + "\n" + FileTable(comparison.second) + "\n" + warning +
-           Printable(Verdict(comparison)) + "\n";
-}
-
-std::string JsonReport(const Comparison &comparison)
-{
-    nlohmann::ordered_json json;
-    json["files"] = {FileJson(comparison.first), FileJson(comparison.second)};
-    json["result"] = ResultWord(comparison);
-    json["verdict"] = Verdict(comparison);
-    json["warnings"] = nlohmann::ordered_json::array();
-    if (!comparison.warning.empty()) {
-        json["warnings"].push_back(comparison.warning);
+    const Output output = {file, WritePrintable};
+    WriteFileTable(file, comparison.first);
+    WriteFileTable(file, comparison.second);
+    for (const FarAhead &warning : comparison.warnings) {
+        if (warning.info != nullptr) {
+            (void)fputs("Warning: ", file);
+            SayWarning(output, warning);
+            (void)fputc('\n', file);
+        }
     }
-    return Dump(json);
+    SayVerdict(output, comparison);
+    (void)fputc('\n', file);
 }
 
-std::string JsonError(const std::string &message)
+void WriteJsonReport(FILE *file, const Comparison &comparison)
 {
-    nlohmann::ordered_json json;
-    json["result"] = "error";
-    json["verdict"] = message;
-    return Dump(json);
+    const Output output = {file, WriteJsonCharacters};
+    JsonWriter writer = {file};
+    JsonOpen(&writer, nullptr, '{');
+    JsonOpen(&writer, "files", '[');
+    WriteFileJson(&writer, comparison.first);
+    WriteFileJson(&writer, comparison.second);
+    JsonClose(&writer, ']');
+    JsonString(&writer, "result", {ResultWord(comparison)});
+    JsonBeginString(&writer, "verdict");
+    SayVerdict(output, comparison);
+    JsonEndString(&writer);
+    JsonOpen(&writer, "warnings", '[');
+    for (const FarAhead &warning : comparison.warnings) {
+        if (warning.info != nullptr) {
+            JsonBeginString(&writer, nullptr);
+            SayWarning(output, warning);
+            JsonEndString(&writer);
+        }
+    }
+    JsonClose(&writer, ']');
+    JsonClose(&writer, '}');
+}
+
+void WriteJsonError(FILE *file, std::initializer_list<const char *> parts)
+{
+    JsonWriter writer = {file};
+    JsonOpen(&writer, nullptr, '{');
+    JsonString(&writer, "result", {"error"});
+    JsonString(&writer, "verdict", parts);
+    JsonClose(&writer, '}');
 }

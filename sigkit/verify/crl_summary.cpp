@@ -229,6 +229,7 @@ uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len
     const Holdings after = HoldingsOf(*ctx);
     bundle->size = sizeof(*bundle);
     bundle->decodedCrls = crls.count;
+    ctx->decodedCrls = crls.count;
     bundle->skippedCrls = after.skippedCrls - before.skippedCrls;
     bundle->storedCerts = after.storedCerts - before.storedCerts;
     bundle->images = after.images - before.images;
