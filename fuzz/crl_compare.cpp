@@ -4,6 +4,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "core/context.h"
 #include "fuzz/support/armour.h"
 #include "fuzz/support/container.h"
 #include "fuzz/support/mutate.h"
@@ -28,7 +29,7 @@ void CheckSummary(const SigkitCrlInfo &info)
     }
 }
 
-void CheckBundle(const SigkitCrlBundle &bundle)
+void CheckBundle(const SigkitVerifyCtx &ctx, const SigkitCrlBundle &bundle)
 {
     int32_t count = 0;
     for (uint32_t i = 0; i < std::size(bundle.crls); ++i) {
@@ -36,12 +37,14 @@ void CheckBundle(const SigkitCrlBundle &bundle)
             CheckSummary(*bundle.crls[i]);
             ++count;
         }
-        if (bundle.crls[i] != nullptr && i >= bundle.decodedCrls) {
-            FuzzFail("%u CRLs were decoded, and there is a summary at %u", bundle.decodedCrls, i);
+        if (bundle.crls[i] != nullptr && i >= ctx.decodedCrls) {
+            FuzzFail("%u CRLs were decoded, and there is a summary at %u", ctx.decodedCrls, i);
         }
     }
-    if (bundle.images == 0 || bundle.images > 16 || bundle.storedCerts > 16) {
-        FuzzFail("%u images and %u certificates of one file", bundle.images, bundle.storedCerts);
+    for (const uint8_t octet : bundle.reserved) {
+        if (octet != 0) {
+            FuzzFail("a reserved octet is not zero");
+        }
     }
     if (bundle.count != count || bundle.size != sizeof(bundle)) {
         FuzzFail("%d summaries are told, %d are there", bundle.count, count);
@@ -58,7 +61,7 @@ SigkitCrlBundle *Summarise(SigkitVerifyCtx *ctx, const forge::Bytes &file)
         FuzzFail("a summary together with %08x", status);
     }
     if (bundle != nullptr) {
-        CheckBundle(*bundle);
+        CheckBundle(*ctx, *bundle);
     }
     return bundle;
 }

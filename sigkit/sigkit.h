@@ -188,18 +188,12 @@ typedef struct SigkitCrlInfo {
     uint8_t reserved[68]; // zero
 } SigkitCrlInfo;
 
-// What the CRLs of a file say: one summary for each CRL, in the order of the file. SigkitCrlCompare judges by `crls`
-// and `count` alone; whoever wants to know whether they are all that the file holds, and whether a package could be
-// verified with it, looks at the rest.
+// What the CRLs of a file say: one summary for each CRL, in the order of the file.
 typedef struct SigkitCrlBundle {
     uint64_t size;           // sizeof(SigkitCrlBundle), 208 where pointers have 64 bits
     SigkitCrlInfo *crls[16]; // owned; null where a CRL could not be summarised, and behind the last CRL
     int32_t count;           // slots that are not null
-    uint32_t decodedCrls;    // slots in use, those included that are null for want of a summary
-    uint32_t skippedCrls;    // "X509 CRL" blocks that were skipped: they do not decode, or found the context full
-    uint32_t storedCerts;    // certificates that came into the store: the store holds 16
-    uint32_t images;         // images that were taken, one for DER data and one for each PEM block: a context holds 16
-    uint8_t reserved[52];    // zero
+    uint8_t reserved[68];    // zero
 } SigkitCrlBundle;
 
 // Answers of SigkitCrlCompare.

@@ -15,6 +15,7 @@
 #include "x509/time.h"
 
 static_assert(sizeof(void *) != 8 || sizeof(SigkitCrlBundle) == 208, "the size tag that hosts know");
+static_assert(sizeof(SigkitCrlBundle::reserved) == 68, "all that stands behind the count");
 static_assert(sizeof(SigkitCrlBundle::crls) / sizeof(SigkitCrlInfo *) == SIGKIT_LIST_CAPACITY, "a slot for each CRL");
 static_assert(sizeof(SigkitCrlInfo::issuerName) >= SIGKIT_NAME_TEXT_SIZE, "no name of a file makes the copy fail");
 
@@ -176,18 +177,6 @@ void Summarise(SigkitVerifyCtx *ctx, const SigkitList &crls, SigkitCrlBundle *bu
     }
 }
 
-// What a context holds of what loading adds to.
-struct Holdings {
-    uint32_t images;
-    uint32_t storedCerts;
-    uint32_t skippedCrls;
-};
-
-Holdings HoldingsOf(const SigkitVerifyCtx &ctx)
-{
-    return {ctx.buffers.count, ctx.pki->certs.count, ctx.skippedCrls};
-}
-
 // Adds what was decoded to the store. The CRLs stay there even when their certificates are missing.
 uint32_t AddToStore(SigkitVerifyCtx *ctx, const SigkitList &certs, const SigkitList &crls)
 {
@@ -213,7 +202,6 @@ uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len
     SigkitList crls = {};
     const InternalCertsGuard certsGuard(&certs);
     const InternalCrlsGuard crlsGuard(&crls);
-    const Holdings before = HoldingsOf(*ctx);
     status = InternalDecodeCertCrl(ctx, data, len, &certs, &crls);
     if (status != SIGKIT_OK || crls.count == 0) {
         return SIGKIT_TRAIL(SIGKIT_ERR_CRL_LOAD);
@@ -226,13 +214,8 @@ uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len
     if (status != SIGKIT_OK || InternalNewRecord(&bundle) != SIGKIT_OK) {
         return SIGKIT_TRAIL(SIGKIT_ERR_CRL_LOAD);
     }
-    const Holdings after = HoldingsOf(*ctx);
     bundle->size = sizeof(*bundle);
-    bundle->decodedCrls = crls.count;
     ctx->decodedCrls = crls.count;
-    bundle->skippedCrls = after.skippedCrls - before.skippedCrls;
-    bundle->storedCerts = after.storedCerts - before.storedCerts;
-    bundle->images = after.images - before.images;
     InternalRenewTrail(ctx);
     Summarise(ctx, crls, bundle);
     *out = bundle;
