@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Checks what is built into programs. Usage:
     check_hardening.py PROGRAM ARCHIVE...
+    check_hardening.py --needed PROGRAM...
     check_hardening.py --search-paths DIRECTORY...
     check_hardening.py --no-search-paths DIRECTORY...
 
@@ -8,7 +9,7 @@ The first form is for a shipped program. It reads the ELF file: position indepen
 segments that are not executable or writable together, stack protector, fortified functions, and that it needs no more
 than it should: no run-time library of C++, no clock, no network. Control-flow protection is looked for in the objects
 of the archives that the program is made of: the program itself only carries the mark when the C library's start-up
-objects do too.
+objects do too. With --needed each program is only looked at for the libraries that it needs.
 
 The other forms read every program and shared library below a directory, which is a build tree or an installed one. With
 --search-paths each may look for libraries in its own tree and where nobody but its owner can put one: no entry of its
@@ -49,6 +50,11 @@ def unprotected(archive: str) -> list[str]:
     return found
 
 
+def needed_faults(dynamic: str) -> list[str]:
+    needed = {re.sub(r"\.so.*", "", name) for name in re.findall(r"\(NEEDED\).*\[(.*)\]", dynamic)}
+    return [] if needed == {"libcrypto", "libc"} else [f"needs {sorted(needed)}"]
+
+
 def faults(program: str) -> list[str]:
     found = []
     header, segments, dynamic = (readelf(program, option) for option in ("-h", "-l", "-d"))
@@ -65,9 +71,7 @@ def faults(program: str) -> list[str]:
         found.append("no word about the stack")
     if re.search(r"RPATH|RUNPATH", dynamic):
         found.append("a library search path of its own")
-    needed = {re.sub(r"\.so.*", "", name) for name in re.findall(r"\(NEEDED\).*\[(.*)\]", dynamic)}
-    if needed != {"libcrypto", "libc"}:
-        found.append(f"needs {sorted(needed)}")
+    found += needed_faults(dynamic)
     wanted = imports(program)
     if "__stack_chk_fail" not in wanted:
         found.append("no stack protector")
@@ -139,7 +143,9 @@ def tree_faults(directory: str, allowed: bool) -> list[str]:
 
 def main() -> int:
     first, *others = sys.argv[1:]
-    if first in ("--search-paths", "--no-search-paths"):
+    if first == "--needed":
+        found = [f"{program} {fault}" for program in others for fault in needed_faults(readelf(program, "-d"))]
+    elif first in ("--search-paths", "--no-search-paths"):
         found = [fault for tree in others for fault in tree_faults(tree, first == "--search-paths")]
     else:
         found = faults(first) + [fault for archive in others for fault in unprotected(archive)]
