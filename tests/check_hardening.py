@@ -13,8 +13,8 @@ objects do too. With --needed each program is only looked at for the libraries t
 
 The other forms read every program and shared library below a directory, which is a build tree or an installed one. With
 --search-paths each may look for libraries in its own tree and where nobody but its owner can put one: no entry of its
-search path is empty or relative, which would be the working directory, and none can be made or written by others. With
---no-search-paths it has none at all.
+search path is empty or relative, which would be the working directory, and none can be made or written by others, be it
+all or a group. With --no-search-paths it has none at all.
 """
 import os
 import pathlib
@@ -102,11 +102,10 @@ def linked_files(directory: pathlib.Path) -> list[pathlib.Path]:
 
 
 def open_to_others(directory: pathlib.Path) -> bool:
-    """Tells whether somebody else can make or fill a directory. In one with the sticky bit what is there is safe."""
-    for place in (directory, *directory.parents):
-        if not place.exists() or place.stat().st_mode & (stat.S_IWOTH | stat.S_ISVTX) == stat.S_IWOTH:
-            return True
-    return directory.stat().st_mode & stat.S_IWOTH != 0
+    """Tells whether somebody else can make, fill or replace a directory: it, or one above it, is not there or can be
+    written by a group or by all. The sticky bit does not help: what is below such a directory may be gone tomorrow."""
+    return any(not place.exists() or place.stat().st_mode & (stat.S_IWGRP | stat.S_IWOTH)
+               for place in (directory, *directory.parents))
 
 
 def entry_fault(entry: str, file: pathlib.Path, tree: pathlib.Path) -> str | None:
@@ -119,7 +118,8 @@ def entry_fault(entry: str, file: pathlib.Path, tree: pathlib.Path) -> str | Non
         return None if target.is_relative_to(tree) else f"'{entry}', which leads out of {tree}"
     if not entry.startswith("/"):
         return f"'{entry}', which is relative to the working directory"
-    return f"'{entry}', which others can write" if open_to_others(pathlib.Path(entry)) else None
+    target = pathlib.Path(os.path.normpath(entry))
+    return f"'{entry}', which others can write" if not target.is_relative_to(tree) and open_to_others(target) else None
 
 
 def search_faults(file: pathlib.Path, tree: pathlib.Path, allowed: bool) -> list[str]:
