@@ -7,6 +7,12 @@ if(sigkit_is_development_root AND NOT sigkit_allows_development_root)
     "will protect nothing.")
 endif()
 
+if(NOT EXISTS "${sigkit_root}" OR IS_DIRECTORY "${sigkit_root}")
+  message(FATAL_ERROR
+    "There is no file ${sigkit_root} any more: verify_tool, which is to trust that root, is not installed. Put the "
+    "file back, or configure with -DSIGKIT_TRUST_ANCHOR=FILE for another root.")
+endif()
+
 # The build tree may have been configured for another root since the tool was built, or the file replaced. The first
 # 1024 octets hold the names and the key; the tool has them in one run.
 file(READ "${sigkit_root}" sigkit_wanted LIMIT 1024 HEX)
