@@ -2,6 +2,8 @@
 
 #include <string.h>
 
+#include "crltool/certificates.h"
+
 namespace
 {
 
@@ -30,6 +32,20 @@ Problem SpaceProblem(const CrlFile &file)
     return {};
 }
 
+Problem StrayProblem(const CrlFile &file)
+{
+    uint32_t status = SIGKIT_OK;
+    const SigkitX509Cert *const cert = FindStrayCert(file, &status);
+    return cert == nullptr ? Problem{} : Problem{Obstacle::STRAY_CERT, &file, status, cert};
+}
+
+// What hinders whoever wants to verify packages with a file.
+Problem UseProblem(const CrlFile &file)
+{
+    const Problem problem = SpaceProblem(file);
+    return problem.obstacle == Obstacle::NONE ? StrayProblem(file) : problem;
+}
+
 // What makes a file one that cannot be compared with any other.
 Problem FileProblem(const CrlFile &file)
 {
@@ -51,6 +67,10 @@ Problem Either(const Problem &one, const Problem &other)
 Problem LibraryProblem(const CrlFile &first, const CrlFile &second, uint32_t *result)
 {
     const uint32_t status = SigkitCrlCompare(first.ctx, first.bundle, second.bundle, result);
+    if (status == SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED) { // a certificate that stands for a CRL's issuer may be why
+        const Problem stray = Either(StrayProblem(first), StrayProblem(second));
+        return Either(stray, {Obstacle::LIBRARY, nullptr, status});
+    }
     if (status != SIGKIT_OK) {
         return {Obstacle::LIBRARY, nullptr, status};
     }
@@ -61,11 +81,11 @@ Problem LibraryProblem(const CrlFile &first, const CrlFile &second, uint32_t *re
 // helped by a newer one that is.
 Problem AnswerProblem(const CrlFile &first, const CrlFile &second, uint32_t result)
 {
-    const Problem ofFirst = result == SIGKIT_CRL_SECOND_NEWER ? Problem{} : SpaceProblem(first);
+    const Problem ofFirst = result == SIGKIT_CRL_SECOND_NEWER ? Problem{} : UseProblem(first);
     if (ofFirst.obstacle != Obstacle::NONE || result == SIGKIT_CRL_FIRST_NEWER) {
         return ofFirst;
     }
-    return SpaceProblem(second);
+    return UseProblem(second);
 }
 
 const SigkitCrlInfo *NewestOf(const SigkitCrlBundle &bundle)

@@ -4,6 +4,7 @@
 
 #include <stdint.h>
 
+#include "asn1/records.h"
 #include "core/list.h"
 #include "crltool/crl_file.h"
 
@@ -22,12 +23,14 @@ enum class Obstacle {
     NAMELESS_CRL, // the `detail`-th of the file, from 1
     TOO_MANY_IMAGES,
     TOO_MANY_CERTS, // `detail` of them
+    STRAY_CERT,     // `cert`; `detail` is what its path ends with
 };
 
 struct Problem {
     Obstacle obstacle = Obstacle::NONE;
     const CrlFile *file = nullptr; // of those from SKIPPED_CRLS on
     uint32_t detail = 0;
+    const SigkitX509Cert *cert = nullptr;
 };
 
 // A CRL whose date should be looked at before the answer is followed.
@@ -48,7 +51,7 @@ struct Comparison {
 // Compares two files that were loaded. There are obstacles besides those of SigkitCrlCompare. Of each file: an issuer
 // whose name cannot be printed, because all of these look alike; and a CRL that was skipped, because the file then
 // looks like one without it. Of the one that is newer, of both when they are equally new: no space for a package beside
-// it, because with such a file nothing might be verified.
+// it, and a certificate that the root does not stand behind, because with such a file nothing might be verified.
 Comparison CompareFiles(const CrlFile &first, const CrlFile &second);
 
 #endif

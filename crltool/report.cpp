@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "core/guard.h"
 #include "crltool/json.h"
 #include "crltool/text.h"
+#include "x509/name.h"
 
 namespace
 {
@@ -114,6 +116,19 @@ const char *ResultWord(const Comparison &comparison)
     }
 }
 
+void SayStrayCert(const Output &output, const Problem &problem)
+{
+    const SigkitX509CertInfo &cert = problem.cert->tbsCertificate;
+    InternalBlockGuard<char> name;
+    uint32_t len = 0;
+    const uint32_t status = SigkitConvertFromX509Name(&cert.subject, &name.held, &len);
+    char serial[SERIAL_TEXT_SIZE];
+    SerialText(cert.serialNumber.data, cert.serialNumber.len, serial);
+    Say(output,
+        {"the certificate of ", status == SIGKIT_OK ? name.held : "(unprintable)", " with the serial number ", serial,
+         " in ", problem.file->path, " is not one that the root stands behind: ", SigkitStatusText(problem.detail)});
+}
+
 void SayProblem(const Output &output, const Problem &problem)
 {
     constexpr char NO_SPACE[] = ", which leaves the verifier no space for a package";
@@ -143,6 +158,9 @@ void SayProblem(const Output &output, const Problem &problem)
     case Obstacle::TOO_MANY_CERTS:
         NumberText(FILE_CERTS_MAX, most);
         Say(output, {problem.file->path, " has ", detail, " CA certificates, more than ", most, NO_SPACE});
+        break;
+    case Obstacle::STRAY_CERT:
+        SayStrayCert(output, problem);
         break;
     }
 }
