@@ -100,7 +100,7 @@ void Chain(State &state)
     }
     const Party signer = Leaf("Signer", ca, forge::PURPOSE_CODE_SIGNING);
     const Party timestamp = Leaf("Timestamp", ca, forge::PURPOSE_TIME_STAMPING);
-    // Without a CA between there is none to come with the CRLs; its absence is told in the log.
+    // Without a CA between there is none to come with the CRLs; its absence is logged.
     forge::MessageRequest request = MessageRequest("");
     request.signerCertificate = signer.certificate;
     request.signerKey = signer.key;

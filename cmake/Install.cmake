@@ -83,7 +83,7 @@ if(BUILD_SHARED_LIBS AND NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
 endif()
 
 # Installs a program, linked anew from its objects with the installed tree's search path. Deliberate: CMake would rather
-# edit a copy of the build tree's program, and makes room for that by colons behind its search path. To the dynamic
+# edit a copy of the build tree's program, and makes space for that by colons behind its search path. To the dynamic
 # linker what stands behind a colon is an empty entry: the working directory, where the package that is judged may lie
 # with a library beside it. It lies in the build tree as it will lie installed, so that its path leads nowhere else.
 function(sigkit_install_program program component search_path)

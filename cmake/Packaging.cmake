@@ -49,8 +49,8 @@ detached CMS signatures, certificate paths, timestamps and CRLs.")
 
 set(CPACK_DEBIAN_CRL_COMPARE_PACKAGE_NAME crl-compare)
 set(CPACK_DEBIAN_CRL_COMPARE_PACKAGE_SECTION utils)
-set(CPACK_COMPONENT_CRL_COMPARE_DESCRIPTION "tell which of two CRL files is newer
-Tells whether the CRL file that comes with an upgrade may replace the one that
+set(CPACK_COMPONENT_CRL_COMPARE_DESCRIPTION "find out which of two CRL files is newer
+Says whether the CRL file that comes with an upgrade may replace the one that
 a device has.")
 if(BUILD_SHARED_LIBS)
   list(APPEND CPACK_COMPONENTS_ALL library)

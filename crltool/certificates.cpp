@@ -39,7 +39,7 @@ bool IsIssuedByTrustAnchor(SigkitVerifyCtx *ctx, SigkitX509Cert *cert)
     return issuer != nullptr && SigkitX509IsSelfSigned(issuer, &isSelfSigned) == SIGKIT_OK && isSelfSigned == 1;
 }
 
-// Tells whether a certificate was valid when one of the CRLs that it has signed was issued.
+// Returns whether a certificate was valid when one of the CRLs that it has signed was issued.
 bool WasValidForACrl(SigkitVerifyCtx *ctx, SigkitX509Cert *cert)
 {
     const SigkitList &crls = ctx->pki->crls;

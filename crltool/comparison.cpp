@@ -110,7 +110,7 @@ const SigkitCrlInfo *OtherIssueOf(const SigkitCrlInfo &crl, const SigkitCrlBundl
     return nullptr;
 }
 
-// Points out the newest CRL of a file when its date is not one that an honest release explains: nobody can tell whether
+// Points out the newest CRL of a file when its date is not one that an honest release explains: nobody can know whether
 // it is of the future without a clock, which a device may not have, but until then its file counts as the newer one. A
 // release either signs its CRLs on one day, or renews one of them before that ends; a CRL that is not in the other file
 // should not be dated after all those of its own file have ended.

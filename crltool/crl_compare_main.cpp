@@ -1,4 +1,4 @@
-// crl_compare: tells which of two CRL files is newer.
+// crl_compare: says which of two CRL files is newer.
 #include <getopt.h>
 #include <signal.h>
 #include <stdio.h>
@@ -19,7 +19,7 @@ constexpr int EXIT_UNUSABLE = 3; // usage, or input that cannot be read
 
 constexpr char USAGE[] = "Usage: crl_compare [--json] --root ROOT FIRST SECOND\n"
                          "\n"
-                         "Tells which of two CRL files is newer. A file holds CRLs together with the CA\n"
+                         "Says which of two CRL files is newer. A file holds CRLs together with the CA\n"
                          "certificates that issued them, as DER objects back to back or as PEM blocks.\n"
                          "\n"
                          "  --root ROOT   the trust anchor: a root certificate, DER or PEM\n"

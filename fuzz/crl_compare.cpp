@@ -47,7 +47,7 @@ void CheckBundle(const SigkitVerifyCtx &ctx, const SigkitCrlBundle &bundle)
         }
     }
     if (bundle.count != count || bundle.size != sizeof(bundle)) {
-        FuzzFail("%d summaries are told, %d are there", bundle.count, count);
+        FuzzFail("%d summaries are reported, %d are there", bundle.count, count);
     }
 }
 

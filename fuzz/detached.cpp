@@ -1,4 +1,5 @@
-// Begin, Update and Final on a context with a trust anchor and a CRL file. A yes must hold before a second opinion.
+// Begin, Update and Final on a context with a trust anchor and a CRL file. An acceptance must hold before a second
+// opinion.
 #include "fuzz/target.h"
 
 #include <string>
@@ -80,7 +81,7 @@ void Verify(SigkitVerifyCtx *ctx, const Package &package)
     }
     FuzzTally(FUZZ_TALLY_AUTHENTIC);
     if ((package.flags & FUZZ_NO_ROOT) != 0) {
-        FuzzFail("a yes without a trust anchor");
+        FuzzFail("an acceptance without a trust anchor");
     }
     FuzzRequireAuthentic(FuzzRootCertificate(), {package.crls, package.message}, package.message, package.content);
 }

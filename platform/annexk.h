@@ -1,5 +1,5 @@
 // Bounds-checked memory and string functions in the manner of C11, Annex K. Unlike Annex K they have no run-time
-// constraint handler: a violated bound is told by the result alone.
+// constraint handler: a violated bound is reported by the result alone.
 #ifndef PLATFORM_ANNEXK_H
 #define PLATFORM_ANNEXK_H
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Formatting, clang-tidy and the rules of the house. Prints nothing when all is well.
+# Formatting, clang-tidy and the project's own rules. Prints nothing when all is well.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

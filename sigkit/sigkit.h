@@ -306,14 +306,14 @@ const char *SigkitGetVersion(void);
 //   SIGKIT_ERR_ARMOUR                         fewer than 38 octets
 //   SIGKIT_ERR_CMS_DECODE                     it does not decode, there is no memory, or, for PEM text, the context
 //                                             holds 16 images
-//   SIGKIT_ERR_LIST_FULL                      the store has no room for its certificates
+//   SIGKIT_ERR_LIST_FULL                      the store has no space for its certificates
 // The signer's token (RFC 3161, 2.4.2):
 //   SIGKIT_ERR_PARAM                          there is none
 //   SIGKIT_ERR_SIGNED_DATA                    it does not decode; of the TSTInfo in it: a decoding code
 //   SIGKIT_ERR_TIMESTAMP_HASH                 its imprint uses an unsupported digest
 //   SIGKIT_ERR_TIMESTAMP_IMPRINT              it is about another signature
 //   SIGKIT_ERR_TIME_FORMAT                    its time cannot be read
-//   SIGKIT_ERR_LIST_FULL                      the store has no room for its certificates
+//   SIGKIT_ERR_LIST_FULL                      the store has no space for its certificates
 //   SIGKIT_ERR_TIMESTAMP_SIGNER               no certificate for its signer; then the codes of a certificate
 //   SIGKIT_ERR_SIGNATURE                      its signature does not hold over its signed attributes
 //   SIGKIT_ERR_TIMESTAMP_SIGNATURE            it was not made for this TSTInfo
@@ -415,8 +415,9 @@ SIGKIT_MUST_USE uint32_t SigkitDecodeCrl(SigkitVerifyCtx *ctx, const uint8_t *da
 // SIGKIT_ERR_FILE_EMPTY, SIGKIT_ERR_FILE_TOO_BIG, SIGKIT_ERR_FILE_READ or SIGKIT_ERR_NO_MEMORY.
 SIGKIT_MUST_USE uint32_t SigkitDecodeCrlFile(SigkitVerifyCtx *ctx, const char *path, SigkitCrlBundle **out);
 
-// Tells which of two files is newer. CRLs are paired by the printed names of their issuers. The newer file must account
-// for every issuer of the older one: by a CRL of that issuer, or by a root's CRL that revokes the issuer's certificate.
+// Finds out which of two files is newer. CRLs are paired by the printed names of their issuers. The newer file must
+// account for every issuer of the older one: by a CRL of that issuer, or by a root's CRL that revokes the issuer's
+// certificate.
 //
 //   ctx            in, any live context.
 //   first, second  in, the summaries.

@@ -7,7 +7,7 @@
 namespace
 {
 
-// What libcrypto is told to leave out. Its configuration file, which the environment can name, could load modules into
+// What libcrypto shall leave out. Its configuration file, which the environment can name, could load modules into
 // this process. Its tables of ciphers, of digests' names and of error texts are half of the time that it takes to
 // start, and nothing here asks for them. At the end of the process the system takes everything back anyway.
 constexpr uint64_t LIBCRYPTO_PARTS = OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ADD_ALL_CIPHERS |

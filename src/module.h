@@ -1,4 +1,4 @@
-// What every source file of the tool tells the platform about itself.
+// What every source file of the tool hands to the platform about itself.
 #ifndef SRC_MODULE_H
 #define SRC_MODULE_H
 

@@ -29,7 +29,7 @@ constexpr int LINE_NO_OPCODE = 111;
 constexpr int LINE_PARSE_FAILED = 123;
 constexpr int LINE_EXECUTE_FAILED = 130;
 
-// Copies the option's argument, cut to the field. Tells whether it was copied.
+// Copies the option's argument, cut to the field. Returns whether it was copied.
 bool StoreArgument(char *field, size_t fieldSize)
 {
     return strncpy_s(field, fieldSize, optarg, fieldSize - 1) == 0;

@@ -83,7 +83,7 @@ def faults(program: str) -> list[str]:
 
 
 def is_linked(path: pathlib.Path) -> bool:
-    """Tells whether a file is an ELF program or shared library."""
+    """Returns whether a file is an ELF program or shared library."""
     if path.is_symlink() or not path.is_file():
         return False
     with path.open("rb") as file:
@@ -102,7 +102,7 @@ def linked_files(directory: pathlib.Path) -> list[pathlib.Path]:
 
 
 def open_to_others(directory: pathlib.Path) -> bool:
-    """Tells whether somebody else can make, fill or replace a directory: it, or one above it, is not there or can be
+    """Returns whether somebody else can make, fill or replace a directory: it, or one above it, is not there or can be
     written by a group or by all. The sticky bit does not help: what is below such a directory may be gone tomorrow."""
     return any(not place.exists() or place.stat().st_mode & (stat.S_IWGRP | stat.S_IWOTH)
                for place in (directory, *directory.parents))

@@ -257,7 +257,7 @@ CASES = [
     oid("a first arc above 2", "3.5.4.3"),
     oid("a second arc above 39 below 0", "0.40.4.3", "0.39.4.3"),
     oid("a second arc above 39 below 1", "1.40.4.3", "1.39.4.3"),
-    oid("more octets than there is room for", "1.2.3.4.5.6.7.8.9.10.11.12.13.14.15.16.17.18",
+    oid("more octets than there is space for", "1.2.3.4.5.6.7.8.9.10.11.12.13.14.15.16.17.18",
         "1.2.3.4.5.6.7.8.9.10.11.12.13.14.15.16.17"),
     oid("an identifier that comes twice", "2.5.4.7", refusal="two numbers for one identifier"),
     case("a number that comes twice", OID, "the numbers of the identifiers ascend", "AOID_AT_LOCALITYNAME, 162",

@@ -109,7 +109,7 @@ bool HasExponent65537(X509 *cert)
     return key != nullptr && BN_is_word(RSA_get0_e(key), KEY_EXPONENT) == 1;
 }
 
-// Tells whether a time is 15 October of the year, 08:08:50 UTC.
+// Returns whether a time is 15 October of the year, 08:08:50 UTC.
 bool IsOctober15(const ASN1_TIME *time, int year)
 {
     struct tm when = {};

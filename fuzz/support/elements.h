@@ -15,10 +15,10 @@ struct Element {
     size_t length = 0; // of the content
 };
 
-// Reads the element at `data`. Tells whether there is a whole one within `size` octets.
+// Reads the element at `data`. Returns whether there is a whole one within `size` octets.
 bool ElementRead(const uint8_t *data, size_t size, Element *out);
 
-// Reads the elements that make up the whole content of another one. Tells whether they do.
+// Reads the elements that make up the whole content of another one. Returns whether they do.
 bool ElementChildren(const Element &element, std::vector<Element> *out);
 
 forge::Bytes ElementContent(const Element &element);

@@ -63,7 +63,7 @@ bool ReadCertificate(const Element &element, EvidenceCertificate *out)
     out->encoded = ElementEncoding(element);
     out->toBeSigned = ElementEncoding(members[0]);
     out->trusted = false;
-    // The wrapper of the version may tell any length: what is inside decides.
+    // The wrapper of the version may claim any length: what is inside decides.
     Element at;
     const uint8_t *position = members[0].content;
     const uint8_t *const end = position + members[0].length;
@@ -118,7 +118,7 @@ X509 *Parse(const EvidenceCertificate &certificate)
     return d2i_X509(nullptr, &position, static_cast<long>(certificate.encoded.size()));
 }
 
-// Tells whether a certificate is clearly none of a CA. One that libcrypto finds odd is not clear.
+// Returns whether a certificate is clearly none of a CA. One that libcrypto finds odd is not clear.
 bool IsClearlyNoAuthority(const EvidenceCertificate &certificate)
 {
     X509 *const x509 = Parse(certificate);

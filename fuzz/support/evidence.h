@@ -45,10 +45,10 @@ void EvidenceCollect(const forge::Bytes &octets, Evidence *evidence);
 // CAs, as trusted.
 void EvidenceTrust(const forge::Bytes &anchor, Evidence *evidence);
 
-// Tells whether a certificate is clearly out of date at a time.
+// Returns whether a certificate is clearly out of date at a time.
 bool EvidenceIsClearlyOutOfDate(const EvidenceCertificate &certificate, const Element &time);
 
-// Tells whether a signature over `data` holds under a key, with one digest or with any.
+// Returns whether a signature over `data` holds under a key, with one digest or with any.
 bool EvidenceVerifies(const EvidenceKey &key, forge::Digest digest, const forge::Bytes &data,
                       const forge::Bytes &signature);
 bool EvidenceVerifiesByAny(const EvidenceKey &key, const forge::Bytes &data, const forge::Bytes &signature);

@@ -86,12 +86,12 @@ void ChangeLength(TlvNode *node, FuzzRandom *random)
 {
     if (FuzzChance(random, 50)) {
         node->lengthOctets = static_cast<uint8_t>(FuzzBelow(random, 6)); // the same length in another form
-        node->told.clear();
+        node->forgedLength.clear();
     } else if (FuzzChance(random, 50)) {
-        node->told = LENGTHS[FuzzBelow(random, std::size(LENGTHS))];
+        node->forgedLength = LENGTHS[FuzzBelow(random, std::size(LENGTHS))];
     } else {
         const size_t length = TlvEncodeContent(*node).size() + FuzzBelow(random, 5) - 2;
-        node->told = {0x82, static_cast<uint8_t>(length >> 8), static_cast<uint8_t>(length)};
+        node->forgedLength = {0x82, static_cast<uint8_t>(length >> 8), static_cast<uint8_t>(length)};
     }
 }
 

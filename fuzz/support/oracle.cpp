@@ -24,7 +24,7 @@ const forge::Bytes CODE_SIGNING = {0x2B, 0x06, 0x01, 0x05, 0x05, 0x07, 0x03, 0x0
 
 // ---- Revocation ----------------------------------------------------------------------------------------------------
 
-// Tells whether a CRL has an entry of a serial number, and whether one is clearly in force.
+// Returns whether a CRL has an entry of a serial number, and whether one is clearly in force.
 void LookUp(const EvidenceCrl &crl, const Element &serial, const Element &time, bool *listed, bool *inForce)
 {
     for (const Element &entry : crl.revoked) {
@@ -64,7 +64,7 @@ bool ReadName(const Element &name, std::vector<forge::Bytes> *parts)
     return true;
 }
 
-// Tells whether a CRL clearly speaks about certificates of another issuer: it bears another name and is not indirect.
+// Returns whether a CRL clearly speaks about certificates of another issuer: it bears another name and is not indirect.
 bool IsClearlyOfAnother(const EvidenceCrl &crl, const EvidenceCertificate &certificate)
 {
     std::vector<forge::Bytes> crlIssuer;
@@ -73,7 +73,7 @@ bool IsClearlyOfAnother(const EvidenceCrl &crl, const EvidenceCertificate &certi
            crlIssuer != certificateIssuer && !Contains(crl.toBeSigned, DISTRIBUTION_POINT);
 }
 
-// Tells whether a CRL of the trusted part clears a certificate at a time.
+// Returns whether a CRL of the trusted part clears a certificate at a time.
 bool IsCleared(const Evidence &evidence, const EvidenceCertificate &certificate, const Element &time)
 {
     for (const EvidenceCrl &crl : evidence.crls) {
@@ -152,7 +152,7 @@ std::vector<Element> FindTimes(const Signer &signer)
     return times;
 }
 
-// Calls a test for every signer of a message until one says yes.
+// Calls a test for every signer of a message until one returns true.
 template <typename Test>
 bool AnySigner(const std::vector<forge::Bytes> &messages, Test test)
 {

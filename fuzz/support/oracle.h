@@ -1,5 +1,5 @@
-// A second opinion about a yes: the same octets judged over libcrypto by other code, which shares nothing with the
-// library but the standards of the formats.
+// A second opinion about an acceptance: the same octets judged over libcrypto by other code, which shares nothing with
+// the library but the standards of the formats.
 //
 // It asks for what must be true of every authentic message, whatever the library is lenient about:
 //   - some certificate in reach is signed, over certificates of CAs, by the key of the trust anchor;
@@ -24,7 +24,7 @@
 void FuzzRequireAuthentic(const forge::Bytes &anchor, const std::vector<forge::Bytes> &files,
                           const forge::Bytes &message, const forge::Bytes &content);
 
-// Tells whether a message has a signer. One without is accepted by design, and settled by the first piece of content:
+// Returns whether a message has a signer. One without is accepted by design, and settled by the first piece of content:
 // only a file without any content stays accepted.
 bool FuzzHasSigner(const forge::Bytes &message);
 

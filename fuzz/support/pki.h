@@ -60,7 +60,7 @@ struct FuzzCrlChoice {
 
 forge::Bytes FuzzCrl(const FuzzCrlChoice &choice);
 
-// The trust anchor: as long as the tool has room for, though its key is a short one.
+// The trust anchor: as long as the tool's record takes, though its key is a short one.
 const forge::Bytes &FuzzRootCertificate();
 
 // Serial numbers of the usual certificates.

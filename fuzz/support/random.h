@@ -26,7 +26,7 @@ inline size_t FuzzBelow(FuzzRandom *random, size_t bound)
     return bound == 0 ? 0 : static_cast<size_t>(FuzzNext(random) % bound);
 }
 
-// Tells yes `chances` times out of 100.
+// Returns true `chances` times out of 100.
 inline bool FuzzChance(FuzzRandom *random, size_t chances)
 {
     return FuzzBelow(random, 100) < chances;

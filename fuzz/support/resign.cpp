@@ -98,7 +98,7 @@ void ResignObject(TlvNode *node, FuzzRandom *random)
     forge::Bytes bits = FuzzSign(key, DigestOf(node->children[1]), TlvEncode(node->children[0]));
     bits.insert(bits.begin(), 0);
     SetLeaf(&node->children[2], std::move(bits));
-    node->children[2].told.clear();
+    node->children[2].forgedLength.clear();
 }
 
 void NoteKeys(const TlvForest &forest, SignerKeys *keys)

@@ -6,7 +6,7 @@
 #include "fuzz/support/random.h"
 #include "fuzz/support/tlv.h"
 
-// Tells whether an element has the shape of a certificate, or of a CRL.
+// Returns whether an element has the shape of a certificate, or of a CRL.
 bool FuzzIsCertificate(const TlvNode &node);
 bool FuzzIsCrl(const TlvNode &node);
 

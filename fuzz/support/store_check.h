@@ -12,7 +12,7 @@ void FuzzCheckStore(const SigkitVerifyCtx *ctx);
 
 uint32_t FuzzCountCrls(const SigkitVerifyCtx *ctx);
 
-// Tells whether the store holds a self-signed certificate.
+// Returns whether the store holds a self-signed certificate.
 bool FuzzHoldsAnchor(const SigkitVerifyCtx *ctx);
 
 #endif

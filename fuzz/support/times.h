@@ -4,14 +4,14 @@
 
 #include "fuzz/support/elements.h"
 
-// Tells whether an element is a time by the number of its tag alone, as the verifier tells them.
+// Returns whether an element is a time by the number of its tag alone, as the verifier knows them.
 bool TimeIsOne(const Element &element);
 
-// Tells whether a time can be read by its digits: not one that does not exist, and none of a year below 1950 with four
+// Whether a time can be read by its digits: not one that does not exist, and none of a year below 1950 with four
 // digits, which the verifier's calendar takes for another one.
 bool TimeIsProper(const Element &element);
 
-// Tells whether `first` is clearly later than `second`: false as soon as one is no proper time.
+// Returns whether `first` is clearly later than `second`: false as soon as one is no proper time.
 bool TimeIsClearlyLater(const Element &first, const Element &second);
 
 #endif

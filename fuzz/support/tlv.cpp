@@ -110,7 +110,8 @@ bool ParseAll(const Reader &in, size_t depth, TlvForest *forest)
 // Octets of the length that are written; the first one of the long form is among them.
 size_t LengthSize(const TlvNode &node, size_t length)
 {
-    return node.told.empty() ? 1u + std::max(node.lengthOctets, ShortestLengthOctets(length)) : node.told.size();
+    return node.forgedLength.empty() ? 1u + std::max(node.lengthOctets, ShortestLengthOctets(length))
+                                     : node.forgedLength.size();
 }
 
 size_t ContentSize(const TlvNode &node)
@@ -128,8 +129,8 @@ size_t ContentSize(const TlvNode &node)
 
 void AppendLength(const TlvNode &node, size_t length, forge::Bytes *out)
 {
-    if (!node.told.empty()) {
-        out->insert(out->end(), node.told.begin(), node.told.end());
+    if (!node.forgedLength.empty()) {
+        out->insert(out->end(), node.forgedLength.begin(), node.forgedLength.end());
         return;
     }
     const uint8_t octets = std::max(node.lengthOctets, ShortestLengthOctets(length));

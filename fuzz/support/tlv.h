@@ -15,7 +15,7 @@ struct TlvNode {
     bool nested = false;
     bool raw = false;         // octets that are no element: `content` alone is written
     uint8_t lengthOctets = 0; // the length is written in the long form with that many octets at least; 0: shortest form
-    forge::Bytes told;        // not empty: written in the place of the length, whatever the content
+    forge::Bytes forgedLength; // not empty: written in the place of the length, whatever the content
     forge::Bytes content;
     std::vector<TlvNode> children;
 
@@ -45,7 +45,7 @@ TlvNode TlvLeaf(uint8_t identifier, forge::Bytes content);
 // All elements of a forest, each before its children.
 std::vector<TlvNode *> TlvAll(TlvForest *forest);
 
-// Tells whether an element is an OBJECT IDENTIFIER with these content octets.
+// Returns whether an element is an OBJECT IDENTIFIER with these content octets.
 bool TlvIsIdentifier(const TlvNode &node, const forge::Bytes &content);
 
 #endif

@@ -94,7 +94,7 @@ bool IsNewer(const X509_CRL *crl, const X509_CRL *than)
     return a != b ? a > b : CompareNumbers(CrlNumber(crl), CrlNumber(than)) > 0;
 }
 
-// Memory cannot go back: what devices may already have been told must be known here.
+// Memory cannot go back: what devices may already know must be known here.
 Status CheckMemory(const Composition &composition, const Authority &authority, X509_CRL *crl, const std::string &source)
 {
     if (authority.id.empty() || authority.entry->key.empty()) {

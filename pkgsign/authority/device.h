@@ -49,7 +49,7 @@ Status CheckCrlFile(const Setting &setting);
 // stand-ins of `newer`.
 Status CheckNewer(const Setting &newer, const Bytes &olderCrlFile);
 
-// What an answer that is no yes says, for a reason.
+// What an answer other than an acceptance says, for a reason.
 std::string Explain(const DeviceAnswer &answer);
 
 } // namespace pkgsign

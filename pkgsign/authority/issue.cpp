@@ -71,7 +71,7 @@ Status CheckCaName(const Workplace &place, const Pki &pki, const CertificateFiel
         if (IsSameNameForDevice(X509_get_subject_name(other.get()), fields.subject.get()) &&
             !SamePublicKey(X509_get0_pubkey(other.get()), fields.publicKey.get())) {
             return Fail("the CA '" + entry.name + "' has the name '" + NameText(fields.subject.get()) +
-                        "' and another key; a device tells issuers by their names, so choose another --name");
+                        "' and another key; a device knows issuers by their names, so choose another --name");
         }
     }
     return {};

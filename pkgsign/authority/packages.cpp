@@ -32,7 +32,7 @@ Key PublicKeyOf(const Certificate &certificate)
     return ShareKey(X509_get_pubkey(certificate.get()));
 }
 
-// At most two, so that devices have room; not a root, which they have.
+// At most two, so that devices have space; not a root, which they have.
 std::vector<Certificate> Carried(const Party &party)
 {
     const bool isRoot = X509_NAME_cmp(X509_get_subject_name(party.ca.get()), X509_get_issuer_name(party.ca.get())) == 0;

@@ -165,8 +165,7 @@ Status Revoke(const Options &options, Session *session)
         session->out += "Nothing was changed; without --try and --dry-run it is remembered for good.\n";
         return {};
     }
-    session->out +=
-        "No device knows yet: pkgsign crl --pki " + place.folder + " --out FILE makes the file that tells them.\n";
+    session->out += "No device knows yet: pkgsign crl --pki " + place.folder + " --out FILE makes the file for them.\n";
     return UpdatePki(place.folder, [&](Pki *now) {
         const Status known = CheckSubject(*now, {subject.issuer, subject.serial, nullptr});
         if (known.ok) {

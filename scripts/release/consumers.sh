@@ -3,7 +3,7 @@
 # archive and over the shared library, and verifies a package over a host of its own.
 source "$(dirname "$0")/common.sh"
 
-# uses_shared PROGRAM: tells whether a program is linked with libsigkit.so.2.
+# uses_shared PROGRAM: returns whether a program is linked with libsigkit.so.2.
 uses_shared() { readelf -d "$1" | grep 'NEEDED.*\[libsigkit.so.2\]' >/dev/null; }
 
 static_tree

@@ -36,20 +36,20 @@ check_machine() {
 
   configure_tests "$machine"
   tests=0
-  local room
-  for room in asn1 x509; do
-    run_tests "$room"
+  local layer
+  for layer in asn1 x509; do
+    run_tests "$layer"
   done
 }
 
 emulated_pkgsign() { emulate "$out/$machine/pkgsign/pkgsign" "$@"; }
 
-# run_tests ROOM: builds and runs the tests of one room of the library, and counts them.
+# run_tests LAYER: builds and runs the tests of one layer of the library, and counts them.
 run_tests() {
-  local room=$1 log=$out/$machine.$1.tests passed
+  local layer=$1 log=$out/$machine.$1.tests passed
   cmake --build "$out/$machine" -j "$jobs" --target "$1_test"
-  (cd "$out/$machine/tests/$room" && emulate "./${room}_test" --gtest_brief=1) | tee "$log"
+  (cd "$out/$machine/tests/$layer" && emulate "./${layer}_test" --gtest_brief=1) | tee "$log"
   passed=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) tests.*/\1/p' "$log")
-  [ "${passed:-0}" -gt 0 ] || fail "no test of $room was run"
+  [ "${passed:-0}" -gt 0 ] || fail "no test of $layer was run"
   tests=$((tests + passed))
 }

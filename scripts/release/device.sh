@@ -18,7 +18,7 @@ for shared in OFF ON; do
       readelf -d "$program" | grep "NEEDED.*\[lib$library.so\]" || fail "$program does not use the device's lib$library"
     done
   done
-  expect 127 "$built/src/verify_tool" # the build does not tell a program where the device's libraries are
+  expect 127 "$built/src/verify_tool" # the build does not write into a program where the device's libraries are
   LD_LIBRARY_PATH=$stand_in tests/check_working_directory.py "$built/src/verify_tool" "$built/crltool/crl_compare" \
     "$built/pkgsign/pkgsign" "$built/tools/trust_anchor_embed"
   try_tool "$out/package" env LD_LIBRARY_PATH="$stand_in:$out/device-root/usr/lib/$multiarch" \

@@ -45,7 +45,7 @@ void Capture(SigkitDecodeBuf *buf, uint32_t start, uint32_t length, const Sigkit
     buf->pos += length;
 }
 
-// Ends a look-ahead: the element is left for the next member, and an IMPLICIT one is told as what it stands for.
+// Ends a look-ahead: the element is left for the next member, and an IMPLICIT one is reported as what it stands for.
 uint32_t FinishPeek(const SigkitAsnTemplate &entry, SigkitAsnOcts *view)
 {
     const bool isImplicit = (entry.mode & ASN_MODE_IMPLICIT) != 0;

@@ -97,7 +97,7 @@ struct SigkitX509AlgoIdentifier {
 };
 ASN_RECORD(X509AlgoIdentifier, algorithm, parameters);
 
-// Validity: UTCTime or GeneralizedTime, told apart by the views' tags.
+// Validity: UTCTime or GeneralizedTime, distinguished by the views' tags.
 struct SigkitX509Validity {
     SigkitAsnOcts notBefore;
     SigkitAsnOcts notAfter;
@@ -259,7 +259,7 @@ struct SigkitPkcs7ContentInfo {
 };
 ASN_RECORD(Pkcs7ContentInfo, eContentType, eContent);
 
-// CertificateSet: whole encodings. There is room for 10, and 2 are accepted: a signer and its CA.
+// CertificateSet: whole encodings. There is space for 10, and 2 are accepted: a signer and its CA.
 struct SigkitX509CertRawBundle {
     uint32_t count;
     SigkitAsnOcts items[10];
@@ -290,7 +290,7 @@ struct SigkitPkcs7SignedInfo {
     uint32_t version;
     SigkitPkcs7IssuerAndSerial sid;
     SigkitX509AlgoIdentifier digestAlgorithm;
-    SigkitAsnOcts signedAttrsRaw; // the whole encoding, told as the universal SET that is signed (RFC 5652, 5.4)
+    SigkitAsnOcts signedAttrsRaw; // the whole encoding, reported as the universal SET that is signed (RFC 5652, 5.4)
     SigkitX509SignedAttrs signedAttrs;
     SigkitAsnOcts signature;
     SigkitX509UnsignedAttrs unsignedAttrs;

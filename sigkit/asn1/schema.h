@@ -4,7 +4,7 @@
 //   a table  Its record is the one that its item fills. Its rows are those that records.h names, in that order, and the
 //            fields of the record stand in the same order. No context-specific tag and no AOID comes twice. What is
 //            captured ahead of a member is read by the next row.
-//   a list   Its element is the one of the record's array, which has room for as many as are accepted: one at least.
+//   a list   Its element is the one of the record's array, which has space for as many as are accepted: one at least.
 //   an item  Its identifier is one that its decode function reads.
 // What no compiler checks: that records.h and the rows name the members of the RFC's production with their types, and
 // that an element is not read as a member that is absent before it (tests/asn1/schema_test.cpp).

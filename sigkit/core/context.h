@@ -11,7 +11,7 @@
 struct SigkitPkiCtx;
 struct InternalImage;
 
-// Leading size of a live context. It tells a context from other memory, and one version of the library from another.
+// Leading size of a live context. By it a context differs from other memory, and from one of another version.
 inline constexpr uint64_t SIGKIT_VERIFY_CTX_SIZE = 384;
 
 // Leading size of the creation parameters.
@@ -37,7 +37,7 @@ static_assert(sizeof(SigkitVerifyCtx) == SIGKIT_VERIFY_CTX_SIZE, "the size tag i
 static_assert(sizeof(SigkitVerifyCreateParam) == SIGKIT_CREATE_PARAM_SIZE, "hosts fill in 72 octets");
 static_assert(offsetof(SigkitVerifyCtx, verifyTime) == 296, "fields lie where the documented layout has them");
 
-// Tells whether a status comes from the machine (memory, a callback, a bounds-checked function) and not from what a
+// Returns whether a status comes from the machine (memory, a callback, a bounds-checked function) and not from what a
 // file says: the library's own codes about files begin with 88.
 [[nodiscard]] bool InternalIsHostFailure(uint32_t status);
 

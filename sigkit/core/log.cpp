@@ -9,7 +9,7 @@
 namespace
 {
 
-// Lines under which the log tells of its own failures. Field support knows them by these numbers.
+// Lines under which the log reports its own failures. Field support knows them by these numbers.
 constexpr int LINE_NO_MEMORY = 33;
 constexpr int LINE_FORMAT_FAILED = 49;
 

@@ -1,5 +1,6 @@
-// The library's log: each failure is told where it arises and again by every function that it ends. In headers "Logs:"
-// says for which failing returns a function writes a line of its own; what it calls writes its own lines besides.
+// The library's log: each failure is logged where it arises and again by every function that it ends. A note "Logs:" in
+// a header speaks of the function's own lines: what it calls logs its own lines besides. A function that cannot fail
+// bears no such note.
 #ifndef CORE_LOG_H
 #define CORE_LOG_H
 
@@ -15,15 +16,15 @@ inline constexpr const char *SIGKIT_LOG_TAG = "sigkit_log.log";
 inline constexpr uint32_t SIGKIT_LOG_MESSAGE_SIZE = 2048;
 
 // Formats an event and hands it to the host's SigkitLogPrint. Events that are neither errors nor warnings, or that have
-// no file or function, are dropped. When the message cannot be formatted, that is told and the event is printed with
+// no file or function, are dropped. When the message cannot be formatted, that is logged and the event is printed with
 // its raw format.
 //
 //   level      in, SIGKIT_LOG_ERROR or SIGKIT_LOG_WARNING.
 //   file       in, SIGKIT_LOG_TAG.
 //   line       in, the caller's line.
 //   function   in, the caller's name.
-//   errorCode  in, the failure that is told, or 0.
-//   format     in, printf-style with its arguments, or null for a line that tells only the code.
+//   errorCode  in, the failure that is logged, or 0.
+//   format     in, printf-style with its arguments, or null for a line with the code alone.
 [[gnu::format(printf, 6, 7)]] void SigkitLogCallback(int level, const char *file, int line, const char *function,
                                                      uint32_t errorCode, const char *format, ...);
 
@@ -45,7 +46,7 @@ inline uint32_t InternalLogTrail(int line, const char *function, uint32_t code)
 // A failure with its text, as a value to return. The function's own name stands in the line, so not inside a lambda.
 #define SIGKIT_FAIL(code, ...) InternalLogFailure(__LINE__, __func__, (code), __VA_ARGS__)
 
-// An error that is told and goes no further; `code` may be 0.
+// An error that is logged and goes no further; `code` may be 0.
 #define SIGKIT_ERROR(code, ...) (void)InternalLogFailure(__LINE__, __func__, (code), __VA_ARGS__)
 
 // A failure without a text, as a value to return.

@@ -7,7 +7,7 @@
 namespace
 {
 
-// The summary in a slot; null as well when the record tells of slots that it does not have.
+// The summary in a slot; null as well when the record's count exceeds its slots.
 const SigkitCrlInfo *SummaryAt(const SigkitCrlBundle &bundle, int32_t slot)
 {
     return slot < static_cast<int32_t>(SIGKIT_LIST_CAPACITY) ? bundle.crls[slot] : nullptr;
@@ -89,7 +89,7 @@ bool RevokesSerial(const SigkitCrlInfo &rootCrl, const SigkitCrlSerial &serial)
     return false;
 }
 
-// Tells whether `newer` has a CRL of the issuer of `summary`, or a root's CRL that revokes that issuer.
+// Returns whether `newer` has a CRL of the issuer of `summary`, or a root's CRL that revokes that issuer.
 bool Covers(const SigkitCrlBundle &newer, const SigkitCrlInfo &summary)
 {
     for (int32_t i = 0; i < newer.count; ++i) {

@@ -6,11 +6,12 @@
 
 #include "sigkit/sigkit.h"
 
-// Tells whether `newer` accounts for every issuer of `older`: by a CRL of the issuer, or by its first root CRL with
-// revoked certificates, which must list the issuer's certificate. An empty slot that is met in either one is a no.
+// Returns whether `newer` accounts for every issuer of `older`: by a CRL of the issuer, or by its first root CRL with
+// revoked certificates, which must list the issuer's certificate. An empty slot that is met in either one
+// means that it does not.
 [[nodiscard]] bool InternalCheckNewCrl(const SigkitCrlBundle &newer, const SigkitCrlBundle &older);
 
-// Tells whether two summaries of a bundle, none of whose slots below `count` is empty, bear one issuer name.
+// Returns whether two summaries of a bundle, none of whose slots below `count` is empty, bear one issuer name.
 [[nodiscard]] bool InternalFindDuplicateCrlIssuer(const SigkitCrlBundle &bundle);
 
 #endif

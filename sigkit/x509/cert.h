@@ -18,7 +18,7 @@ enum : uint32_t {
 };
 
 // Returns whether a key usage has digitalSignature. A BIT STRING of two octets, as decipherOnly makes it, weighs each
-// bit 256 times as much. Only when its first octet is zero, it cannot be told from one of a single octet.
+// bit 256 times as much. Only when its first octet is zero, it cannot be distinguished from one of a single octet.
 [[nodiscard]] bool InternalHasDigitalSignature(uint32_t keyUsage);
 
 // Decodes one certificate from the start of `data`; octets behind it are left alone.

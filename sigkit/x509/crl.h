@@ -7,7 +7,7 @@
 #include "asn1/records.h"
 #include "core/guard.h"
 
-// Reason codes that tell of an ordinary end rather than of a compromise (RFC 5280, 5.3.1).
+// Reason codes of an ordinary end rather than of a compromise (RFC 5280, 5.3.1).
 enum : uint32_t {
     SIGKIT_REASON_AFFILIATION_CHANGED = 3,
     SIGKIT_REASON_SUPERSEDED = 4,

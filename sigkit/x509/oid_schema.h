@@ -29,7 +29,7 @@ constexpr bool InternalReadArc(const char **at, uint32_t *arc)
 }
 
 // Appends a subidentifier: base 128, most significant group first, all but the last with the top bit set
-// (X.690, 8.19.2). False when there is no room.
+// (X.690, 8.19.2). False when there is no space.
 constexpr bool InternalAppendSubidentifier(InternalOidOctets *out, uint64_t value)
 {
     uint32_t groups = 1;

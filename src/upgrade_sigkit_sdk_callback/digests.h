@@ -17,7 +17,7 @@ uint32_t SkvOpensslUnint(uint32_t value);
 
 } // extern "C"
 
-// Tells whether a digest is in progress. libcrypto crashes when it is fed one that is not.
+// Returns whether a digest is in progress. libcrypto crashes when it is fed one that is not.
 inline bool IsDigesting(const EVP_MD_CTX *mdCtx)
 {
     return mdCtx != nullptr && EVP_MD_CTX_md(mdCtx) != nullptr;

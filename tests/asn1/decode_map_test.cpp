@@ -82,7 +82,7 @@ TEST_F(DecodeMap, AMemberThatReachesBeyondTheListIsRefused)
 {
     SigkitX509CertExts extensions = {};
     const Bytes member = KeyUsage(0x80);
-    const Bytes list = TlvTold(SEQUENCE, static_cast<uint32_t>(member.size() - 1), member);
+    const Bytes list = TlvOfLength(SEQUENCE, static_cast<uint32_t>(member.size() - 1), member);
     EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Decode(SigkitDecodeMap, list, &extensions, &kExtensions));
 }
 

@@ -183,7 +183,7 @@ TEST_F(DecodeOctet, KeepsTheImplicitTagOfAnElementThatIsConsumed)
     ExpectView(view, 2, 1, 2, 1, 1);
 }
 
-TEST_F(DecodeOctet, TellsAnImplicitElementThatIsOnlyLookedAtAsItsItem)
+TEST_F(DecodeOctet, ReportsAnImplicitElementThatIsOnlyLookedAtAsItsItem)
 {
     const SigkitAsnTemplate entry =
         EntryOf(&g_itemSigkitAttrBundleRaw, ASN_MODE_IMPLICIT, 0, SIGKIT_ASN_FLAG_PEEK | SIGKIT_ASN_FLAG_RAW);

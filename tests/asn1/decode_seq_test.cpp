@@ -99,7 +99,7 @@ TEST_F(DecodeSeq, LeavesOctetsBehindItAlone)
 
 TEST_F(DecodeSeq, NestsRecords)
 {
-    Use({Member(g_itemSigkitX509AttrEntry, kView)}); // two views; the second lies behind Record, so give it room
+    Use({Member(g_itemSigkitX509AttrEntry, kView)}); // two views; the second lies behind Record, so give it space
     struct {
         Record head;
         SigkitAsnOcts room;
@@ -156,7 +156,7 @@ TEST_F(DecodeSeq, RefusesAnotherHeader)
 TEST_F(DecodeSeq, RefusesABadLength)
 {
     Use({Int(kFirst)});
-    EXPECT_STATUS(SIGKIT_ERR_ASN_LENGTH, Run(der::TlvTold(0x30, 4, Integer(5))));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_LENGTH, Run(der::TlvOfLength(0x30, 4, Integer(5))));
     EXPECT_STATUS(SIGKIT_ERR_ASN_LENGTH, Run(der::TlvIndefinite(0x30, Integer(5))));
     EXPECT_STATUS(SIGKIT_ERR_BUFFER_END, Run({0x30}));
     EXPECT_STATUS(SIGKIT_ERR_BUFFER_END, Run({}));
@@ -181,7 +181,7 @@ TEST_F(DecodeSeq, PassesTheCodeOfARequiredMemberThatFails)
     Use({Int(kFirst), Int(kSecond)});
     EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, Run(Sequence({Integer(5), der::Null()})));
     EXPECT_STATUS(SIGKIT_ERR_ASN_INTEGER, Run(Sequence({Integer(5), der::IntegerRaw(der::Fill(5, 1))})));
-    EXPECT_STATUS(SIGKIT_ERR_ASN_LENGTH, Run(Sequence({Integer(5), der::TlvTold(0x02, 9, {0x01})})));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_LENGTH, Run(Sequence({Integer(5), der::TlvOfLength(0x02, 9, {0x01})})));
     EXPECT_STATUS(SIGKIT_ERR_BUFFER_END, Run(Sequence({Integer(5), {0x02}})));
 }
 
@@ -214,15 +214,15 @@ TEST_F(DecodeSeq, RefusesAnUnknownMemberAtItsEnd)
 TEST_F(DecodeSeq, RefusesAMemberThatReachesPastItsContent)
 {
     Use({Int(kFirst)});
-    EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, Run(der::TlvTold(0x30, 2, Integer(5))));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, Run(der::TlvOfLength(0x30, 2, Integer(5))));
     Use({Int(kFirst), Int(kSecond)});
-    EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, Run(der::TlvTold(0x30, 5, der::Concatenate({Integer(5), Integer(6)}))));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, Run(der::TlvOfLength(0x30, 5, der::Concatenate({Integer(5), Integer(6)}))));
 }
 
 TEST_F(DecodeSeq, RefusesAnOptionalMemberThatReachesPastItsContent)
 {
     Use({Int(kFirst, OPT)});
-    EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, Run(der::TlvTold(0x30, 2, Integer(5))));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_SEQUENCE, Run(der::TlvOfLength(0x30, 2, Integer(5))));
 }
 
 // ---- Optional members ----------------------------------------------------------------------------------------------
@@ -340,7 +340,7 @@ TEST_F(DecodeSeq, PassesTheCodeOfAWrapperThatCannotBeRead)
     Use({ExplicitInt(kFirst, 3)});
     EXPECT_STATUS(SIGKIT_ERR_ASN_TAG, Run(Sequence({{0xBF, 0x00}})));
     EXPECT_STATUS(SIGKIT_ERR_ASN_LENGTH, Run(Sequence({der::TlvIndefinite(0xA3, Integer(5))})));
-    EXPECT_STATUS(SIGKIT_ERR_ASN_LENGTH, Run(Sequence({der::TlvTold(0xA3, 4, Integer(5))})));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_LENGTH, Run(Sequence({der::TlvOfLength(0xA3, 4, Integer(5))})));
     EXPECT_STATUS(SIGKIT_ERR_BUFFER_END, Run(Sequence({{0xA3}})));
 }
 
@@ -354,9 +354,9 @@ TEST_F(DecodeSeq, PassesTheCodeOfAMemberThatFailsInsideItsWrapper)
 TEST_F(DecodeSeq, DoesNotCompareTheWrappersLengthWithItsMember)
 {
     Use({ExplicitInt(kFirst, 3)});
-    ExpectAccepted(Sequence({der::TlvTold(0xA3, 0, Integer(5))}));
+    ExpectAccepted(Sequence({der::TlvOfLength(0xA3, 0, Integer(5))}));
     EXPECT_EQ(5u, record.first);
-    ExpectAccepted(der::Concatenate({Sequence({der::TlvTold(0xA3, 5, Integer(5))}), {0xEE, 0xEE}}), 7);
+    ExpectAccepted(der::Concatenate({Sequence({der::TlvOfLength(0xA3, 5, Integer(5))}), {0xEE, 0xEE}}), 7);
     EXPECT_EQ(5u, record.first);
 }
 

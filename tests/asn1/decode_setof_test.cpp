@@ -128,8 +128,8 @@ TEST_F(DecodeSetof, RefusesAnElementThatFails)
 
 TEST_F(DecodeSetof, RefusesAnElementThatReachesPastTheContent)
 {
-    EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run(der::TlvTold(0x31, 5, Numbers(2))));
-    EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run(der::TlvTold(0x31, 1, Numbers(1))));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run(der::TlvOfLength(0x31, 5, Numbers(2))));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run(der::TlvOfLength(0x31, 1, Numbers(1))));
 }
 
 TEST_F(DecodeSetof, RefusesAnotherHeaderWithItsOwnCode)
@@ -138,7 +138,7 @@ TEST_F(DecodeSetof, RefusesAnotherHeaderWithItsOwnCode)
     EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run(der::Tlv(0x11, Numbers(1))));
     EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run(der::Tlv(0xB1, Numbers(1))));
     EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run(der::Tlv(0x3F, Numbers(1))));
-    EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run(der::TlvTold(0x31, 4, Numbers(1))));
+    EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run(der::TlvOfLength(0x31, 4, Numbers(1))));
     EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run(der::TlvIndefinite(0x31, Numbers(1))));
     EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run({0x31}));
     EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run({}));

@@ -56,7 +56,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, DecodeTag, ::testing::ValuesIn(kTagCases), CASE_
 
 using DecodeTagAtTheEnd = LibraryTest;
 
-TEST_F(DecodeTagAtTheEnd, TellsTheEndOfTheInput)
+TEST_F(DecodeTagAtTheEnd, ReportsTheEndOfTheInput)
 {
     const uint8_t octet = 0x02;
     SigkitDecodeBuf buf = {&octet, 1, 1};
@@ -111,7 +111,7 @@ class DecodeLength : public LibraryTestWith<LengthCase>
 {
 };
 
-TEST_P(DecodeLength, YieldsTheLengthOrTellsWhyNot)
+TEST_P(DecodeLength, YieldsTheLengthOrSaysWhyNot)
 {
     const LengthCase &c = GetParam();
     const Bytes input = der::Concatenate({{0x04}, c.octets, der::Fill(c.behind, 0xAA)});

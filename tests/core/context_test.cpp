@@ -29,7 +29,7 @@ TEST(HostFailure, IsNotedOnceAndStays)
     EXPECT_STATUS(SIGKIT_ERR_NO_MEMORY, ctx.hostFailure) << "the first one";
 }
 
-TEST(AContext, IsToldByItsLeadingSize)
+TEST(AContext, IsKnownByItsLeadingSize)
 {
     SigkitVerifyCtx ctx = {};
     EXPECT_STATUS(SIGKIT_ERR_CTX_NULL, InternalCheckContext(nullptr));

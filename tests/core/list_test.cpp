@@ -26,7 +26,7 @@ void ShrinkList(void *item)
     --g_shrinking->count;
 }
 
-// Ascending by the tens alone, so that entries can be equal and still be told apart.
+// Ascending by the tens alone, so that entries can be equal and still be distinguished.
 int32_t CompareTens(const void *first, const void *second)
 {
     const int a = *static_cast<const int *>(first);

@@ -12,7 +12,7 @@ using LogCallback = LibraryTest;
 using LogMacros = LibraryTest;
 using LogLevel = LibraryTestWith<int>;
 
-// The line that tells of a message that could not be formatted.
+// The line for a message that could not be formatted.
 void ExpectFormatFailure(const LogLine &line)
 {
     EXPECT_EQ(0, line.level);
@@ -23,7 +23,7 @@ void ExpectFormatFailure(const LogLine &line)
     EXPECT_EQ("format log message failed.", line.message);
 }
 
-// The line that tells of a missing message buffer.
+// The line for a missing message buffer.
 void ExpectAllocationFailure(const LogLine &line)
 {
     EXPECT_EQ(0, line.level);
@@ -85,7 +85,7 @@ TEST_F(LogCallback, PrintsAnEmptyMessageForANullFormat)
     EXPECT_EQ(0u, g_recordingHost.vsnprintfS.calls);
 }
 
-TEST_F(LogCallback, TellsAFormatFailureBeforeAnEmptyFormat)
+TEST_F(LogCallback, LogsAFormatFailureBeforeAnEmptyFormat)
 {
     SigkitLogCallback(0, "sigkit_log.log", 5, "SomeFunction", 0x88300601, "");
     ASSERT_EQ(2u, Lines().size());

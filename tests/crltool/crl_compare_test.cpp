@@ -350,7 +350,7 @@ TEST_F(Compare, AnAnswerThatCannotBeWrittenIsAnError)
     EXPECT_TRUE(EndsWith(RunProcess({"/bin/sh", "-c", toNobody}).errors, "ends with 3\n")) << "a pipe without a reader";
 }
 
-TEST_F(Compare, WrongUsageIsToldAndHelpIsGiven)
+TEST_F(Compare, WrongUsageIsReportedAndHelpIsGiven)
 {
     for (const Words &words : {Words{}, Words{"a", "b"}, Words{"--root", "r", "a"}, Words{"--root", "r", "a", "b", "c"},
                                Words{"--unknown"}, Words{"--root"}}) {

@@ -151,8 +151,8 @@ Object *Decoded(Object *(*read)(Object **, const unsigned char **, long), const 
     return read(nullptr, &octets, ASN1_STRING_length(value));
 }
 
-// Whether a BasicConstraints tells cA, TRUE or FALSE.
-bool TellsCa(const ASN1_OCTET_STRING *value)
+// Whether a BasicConstraints says cA, TRUE or FALSE.
+bool SaysCa(const ASN1_OCTET_STRING *value)
 {
     const unsigned char *const octets = ASN1_STRING_get0_data(value);
     const Bytes encoding(octets, octets + ASN1_STRING_length(value));
@@ -165,7 +165,7 @@ bool TellsCa(const ASN1_OCTET_STRING *value)
 std::string ConstraintsText(const ASN1_OCTET_STRING *value, const std::string &before)
 {
     const Owned<BASIC_CONSTRAINTS, BASIC_CONSTRAINTS_free> constraints(Decoded(d2i_BASIC_CONSTRAINTS, value));
-    if (constraints != nullptr && !TellsCa(value)) {
+    if (constraints != nullptr && !SaysCa(value)) {
         return before;
     }
     return constraints == nullptr ? UNREADABLE : std::to_string(constraints->ca != 0 ? 1 : 0);

@@ -13,7 +13,7 @@ namespace
 
 const std::string CONTENT = "f4d1b0 firmware.bin\n";
 
-// One of the programs, and how its log tells errors and warnings.
+// One of the programs, and how its log marks errors and warnings.
 struct Example {
     const char *name;
     std::string program;
@@ -86,7 +86,7 @@ TEST_P(HostExample, AcceptsAnAuthenticContentWithoutAnErrorInTheLog)
     const ProcessResult result = Run();
     EXPECT_EQ(0, result.exitStatus);
     EXPECT_EQ("authentic (00000000)", result.output.substr(0, result.output.find('\n')));
-    // The CRL file of this test brings no certificates, which is told as a warning.
+    // The CRL file of this test brings no certificates, which is logged as a warning.
     EXPECT_NE(std::string::npos, result.errors.find(GetParam().warning)) << result.errors;
     EXPECT_EQ(std::string::npos, result.errors.find(GetParam().error)) << result.errors;
 }

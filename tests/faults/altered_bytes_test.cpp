@@ -102,7 +102,7 @@ std::set<std::string> FreePlaces(const std::string &contentInfo)
     std::set<std::string> places = {
         contentInfo + "/0",
         contentInfo + "/0 tag", // contentType: that it decodes as SignedData says as much
-        contentInfo + "/1 len", // of an explicit wrapper: its content tells its own end
+        contentInfo + "/1 len", // of an explicit wrapper: its content has its own end
         data + "/0",            // version: no version changes how the rest is read
         data + "/2/0",
         data + "/2/0 tag",   // eContentType: whoever verifies knows what was signed

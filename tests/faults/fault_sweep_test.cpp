@@ -16,8 +16,8 @@ constexpr uint32_t RANDOM_PAIRS = 10000;
 // What a fault of a service may pass by without an end to the verification.
 enum Absorbed : unsigned {
     NOTHING = 0,
-    CLOSING = 1,  // a file that does not close is told, and nothing else can be done
-    LOGGING = 2,  // a line that cannot be formatted is told as it is
+    CLOSING = 1,  // a file that does not close is logged, and nothing else can be done
+    LOGGING = 2,  // a line that cannot be formatted is logged as it is
     TRIALS = 4,   // a CRL among DER objects is tried as a certificate first; that trial may fail for any reason
     ENDING = 8,   // a read at the end of the content gives nothing anyway
     ZEROING = 16, // a signature context is usable whether it was zeroed or not: every field is set
@@ -119,25 +119,25 @@ std::vector<std::string> Names()
 
 } // namespace
 
-TEST_P(FaultSweep, NoSingleFaultEverMakesAYes)
+TEST_P(FaultSweep, NoSingleFaultEverMakesARefusalAnAcceptance)
 {
     const Scenario &scenario = Find(GetParam());
-    const bool expectsYes = IsYes(scenario, scenario.expected);
+    const bool expectsAcceptance = IsAcceptance(scenario, scenario.expected);
     uint32_t faults = 0;
     for (const Service &service : SERVICES) {
         SCOPED_TRACE(service.name);
         ResetRecordings();
         ASSERT_EQ(scenario.expected, RunChecked(scenario)) << "without a fault";
         const uint32_t calls = Calls(service);
-        const uint32_t absorbed = expectsYes ? AbsorbedFaults(service, scenario) : 0;
-        uint32_t yes = 0;
+        const uint32_t absorbed = expectsAcceptance ? AbsorbedFaults(service, scenario) : 0;
+        uint32_t accepted = 0;
         for (uint32_t n = 1; n <= calls; ++n) {
             SCOPED_TRACE(n);
             ResetRecordings();
             FailCall(service, n);
-            yes += IsYes(scenario, RunChecked(scenario)) ? 1 : 0;
+            accepted += IsAcceptance(scenario, RunChecked(scenario)) ? 1 : 0;
         }
-        EXPECT_EQ(absorbed, yes);
+        EXPECT_EQ(absorbed, accepted);
         faults += calls;
     }
     ResetRecordings();
@@ -148,7 +148,7 @@ TEST_P(FaultSweep, NoSingleFaultEverMakesAYes)
 INSTANTIATE_TEST_SUITE_P(Scenarios, FaultSweep, testing::ValuesIn(Names()),
                          [](const auto &test) { return test.param; });
 
-TEST(FaultPairs, NeverMakeAYes)
+TEST(FaultPairs, NeverMakeARefusalAnAcceptance)
 {
     std::mt19937 dice(20261121);
     const std::vector<Scenario> &scenarios = Scenarios();
@@ -165,7 +165,7 @@ TEST(FaultPairs, NeverMakeAYes)
         const size_t which = dice() % scenarios.size();
         ResetRecordings();
         std::string trace = scenarios[which].name;
-        bool mayAnswerYes = IsYes(scenarios[which], scenarios[which].expected);
+        bool mayAccept = IsAcceptance(scenarios[which], scenarios[which].expected);
         for (int fault = 0; fault < 2; ++fault) {
             size_t service = dice() % std::size(SERVICES);
             while (calls[which][service] == 0) {
@@ -173,11 +173,11 @@ TEST(FaultPairs, NeverMakeAYes)
             }
             const uint32_t n = 1 + static_cast<uint32_t>(dice() % calls[which][service]);
             FailCall(SERVICES[service], n);
-            mayAnswerYes = mayAnswerYes && SERVICES[service].absorbed != NOTHING;
+            mayAccept = mayAccept && SERVICES[service].absorbed != NOTHING;
             trace += std::string(", ") + SERVICES[service].name + " " + std::to_string(n);
         }
         SCOPED_TRACE(trace);
         const Outcome outcome = RunChecked(scenarios[which]);
-        EXPECT_TRUE(mayAnswerYes || !IsYes(scenarios[which], outcome));
+        EXPECT_TRUE(mayAccept || !IsAcceptance(scenarios[which], outcome));
     }
 }

@@ -161,7 +161,7 @@ BIGNUM *__wrap_BN_bin2bn(const unsigned char *octets, int count, BIGNUM *number)
 
 #pragma GCC diagnostic pop
 
-TEST(FailingLibcrypto, IsNeverReadAsAYesButMayCostACrl)
+TEST(FailingLibcrypto, IsNeverReadAsAnAcceptanceButMayCostACrl)
 {
     uint32_t faults = 0;
     uint32_t lostCrls = 0;
@@ -173,9 +173,9 @@ TEST(FailingLibcrypto, IsNeverReadAsAYesButMayCostACrl)
             calls[function] = g_calls[function].calls;
         }
         for (uint32_t function = 0; function < FUNCTIONS; ++function) {
-            // A reset of a context that is new already changes nothing, so its failure may leave a yes as it is.
+            // A reset of a context that is new already changes nothing: its failure may leave an acceptance as it is.
             const bool isHarmless = function == MD_CTX_RESET;
-            // libcrypto says no or fails in one breath here: then the signature does not hold. When it is that of the
+            // libcrypto refuses or fails in one breath here: then the signature does not hold. When it is that of the
             // CRL that revokes, the older CRL decides.
             const bool mayLoseCrl = function == VERIFY_FINAL && scenario.needsEveryCrl;
             for (const int failure : {0, -1, 2}) {
@@ -186,9 +186,9 @@ TEST(FailingLibcrypto, IsNeverReadAsAYesButMayCostACrl)
                     g_failure = failure;
                     g_calls[function].failAt = n;
                     const Outcome outcome = RunChecked(scenario);
-                    const bool isYes = IsYes(scenario, outcome);
-                    EXPECT_TRUE(!isYes || mayLoseCrl || (isHarmless && outcome == scenario.expected));
-                    lostCrls += isYes && mayLoseCrl ? 1 : 0;
+                    const bool isAcceptance = IsAcceptance(scenario, outcome);
+                    EXPECT_TRUE(!isAcceptance || mayLoseCrl || (isHarmless && outcome == scenario.expected));
+                    lostCrls += isAcceptance && mayLoseCrl ? 1 : 0;
                     ++faults;
                 }
                 if (g_calls[function].returnsPointer) {
@@ -203,7 +203,7 @@ TEST(FailingLibcrypto, IsNeverReadAsAYesButMayCostACrl)
     EXPECT_LT(3000u, faults); // the calls are really wrapped
 }
 
-TEST(FailingLibcrypto, IsToldUnderTheNumbersThatFieldSupportKnows)
+TEST(FailingLibcrypto, IsLoggedUnderTheNumbersThatFieldSupportKnows)
 {
     const SigkitBigInt number = {1, {3}};
     SigkitMdCtx *digest = nullptr;

@@ -217,8 +217,8 @@ Change WithRevoked(const Party &issuer, const Party &party, int reason)
     return WithCrl(issuer, [party, reason](forge::CrlRequest *crl) { crl->revoked = {Revoked(party, reason)}; });
 }
 
-// An older CRL that says nothing and a newer one, by this party, that revokes: a verifier that loses the newer one says
-// yes.
+// An older CRL that says nothing and a newer one, by this party, that revokes: a verifier that loses the newer one
+// accepts.
 Change WithNewerCrl(const Party &issuer, const Party &party, const std::string &label = "")
 {
     return [issuer, party, label](Package *package) {
@@ -453,7 +453,7 @@ void AddComparisons(std::vector<Scenario> *scenarios)
     const forge::Bytes dropped = Join({ca, MakeCrl(later)});
     const forge::Bytes droppedAndRevoked = Join({ca, MakeCrl(revoking)});
     forge::CertificateRequest longSerial = CertificateRequest("CA of a long number", &all.root);
-    longSerial.serialNumber = forge::Bytes(33, 0x11); // longer than a summary tells
+    longSerial.serialNumber = forge::Bytes(33, 0x11); // longer than a summary takes
     const Party other = Certify(longSerial);
     const forge::Bytes withOther = Join({other.certificate, MakeCrl(CrlRequest(all.root)), MakeCrl(CrlRequest(other))});
     const struct {
@@ -496,7 +496,7 @@ const std::vector<Scenario> &Scenarios()
     return scenarios;
 }
 
-bool IsYes(const Scenario &scenario, const Outcome &outcome)
+bool IsAcceptance(const Scenario &scenario, const Outcome &outcome)
 {
     switch (scenario.kind) {
     case Kind::VERIFICATION:

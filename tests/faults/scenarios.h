@@ -24,14 +24,14 @@ struct Scenario {
     std::function<Outcome()> run;
     uint32_t derCrls = 0;       // CRLs of its material that are not in PEM
     uint32_t contentFiles = 0;  // how often it reads content from a file
-    bool needsEveryCrl = false; // without one of its CRLs the answer is yes
+    bool needsEveryCrl = false; // without one of its CRLs it is accepted
 };
 
 // All scenarios, their material made once for the process.
 const std::vector<Scenario> &Scenarios();
 
-// Tells whether an outcome is a yes: of a verification, that the content is authentic; of a comparison, an answer other
-// than the one that the files deserve.
-bool IsYes(const Scenario &scenario, const Outcome &outcome);
+// Returns whether an outcome is an acceptance: of a verification, that the content is authentic; of a comparison, an
+// answer other than the one that the files deserve.
+bool IsAcceptance(const Scenario &scenario, const Outcome &outcome);
 
 #endif

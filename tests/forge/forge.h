@@ -247,7 +247,7 @@ struct Identity {
     Key key;
 };
 
-// The texts must have 11 to 20 octets together: the room that the root certificate's fixed size leaves for them.
+// The texts must have 11 to 20 octets together: the space that the root certificate's fixed size leaves for them.
 struct PkiRequest {
     std::string organization = "Sigkit";
     std::string rootName = "Root CA";   // the root's common name

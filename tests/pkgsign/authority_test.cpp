@@ -188,7 +188,7 @@ TEST_F(Authority, ACaOfAnOldNameWithANewKeyIsRefused)
     ExpectRefused(Run({"issue", "--renew", "issuing-ca", "--common-name", "Issuing CA", "--no-encryption"}),
                   "code"); // the CRL files could not be compared
     ExpectRefused(Run({"issue", "--as", "issuing-ca", "--common-name", "Issuing CA", "--no-encryption"}),
-                  "a device tells issuers by their names");
+                  "a device knows issuers by their names");
 }
 
 TEST_F(Authority, ACaRenewedWithItsKeyKeepsItsBeginning)

@@ -142,7 +142,7 @@ TEST_F(Drill, ACaWhoseKeyIsLostGoesOnWithItsLastCrlAndIsSuperseded)
     std::filesystem::remove(Path("pki/private/issuing-ca.key"));
     ExpectRefused(At("2026-03-01", {"crl", "--out", Path("crls")}), "cannot load a private key");
     Issue("2026-03-02", {"--as", "issuing-ca", "--common-name", "Issuing CA 2"});
-    std::string memory = Read("pki/pki.json"); // the key is gone, and the folder is told so
+    std::string memory = Read("pki/pki.json"); // the key is gone, also for the folder
     const std::string key = "\"key\": \"private/issuing-ca.key\",";
     memory.erase(memory.find(key), key.size());
     Write("pki/pki.json", memory);

@@ -143,7 +143,7 @@ uint32_t IsSelfSigned(LiteralContext *ctx, size_t place, bool *selfSigned)
     return status;
 }
 
-// Tells whether the certificate at `place` bears the issuer's name, may sign certificates and made this signature.
+// Returns whether the certificate at `place` bears the issuer's name, may sign certificates and made this signature.
 bool HasIssued(LiteralContext *ctx, size_t place, const WrittenCert &cert)
 {
     const WrittenCert &issuer = ctx->store.certs[place];
@@ -208,7 +208,7 @@ bool Lists(const WrittenCrl &crl, uint8_t serial)
                        [serial](const WrittenEntry &entry) { return entry.serial == serial; });
 }
 
-// The part of a score that tells whose CRL it is: 0 for one that says nothing about the certificate.
+// The part of a score that says whose CRL it is: 0 for one that says nothing about the certificate.
 uint32_t ScoreOfNames(const WrittenCrl &crl, const WrittenCert &cert)
 {
     if (IssuerOf(crl) == IssuerOf(cert)) {
@@ -302,7 +302,7 @@ uint32_t CheckDates(const LiteralContext &ctx, const WrittenCert &cert)
     return ctx.verifyTime > notAfter ? SIGKIT_ERR_CERT_EXPIRED : SIGKIT_OK;
 }
 
-// Tells whether a reason is affiliationChanged, superseded or cessationOfOperation.
+// Returns whether a reason is affiliationChanged, superseded or cessationOfOperation.
 bool IsOrdinaryEnd(int64_t reason)
 {
     return reason == 3 || reason == 4 || reason == 5;
@@ -327,7 +327,7 @@ uint32_t CheckRevocation(LiteralContext *ctx, const WrittenCert &cert, const Wri
     return SIGKIT_OK;
 }
 
-// Tells whether a CRL that does not revoke a certificate ends its path: it is direct, and the very record that issued
+// Returns whether a CRL that does not revoke a certificate ends its path: it is direct, and the very record that issued
 // the certificate has signed it, so that one has been validated. Any other CRL says nothing about who issued the
 // certificate.
 bool EndsPath(LiteralContext *ctx, size_t place, const WrittenCrl &crl)

@@ -33,7 +33,7 @@ struct LiteralContext {
 uint32_t LiteralVerifyCert(LiteralContext *ctx, size_t cert, int32_t isTopLevel, uint32_t strictRevocation,
                            uint32_t *ok);
 
-// Tells whether the last validation from the top would have taken more than nestedMax nested ones.
+// Returns whether the last validation from the top would have taken more than nestedMax nested ones.
 bool LiteralGaveUp(const LiteralContext &ctx);
 
 #endif

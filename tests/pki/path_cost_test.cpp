@@ -125,16 +125,16 @@ TEST(PathCost, OfWalksUpALongChainIsBounded)
     EXPECT_LT(validation.lines, 10000u);
 }
 
-TEST(PathCost, ErrorsOfSignatureChecksAreToldEachTime)
+TEST(PathCost, ErrorsOfSignatureChecksAreLoggedEachTime)
 {
     WrittenStore store = RolledOverCa(1);
     store.crls.push_back(store.crls[0]);
     store.crls[1].algorithm = "1.2.3.4";
     ASSERT_EQ(SIGKIT_ERR_PATH_TOO_DEEP, Validate(store, SIGKIT_PATH_LITERAL_MAX).status);
-    size_t told = 0;
+    size_t logged = 0;
     for (const std::string &line : g_pretendedHost.lines) {
-        told += line == "E SigkitX509PubKeyVerify 88200310 -" ? 1 : 0;
+        logged += line == "E SigkitX509PubKeyVerify 88200310 -" ? 1 : 0;
     }
     // Under each of the two keys of that name, in each of the eleven validations.
-    EXPECT_EQ(22u, told);
+    EXPECT_EQ(22u, logged);
 }

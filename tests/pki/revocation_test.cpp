@@ -36,7 +36,7 @@ TEST_F(Revocation, FollowsReasonCaStrictnessAndDate)
     }
 }
 
-TEST_F(Revocation, IsToldWithItsLineEnd)
+TEST_F(Revocation, IsLoggedWithItsLineEnd)
 {
     store.crls[1].entries = {{3, 1, JUDGED_AT - DAY}};
     EXPECT_STATUS(SIGKIT_ERR_CERT_REVOKED, Judge(SIGNER));

@@ -94,7 +94,7 @@ Bytes CertificateOf(const TbsCertificate &tbsCertificate);
 Bytes RevokedEntry(const Bytes &serialNumber, const Bytes &revocationDate = UtcTime("220101000000Z"),
                    const Member &extensions = std::nullopt);
 
-// crlEntryExtensions that tell a reason.
+// crlEntryExtensions with a reason.
 Bytes ReasonExtensions(int64_t reason);
 
 struct TbsCertList {

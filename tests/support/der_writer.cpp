@@ -130,9 +130,9 @@ Bytes TlvLong(uint8_t identifier, const Bytes &content, uint8_t octets)
     return TlvRawLength(identifier, length, content);
 }
 
-Bytes TlvTold(uint8_t identifier, uint32_t toldLength, const Bytes &content)
+Bytes TlvOfLength(uint8_t identifier, uint32_t length, const Bytes &content)
 {
-    return TlvRawLength(identifier, ShortestLength(toldLength), content);
+    return TlvRawLength(identifier, ShortestLength(length), content);
 }
 
 Bytes TlvRawLength(uint8_t identifier, const Bytes &lengthOctets, const Bytes &content)

@@ -58,8 +58,8 @@ Bytes Tlv(uint8_t identifier, const Bytes &content);
 // 0 octets that is the indefinite form's length octet, without an end.
 Bytes TlvLong(uint8_t identifier, const Bytes &content, uint8_t octets);
 
-// An element that tells a length of its own choice.
-Bytes TlvTold(uint8_t identifier, uint32_t toldLength, const Bytes &content);
+// An element whose length octets say `length`, whatever its content.
+Bytes TlvOfLength(uint8_t identifier, uint32_t length, const Bytes &content);
 
 // An element with any octets in the place of its length.
 Bytes TlvRawLength(uint8_t identifier, const Bytes &lengthOctets, const Bytes &content);

@@ -13,10 +13,10 @@ struct HostileEnvironment {
 
     HostileEnvironment();
 
-    // Tells whether a program that ran in this environment has loaded the module.
+    // Returns whether a program that ran in this environment has loaded the module.
     bool LeftMark() const;
 
-    // Tells whether a program that reads the configuration loads the module: the openssl program does.
+    // Returns whether a program that reads the configuration loads the module: the openssl program does.
     bool ReachesOpenssl() const;
 };
 

@@ -1,4 +1,4 @@
-/* Leaves a mark when it is loaded: a file whose name the environment tells. */
+/* Leaves a mark when it is loaded: a file that the environment names. */
 #include <stdio.h>
 #include <stdlib.h>
 

@@ -13,7 +13,7 @@ RecordingHost g_recordingHost;
 namespace
 {
 
-// Counts a call and tells whether it is one that fails.
+// Counts a call and returns whether it is one that fails.
 bool Fails(WatchedCall &call)
 {
     ++call.calls;
@@ -184,7 +184,8 @@ size_t __wrap_SigkitFileGetSize(void *file)
     if (Fails(g_recordingHost.fileGetSize)) {
         return 0;
     }
-    return g_recordingHost.toldFileSize.has_value() ? *g_recordingHost.toldFileSize : __real_SigkitFileGetSize(file);
+    return g_recordingHost.claimedFileSize.has_value() ? *g_recordingHost.claimedFileSize
+                                                       : __real_SigkitFileGetSize(file);
 }
 
 // ---- Digests

@@ -1,6 +1,6 @@
 // The host of the library tests: the tool's real callbacks, watched. The linker's --wrap option puts a function of this
 // file before each callback named below; it counts the call, fails it on request, and otherwise hands it on. Log lines
-// are kept instead of printed. Memory is watched one floor further down, by the recording platform.
+// are kept instead of printed. Memory is watched one layer further down, by the recording platform.
 #ifndef SUPPORT_RECORDING_HOST_H
 #define SUPPORT_RECORDING_HOST_H
 
@@ -56,11 +56,11 @@ struct RecordingHost {
     WatchedCall strcatS;
     WatchedCall vsnprintfS;
 
-    bool cryptoFinalIsMute = false;       // SigkitCryptoVerifyFinal returns 0 and writes no outcome
-    std::function<void()> beforeFileRead; // runs before each SigkitFileRead, when there is one
-    std::optional<size_t> toldFileSize;   // what every successful SigkitFileGetSize tells instead of the truth
-    std::vector<uint32_t> mdAlgorithms;   // of every SigkitMdInit that was handed on
-    std::vector<uint8_t> cryptoInput;     // of every SigkitCryptoVerifyUpdate that was handed on
+    bool cryptoFinalIsMute = false;        // SigkitCryptoVerifyFinal returns 0 and writes no outcome
+    std::function<void()> beforeFileRead;  // runs before each SigkitFileRead, when there is one
+    std::optional<size_t> claimedFileSize; // what every successful SigkitFileGetSize returns instead of the truth
+    std::vector<uint32_t> mdAlgorithms;    // of every SigkitMdInit that was handed on
+    std::vector<uint8_t> cryptoInput;      // of every SigkitCryptoVerifyUpdate that was handed on
 
     // What is alive. All zero again when nothing leaks.
     int32_t openFiles = 0;
@@ -86,7 +86,7 @@ std::vector<std::string> LineTexts();
 // How many lines read exactly so in short.
 size_t CountLine(const std::string &text);
 
-// Tells whether at least one line reads exactly so in short.
+// Returns whether at least one line reads exactly so in short.
 bool HasLine(const std::string &text);
 
 // Files, digest contexts and signature contexts that are alive, together. Tests expect 0 at their end.

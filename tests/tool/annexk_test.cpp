@@ -82,7 +82,7 @@ TEST_F(Bounded, StrcatAppendsWhatFits)
     EXPECT_EQ(EINVAL, strcat_s(area, 8, ""));
 }
 
-TEST_F(Bounded, VsnprintfTellsWhatItWrote)
+TEST_F(Bounded, VsnprintfReturnsWhatItWrote)
 {
     EXPECT_EQ(7, Format(area, 8, 7, "%d", 1234567));
     EXPECT_STREQ("1234567", area);

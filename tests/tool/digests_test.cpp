@@ -125,7 +125,7 @@ TEST_F(Digests, AContextThatWasStartedInVainFails)
               LogTexts());
 }
 
-TEST_F(Digests, TheContextTellsItsSize)
+TEST_F(Digests, TheContextBearsItsSize)
 {
     EXPECT_EQ(24u, ctx->size);
     EXPECT_EQ(nullptr, ctx->mdCtx);

@@ -68,7 +68,7 @@ TEST_F(Files, OpenAtTheSameTimeKeepTheirOwnOctets)
     }
 }
 
-TEST_F(Files, TellTheirSizeFromAnyPosition)
+TEST_F(Files, ReportTheirSizeFromAnyPosition)
 {
     void *const file = SigkitFileOpen(Write("file", 100).c_str(), "rb");
     ASSERT_NE(nullptr, file);
@@ -79,23 +79,23 @@ TEST_F(Files, TellTheirSizeFromAnyPosition)
     EXPECT_EQ(0, SigkitFileClose(file));
 }
 
-TEST_F(Files, OfTwoGigabytesAndMoreTellASizeThatIsRefused)
+TEST_F(Files, OfTwoGigabytesAndMoreReportASizeThatIsRefused)
 {
     const std::string path = Write("large", 1);
     const struct {
         off_t size;
-        size_t told;
+        size_t reported;
     } rows[] = {{0x7FFFFFFF, 0x7FFFFFFF}, {0x80000000, SIZE_MAX - 0x7FFFFFFF}, {0x100000005, 5}};
     for (const auto &row : rows) {
         ASSERT_EQ(0, truncate(path.c_str(), row.size));
         void *const file = SigkitFileOpen(path.c_str(), "rb");
         ASSERT_NE(nullptr, file);
-        EXPECT_EQ(row.told, SigkitFileGetSize(file)) << "the position is kept in 32 bits";
+        EXPECT_EQ(row.reported, SigkitFileGetSize(file)) << "the position is kept in 32 bits";
         EXPECT_EQ(0, SigkitFileClose(file));
     }
 }
 
-TEST_F(Files, BehindTwoGigabytesTellNoSize)
+TEST_F(Files, BehindTwoGigabytesReportNoSize)
 {
     const std::string path = Write("large", 1);
     ASSERT_EQ(0, truncate(path.c_str(), 0x80000001));

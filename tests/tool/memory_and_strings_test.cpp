@@ -52,7 +52,7 @@ TEST_F(Memory, NeedsAPlaceForItsAddress)
     EXPECT_EQ(0u, g_recordingPlatform.allocations);
 }
 
-TEST_F(Memory, ThatRunsOutIsTold)
+TEST_F(Memory, ThatRunsOutIsReported)
 {
     void *block = &block;
     g_recordingPlatform.failAt = 1;
@@ -83,7 +83,7 @@ TEST(Strings, StrNCmpComparesNoMoreThanItMay)
     EXPECT_EQ(-1, SigkitStrNCmp("a", nullptr, 1));
 }
 
-TEST(Strings, StrCmpTellsEqualFromUnequalOnly)
+TEST(Strings, StrCmpSaysEqualOrUnequalOnly)
 {
     const char text[] = "abc";
     const char same[] = "abc";

@@ -116,7 +116,7 @@ uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, const char *cont
                                           uint32_t *verdict)
 {
     EXPECT_EQ(&g_library.ctx, ctx);
-    EXPECT_EQ(0u, *verdict) << "the answer is no until the library says yes";
+    EXPECT_EQ(0u, *verdict) << "refused until the library accepts";
     g_library.calls.push_back("verify " + std::string(contentPath) + " with " + signaturePath);
     *verdict = g_library.verdict;
     return g_library.quickStatus;
@@ -253,10 +253,10 @@ TEST_F(PackageCheck, WithoutACrlPathItEndsAfterTheRootWasAddedAndReleasesEveryth
     ExpectContextFreedBeforeCertificate();
 }
 
-TEST_F(PackageCheck, AVerificationErrorIsToldWithItsCode)
+TEST_F(PackageCheck, AVerificationErrorIsLoggedWithItsCode)
 {
     g_library.quickStatus = SIGKIT_ERR_CERT_REVOKED;
-    EXPECT_EQ(SIGKIT_ERR_CERT_REVOKED, Verify()); // although the flag says yes
+    EXPECT_EQ(SIGKIT_ERR_CERT_REVOKED, Verify()); // although the flag says 1
     EXPECT_EQ(CALLS_TO_END, g_library.calls);
     EXPECT_EQ(Texts{"E 175 VerifyCmsFile Verify signature error, code 88200002."}, LogTexts());
     ExpectContextFreedBeforeCertificate();

@@ -113,7 +113,7 @@ TEST_F(Signatures, HoldOverTheDataAndNothingElse)
     Bytes altered = Sign(DATA);
     altered[100] ^= 1;
     EXPECT_EQ(0, Check(altered));
-    EXPECT_TRUE(LogTexts().empty()) << "a no is no failure";
+    EXPECT_TRUE(LogTexts().empty()) << "a refusal is no failure";
 }
 
 TEST_F(Signatures, HoldWithTheirOwnDigestOnly)

@@ -1,4 +1,4 @@
-// What a verification takes at most: stack, heap and room for its log that a device must have.
+// What a verification takes at most: stack, heap and space for its log that a device must have.
 #include <pthread.h>
 #include <string.h>
 #include <sys/mman.h>

@@ -172,7 +172,7 @@ TEST_F(Context, SharesNothingWithAnother)
 
 // ---- Arguments ------------------------------------------------------------------------------------------------------
 
-TEST_F(Context, MissingArgumentsAreToldUnderTheNameOfTheirCheck)
+TEST_F(Context, MissingArgumentsAreLoggedUnderTheNameOfTheirCheck)
 {
     const uint8_t data[64] = {};
     const struct {
@@ -226,7 +226,7 @@ TEST_F(Parameters, TheContextIsJudgedBeforeTheOtherArguments)
     for (const uint32_t status : CallAllWithoutArguments(ctx)) {
         EXPECT_STATUS(SIGKIT_ERR_CTX_TAG, status);
     }
-    EXPECT_TRUE(Lines().empty()) << "nothing is told about a context";
+    EXPECT_TRUE(Lines().empty()) << "nothing is logged about a context";
     ctx->size = 384;
     for (const uint32_t status : CallAllWithoutArguments(ctx)) {
         EXPECT_STATUS(SIGKIT_ERR_PARAM, status);

@@ -84,7 +84,7 @@ inline der::TstInfo CraftTstInfo(const forge::Bytes &signature)
     return info;
 }
 
-// A token that nobody signs.
+// A token without a signer.
 inline forge::Bytes CraftToken(const der::TstInfo &info)
 {
     der::SignedData data;

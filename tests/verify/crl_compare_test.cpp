@@ -158,7 +158,7 @@ TEST_F(CrlCompare, TwoCrlsOfOneIssuerCannotBeCompared)
     EXPECT_FALSE(InternalFindDuplicateCrlIssuer(good.bundle));
 }
 
-TEST_F(CrlCompare, ABundleOfNothingIsToldWithoutAResult)
+TEST_F(CrlCompare, ABundleOfNothingIsRefusedWithoutAResult)
 {
     const Bundle good = {{"A"}};
     const Bundle empty = {};
@@ -169,7 +169,7 @@ TEST_F(CrlCompare, ABundleOfNothingIsToldWithoutAResult)
               LineTexts());
 }
 
-TEST_F(CrlCompare, MissingArgumentsAreTold)
+TEST_F(CrlCompare, MissingArgumentsAreLogged)
 {
     const Bundle good = {{"A"}};
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitCrlCompare(ctx, nullptr, &good.bundle, &result));
@@ -196,7 +196,7 @@ TEST_F(CrlCompare, ACountThatTheRecordCannotHoldReadsNothingBeyondIt)
     EXPECT_EQ(SIGKIT_CRL_FIRST_NEWER, result);
 }
 
-TEST_F(CrlCompare, CoverageMeetsEmptySlotsWithANo)
+TEST_F(CrlCompare, CoverageRefusesEmptySlots)
 {
     Bundle newer = {{"A"}, {"B"}};
     Bundle older = {{"A"}, {"B"}};

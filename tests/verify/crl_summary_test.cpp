@@ -67,7 +67,7 @@ const char LOAD_FAILED[] = "E SigkitDecodeCrl 88200102 -";
 
 } // namespace
 
-TEST_F(CrlSummary, TellsWhatEachCrlSays)
+TEST_F(CrlSummary, HoldsWhatEachCrlSays)
 {
     ASSERT_STATUS(SIGKIT_OK, Decode(Join({Ca(), RootCrl({{0x01, 0x02}, {0x80}}), CaCrl(PACKAGE_DAY)})));
     EXPECT_EQ(208u, bundle->size);
@@ -97,7 +97,7 @@ TEST_F(CrlSummary, TellsWhatEachCrlSays)
     EXPECT_TRUE(Lines().empty());
 }
 
-TEST_F(CrlSummary, OnlyARootsCrlTellsWhatItRevokes)
+TEST_F(CrlSummary, OnlyARootsCrlListsWhatItRevokes)
 {
     forge::CrlRequest request = CrlRequest(AllParties().issuingCa);
     forge::RevokedCertificate entry;
@@ -224,7 +224,7 @@ TEST_F(CrlSummary, DataWithoutCrlsAreRefused)
     EXPECT_EQ(1u, StoredCerts());
 }
 
-TEST_F(CrlSummary, ASerialNumberIsToldWholeOrNotAtAll)
+TEST_F(CrlSummary, ASerialNumberIsGivenWholeOrNotAtAll)
 {
     const forge::Bytes data = Join({Ca(), RootCrl({{0x01, 0x02, 0x03}, {0x7F, 0x01, 0x01}}), CaCrl()});
     ASSERT_STATUS(SIGKIT_OK, Decode(data));

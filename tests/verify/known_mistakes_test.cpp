@@ -13,7 +13,7 @@ class KnownMistakes : public WholeMessageTest
 {
 };
 
-// A message whose token nobody signs, with a TSTInfo of the test's own.
+// A message whose token has no signer, with a TSTInfo of the test's own.
 forge::Bytes MessageWithTstInfo(const std::function<void(der::TstInfo *, const forge::Bytes &signature)> &change)
 {
     return MessageWithToken(CONTENT, [&](const forge::Bytes &signature) {

@@ -134,7 +134,7 @@ TEST_F(LoadCert, ASlotIsLostToDerThatFailsAndNoneToPemThatFails)
     EXPECT_EQ(15u, ctx->buffers.count);
     EXPECT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate)) << "the sixteenth";
     EXPECT_STATUS(SIGKIT_ERR_LIST_FULL, AddCert(AllParties().root.certificate));
-    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(RootCrl())) << "the cause is not told apart";
+    EXPECT_STATUS(SIGKIT_ERR_CRL_LOAD, AddCrl(RootCrl())) << "one code for every cause";
 }
 
 TEST_F(LoadCert, TheListThatWasAskedForIsTheOneThatIsFilled)
@@ -154,5 +154,5 @@ TEST_F(LoadCert, TheListThatWasAskedForIsTheOneThatIsFilled)
     EXPECT_EQ(2, static_cast<const SigkitX509Cert *>(certs.items[0])->refCount) << "the store has a share of its own";
     EXPECT_STATUS(SIGKIT_OK, InternalAddCertToStore(ctx, certs, 1));
     EXPECT_EQ(2, static_cast<const SigkitX509Cert *>(certs.items[0])->refCount);
-    EXPECT_TRUE(Lines().empty()) << "one that is there already is nothing to tell";
+    EXPECT_TRUE(Lines().empty()) << "nothing is logged of one that is there already";
 }

@@ -38,7 +38,7 @@ TEST_F(LoadCrl, WhatFitsTheStoreStaysWhenTheRestDoesNot)
     EXPECT_EQ(16u, StoredCrls());
     EXPECT_EQ(0u, StoredCerts()) << "certificates come after all CRLs";
     EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({NumberedCrl(3), AllParties().issuingCa.certificate})))
-        << "one that is there already needs no room";
+        << "one that is there already needs no space";
     EXPECT_EQ(1u, StoredCerts());
 }
 

@@ -45,7 +45,7 @@ struct Quick : VerifyTest {
 
 } // namespace
 
-TEST_F(Quick, TellsTheVerdict)
+TEST_F(Quick, GivesTheVerdict)
 {
     EXPECT_STATUS(SIGKIT_OK, Verify());
     EXPECT_EQ(1u, verdict);
@@ -112,7 +112,7 @@ TEST_F(Quick, ASignatureFileThatChangesWhileItIsReadIsReadWholeOrNotAtAll)
     EXPECT_STATUS(SIGKIT_ERR_FILE_READ, Verify());
 }
 
-TEST_F(Quick, AMissingOrEmptyPathIsTold)
+TEST_F(Quick, AMissingOrEmptyPathIsLogged)
 {
     EXPECT_STATUS(SIGKIT_ERR_FILE_OPEN, Verify(content, directory.File("missing")));
     EXPECT_EQ((Texts{"E InternalReadFile 88000101 Can not open file '" + directory.File("missing") + "'.",
@@ -132,7 +132,7 @@ TEST_F(Quick, AMissingOrEmptyPathIsTold)
     EXPECT_STATUS(SIGKIT_OK, Final());
 }
 
-TEST_F(Quick, AnUpdateThatFailsIsTold)
+TEST_F(Quick, AnUpdateThatFailsIsLogged)
 {
     forge::MessageRequest nobody = MessageRequest(CONTENT);
     nobody.signerInfoCount = 0;

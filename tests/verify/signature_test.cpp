@@ -156,7 +156,7 @@ TEST_F(Signature, InPemIsDecoded)
     EXPECT_EQ(4u, ctx->buffers.count) << "the trust anchor's, the CRLs' and one for each message";
 }
 
-TEST_F(Signature, BrokenArmourIsRefusedAlikeAndToldDifferently)
+TEST_F(Signature, BrokenArmourIsRefusedAlikeAndLoggedDifferently)
 {
     const std::string body = "\n" + std::string(40, 'A') + "\n";
     const struct {
@@ -240,7 +240,7 @@ TEST_F(Signature, AMessageThatBringsNoNewCertificateLeavesNoImage)
     EXPECT_NE(first, ctx->images) << "the new signer's certificate points into it";
 }
 
-TEST_F(Signature, OfNobodyIsAcceptedOverNothingAndRefusedOverContent)
+TEST_F(Signature, WithoutASignerIsAcceptedOverNothingAndRefusedOverContent)
 {
     forge::MessageRequest request = MessageRequest(CONTENT);
     request.signerInfoCount = 0;
@@ -489,7 +489,7 @@ TEST_F(Signature, WithATokenWithoutSignedAttributesIsAuthentic)
     EXPECT_EQ(1u, verdict);
 }
 
-TEST_F(Signature, WithATokenOfNobodyIsAcceptedByDesign)
+TEST_F(Signature, WithATokenWithoutASignerIsAcceptedByDesign)
 {
     forge::MessageRequest request = MessageRequest(CONTENT);
     request.tokenRequest.signerInfoCount = 0;

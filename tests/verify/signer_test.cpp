@@ -42,7 +42,7 @@ TEST_F(SignerSteps, AGoodSignatureOverTheAttributesHolds)
     EXPECT_TRUE(Lines().empty());
 }
 
-TEST_F(SignerSteps, MissingArgumentsAreTold)
+TEST_F(SignerSteps, MissingArgumentsAreLogged)
 {
     uint32_t result = 7;
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitPkcs7DetachedSignatureVerify(nullptr, cert.record, &result));
@@ -54,7 +54,7 @@ TEST_F(SignerSteps, MissingArgumentsAreTold)
     EXPECT_EQ(7u, result);
 }
 
-TEST_F(SignerSteps, AFailedCallbackIsToldInOneWay)
+TEST_F(SignerSteps, AFailedCallbackIsLoggedInOneWay)
 {
     WatchedCall RecordingHost::*const calls[] = {&RecordingHost::cryptoInit, &RecordingHost::cryptoUpdate,
                                                  &RecordingHost::cryptoFinal};
@@ -107,7 +107,7 @@ TEST_F(SignerSteps, AttributesAreSignedUnderTheIdentifierOctetOfTheirRecord)
     }
 }
 
-TEST_F(SignerSteps, ACheckWithoutAnOutcomeIsANo)
+TEST_F(SignerSteps, ACheckWithoutAnOutcomeIsARefusal)
 {
     LoadTrust();
     forge::MessageRequest request = MessageRequest(CONTENT);

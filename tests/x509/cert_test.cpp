@@ -196,7 +196,7 @@ TEST_F(Cert, OnlyTheFirstPurposeCounts)
                   DecodedCert(With({ExtKeyUsageExtension(std::vector<std::string>(11, signing))})).status);
 }
 
-TEST_F(Cert, BasicConstraintsTellACa)
+TEST_F(Cert, BasicConstraintsMarkACa)
 {
     const struct {
         Bytes value;

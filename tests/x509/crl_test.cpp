@@ -90,7 +90,7 @@ TEST_F(Crl, HoldsTwentyEntries)
     EXPECT_STATUS(SIGKIT_OK, DecodedCrl(tbs).status);
 }
 
-TEST_F(Crl, TheIssuingDistributionPointTellsAnIndirectCrl)
+TEST_F(Crl, TheIssuingDistributionPointMarksAnIndirectCrl)
 {
     const DecodedCrl indirect(WithPoint({Implicit(4, false, {0xFF})}));
     ASSERT_STATUS(SIGKIT_OK, indirect.status);

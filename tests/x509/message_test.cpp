@@ -9,7 +9,7 @@ using namespace der;
 
 using Message = LibraryTest;
 
-// What the decoder says about a SignedData, before it is told as a malformed message.
+// What the decoder says about a SignedData, before it is reported as a malformed message.
 uint32_t DecoderStatus(const SignedData &data)
 {
     const Bytes encoding = MessageOf(data);
@@ -58,7 +58,7 @@ TEST_F(Message, DecodesIntoItsMembers)
     EXPECT_EQ(*signer.signedAttrs, OctetsOf(info.signedAttrsRaw)) << "the whole encoding";
     EXPECT_EQ(0u, info.signedAttrsRaw.cls);
     EXPECT_EQ(1u, info.signedAttrsRaw.constructed);
-    EXPECT_EQ(17u, info.signedAttrsRaw.tag) << "told as the SET that is signed";
+    EXPECT_EQ(17u, info.signedAttrsRaw.tag) << "reported as the SET that is signed";
     EXPECT_EQ(Fill(32, 0xD1), OctetsOf(info.signedAttrs.messageDigest));
     EXPECT_EQ(Fill(256, 0x5A), OctetsOf(info.signature));
     EXPECT_EQ(Sequence({Integer(9)}), OctetsOf(info.unsignedAttrs.timeStampToken)) << "the whole first value";

@@ -69,7 +69,7 @@ TEST_F(PublicKey, NullIsRefused)
     EXPECT_STATUS(SIGKIT_ERR_PARAM, SigkitX509ExtractPublicKey(&cert, &number, nullptr));
 }
 
-TEST_F(PublicKey, OtherAlgorithmsAreTold)
+TEST_F(PublicKey, OtherAlgorithmsAreRefused)
 {
     const DecodedCert root(AllParties().root.certificate);
     const Bytes sha1 = OidContent("1.2.840.113549.1.1.5");
@@ -163,7 +163,7 @@ TEST_F(PublicKey, SelfSignedIsWhoSignedItself)
     EXPECT_EQ(1u, isSelfSigned);
     EXPECT_EQ(root.record, root.record->issuerCert);
     EXPECT_STATUS(SIGKIT_OK, SigkitX509IsSelfSigned(root.record, &isSelfSigned));
-    EXPECT_EQ(1u, g_recordingHost.cryptoFinal.calls) << "a yes is remembered";
+    EXPECT_EQ(1u, g_recordingHost.cryptoFinal.calls) << "an acceptance is remembered";
 
     const DecodedCert ca(AllParties().issuingCa.certificate);
     EXPECT_STATUS(SIGKIT_OK, SigkitX509IsSelfSigned(ca.record, &isSelfSigned));
@@ -180,7 +180,7 @@ TEST_F(PublicKey, SelfIssuedIsNotSelfSigned)
         EXPECT_STATUS(SIGKIT_OK, SigkitX509IsSelfSigned(cert.record, &isSelfSigned));
         EXPECT_EQ(0u, isSelfSigned);
     }
-    EXPECT_EQ(1u, g_recordingHost.cryptoFinal.calls) << "a no is remembered too";
+    EXPECT_EQ(1u, g_recordingHost.cryptoFinal.calls) << "a refusal is remembered too";
     EXPECT_EQ(nullptr, cert.record->issuerCert);
 }
 

@@ -66,7 +66,7 @@ int32_t CountPlain(const uint8_t *text, int32_t len)
     return plain;
 }
 
-// Decodes groups of four digits from the start of checked text, as long as there is room for one octet more than a
+// Decodes groups of four digits from the start of checked text, as long as there is space for one octet more than a
 // group has. Returns the groups.
 uint32_t DecodePlain(const uint8_t *text, int32_t len, uint8_t *output, uint64_t room)
 {
@@ -129,7 +129,7 @@ bool CountCharacter(uint8_t character, Layout *layout)
 }
 
 // Checks the text and counts what it holds. Blanks may only stand before a line end or at the end of the text. A CR
-// without its LF counts as data here and is skipped when decoding, so it only makes the needed room larger.
+// without its LF counts as data here and is skipped when decoding, so it only makes the needed space larger.
 bool Scan(const uint8_t *input, int32_t inputLen, Layout *layout)
 {
     int32_t at = CountPlain(input, inputLen);

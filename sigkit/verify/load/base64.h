@@ -12,7 +12,7 @@ extern const uint8_t g_skvBase64DecMap[128];
 //
 //   input   in, `inputLen` characters.
 //   output  out, or null to ask for the length.
-//   len     in/out, the room at `output` in; the octets written out, or, when `output` is null or too small, the room
+//   len     in/out, the space at `output` in; the octets written out, or, when `output` is null or too small, the space
 //           that is needed, with nothing written.
 //
 // Returns SIGKIT_OK, SIGKIT_ERR_PARAM when `input` or `len` is null or `inputLen` 0, or SIGKIT_ERR_BASE64.

@@ -23,7 +23,7 @@ struct Armour {
 constexpr char CMS_BEGIN[] = "-----BEGIN CMS-----";
 constexpr char PKCS7_BEGIN[] = "-----BEGIN PKCS7-----";
 
-// Deliberate: the two tell a missing end marker by different codes.
+// Deliberate: the two log a missing end marker by different codes.
 constexpr Armour ARMOURS[] = {
     {CMS_BEGIN, InternalTextLen(CMS_BEGIN), "-----END CMS-----", SIGKIT_ERR_ARMOUR},
     {PKCS7_BEGIN, InternalTextLen(PKCS7_BEGIN), "-----END PKCS7-----", SIGKIT_ERR_UNKNOWN},

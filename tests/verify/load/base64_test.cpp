@@ -39,7 +39,7 @@ Decoded Decode(const std::string &text, uint32_t room = 4096)
     return decoded;
 }
 
-uint32_t NeededRoom(const std::string &text)
+uint32_t NeededSpace(const std::string &text)
 {
     uint32_t len = 0;
     EXPECT_STATUS(SIGKIT_OK, DecodeInto(nullptr, &len, text));
@@ -74,7 +74,7 @@ void ExpectDecoded(const Row &row)
     EXPECT_STATUS(SIGKIT_OK, DecodeInto(output.data(), &len, row.text));
     EXPECT_EQ(row.bytes, Bytes(output.begin(), output.begin() + static_cast<ptrdiff_t>(row.bytes.size())));
     EXPECT_EQ(row.bytes.size(), len);
-    EXPECT_EQ(0xEE, output[row.room]) << "nothing beyond the room";
+    EXPECT_EQ(0xEE, output[row.room]) << "nothing beyond the space";
 }
 
 } // namespace
@@ -131,13 +131,13 @@ TEST_F(Base64, RefusesMissingArguments)
     EXPECT_STATUS(SIGKIT_ERR_BASE64, SigkitBase64Decode("QQ==", -1, output, &len));
 }
 
-TEST_F(Base64, TellsTheRoomThatIsNeeded)
+TEST_F(Base64, ReturnsTheSpaceThatIsNeeded)
 {
-    EXPECT_EQ(1u, NeededRoom("QQ=="));
-    EXPECT_EQ(2u, NeededRoom("QUI="));
-    EXPECT_EQ(3u, NeededRoom("QUJD"));
-    EXPECT_EQ(2u, NeededRoom("QQ")); // six bits more than an octet count as one
-    EXPECT_EQ(6u, NeededRoom("QUJD\r\nREVG\r\n"));
+    EXPECT_EQ(1u, NeededSpace("QQ=="));
+    EXPECT_EQ(2u, NeededSpace("QUI="));
+    EXPECT_EQ(3u, NeededSpace("QUJD"));
+    EXPECT_EQ(2u, NeededSpace("QQ")); // six bits more than an octet count as one
+    EXPECT_EQ(6u, NeededSpace("QUJD\r\nREVG\r\n"));
 }
 
 TEST_F(Base64, TheTableIsTheAlphabet)
@@ -187,7 +187,7 @@ TEST_F(Base64Lenience, LineEndsAndBlanksAreSkippedWhereTheyMayStand)
 {
     const Bytes abc = {0x41, 0x42, 0x43};
     const Row rows[] = {
-        {"a carriage return at the end counts for the room", "QUJD\r", 4, abc},
+        {"a carriage return at the end counts for the space", "QUJD\r", 4, abc},
         {"two carriage returns before a line feed", "QU\r\r\nJD", 4, abc},
         {"a carriage return inside a group", "QU\rJD", 4, abc},
         {"a carriage return before whole groups", "\rQUJD", 4, abc},
@@ -251,7 +251,7 @@ TEST_F(Base64Lenience, WhatIsLeftIsRefused)
     }
 }
 
-TEST_F(Base64Lenience, RoomIsComparedToTheOctet)
+TEST_F(Base64Lenience, SpaceIsComparedToTheOctet)
 {
     uint8_t output[4] = {0xEE, 0xEE, 0xEE, 0xEE};
     for (const uint32_t tooSmall : {0u, 1u, 2u}) {
@@ -273,7 +273,7 @@ TEST_F(Base64Lenience, OnlyTheGivenLengthIsRead)
     EXPECT_EQ(3u, len);
 }
 
-TEST_F(Base64Lenience, ABlockTellsWhatWasWritten)
+TEST_F(Base64Lenience, ABlockHoldsWhatWasWritten)
 {
     const struct {
         std::string text;
@@ -285,7 +285,7 @@ TEST_F(Base64Lenience, ABlockTellsWhatWasWritten)
         uint32_t len = 0;
         ASSERT_STATUS(SIGKIT_OK, InternalBase64Decode(row.text.data(), row.text.data() + row.text.size(), &data, &len));
         const InternalBytesGuard guard(data);
-        EXPECT_EQ(4u, LastAllocationSize()) << "the room that is asked for";
+        EXPECT_EQ(4u, LastAllocationSize()) << "the space that is asked for";
         EXPECT_EQ(row.bytes, Bytes(data, data + len));
     }
 }

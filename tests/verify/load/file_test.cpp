@@ -84,29 +84,29 @@ TEST_F(FileReading, SizesAreComparedBeforeAnythingIsAllocated)
 {
     for (const size_t size : {size_t{2000001}, size_t{0x80000000}, (size_t{1} << 32) + 4, ~size_t{0}}) {
         ResetRecordings();
-        g_recordingHost.toldFileSize = size;
+        g_recordingHost.claimedFileSize = size;
         EXPECT_STATUS(SIGKIT_ERR_FILE_TOO_BIG, FailToRead());
         EXPECT_EQ(1u, AllocationCalls()) << "the log line's alone";
         EXPECT_EQ(0u, g_recordingHost.fileRead.calls);
         EXPECT_EQ(Texts{"E InternalReadFile 88000106 -"}, LineTexts());
     }
     ResetRecordings();
-    g_recordingHost.toldFileSize = 2000000;
-    EXPECT_STATUS(SIGKIT_ERR_FILE_READ, FailToRead()) << "not too big, but shorter than told";
+    g_recordingHost.claimedFileSize = 2000000;
+    EXPECT_STATUS(SIGKIT_ERR_FILE_READ, FailToRead()) << "not too big, but shorter than reported";
 }
 
-TEST_F(FileReading, FewerOctetsThanToldAreAFailure)
+TEST_F(FileReading, FewerOctetsThanReportedAreAFailure)
 {
-    g_recordingHost.toldFileSize = 5;
+    g_recordingHost.claimedFileSize = 5;
     EXPECT_STATUS(SIGKIT_ERR_FILE_READ, FailToRead());
-    g_recordingHost.toldFileSize = std::nullopt;
+    g_recordingHost.claimedFileSize = std::nullopt;
     g_recordingHost.fileRead.failAt = g_recordingHost.fileRead.calls + 1;
     EXPECT_STATUS(SIGKIT_ERR_FILE_READ, FailToRead());
     EXPECT_EQ((Texts{"E InternalReadFile 88000102 -", "E InternalReadFile 88000102 -"}), LineTexts());
     EXPECT_EQ(0, LiveBlocks());
 }
 
-TEST_F(FileReading, AFileThatDoesNotCloseIsToldAndChangesNothing)
+TEST_F(FileReading, AFileThatDoesNotCloseIsLoggedAndChangesNothing)
 {
     g_recordingHost.fileClose.failAt = 1;
     g_recordingHost.fileGetSize.failAt = 1;
@@ -169,7 +169,7 @@ TEST_F(TrustFile, TwoMillionOctetsAreReadAndNotOneMore)
 TEST_F(TrustFile, AShortReadIsAFailure)
 {
     const std::string path = Write("root", AllParties().root.certificate);
-    g_recordingHost.toldFileSize = AllParties().root.certificate.size() + 1;
+    g_recordingHost.claimedFileSize = AllParties().root.certificate.size() + 1;
     EXPECT_STATUS(SIGKIT_ERR_FILE_READ, SigkitVerifyAddCertFile(ctx, path.c_str()));
     EXPECT_EQ((Texts{"E InternalReadFile 88000102 -", "E SigkitVerifyAddCertFile 88000102 -"}), LineTexts());
 }

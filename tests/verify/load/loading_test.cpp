@@ -84,7 +84,7 @@ TEST_F(Load, CrlsAmongCertificatesAreDropped)
     EXPECT_EQ(2u, ctx->buffers.count) << "a dropped block keeps no image";
 }
 
-TEST_F(Load, DataWithoutACertificateAreTold)
+TEST_F(Load, DataWithoutACertificateAreRefused)
 {
     const Texts line = {"E SigkitVerifyAddCert ffffffff -"};
     for (const forge::Bytes &data :
@@ -118,7 +118,7 @@ TEST_F(Load, AShortTailOfADerStreamIsPadding)
     EXPECT_EQ(2u, ctx->buffers.count) << "DER that fails keeps its slot";
 }
 
-TEST_F(Load, ADamagedBlockIsSkippedAndTold)
+TEST_F(Load, ADamagedBlockIsSkippedAndLogged)
 {
     const forge::Bytes damaged = Replaced(CertPem(NumberedCert(1)), "MI", "M\x80");
     EXPECT_STATUS(SIGKIT_OK, AddCert(Join({damaged, CertPem(Root())})));
@@ -132,7 +132,7 @@ TEST_F(Load, ADamagedBlockIsSkippedAndTold)
     EXPECT_EQ(1u, StoredCrls());
 }
 
-TEST_F(Load, ABlockOfAnotherObjectIsSkippedAndTold)
+TEST_F(Load, ABlockOfAnotherObjectIsSkippedAndLogged)
 {
     EXPECT_STATUS(SIGKIT_OK, AddCert(Join({CertPem(RootCrl()), CertPem(Root())})));
     ASSERT_EQ(1u, Lines().size());
@@ -235,7 +235,7 @@ TEST_F(Load, SixteenCertificatesFitAStore)
     EXPECT_EQ((Texts{"E InternalAddCertToStore 88000501 Failed to add certificate into PKI context.",
                      "E SigkitVerifyAddCert 88000501 -"}),
               LineTexts());
-    EXPECT_STATUS(SIGKIT_OK, AddCert(NumberedCert(3))) << "one that is there already needs no room";
+    EXPECT_STATUS(SIGKIT_OK, AddCert(NumberedCert(3))) << "one that is there already needs no space";
     ResetRecordingHost();
     EXPECT_STATUS(SIGKIT_OK, AddCrl(Join({RootCrl(), AllParties().issuingCa.certificate})));
     EXPECT_TRUE(HasLine("W SigkitVerifyAddCrl 88000501 Failed to add certificate into store."));

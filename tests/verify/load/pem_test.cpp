@@ -114,7 +114,7 @@ TEST_F(PemBlocks, LabelsThatOnlyBeginAlikeAreSkippedSilently)
     }
 }
 
-TEST_F(PemBlocks, ABlockWithoutTheEndOfItsOwnLabelIsSkippedAndTold)
+TEST_F(PemBlocks, ABlockWithoutTheEndOfItsOwnLabelIsSkippedAndLogged)
 {
     const std::string body = "\n" + Line(Root()) + "\n" + OTHER_END + "\n";
     EXPECT_STATUS(SIGKIT_OK, AddCert(Octets(CRL_BEGIN + body + GoodCert())));
@@ -129,7 +129,7 @@ TEST_F(PemBlocks, ABlockWithoutTheEndOfItsOwnLabelIsSkippedAndTold)
 TEST_F(PemBlocks, ABodyIsAtMostAsLongAsItsBlock)
 {
     // The block ends with the other label's end; the body is that end and a filler. It has a blank inside a line, so
-    // one that is decoded tells so.
+    // one that is decoded logs that.
     const struct {
         std::string begin;
         const char *end;
@@ -153,7 +153,7 @@ TEST_F(PemBlocks, ABodyIsAtMostAsLongAsItsBlock)
     }
 }
 
-TEST_F(PemBlocks, ABlockThatHoldsNothingIsSkippedAndTold)
+TEST_F(PemBlocks, ABlockThatHoldsNothingIsSkippedAndLogged)
 {
     const char CERT[] = "InternalPemDecodeCert";
     const char CRL[] = "InternalPemDecodeCrl";
