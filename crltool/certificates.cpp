@@ -55,7 +55,7 @@ bool WasValidForACrl(SigkitVerifyCtx *ctx, SigkitX509Cert *cert)
     return false;
 }
 
-uint32_t StatusOf(const CrlFile &file, SigkitX509Cert *cert)
+uint32_t StatusOf(const LoadedCrlFile &file, SigkitX509Cert *cert)
 {
     SigkitVerifyCtx *const ctx = file.ctx;
     if (IsIssuedByTrustAnchor(ctx, cert) || WasValidForACrl(ctx, cert)) {
@@ -66,7 +66,7 @@ uint32_t StatusOf(const CrlFile &file, SigkitX509Cert *cert)
 
 } // namespace
 
-const SigkitX509Cert *FindStrayCert(const CrlFile &file, uint32_t *status)
+const SigkitX509Cert *FindStrayCert(const LoadedCrlFile &file, uint32_t *status)
 {
     for (uint32_t i = 0; i < file.certs; ++i) {
         SigkitX509Cert *const cert = static_cast<SigkitX509Cert *>(file.ctx->pki->certs.items[file.firstCert + i]);

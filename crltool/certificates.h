@@ -19,6 +19,6 @@
 //   status  out, what its path ends with. Not written when there is none.
 //
 // Returns the first such certificate, the context's, or null.
-const SigkitX509Cert *FindStrayCert(const CrlFile &file, uint32_t *status);
+const SigkitX509Cert *FindStrayCert(const LoadedCrlFile &file, uint32_t *status);
 
 #endif

@@ -21,7 +21,7 @@ uint32_t FindNameless(const SigkitCrlBundle &bundle)
 }
 
 // Why no package could be verified with a file for want of space.
-Problem SpaceProblem(const CrlFile &file)
+Problem SpaceProblem(const LoadedCrlFile &file)
 {
     if (file.images > FILE_IMAGES_MAX) {
         return {Obstacle::TOO_MANY_IMAGES, &file};
@@ -32,7 +32,7 @@ Problem SpaceProblem(const CrlFile &file)
     return {};
 }
 
-Problem StrayProblem(const CrlFile &file)
+Problem StrayProblem(const LoadedCrlFile &file)
 {
     uint32_t status = SIGKIT_OK;
     const SigkitX509Cert *const cert = FindStrayCert(file, &status);
@@ -40,14 +40,14 @@ Problem StrayProblem(const CrlFile &file)
 }
 
 // What hinders whoever wants to verify packages with a file.
-Problem UseProblem(const CrlFile &file)
+Problem UseProblem(const LoadedCrlFile &file)
 {
     const Problem problem = SpaceProblem(file);
     return problem.obstacle == Obstacle::NONE ? StrayProblem(file) : problem;
 }
 
 // What makes a file one that cannot be compared with any other.
-Problem FileProblem(const CrlFile &file)
+Problem FileProblem(const LoadedCrlFile &file)
 {
     if (file.skippedCrls != 0) {
         const Problem problem = SpaceProblem(file);
@@ -64,7 +64,7 @@ Problem Either(const Problem &one, const Problem &other)
 }
 
 // Asks the library.
-Problem LibraryProblem(const CrlFile &first, const CrlFile &second, uint32_t *result)
+Problem LibraryProblem(const LoadedCrlFile &first, const LoadedCrlFile &second, uint32_t *result)
 {
     const uint32_t status = SigkitCrlCompare(first.ctx, first.bundle, second.bundle, result);
     if (status == SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED) { // a certificate that stands for a CRL's issuer may be why
@@ -79,7 +79,7 @@ Problem LibraryProblem(const CrlFile &first, const CrlFile &second, uint32_t *re
 
 // What hinders the file that the answer recommends, both when it recommends either: a device whose file is no good is
 // helped by a newer one that is.
-Problem AnswerProblem(const CrlFile &first, const CrlFile &second, uint32_t result)
+Problem AnswerProblem(const LoadedCrlFile &first, const LoadedCrlFile &second, uint32_t result)
 {
     const Problem ofFirst = result == SIGKIT_CRL_SECOND_NEWER ? Problem{} : UseProblem(first);
     if (ofFirst.obstacle != Obstacle::NONE || result == SIGKIT_CRL_FIRST_NEWER) {
@@ -114,7 +114,7 @@ const SigkitCrlInfo *OtherIssueOf(const SigkitCrlInfo &crl, const SigkitCrlBundl
 // it is of the future without a clock, which a device may not have, but until then its file counts as the newer one. A
 // release either signs its CRLs on one day, or renews one of them before that ends; a CRL that is not in the other file
 // should not be dated after all those of its own file have ended.
-FarAhead FindFarAhead(const CrlFile &file, const CrlFile &other)
+FarAhead FindFarAhead(const LoadedCrlFile &file, const LoadedCrlFile &other)
 {
     const SigkitCrlInfo *const newest = NewestOf(*file.bundle);
     if (newest == nullptr) {
@@ -140,7 +140,7 @@ FarAhead FindFarAhead(const CrlFile &file, const CrlFile &other)
 
 } // namespace
 
-Comparison CompareFiles(const CrlFile &first, const CrlFile &second)
+Comparison CompareFiles(const LoadedCrlFile &first, const LoadedCrlFile &second)
 {
     Comparison comparison = {first,
                              second,

@@ -28,21 +28,21 @@ enum class Obstacle {
 
 struct Problem {
     Obstacle obstacle = Obstacle::NONE;
-    const CrlFile *file = nullptr; // of those from SKIPPED_CRLS on
+    const LoadedCrlFile *file = nullptr; // of those from SKIPPED_CRLS on
     uint32_t detail = 0;
     const SigkitX509Cert *cert = nullptr;
 };
 
 // A CRL whose date should be looked at before the answer is followed.
 struct FarAhead {
-    const CrlFile *file = nullptr;
+    const LoadedCrlFile *file = nullptr;
     const SigkitCrlInfo *info = nullptr; // null: there is none
     int64_t due = 0;                     // by when it should have been issued; seconds since 1970-01-01 00:00:00 UTC
 };
 
 struct Comparison {
-    const CrlFile &first;
-    const CrlFile &second;
+    const LoadedCrlFile &first;
+    const LoadedCrlFile &second;
     Problem problem;
     uint32_t result;      // of SigkitCrlCompare; SIGKIT_CRL_CONFLICT when there is a problem
     FarAhead warnings[2]; // of the first and of the second file
@@ -52,6 +52,6 @@ struct Comparison {
 // whose name cannot be printed, because all of these look alike; and a CRL that was skipped, because the file then
 // looks like one without it. Of the one that is newer, of both when they are equally new: no space for a package beside
 // it, and a certificate that the root does not stand behind, because with such a file nothing might be verified.
-Comparison CompareFiles(const CrlFile &first, const CrlFile &second);
+Comparison CompareFiles(const LoadedCrlFile &first, const LoadedCrlFile &second);
 
 #endif

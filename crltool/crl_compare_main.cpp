@@ -161,8 +161,8 @@ void FailLoad(const Options &options, FILE *output, const char *path, uint32_t s
 // Compares the files and writes the answer to `output`. Returns the exit status.
 int Compare(const Options &options, FILE *output)
 {
-    CrlFile first;
-    CrlFile second;
+    LoadedCrlFile first;
+    LoadedCrlFile second;
     const char *failedPath = nullptr;
     uint32_t status = LoadCrlFile(options.root, options.first, &first, &failedPath);
     if (status == SIGKIT_OK) {

@@ -7,7 +7,7 @@ namespace
 {
 
 // Loads the file into a context that has the trust anchor, and keeps what that adds to the context.
-uint32_t LoadCrls(CrlFile *file)
+uint32_t LoadCrls(LoadedCrlFile *file)
 {
     const SigkitVerifyCtx &ctx = *file->ctx;
     const uint32_t imagesBefore = ctx.buffers.count;
@@ -23,7 +23,7 @@ uint32_t LoadCrls(CrlFile *file)
 
 } // namespace
 
-CrlFile::~CrlFile()
+LoadedCrlFile::~LoadedCrlFile()
 {
     if (bundle != nullptr) {
         (void)SigkitCrlFree(ctx, bundle);
@@ -33,7 +33,7 @@ CrlFile::~CrlFile()
     }
 }
 
-uint32_t LoadCrlFile(const char *rootPath, const char *path, CrlFile *file, const char **failedPath)
+uint32_t LoadCrlFile(const char *rootPath, const char *path, LoadedCrlFile *file, const char **failedPath)
 {
     file->path = path;
     SigkitVerifyCreateParam param = SIGKIT_VERIFY_CREATE_PARAM_INIT;

@@ -6,7 +6,7 @@
 
 #include "sigkit/sigkit.h"
 
-struct CrlFile {
+struct LoadedCrlFile {
     const char *path = nullptr;     // borrowed
     SigkitVerifyCtx *ctx = nullptr; // owned; of this file alone, so that no file's certificates vouch for the other's
     SigkitCrlBundle *bundle = nullptr; // owned
@@ -17,14 +17,14 @@ struct CrlFile {
     uint32_t decodedCrls = 0; // slots of `bundle` in use, those included that are null for want of a summary
     uint32_t skippedCrls = 0; // "X509 CRL" blocks that do not decode, or for which there was no space
 
-    CrlFile() = default;
-    CrlFile(const CrlFile &) = delete;
-    CrlFile &operator=(const CrlFile &) = delete;
-    ~CrlFile();
+    LoadedCrlFile() = default;
+    LoadedCrlFile(const LoadedCrlFile &) = delete;
+    LoadedCrlFile &operator=(const LoadedCrlFile &) = delete;
+    ~LoadedCrlFile();
 };
 
 // Loads the trust anchor from `rootPath` and the CRLs from `path`, which must outlive the record. Returns SIGKIT_OK, or
 // the code of the first failure with `failedPath` set to the file that it is about.
-uint32_t LoadCrlFile(const char *rootPath, const char *path, CrlFile *file, const char **failedPath);
+uint32_t LoadCrlFile(const char *rootPath, const char *path, LoadedCrlFile *file, const char **failedPath);
 
 #endif

@@ -56,7 +56,7 @@ void WriteTable(FILE *file, const Row *rows, size_t count)
     }
 }
 
-void WriteFileTable(FILE *file, const CrlFile &crlFile)
+void WriteFileTable(FILE *file, const LoadedCrlFile &crlFile)
 {
     Row rows[1 + SIGKIT_LIST_CAPACITY] = {{{"issuer", "thisUpdate", "nextUpdate", "verified", "revoked"}}};
     RowTexts texts[SIGKIT_LIST_CAPACITY];
@@ -89,7 +89,7 @@ void WriteCrlJson(JsonWriter *writer, const SigkitCrlInfo *info)
     JsonClose(writer, '}');
 }
 
-void WriteFileJson(JsonWriter *writer, const CrlFile &crlFile)
+void WriteFileJson(JsonWriter *writer, const LoadedCrlFile &crlFile)
 {
     JsonOpen(writer, nullptr, '{');
     JsonString(writer, "path", {crlFile.path});

@@ -67,7 +67,7 @@ struct Compare : testing::Test {
     }
 
     // A file with the CRLs of both issuers, the root's `later` than the other's.
-    std::string CrlFile(const std::string &name, int64_t rootLater, int64_t caLater = 0)
+    std::string WriteCrls(const std::string &name, int64_t rootLater, int64_t caLater = 0)
     {
         forge::CrlRequest root = CrlRequest(AllParties().root);
         root.thisUpdate += rootLater;

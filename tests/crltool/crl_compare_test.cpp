@@ -33,18 +33,18 @@ forge::Bytes FileOfBlocks(int count)
 
 TEST_F(Compare, SaysWhichFileIsNewer)
 {
-    const std::string older = CrlFile("older", 0);
-    const std::string newer = CrlFile("newer", 60);
+    const std::string older = WriteCrls("older", 0);
+    const std::string newer = WriteCrls("newer", 60);
     ProcessResult result = Run({"--root", Root(), newer, older});
     EXPECT_EQ(0, result.exitStatus) << result.errors;
     EXPECT_TRUE(EndsWith(result.output, "\n" + newer + " is newer than " + older + ".\n")) << result.output;
     result = Run({"--root", Root(), older, newer});
     EXPECT_EQ(1, result.exitStatus);
     EXPECT_TRUE(EndsWith(result.output, "\n" + newer + " is newer than " + older + ".\n"));
-    result = Run({"--root", Root(), older, CrlFile("same", 0)});
+    result = Run({"--root", Root(), older, WriteCrls("same", 0)});
     EXPECT_EQ(0, result.exitStatus);
     EXPECT_TRUE(EndsWith(result.output, " are equally new.\n"));
-    result = Run({"--root", Root(), CrlFile("one", 60, 0), CrlFile("other", 0, 60)});
+    result = Run({"--root", Root(), WriteCrls("one", 60, 0), WriteCrls("other", 0, 60)});
     EXPECT_EQ(2, result.exitStatus);
     EXPECT_TRUE(EndsWith(result.output, " cannot be compared: each file is newer than the other for some issuer.\n"));
 }
@@ -67,8 +67,8 @@ TEST_F(Compare, PrintsATableOfEachFile)
 
 TEST_F(Compare, PrintsTheSameAsJson)
 {
-    const std::string older = CrlFile("older", 0);
-    const std::string newer = CrlFile("newer", 60);
+    const std::string older = WriteCrls("older", 0);
+    const std::string newer = WriteCrls("newer", 60);
     const ProcessResult result = Run({"--json", "--root", Root(), older, newer});
     EXPECT_EQ(1, result.exitStatus);
     EXPECT_EQ("", result.errors);
@@ -99,7 +99,7 @@ TEST_F(Compare, ReadsPemAsWell)
 
 TEST_F(Compare, ACrlThatIsNotTrustedCannotBeCompared)
 {
-    const std::string good = CrlFile("good", 0);
+    const std::string good = WriteCrls("good", 0);
     const std::string strange =
         Write("strange", Join({AllParties().issuingCa.certificate, MakeCrl(CrlRequest(AllParties().otherRoot))}));
     const ProcessResult result = Run({"--root", Root(), good, strange});
@@ -110,7 +110,7 @@ TEST_F(Compare, ACrlThatIsNotTrustedCannotBeCompared)
 
 TEST_F(Compare, UnusableFilesAreNamed)
 {
-    const std::string good = CrlFile("good", 0);
+    const std::string good = WriteCrls("good", 0);
     const struct {
         std::string path;
         const char *reason;
@@ -140,7 +140,7 @@ TEST_F(Compare, UnusableFilesAreNamed)
 
 TEST_F(Compare, ControlOctetsDoNotReachTheTerminal)
 {
-    const std::string file = CrlFile("a\x1b[2J\nb", 0);
+    const std::string file = WriteCrls("a\x1b[2J\nb", 0);
     const ProcessResult result = Run({"--root", Root(), file, file});
     EXPECT_EQ(0, result.exitStatus);
     EXPECT_FALSE(Contains(result.output, "\x1b"));
@@ -204,7 +204,7 @@ TEST_F(Compare, AnIssuerWhoseNameCannotBePrintedIsARefusal)
     forge::CertificateRequest request = CertificateRequest("Odd", &AllParties().root);
     request.subject = {{"2.5.4.5", "1"}};
     const Party odd = Certify(request);
-    const std::string good = CrlFile("good", 0);
+    const std::string good = WriteCrls("good", 0);
     const forge::Bytes crls = Join({MakeCrl(CrlRequest(AllParties().root)), MakeCrl(CrlRequest(odd))});
     const std::string nameless = Write("nameless", Join({odd.certificate, crls}));
     const std::string reason = "the issuer's name of CRL 2 of " + nameless + " cannot be printed";
@@ -280,7 +280,7 @@ TEST_F(Compare, AFileThatLeavesNoSpaceForThePackagesImageIsARefusal)
 
 TEST_F(Compare, ErrorsAreJsonToo)
 {
-    const std::string good = CrlFile("good", 0);
+    const std::string good = WriteCrls("good", 0);
     const std::string missing = directory.File("missing");
     const struct {
         Words arguments;
@@ -305,7 +305,7 @@ TEST_F(Compare, ErrorsAreJsonToo)
 
 TEST_F(Compare, EveryMessageBeginsWithTheNameOfTheProgram)
 {
-    const std::string file = CrlFile("file", 0);
+    const std::string file = WriteCrls("file", 0);
     const std::string program = std::string("'") + CRL_COMPARE + "' ";
     const std::string files = " " + file + " " + file;
     const Words rows = {"--unknown",
@@ -329,7 +329,7 @@ TEST_F(Compare, EveryMessageBeginsWithTheNameOfTheProgram)
 
 TEST_F(Compare, LoadsNoModuleOrConfigurationOfTheEnvironment)
 {
-    const std::string file = CrlFile("file", 0);
+    const std::string file = WriteCrls("file", 0);
     const HostileEnvironment environment;
     EXPECT_EQ(0, RunProcess({CRL_COMPARE, "--root", Root(), file, file}, environment.settings).exitStatus);
     EXPECT_FALSE(environment.LeftMark());
@@ -338,7 +338,7 @@ TEST_F(Compare, LoadsNoModuleOrConfigurationOfTheEnvironment)
 
 TEST_F(Compare, AnAnswerThatCannotBeWrittenIsAnError)
 {
-    const std::string file = CrlFile("file", 0);
+    const std::string file = WriteCrls("file", 0);
     const std::string command = std::string(CRL_COMPARE) + " --root " + Root() + " " + file + " " + file;
     for (const char *const output : {" >/dev/full", " >&-"}) {
         const ProcessResult result = RunProcess({"/bin/sh", "-c", command + output});

@@ -33,7 +33,7 @@ TEST_F(Compare, JsonIsValidWhateverOctetsAPathHas)
 {
     std::string file;
     for (const std::string &name : {Range(0x01, '/' - 1), Range('/' + 1, 0x7f), Range(0x80, 0xbf), Range(0xc0, 0xff)}) {
-        file = CrlFile(name, 0);
+        file = WriteCrls(name, 0);
         const Json json(Run({"--json", "--root", Root(), file, file}).output);
         EXPECT_EQ("True", json.Get("json['files'][0]['path'] == json['files'][1]['path'] == text[0]", {file}));
         EXPECT_EQ("True", json.Get("json['verdict'] == text[0] + ' and ' + text[0] + ' are equally new.'", {file}));

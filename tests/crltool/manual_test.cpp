@@ -37,11 +37,11 @@ struct ManualExample : Compare {
 
 TEST_F(ManualExample, TakesANewerFileAndNoOther)
 {
-    const std::string older = CrlFile("older", 0);
-    const std::string newer = CrlFile("newer", 60);
+    const std::string older = WriteCrls("older", 0);
+    const std::string newer = WriteCrls("newer", 60);
     EXPECT_EQ(Read("newer"), FileAfter(older, newer));
     EXPECT_EQ(Read("newer"), FileAfter(newer, older));
-    EXPECT_EQ(Read("older"), FileAfter(older, CrlFile("conflict", 60, -60)));
+    EXPECT_EQ(Read("older"), FileAfter(older, WriteCrls("conflict", 60, -60)));
     EXPECT_EQ(Read("older"), FileAfter(older, Write("garbage", forge::Bytes(100, 0x30))));
 }
 
