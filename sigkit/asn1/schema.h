@@ -136,9 +136,9 @@ constexpr InternalAsnRow InternalAsnDropped(uint32_t place)
 template <typename Record, const SigkitAsnItem &Item, uint32_t Max, uint16_t Flags>
 constexpr SigkitAsnTemplate InternalAsnElement()
 {
-    using Element = std::remove_extent_t<decltype(Record::items)>;
+    using ArrayElement = std::remove_extent_t<decltype(Record::items)>;
     static_assert(std::is_same_v<decltype(Record::count), uint32_t>, "the count has 32 bits");
-    static_assert(std::is_same_v<typename InternalAsnFills<Item>::type, Element>, "element and item disagree");
+    static_assert(std::is_same_v<typename InternalAsnFills<Item>::type, ArrayElement>, "element and item disagree");
     static_assert(Max >= 1, "a list that accepts nothing");
     static_assert(Max <= std::extent_v<decltype(Record::items)>, "the array holds what is accepted");
     static_assert(offsetof(Record, items) == offsetof(Record, count) + SIGKIT_ASN_ARRAY_OFFSET, "where elements go");

@@ -60,7 +60,7 @@ protected:
     }
 
     // The element `index` of the record: elements begin 8 octets behind the position of the count.
-    uint32_t Element(uint32_t index) const
+    uint32_t Stored(uint32_t index) const
     {
         const auto *start = reinterpret_cast<const uint8_t *>(&record.count) + 8 + index * sizeof(uint32_t);
         uint32_t value = 0;
@@ -76,7 +76,7 @@ protected:
         ExpectTaken(input_.size());
         EXPECT_EQ(count, record.count);
         for (uint32_t index = 0; index < count; ++index) {
-            EXPECT_EQ(index + 1, Element(index));
+            EXPECT_EQ(index + 1, Stored(index));
         }
         EXPECT_EQ(0x1122334455667788u, record.before);
     }
@@ -108,7 +108,7 @@ TEST_F(DecodeSetof, RefusesOneElementTooMany)
 TEST_F(DecodeSetof, StoresNoElementBeyondTheGreatestNumber)
 {
     EXPECT_STATUS(SIGKIT_ERR_ASN_SET, Run(der::Tlv(0x31, Numbers(4))));
-    EXPECT_EQ(0u, Element(3));
+    EXPECT_EQ(0u, Stored(3));
 }
 
 TEST_F(DecodeSetof, TakesOctetsOfItsContentOnly)

@@ -52,7 +52,7 @@ std::vector<Bytes> PemBlocks(const Bytes &file)
 void CutSequences(const Bytes &octets, std::vector<Bytes> *pieces)
 {
     for (size_t pos = 0; pos < octets.size(); ++pos) {
-        Element element;
+        ElementPlace element;
         if (octets[pos] == der::SEQUENCE && ReadElement(octets, pos, octets.size(), &element)) {
             pieces->push_back(WholeOf(octets, element));
         }

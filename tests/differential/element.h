@@ -5,7 +5,7 @@
 #include "tests/support/der_writer.h"
 
 // By positions in the input.
-struct Element {
+struct ElementPlace {
     uint8_t identifier = 0;
     size_t start = 0;
     size_t content = 0;
@@ -13,7 +13,7 @@ struct Element {
 };
 
 // False unless an element begins at `pos` and ends within `limit`.
-inline bool ReadElement(const der::Bytes &input, size_t pos, size_t limit, Element *element)
+inline bool ReadElement(const der::Bytes &input, size_t pos, size_t limit, ElementPlace *element)
 {
     if (pos > limit || limit - pos < 2 || (input[pos] & 0x1F) == 0x1F) {
         return false;
@@ -37,13 +37,13 @@ inline bool ReadElement(const der::Bytes &input, size_t pos, size_t limit, Eleme
     return true;
 }
 
-inline der::Bytes WholeOf(const der::Bytes &input, const Element &element)
+inline der::Bytes WholeOf(const der::Bytes &input, const ElementPlace &element)
 {
     return der::Bytes(input.begin() + static_cast<ptrdiff_t>(element.start),
                       input.begin() + static_cast<ptrdiff_t>(element.end));
 }
 
-inline der::Bytes ContentOf(const der::Bytes &input, const Element &element)
+inline der::Bytes ContentOf(const der::Bytes &input, const ElementPlace &element)
 {
     return der::Bytes(input.begin() + static_cast<ptrdiff_t>(element.content),
                       input.begin() + static_cast<ptrdiff_t>(element.end));

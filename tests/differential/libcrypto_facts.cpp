@@ -59,7 +59,7 @@ std::string IdentifierText(const ASN1_OBJECT *identifier)
 std::string SerialText(const ASN1_INTEGER *number)
 {
     const Bytes encoding = Encoded(i2d_ASN1_INTEGER, number);
-    Element element;
+    ElementPlace element;
     if (!ReadElement(encoding, 0, encoding.size(), &element)) {
         return UNREADABLE;
     }
@@ -89,9 +89,9 @@ std::string TimeText(const ASN1_TIME *time)
 // The second of two elements in a SEQUENCE; nothing when it is empty or absent.
 std::string SecondText(const Bytes &sequence)
 {
-    Element outer;
-    Element first;
-    Element second;
+    ElementPlace outer;
+    ElementPlace first;
+    ElementPlace second;
     if (!ReadElement(sequence, 0, sequence.size(), &outer) ||
         !ReadElement(sequence, outer.content, outer.end, &first) ||
         !ReadElement(sequence, first.end, outer.end, &second)) {
@@ -156,8 +156,8 @@ bool SaysCa(const ASN1_OCTET_STRING *value)
 {
     const unsigned char *const octets = ASN1_STRING_get0_data(value);
     const Bytes encoding(octets, octets + ASN1_STRING_length(value));
-    Element outer;
-    Element first;
+    ElementPlace outer;
+    ElementPlace first;
     return ReadElement(encoding, 0, encoding.size(), &outer) &&
            ReadElement(encoding, outer.content, outer.end, &first) && first.identifier == der::BOOLEAN;
 }
@@ -243,8 +243,8 @@ void ReadExtension(const STACK_OF(X509_EXTENSION) * extensions, int kind,
 // The first element inside the encoding: libcrypto keeps what is signed as it was read.
 std::string SignedText(const Bytes &encoding)
 {
-    Element outer;
-    Element inner;
+    ElementPlace outer;
+    ElementPlace inner;
     if (!ReadElement(encoding, 0, encoding.size(), &outer) ||
         !ReadElement(encoding, outer.content, outer.end, &inner)) {
         return UNREADABLE;
