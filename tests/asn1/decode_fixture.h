@@ -13,6 +13,7 @@
 #include "sigkit/sigkit.h"
 #include "tests/support/der_writer.h"
 #include "tests/support/library_test.h"
+#include "tests/support/views.h"
 
 // What the consumed count holds before a call.
 inline constexpr uint32_t NOT_CONSUMED = 0xDEADBEEF;
@@ -97,12 +98,6 @@ inline void ExpectZero(const SigkitAsnOcts &view)
     EXPECT_EQ(0u, view.constructed);
     EXPECT_EQ(0u, view.tag);
     EXPECT_EQ(nullptr, view.data);
-}
-
-// The octets that a view shows.
-inline der::Bytes Octets(const SigkitAsnOcts &view)
-{
-    return view.data == nullptr ? der::Bytes() : der::Bytes(view.data, view.data + view.len);
 }
 
 // A view with stale content in every field.

@@ -48,7 +48,7 @@ TEST_F(DecodeMap, OnlyTheFirstValueOfAnAttributeCounts)
     SigkitX509SignedAttrs attributes = {};
     const Bytes set = Implicit(0, true, Attribute("1.2.840.113549.1.9.4", {OctetString({7}), OctetString({8})}));
     ASSERT_STATUS(SIGKIT_OK, Decode(SigkitDecodeMap, set, &attributes, &kAttributes));
-    EXPECT_EQ(Bytes{7}, Octets(attributes.messageDigest));
+    EXPECT_EQ(Bytes{7}, OctetsOf(attributes.messageDigest));
 }
 
 TEST_F(DecodeMap, AMemberWithoutAValueIsRefused)

@@ -71,7 +71,7 @@ TEST_P(DecodeOctetMatch, TakesTheElementsOfItsItem)
     EXPECT_STATUS(c.status, Decode(SigkitDecodeOctet, c.input, &view, &entry));
     if (c.status == SIGKIT_OK) {
         ExpectTaken(3);
-        EXPECT_EQ(Bytes{0xAA}, Octets(view));
+        EXPECT_EQ(Bytes{0xAA}, OctetsOf(view));
     }
 }
 

@@ -6,17 +6,13 @@
 #include "sigkit/sigkit.h"
 #include "tests/support/der_records.h"
 #include "tests/support/library_test.h"
+#include "tests/support/views.h"
 #include "x509/cert.h"
 #include "x509/crl.h"
 #include "x509/pkcs7.h"
 
 // Octets of the identifier and length before the content of what the writers write whole.
 inline constexpr size_t HEADER_SIZE = 4;
-
-inline der::Bytes OctetsOf(const SigkitAsnOcts &view)
-{
-    return view.data == nullptr ? der::Bytes() : der::Bytes(view.data, view.data + view.len);
-}
 
 // What a decode gave; releases it.
 template <typename Record, void (*Free)(Record *)>
