@@ -13,7 +13,7 @@ namespace pkgsign
 namespace
 {
 
-constexpr size_t PIECE_SIZE = 65536;
+constexpr size_t READ_SIZE = 65536;
 
 int Open(const char *path, int flags, mode_t mode)
 {
@@ -117,7 +117,7 @@ Status ReadPieces(const std::string &path, const std::function<Status(const uint
     if (file < 0) {
         return FailSystem("read", path);
     }
-    Bytes buffer(PIECE_SIZE);
+    Bytes buffer(READ_SIZE);
     Status status;
     uint64_t octets = 0;
     while (status.ok) {

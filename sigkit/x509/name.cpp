@@ -11,10 +11,10 @@ namespace
 {
 
 // Octets of one printed attribute, its NUL included.
-constexpr uint32_t PIECE_SIZE = 128;
+constexpr uint32_t ATTRIBUTE_TEXT_SIZE = 128;
 
 struct Piece {
-    char text[PIECE_SIZE];
+    char text[ATTRIBUTE_TEXT_SIZE];
 };
 
 const char *AttributePrefix(uint32_t aoid)
@@ -42,9 +42,9 @@ const char *AttributePrefix(uint32_t aoid)
 // Returns how many octets of a value fit a piece behind a prefix.
 uint32_t InternalGetMaxAttrLen(uint32_t valueLen, uint32_t prefixLen)
 {
-    if (valueLen >= PIECE_SIZE - prefixLen) {
+    if (valueLen >= ATTRIBUTE_TEXT_SIZE - prefixLen) {
         SIGKIT_WARN(SIGKIT_ERR_NAME_TOO_LONG, "attribute name too long, which is invalid.");
-        return PIECE_SIZE - 1 - prefixLen;
+        return ATTRIBUTE_TEXT_SIZE - 1 - prefixLen;
     }
     return valueLen;
 }
@@ -59,9 +59,9 @@ uint32_t PrintAttribute(const SigkitX509AttrEntry &attribute, Piece *piece)
     const char *const prefix = AttributePrefix(aoid);
     const uint32_t prefixLen = SigkitStrlen(prefix);
     const uint32_t valueLen = InternalGetMaxAttrLen(attribute.value.len, prefixLen);
-    int failure = memcpy_s(piece->text, PIECE_SIZE, prefix, prefixLen);
+    int failure = memcpy_s(piece->text, ATTRIBUTE_TEXT_SIZE, prefix, prefixLen);
     if (failure == 0 && valueLen != 0) {
-        failure = memcpy_s(piece->text + prefixLen, PIECE_SIZE - prefixLen, attribute.value.data, valueLen);
+        failure = memcpy_s(piece->text + prefixLen, ATTRIBUTE_TEXT_SIZE - prefixLen, attribute.value.data, valueLen);
     }
     return static_cast<uint32_t>(failure);
 }

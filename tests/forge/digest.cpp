@@ -13,11 +13,11 @@ namespace
 using DigestContext = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE *)>;
 
-constexpr size_t PIECE_SIZE = 65536; // octets read at a time
+constexpr size_t READ_SIZE = 65536; // octets read at a time
 
 Status UpdateFromFile(std::FILE *file, const std::string &path, EVP_MD_CTX *context)
 {
-    Bytes piece(PIECE_SIZE);
+    Bytes piece(READ_SIZE);
     size_t count = 0;
     while ((count = std::fread(piece.data(), 1, piece.size(), file)) != 0) {
         if (EVP_DigestUpdate(context, piece.data(), count) != 1) {
