@@ -15,7 +15,6 @@ namespace forge
 {
 namespace
 {
-using KeyContext = std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)>;
 using PublicKeyInfo = std::unique_ptr<X509_PUBKEY, decltype(&X509_PUBKEY_free)>;
 using Bio = std::unique_ptr<BIO, decltype(&BIO_free_all)>;
 

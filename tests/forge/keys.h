@@ -1,11 +1,17 @@
-// The public half of a key, as certificates and key identifiers need it.
+// The public half of a key, as certificates and key identifiers need it, and what works with a key.
 #ifndef TESTS_FORGE_KEYS_H
 #define TESTS_FORGE_KEYS_H
+
+#include <memory>
+
+#include <openssl/evp.h>
 
 #include "tests/forge/forge.h"
 
 namespace forge
 {
+using KeyContext = std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)>;
+
 // SubjectPublicKeyInfo.
 Status EncodePublicKey(const Key &key, Bytes *publicKeyInfoOut);
 

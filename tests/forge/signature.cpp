@@ -1,6 +1,7 @@
 #include "tests/forge/signature.h"
 #include "tests/forge/der.h"
 #include "tests/forge/digest.h"
+#include "tests/forge/keys.h"
 #include "tests/forge/status.h"
 
 #include <openssl/evp.h>
@@ -9,8 +10,6 @@ namespace forge
 {
 namespace
 {
-using KeyContext = std::unique_ptr<EVP_PKEY_CTX, decltype(&EVP_PKEY_CTX_free)>;
-
 // In the order of Digest.
 constexpr const char *RSA_IDENTIFIERS[] = {"1.2.840.113549.1.1.5", "1.2.840.113549.1.1.11", "1.2.840.113549.1.1.12",
                                            "1.2.840.113549.1.1.13"};
