@@ -9,7 +9,7 @@
 #include "sigkit/sigkit.h"
 
 struct SigkitPkiCtx;
-struct InternalImage;
+struct InternalMessageCopy;
 
 // Leading size of a live context. By it a context differs from other memory, and from one of another version.
 inline constexpr uint64_t SIGKIT_VERIFY_CTX_SIZE = 384;
@@ -18,19 +18,19 @@ inline constexpr uint64_t SIGKIT_VERIFY_CTX_SIZE = 384;
 inline constexpr uint64_t SIGKIT_CREATE_PARAM_SIZE = 72;
 
 struct SigkitVerifyCtx {
-    uint64_t size;         // SIGKIT_VERIFY_CTX_SIZE while the context lives
-    SigkitList buffers;    // owned uint8_t images that stored records point into
-    uint32_t crlLocked;    // not 0: no more CRLs; no operation sets it
-    SigkitPkiCtx *pki;     // owned: the store
-    SigkitList handles;    // owned SigkitMdInfo: the content checks of the verification in progress
-    int64_t verifyTime;    // seconds since 1970 UTC: the instant at which all dates are judged
-    uint32_t pathError;    // code of the last failed CRL selection; a diagnostic
-    int32_t pathDepth;     // nested path validations
-    InternalImage *images; // owned chain: the DER signature messages seen, see verify/load/image.h
-    uint32_t hostFailure;  // first failure of the host that a search passed over, see InternalPassOver
-    uint32_t skippedCrls;  // PEM blocks of CRLs that loading has skipped
-    uint32_t decodedCrls;  // CRLs that the last data to be summarised held, those without a summary included
-    uint8_t reserved[52];  // zero
+    uint64_t size;                      // SIGKIT_VERIFY_CTX_SIZE while the context lives
+    SigkitList buffers;                 // owned images: octets that stored records point into
+    uint32_t crlLocked;                 // not 0: no more CRLs; no operation sets it
+    SigkitPkiCtx *pki;                  // owned: the store
+    SigkitList handles;                 // owned SigkitMdInfo: the content checks of the verification in progress
+    int64_t verifyTime;                 // seconds since 1970 UTC: the instant at which all dates are judged
+    uint32_t pathError;                 // code of the last failed CRL selection; a diagnostic
+    int32_t pathDepth;                  // nested path validations
+    InternalMessageCopy *messageCopies; // owned chain: DER signature messages, see verify/load/message_copy.h
+    uint32_t hostFailure;               // first failure of the host that a search passed over, see InternalPassOver
+    uint32_t skippedCrls;               // PEM blocks of CRLs that loading has skipped
+    uint32_t decodedCrls; // CRLs that the last data to be summarised held, those without a summary included
+    uint8_t reserved[52]; // zero
 };
 
 static_assert(sizeof(SigkitVerifyCtx) == SIGKIT_VERIFY_CTX_SIZE, "the size tag is the record's own size");

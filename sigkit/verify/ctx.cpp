@@ -8,8 +8,8 @@
 #include "verify/admission.h"
 #include "verify/content_check.h"
 #include "verify/load/file.h"
-#include "verify/load/image.h"
 #include "verify/load/loading.h"
+#include "verify/load/message_copy.h"
 
 namespace
 {
@@ -159,7 +159,7 @@ uint32_t SigkitVrfCtxFree(SigkitVerifyCtx *ctx)
     SigkitPkiUninit(ctx);
     SigkitListFree(&ctx->handles, InternalFreeMdInfoEntry);
     SigkitListFree(&ctx->buffers, SigkitFree);
-    InternalFreeImages(ctx, nullptr);
+    InternalFreeMessageCopies(ctx, nullptr);
     SigkitFree(ctx);
     return SIGKIT_OK;
 }

@@ -8,9 +8,9 @@
 #include "sigkit/sigkit_host.h"
 #include "verify/admission.h"
 #include "verify/content_check.h"
-#include "verify/load/image.h"
 #include "verify/load/loading.h"
 #include "verify/load/message.h"
+#include "verify/load/message_copy.h"
 #include "verify/signer.h"
 #include "verify/timestamp.h"
 #include "x509/pkcs7.h"
@@ -138,11 +138,11 @@ uint32_t SigkitVerifyDetachSignatureBegin(SigkitVerifyCtx *ctx, const uint8_t *d
         return SIGKIT_ERR_ARMOUR;
     }
     InternalRenewTrail(ctx);
-    const InternalImage *const imagesBefore = ctx->images;
+    const InternalMessageCopy *const copiesBefore = ctx->messageCopies;
     const uint32_t certsBefore = ctx->pki->certs.count;
     status = JudgeMessage(ctx, data, len);
     if (ctx->pki->certs.count == certsBefore) {
-        InternalFreeImages(ctx, imagesBefore); // no certificate points into the message
+        InternalFreeMessageCopies(ctx, copiesBefore); // no certificate points into the message
     }
     return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
 }

@@ -196,7 +196,7 @@ TEST_F(Signature, AMessageThatDoesNotDecodeIsRefused)
     forge::MessageRequest twice = MessageRequest(CONTENT);
     twice.signerInfoCount = 2;
     EXPECT_STATUS(SIGKIT_ERR_CMS_DECODE, Begin(twice));
-    EXPECT_EQ(nullptr, ctx->images) << "the image of a failed decode is freed at once";
+    EXPECT_EQ(nullptr, ctx->messageCopies) << "the copy of a failed decode is freed at once";
     const forge::Bytes message = MakeMessage(MessageRequest(CONTENT));
     ResetRecordingHost();
     FailAllocation(1);
@@ -223,21 +223,21 @@ TEST_F(Signature, ACallersBufferMayGoAfterBegin)
     EXPECT_EQ(1u, verdict);
 }
 
-TEST_F(Signature, AMessageThatBringsNoNewCertificateLeavesNoImage)
+TEST_F(Signature, AMessageThatBringsNoNewCertificateLeavesNoCopy)
 {
     EXPECT_STATUS(SIGKIT_OK, Begin(MessageRequest(CONTENT)));
-    const InternalImage *const first = ctx->images;
+    const InternalMessageCopy *const first = ctx->messageCopies;
     ASSERT_NE(nullptr, first);
     const int32_t blocks = LiveBlocks();
     for (int i = 0; i < 3; ++i) {
         EXPECT_STATUS(SIGKIT_OK, Begin(MessageRequest(CONTENT)));
-        EXPECT_EQ(first, ctx->images);
+        EXPECT_EQ(first, ctx->messageCopies);
     }
     EXPECT_EQ(blocks, LiveBlocks());
     EXPECT_STATUS(SIGKIT_OK, Verify(MessageRequest(CONTENT)));
     EXPECT_EQ(1u, verdict);
     EXPECT_STATUS(SIGKIT_OK, Begin(SignedBy(Certify(SignerRequest()))));
-    EXPECT_NE(first, ctx->images) << "the new signer's certificate points into it";
+    EXPECT_NE(first, ctx->messageCopies) << "the new signer's certificate points into it";
 }
 
 TEST_F(Signature, WithoutASignerIsAcceptedOverNothingAndRefusedOverContent)

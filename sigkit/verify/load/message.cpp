@@ -7,7 +7,7 @@
 #include "sigkit/sigkit_host.h"
 #include "verify/load/armour.h"
 #include "verify/load/base64.h"
-#include "verify/load/image.h"
+#include "verify/load/message_copy.h"
 
 namespace
 {
@@ -79,18 +79,18 @@ uint32_t InternalPemDecodeCms(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_
 // Decodes a DER message from a copy that the context keeps.
 uint32_t DecodeDerMessage(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitPkcs7Content **message)
 {
-    InternalImage *image = nullptr;
-    uint32_t status = InternalNewImage(data, len, &image);
+    InternalMessageCopy *copy = nullptr;
+    uint32_t status = InternalNewImage(data, len, &copy);
     if (status != SIGKIT_OK) {
         return status;
     }
     uint32_t consumed = 0;
-    status = SigkitPkcs7DecodeSigned(InternalImageBytes(image), len, message, &consumed);
+    status = SigkitPkcs7DecodeSigned(InternalMessageCopyBytes(copy), len, message, &consumed);
     if (status != SIGKIT_OK) {
-        SigkitFree(image);
+        SigkitFree(copy);
         return status;
     }
-    InternalKeepImage(ctx, image);
+    InternalKeepMessageCopy(ctx, copy);
     return SIGKIT_OK;
 }
 

@@ -8,7 +8,7 @@
 #include "x509/pkcs7.h"
 
 // Decodes a message. The octets that it points into stay with the context: among its buffers the DER that PEM text
-// decodes to, or among its images a copy of DER `data`, until InternalFreeImages. After a failure none stay.
+// decodes to, or a copy of DER `data`, until InternalFreeMessageCopies. After a failure none stay.
 //
 //   data     in, `len` octets, at least SIGKIT_MIN_DATA_SIZE; borrowed for the call only.
 //   message  out, owned by the caller until SigkitPkcs7FreeSigned. Not written on failure.
