@@ -23,7 +23,7 @@ CODE = re.compile(r"(?<![0-9A-Za-z])(88[0-9A-Fa-f]{6})(?![0-9A-Za-z])")
 NAME = re.compile(r"\bSIGKIT_ERR_\w+")
 LINK = re.compile(r"(?<!!)\[[^\]\n]*\]\(([^)\s]+)\)|!\[[^\]\n]*\]\(([^)\s]+)\)")
 QUOTED = re.compile(r"<!-- from (\S+) -->\n```\w*\n(.*?)```", re.S)
-QUOTED_IN_HEADER = re.compile(r"^///? .*\bfrom (\S+):\n///? @code\n(.*?)^///? @endcode$", re.S | re.M)
+QUOTED_IN_HEADER = re.compile(r"^/// .*\bfrom (\S+):\n/// @code\n(.*?)^/// @endcode$", re.S | re.M)
 
 
 def files(pattern: str) -> list[str]:
@@ -73,7 +73,7 @@ def check_quotes(path: str) -> list[str]:
 
 def check_header_quotes() -> list[str]:
     text = read(HEADER)
-    quotes = [(source, re.sub(r"^///? ?", "", code, flags=re.M)) for source, code in QUOTED_IN_HEADER.findall(text)]
+    quotes = [(source, re.sub(r"^/// ?", "", code, flags=re.M)) for source, code in QUOTED_IN_HEADER.findall(text)]
     if not quotes or len(quotes) != text.count("@code"):
         return [f"{HEADER}: an example says where its text comes from, and there is at least one"]
     return [f"{HEADER}: not the text of {source}" for source, code in quotes

@@ -29,8 +29,8 @@ struct SigkitVerifyCtx {
     InternalMessageCopy *messageCopies; // owned chain: DER signature messages, see verify/load/message_copy.h
     uint32_t hostFailure;               // first failure of the host that a search passed over, see InternalPassOver
     uint32_t skippedCrls;               // PEM blocks of CRLs that loading has skipped
-    uint32_t decodedCrls; // CRLs that the last data to be summarised held, those without a summary included
-    uint8_t reserved[52]; // zero
+    uint32_t decodedCrls;               // CRLs of the last data to be summarised, those without a summary included
+    uint8_t reserved[52];               // zero
 };
 
 static_assert(sizeof(SigkitVerifyCtx) == SIGKIT_VERIFY_CTX_SIZE, "the size tag is the record's own size");

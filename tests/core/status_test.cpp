@@ -50,7 +50,7 @@ std::string DefinitionsOfTheHeader()
         uint32_t value = 0;
         int end = 0; // of what stands before the meaning
         const int fields =
-            sscanf(line.c_str(), "#define SIGKIT_%56[A-Z0-9_] UINT32_C(%" SCNx32 ") // %n", name, &value, &end);
+            sscanf(line.c_str(), "#define SIGKIT_%56[A-Z0-9_] UINT32_C(%" SCNx32 ") ///< %n", name, &value, &end);
         const std::string status = std::string("SIGKIT_") + name;
         if (fields == 2 && end != 0 && (status == "SIGKIT_OK" || status.rfind("SIGKIT_ERR_", 0) == 0)) {
             definitions += Definition(status, value, line.substr(static_cast<size_t>(end)));
