@@ -1,4 +1,6 @@
 // The decode cursor: a position in an input that is never passed.
+//
+// Logs: nothing, in any function of this header.
 #ifndef ASN1_CURSOR_H
 #define ASN1_CURSOR_H
 

@@ -1,4 +1,6 @@
 // Identifier and length octets (X.690, 8.1.2 and 8.1.3).
+//
+// Logs: what is said to be logged.
 #ifndef ASN1_HEADER_H
 #define ASN1_HEADER_H
 

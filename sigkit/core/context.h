@@ -47,6 +47,8 @@ static_assert(offsetof(SigkitVerifyCtx, verifyTime) == 296, "fields lie where th
 void InternalPassOver(SigkitVerifyCtx *ctx, uint32_t status);
 
 // Tests a context that a host handed in. Returns SIGKIT_OK, SIGKIT_ERR_CTX_NULL or SIGKIT_ERR_CTX_TAG.
+//
+// Logs: nothing.
 [[nodiscard]] uint32_t InternalCheckContext(const SigkitVerifyCtx *ctx);
 
 #endif

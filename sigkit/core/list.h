@@ -1,4 +1,6 @@
 // The library's list: a fixed number of pointers, embedded in the record that owns it.
+//
+// Logs: nothing, in any function of this header.
 #ifndef CORE_LIST_H
 #define CORE_LIST_H
 

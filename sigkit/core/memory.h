@@ -1,4 +1,6 @@
 // Allocation: every block of the library comes from the host and goes back to it.
+//
+// Logs: nothing, in any function of this header.
 #ifndef CORE_MEMORY_H
 #define CORE_MEMORY_H
 
