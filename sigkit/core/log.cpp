@@ -61,19 +61,17 @@ void SigkitLogCallback(int level, const char *file, int line, const char *functi
     va_end(arguments);
 }
 
-uint32_t InternalLogFailure(int line, const char *function, uint32_t code, const char *format, ...)
+uint32_t InternalLogEvent(int level, int line, const char *function, uint32_t code, const char *format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
-    FormatAndPrint({SIGKIT_LOG_ERROR, SIGKIT_LOG_TAG, line, function, code}, format, arguments);
+    FormatAndPrint({level, SIGKIT_LOG_TAG, line, function, code}, format, arguments);
     va_end(arguments);
     return code;
 }
 
-void InternalLogWarning(int line, const char *function, uint32_t code, const char *format, ...)
+uint32_t InternalLogTrail(int line, const char *function, uint32_t code)
 {
-    va_list arguments;
-    va_start(arguments, format);
-    FormatAndPrint({SIGKIT_LOG_WARNING, SIGKIT_LOG_TAG, line, function, code}, format, arguments);
-    va_end(arguments);
+    SigkitLogCallback(SIGKIT_LOG_ERROR, SIGKIT_LOG_TAG, line, function, code, nullptr);
+    return code;
 }

@@ -28,31 +28,23 @@ inline constexpr uint32_t SIGKIT_LOG_MESSAGE_SIZE = 2048;
 [[gnu::format(printf, 6, 7)]] void SigkitLogCallback(int level, const char *file, int line, const char *function,
                                                      uint32_t errorCode, const char *format, ...);
 
-// Logs `code` as an error with a text and returns `code` unchanged. Use SIGKIT_FAIL.
-[[gnu::format(printf, 4, 5)]] uint32_t InternalLogFailure(int line, const char *function, uint32_t code,
-                                                          const char *format, ...);
+// Logs an event with a text and returns `code`, which may be 0, unchanged. Use the macros.
+[[gnu::format(printf, 5, 6)]] uint32_t InternalLogEvent(int level, int line, const char *function, uint32_t code,
+                                                        const char *format, ...);
 
 // Logs `code` as an error without a text and returns `code` unchanged. Use SIGKIT_TRAIL.
-inline uint32_t InternalLogTrail(int line, const char *function, uint32_t code)
-{
-    SigkitLogCallback(SIGKIT_LOG_ERROR, SIGKIT_LOG_TAG, line, function, code, nullptr);
-    return code;
-}
-
-// Logs a warning; `code` may be 0. Use SIGKIT_WARN.
-[[gnu::format(printf, 4, 5)]] void InternalLogWarning(int line, const char *function, uint32_t code, const char *format,
-                                                      ...);
+uint32_t InternalLogTrail(int line, const char *function, uint32_t code);
 
 // A failure with its text, as a value to return. The function's own name stands in the line, so not inside a lambda.
-#define SIGKIT_FAIL(code, ...) InternalLogFailure(__LINE__, __func__, (code), __VA_ARGS__)
+#define SIGKIT_FAIL(code, ...) InternalLogEvent(SIGKIT_LOG_ERROR, __LINE__, __func__, (code), __VA_ARGS__)
 
 // An error that is logged and goes no further; `code` may be 0.
-#define SIGKIT_ERROR(code, ...) (void)InternalLogFailure(__LINE__, __func__, (code), __VA_ARGS__)
+#define SIGKIT_ERROR(code, ...) (void)InternalLogEvent(SIGKIT_LOG_ERROR, __LINE__, __func__, (code), __VA_ARGS__)
 
 // A failure without a text, as a value to return.
 #define SIGKIT_TRAIL(code) InternalLogTrail(__LINE__, __func__, (code))
 
-// Something that the caller survives.
-#define SIGKIT_WARN(code, ...) InternalLogWarning(__LINE__, __func__, (code), __VA_ARGS__)
+// Something that the caller survives; `code` may be 0.
+#define SIGKIT_WARN(code, ...) (void)InternalLogEvent(SIGKIT_LOG_WARNING, __LINE__, __func__, (code), __VA_ARGS__)
 
 #endif
