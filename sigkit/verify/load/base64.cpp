@@ -132,9 +132,14 @@ bool CountCharacter(uint8_t character, Layout *layout)
 // without its LF counts as data here and is skipped when decoding, so it only makes the needed space larger.
 bool Scan(const uint8_t *input, int32_t inputLen, Layout *layout)
 {
-    int32_t at = CountPlain(input, inputLen);
-    layout->digits = static_cast<uint32_t>(at);
+    int32_t at = 0;
+    bool atLineStart = true;
     while (at < inputLen) {
+        if (atLineStart && layout->padding == 0) {
+            const int32_t plain = CountPlain(input + at, inputLen - at);
+            layout->digits += static_cast<uint32_t>(plain);
+            at += plain;
+        }
         const int32_t next = SkipBlanks(input, at, inputLen);
         if (next == inputLen) {
             break;
@@ -146,11 +151,7 @@ bool Scan(const uint8_t *input, int32_t inputLen, Layout *layout)
             return false;
         }
         ++at;
-        if (lineEnd && layout->padding == 0) {
-            const int32_t plain = CountPlain(input + at, inputLen - at);
-            layout->digits += static_cast<uint32_t>(plain);
-            at += plain;
-        }
+        atLineStart = lineEnd;
     }
     layout->covered = at;
     return layout->digits != 0;
