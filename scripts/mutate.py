@@ -116,6 +116,7 @@ class Workplace:
             for source in self.tree.glob(pattern):
                 source.touch()  # what was built of it last may have been a mutant
         self.seconds = {}  # that each program took before anything was broken
+        self.layers = layers  # whose tests alone are run; none: all tests
         self.run(["cmake", "-S", self.tree, "-B", self.build, "-DCMAKE_BUILD_TYPE=Debug", "-DBUILD_TESTING=ON",
                   "-DCMAKE_CXX_FLAGS=-O1 -g0"], check=True, stderr=None)
         self.make(*(f"{layer}_test" for layer in layers), check=True, stderr=None)
@@ -130,7 +131,8 @@ class Workplace:
 
     def programs(self) -> list[pathlib.Path]:
         return sorted(path for path in self.build.glob("tests/*/*_test")
-                      if os.access(path, os.X_OK) and path.parent.name not in NOT_RUN)
+                      if os.access(path, os.X_OK) and path.parent.name not in NOT_RUN
+                      and (not self.layers or path.parent.name in self.layers))  # others may be of an earlier run
 
     def is_killed_by(self, program: pathlib.Path) -> bool:
         command = ["prlimit", f"--as={MEMORY_MAX}", program, "--gtest_fail_fast", "--gtest_brief=1",
