@@ -34,21 +34,32 @@ Status Complete(Chain *chain, int64_t time, Setting *setting)
     return status;
 }
 
-Status MakePackage(const Chain &chain, const Bytes &content, int64_t time, Setting *setting, Bytes *messageOut)
+// A token of the chain's timestamp authority, with a throwaway key.
+Status StampAside(const Chain &chain, int64_t time, const Key &key, const Bytes &signature, Bytes *tokenOut)
+{
+    TokenFields token;
+    token.authority = chain.timestamp;
+    token.certificates = {chain.timestamp, chain.issuingCa};
+    token.genTime = time;
+    token.signature = signature;
+    token.serial = TokenSerial(signature, time);
+    return MakeToken(token, key, tokenOut);
+}
+
+// stamp: null for a throwaway key.
+Status MakePackage(const Chain &chain, const Bytes &content, int64_t time, const StampSignature &stamp,
+                   Setting *setting, Bytes *messageOut)
 {
     MessageFields message;
     message.signer = chain.signer;
     message.certificates = {chain.signer, chain.issuingCa};
     message.contentDigest = Digest(message.digest, content);
     message.signingTime = time;
-    TokenFields token;
-    token.authority = chain.timestamp;
-    token.certificates = {chain.timestamp, chain.issuingCa};
-    token.genTime = time;
     Key signerKey;
     Key timestampKey;
     Bytes bare;
-    Bytes encodedToken;
+    Bytes signature;
+    Bytes token;
     Status status = StandInFor(PublicKeyOf(chain.signer), setting, &signerKey);
     if (status.ok) {
         status = StandInFor(PublicKeyOf(chain.timestamp), setting, &timestampKey);
@@ -57,24 +68,23 @@ Status MakePackage(const Chain &chain, const Bytes &content, int64_t time, Setti
         status = SignMessage(message, SignWithKey(signerKey, message.digest), &bare);
     }
     if (status.ok) {
-        status = SignatureValue(bare, &token.signature);
+        status = SignatureValue(bare, &signature);
     }
     if (status.ok) {
-        token.serial = TokenSerial(token.signature, time);
-        status = MakeToken(token, timestampKey, &encodedToken);
+        status = stamp != nullptr ? stamp(signature, &token) : StampAside(chain, time, timestampKey, signature, &token);
     }
-    return status.ok ? AddToken(bare, encodedToken, messageOut) : status;
+    return status.ok ? AddToken(bare, token, messageOut) : status;
 }
 
 // A package of the chain before a device with the CRL file of the setting.
-Status Try(const Chain &asked, int64_t time, Setting *setting)
+Status Try(const Chain &asked, int64_t time, const StampSignature &stamp, Setting *setting)
 {
     const Bytes content = {'r', 'e', 'h', 'e', 'a', 'r', 's', 'a', 'l'};
     Chain chain = asked;
     Bytes message;
     Status status = Complete(&chain, time, setting);
     if (status.ok) {
-        status = MakePackage(chain, content, time, setting, &message);
+        status = MakePackage(chain, content, time, stamp, setting, &message);
     }
     if (!status.ok) {
         return status;
@@ -165,10 +175,15 @@ Status RehearseRenewal(const Certificate &root, const Certificate &oldCa, const 
     if (status.ok) {
         status = CheckNewer(setting, older);
     }
-    return status.ok ? Try({root, oldCa, nullptr, nullptr}, before, &setting) : status;
+    return status.ok ? Try({root, oldCa, nullptr, nullptr}, before, nullptr, &setting) : status;
 }
 
-Status RehearseChain(const Chain &asked, int64_t time)
+Status RehearseChain(const Chain &chain, int64_t time)
+{
+    return RehearseStamp(chain, time, nullptr);
+}
+
+Status RehearseStamp(const Chain &asked, int64_t time, const StampSignature &stamp)
 {
     Chain chain = asked;
     Setting setting;
@@ -181,7 +196,7 @@ Status RehearseChain(const Chain &asked, int64_t time)
     if (status.ok) {
         status = MakeUpCrlFile({{chain.root, {}}, {chain.issuingCa, {}}}, time, &setting);
     }
-    return status.ok ? Try(chain, time, &setting) : status;
+    return status.ok ? Try(chain, time, stamp, &setting) : status;
 }
 
 } // namespace pkgsign

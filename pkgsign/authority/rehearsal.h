@@ -2,6 +2,7 @@
 #ifndef PKGSIGN_AUTHORITY_REHEARSAL_H
 #define PKGSIGN_AUTHORITY_REHEARSAL_H
 
+#include <functional>
 #include <vector>
 
 #include "pkgsign/authority/certificates.h"
@@ -21,6 +22,12 @@ struct Chain {
 
 // Tries a package that is stamped at `time`, with throwaway keys and made-up CRLs that revoke nothing.
 Status RehearseChain(const Chain &chain, int64_t time);
+
+// Makes a token over the signature value of a message.
+using StampSignature = std::function<Status(const Bytes &signature, Bytes *tokenOut)>;
+
+// Tries a package with a token that `stamp` makes, of the chain's timestamp authority and with its real key.
+Status RehearseStamp(const Chain &chain, int64_t time, const StampSignature &stamp);
 
 // Tries what a renewed CA does to packages of the old one, and whether devices can still compare CRL files.
 // renewed: its issuer need not be filled in.
