@@ -61,6 +61,7 @@ Command ImportCommand();
 Command ChecksumsCommand();
 Command SignCommand();
 Command TimestampCommand();
+Command ServeCommand();
 
 std::vector<Command> AllCommands();
 

@@ -35,7 +35,7 @@ TEST_F(Manual, HasEveryOptionOfEveryCommand)
     const std::string manual(text.begin(), text.end());
     size_t count = 0;
     for (const char *const name :
-         {"init", "request", "issue", "revoke", "crl", "list", "import", "checksums", "sign", "timestamp"}) {
+         {"init", "request", "issue", "revoke", "crl", "list", "import", "checksums", "sign", "timestamp", "serve"}) {
         EXPECT_TRUE(Contains(manual, std::string(".It Cm ") + name + "\n")) << name;
         for (const std::string &option : LongOptions(Pkgsign({name, "--help"}).out)) {
             EXPECT_TRUE(Contains(manual, "Fl -" + option)) << name << " --" << option;

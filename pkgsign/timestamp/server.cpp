@@ -1,0 +1,379 @@
+#include "pkgsign/timestamp/server.h"
+
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <list>
+#include <memory>
+
+#include <openssl/rand.h>
+
+#include "pkgsign/files/files.h"
+#include "pkgsign/timestamp/exchange.h"
+
+namespace pkgsign
+{
+namespace
+{
+
+constexpr size_t CONNECTION_MEMORY = 8192;     // octets for headers; no real client sends a tenth of it
+constexpr unsigned CONNECTIONS_BEYOND = 64;    // are let in while others make room
+constexpr size_t OTHER_DESCRIPTORS = 64;       // files, workers, events
+constexpr int64_t ENDING_MILLISECONDS = 10000; // for clients that have begun a request when the server ends
+constexpr int64_t SWEEP_MILLISECONDS = 1000;   // between two looks at how long clients take
+constexpr size_t PATH_LOGGED_MAX = 200;        // octets
+
+// A client. The event loop's thread alone sees it.
+struct Client {
+    int socket = -1;
+    int64_t since = 0; // milliseconds: of its connection, or of the end of its last request
+    Exchange *exchange = nullptr;
+};
+
+struct Server {
+    Premises premises;
+    Jobs *jobs = nullptr;
+    MHD_Daemon *daemon = nullptr;
+    std::list<Client> clients;
+    size_t underWay = 0; // exchanges
+    bool hasFailed = false;
+    int64_t endingSince = 0;
+};
+
+// ---- Clients -------------------------------------------------------------------------------------------------------
+
+// While a thread works on the answer, the client is not who is slow.
+bool IsWaitedFor(const Client &client)
+{
+    return client.exchange == nullptr || client.exchange->phase != Phase::Job;
+}
+
+// The library closes the connection when it finds it at its end.
+void Drop(Client *client)
+{
+    (void)shutdown(client->socket, SHUT_RDWR);
+    client->since = Milliseconds();
+}
+
+void DropSlowClients(Server *server)
+{
+    const int64_t limit = Milliseconds() - server->premises.order->clientSeconds * 1000;
+    for (Client &client : server->clients) {
+        if (IsWaitedFor(client) && client.since < limit) {
+            Drop(&client);
+        }
+    }
+}
+
+// Those without a request first: whoever only holds a connection loses it before somebody who is at work.
+void MakeRoom(Server *server)
+{
+    const auto first =
+        std::min_element(server->clients.begin(), server->clients.end(), [](const Client &a, const Client &b) {
+            return std::make_tuple(!IsWaitedFor(a), a.exchange != nullptr, a.since) <
+                   std::make_tuple(!IsWaitedFor(b), b.exchange != nullptr, b.since);
+        });
+    if (first != server->clients.end() && IsWaitedFor(*first)) {
+        Drop(&*first);
+    }
+}
+
+void NoteConnection(void *data, MHD_Connection *connection, void **context, MHD_ConnectionNotificationCode code)
+{
+    Server *const server = static_cast<Server *>(data);
+    if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
+        const Client *const gone = static_cast<Client *>(*context);
+        server->clients.remove_if([&](const Client &client) { return &client == gone; });
+        return;
+    }
+    if (server->clients.size() >= server->premises.order->connectionsMax) {
+        MakeRoom(server);
+    }
+    const MHD_ConnectionInfo *const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+    server->clients.push_back({info == nullptr ? -1 : info->connect_fd, Milliseconds(), nullptr});
+    *context = &server->clients.back();
+}
+
+Client *ClientOn(MHD_Connection *connection)
+{
+    const MHD_ConnectionInfo *const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT);
+    return info == nullptr ? nullptr : static_cast<Client *>(info->socket_context);
+}
+
+// ---- Requests ------------------------------------------------------------------------------------------------------
+
+void SetPhase(Exchange *exchange, Phase phase)
+{
+    exchange->phase = phase;
+    ClientOn(exchange->connection)->since = Milliseconds();
+}
+
+// The request line has come.
+void *BeginExchange(void *data, const char *uri, MHD_Connection *connection)
+{
+    Server *const server = static_cast<Server *>(data);
+    Exchange *const exchange = new Exchange;
+    const std::string text = uri;
+    exchange->connection = connection;
+    exchange->path = Printable(text.substr(0, std::min(text.find('?'), PATH_LOGGED_MAX)));
+    exchange->begun = Milliseconds();
+    exchange->job.owner = exchange;
+    ClientOn(connection)->exchange = exchange;
+    SetPhase(exchange, Phase::Header);
+    ++server->underWay;
+    return exchange;
+}
+
+MHD_Result HandleRequest(void *data, MHD_Connection *connection, const char *, const char *method, const char *,
+                         const char *body, size_t *size, void **context)
+{
+    Server *const server = static_cast<Server *>(data);
+    Exchange *const exchange = static_cast<Exchange *>(*context);
+    if (exchange->phase == Phase::Header) {
+        exchange->method = Printable(std::string(method).substr(0, PATH_LOGGED_MAX));
+        JudgeHeader(exchange);
+        // An answer before the body closes the connection, so that the body is never read.
+        return exchange->code == 0 ? MHD_YES : SendAnswer(exchange, &server->premises);
+    }
+    if (*size > 0) {
+        const bool goesOn = CollectBody(body, *size, exchange);
+        *size = 0;
+        return goesOn ? MHD_YES : MHD_NO;
+    }
+    if (exchange->phase == Phase::Body && WantsToken(*exchange)) {
+        SetPhase(exchange, Phase::Job);
+        MHD_suspend_connection(connection);
+        AddJob(&exchange->job, server->jobs);
+        return MHD_YES;
+    }
+    SetPhase(exchange, Phase::Answering);
+    return SendAnswer(exchange, &server->premises);
+}
+
+void EndExchange(void *data, MHD_Connection *connection, void **context, MHD_RequestTerminationCode code)
+{
+    Server *const server = static_cast<Server *>(data);
+    const std::unique_ptr<Exchange> exchange(static_cast<Exchange *>(*context));
+    *context = nullptr;
+    if (exchange == nullptr) {
+        return;
+    }
+    const std::string line = DescribeExchange(*exchange, code == MHD_REQUEST_TERMINATED_COMPLETED_OK);
+    (void)!write(STDERR_FILENO, line.data(), line.size());
+    Client *const client = ClientOn(connection);
+    client->exchange = nullptr;
+    client->since = Milliseconds();
+    --server->underWay;
+}
+
+// ---- The event loop ------------------------------------------------------------------------------------------------
+
+void ResumeDone(Server *server)
+{
+    for (Job *const job : TakeDone(server->jobs, &server->hasFailed)) {
+        Exchange *const exchange = static_cast<Exchange *>(job->owner);
+        SetPhase(exchange, Phase::Answering);
+        MHD_resume_connection(exchange->connection);
+    }
+}
+
+// Takes no new connections; what has been begun is finished.
+void BeginEnding(Server *server)
+{
+    if (server->premises.isEnding) {
+        return;
+    }
+    server->premises.isEnding = true;
+    server->endingSince = Milliseconds();
+    const int listening = MHD_quiesce_daemon(server->daemon);
+    if (listening >= 0) {
+        (void)close(listening);
+    }
+}
+
+// Whether all is finished, or all that is left waits for a client that takes too long.
+bool HasEnded(const Server &server)
+{
+    const bool isLate = Milliseconds() - server.endingSince > ENDING_MILLISECONDS;
+    return server.premises.isEnding &&
+           (server.underWay == 0 || (isLate && std::all_of(server.clients.begin(), server.clients.end(), IsWaitedFor)));
+}
+
+int NextTimeout(const Server &server)
+{
+    MHD_UNSIGNED_LONG_LONG wanted = SWEEP_MILLISECONDS;
+    (void)MHD_get_timeout(server.daemon, &wanted);
+    return static_cast<int>(std::min<MHD_UNSIGNED_LONG_LONG>(wanted, SWEEP_MILLISECONDS));
+}
+
+void RunLoop(Server *server, int events, int signals)
+{
+    int64_t swept = Milliseconds();
+    while (!HasEnded(*server)) {
+        struct pollfd sources[] = {{events, POLLIN, 0}, {server->jobs->doneSignal, POLLIN, 0}, {signals, POLLIN, 0}};
+        (void)poll(sources, std::size(sources), NextTimeout(*server));
+        if ((sources[1].revents & POLLIN) != 0) {
+            ResumeDone(server);
+        }
+        server->premises.connections = server->clients.size();
+        (void)MHD_run(server->daemon);
+        struct signalfd_siginfo received = {};
+        if (server->hasFailed || read(signals, &received, sizeof(received)) > 0) {
+            BeginEnding(server);
+        }
+        if (Milliseconds() - swept >= SWEEP_MILLISECONDS) {
+            DropSlowClients(server);
+            swept = Milliseconds();
+        }
+    }
+}
+
+// ---- Start ---------------------------------------------------------------------------------------------------------
+
+struct Descriptor {
+    int held = -1;
+
+    Descriptor() = default;
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    ~Descriptor()
+    {
+        if (held >= 0) {
+            (void)close(held);
+        }
+    }
+};
+
+// An open socket that listens; -1 with errno.
+int ListenAt(const struct addrinfo &address)
+{
+    const int one = 1;
+    const int file = socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (file < 0) {
+        return -1;
+    }
+    (void)setsockopt(file, SOL_SOCKET, SO_REUSEADDR, &one, sizeof(one));
+    (void)setsockopt(file, IPPROTO_TCP, TCP_NODELAY, &one, sizeof(one)); // accepted sockets inherit it
+    if (bind(file, address.ai_addr, address.ai_addrlen) == 0 && listen(file, SOMAXCONN) == 0) {
+        return file;
+    }
+    const int error = errno;
+    (void)close(file);
+    errno = error;
+    return -1;
+}
+
+Status OpenSocket(const ServerOrder &order, int *socketOut)
+{
+    struct addrinfo hints = {};
+    struct addrinfo *found = nullptr;
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = AI_PASSIVE;
+    const int failure = getaddrinfo(order.host.c_str(), order.port.c_str(), &hints, &found);
+    const std::string where = "cannot listen at '" + Printable(order.host + ":" + order.port) + "': ";
+    if (failure != 0) {
+        return Fail(where + gai_strerror(failure));
+    }
+    const std::unique_ptr<struct addrinfo, Deleter<freeaddrinfo>> owned(found);
+    *socketOut = ListenAt(*found);
+    return *socketOut >= 0 ? Status() : Fail(where + std::strerror(errno));
+}
+
+Status Announce(int socket)
+{
+    struct sockaddr_storage address = {};
+    socklen_t size = sizeof(address);
+    char host[NI_MAXHOST] = {};
+    char port[NI_MAXSERV] = {};
+    if (getsockname(socket, reinterpret_cast<struct sockaddr *>(&address), &size) != 0 ||
+        getnameinfo(reinterpret_cast<struct sockaddr *>(&address), size, host, sizeof(host), port, sizeof(port),
+                    NI_NUMERICHOST | NI_NUMERICSERV) != 0) {
+        return Fail(std::string("cannot read the address: ") + std::strerror(errno));
+    }
+    const std::string shown = address.ss_family == AF_INET6 ? "[" + std::string(host) + "]" : host;
+    return WriteStandardOutput("Listening at http://" + shown + ":" + port + "/\n");
+}
+
+Status AllowDescriptors(size_t connections)
+{
+    struct rlimit limit = {};
+    const rlim_t wanted = connections + CONNECTIONS_BEYOND + OTHER_DESCRIPTORS;
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= wanted) {
+        return {};
+    }
+    limit.rlim_cur = wanted;
+    return setrlimit(RLIMIT_NOFILE, &limit) == 0
+               ? Status()
+               : Fail("this process may not open the files for " + std::to_string(connections) +
+                      " connections (--connections, ulimit -n)");
+}
+
+Status StartDaemon(int socket, Server *server)
+{
+    const unsigned limit = static_cast<unsigned>(server->premises.order->connectionsMax) + CONNECTIONS_BEYOND;
+    server->daemon =
+        MHD_start_daemon(MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr, HandleRequest, server,
+                         MHD_OPTION_LISTEN_SOCKET, socket, MHD_OPTION_CONNECTION_LIMIT, limit,
+                         MHD_OPTION_CONNECTION_MEMORY_LIMIT, CONNECTION_MEMORY, MHD_OPTION_STRICT_FOR_CLIENT, 1,
+                         MHD_OPTION_URI_LOG_CALLBACK, BeginExchange, server, MHD_OPTION_NOTIFY_COMPLETED, EndExchange,
+                         server, MHD_OPTION_NOTIFY_CONNECTION, NoteConnection, server, MHD_OPTION_END);
+    return server->daemon == nullptr ? Fail("cannot start the HTTP server") : Status();
+}
+
+Status RunServer(const ServerOrder &order, int socket, int signals)
+{
+    Jobs jobs;
+    Server server;
+    server.premises.order = &order;
+    server.jobs = &jobs;
+    const TakeMoment takeMoment = [&order](Moment *moment) {
+        moment->serial.resize(TOKEN_SERIAL_SIZE);
+        return RAND_bytes(moment->serial.data(), static_cast<int>(TOKEN_SERIAL_SIZE)) == 1
+                   ? TakeTime(order.clock, &moment->time)
+                   : FailCrypto("there are no random octets");
+    };
+    Status status = StartJobs(*order.authority, takeMoment, order.signers, &jobs);
+    if (status.ok) {
+        status = StartDaemon(socket, &server);
+    }
+    if (!status.ok) {
+        return status;
+    }
+    status = Announce(socket);
+    if (status.ok) {
+        RunLoop(&server, MHD_get_daemon_info(server.daemon, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd, signals);
+    }
+    MHD_stop_daemon(server.daemon);
+    return status.ok && server.hasFailed ? Fail("a signer has failed; see the answers with systemFailure") : status;
+}
+
+} // namespace
+
+Status ServeRequests(const ServerOrder &order)
+{
+    int socket = -1;
+    Descriptor signals;
+    sigset_t ending;
+    (void)sigemptyset(&ending);
+    (void)sigaddset(&ending, SIGTERM);
+    (void)sigaddset(&ending, SIGINT);
+    signals.held = signalfd(-1, &ending, SFD_NONBLOCK | SFD_CLOEXEC);
+    Status status = signals.held < 0 ? Fail(std::string("cannot take signals: ") + std::strerror(errno))
+                                     : AllowDescriptors(order.connectionsMax);
+    if (status.ok) {
+        status = OpenSocket(order, &socket);
+    }
+    return status.ok ? RunServer(order, socket, signals.held) : status; // the daemon closes the socket
+}
+
+} // namespace pkgsign
