@@ -136,4 +136,4 @@ install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOC
 install(FILES docs/host-guide.md docs/install.md docs/operations.md docs/security.md docs/troubleshooting.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
 install(DIRECTORY docs/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development
-  FILES_MATCHING PATTERN "*.[ch]" PATTERN CMakeLists.txt)
+  FILES_MATCHING PATTERN "*.[ch]" PATTERN "*.service" PATTERN CMakeLists.txt)

@@ -4,6 +4,7 @@
 #include "fuzz/support/container.h"
 #include "fuzz/support/pki.h"
 #include "fuzz/support/tlv.h"
+#include "tests/support/timestamp_requests.h"
 
 namespace
 {
@@ -169,6 +170,16 @@ void AddCommandLines(std::vector<Seed> *seeds)
     }
 }
 
+void AddTimestampRequests(std::vector<Seed> *seeds)
+{
+    for (const timestamp_requests::Shape &shape : timestamp_requests::FieldShapes()) {
+        seeds->push_back({"timestamp_request", shape.name, timestamp_requests::Encode(shape)});
+    }
+    for (const timestamp_requests::Refusal &refusal : timestamp_requests::Refusals()) {
+        seeds->push_back({"timestamp_request", refusal.name, refusal.octets});
+    }
+}
+
 } // namespace
 
 std::vector<Seed> MakeSeeds()
@@ -185,5 +196,6 @@ std::vector<Seed> MakeSeeds()
     AddDetachedSeeds(&seeds);
     AddComparisons(&seeds);
     AddCommandLines(&seeds);
+    AddTimestampRequests(&seeds);
     return seeds;
 }

@@ -5,14 +5,14 @@ set -euo pipefail
 
 packages_for() {
   case $1 in
-    build) echo g++ cmake make pkg-config libcli11-dev libssl-dev nlohmann-json3-dev openssl ;;
+    build) echo g++ cmake make pkg-config libcli11-dev libmicrohttpd-dev libssl-dev nlohmann-json3-dev openssl ;;
     test) echo libgtest-dev libgmock-dev ca-certificates binutils doxygen faketime file libengine-pkcs11-openssl \
                mandoc opensc python3 softhsm2 ;;
     fuzz) echo clang libclang-rt-dev llvm ;;
     coverage) echo gcovr ;;
     lint) echo clang-format clang-tidy ;;
     docs) echo doxygen graphviz mandoc python3 ;;
-    bench) echo libbenchmark-dev hyperfine valgrind gnuplot-nox time python3 ;;
+    bench) echo libbenchmark-dev hyperfine valgrind gnuplot-nox time python3 wrk ;;
     release) echo debootstrap dpkg-dev fakeroot lintian ;;
     cross) echo g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user ;;
     *) echo "bootstrap.sh: unknown set '$1'" >&2; exit 2 ;;

@@ -12,6 +12,8 @@
 namespace pkgsign
 {
 
+static_assert(MHD_VERSION >= 0x00097100, "libmicrohttpd 0.9.71: the type of a callback's result");
+
 enum class Phase {
     Header,    // the request line is there
     Body,      // the header is accepted
