@@ -3,11 +3,13 @@
 #   costs         beside peers in the same run: figure, peer, ratio, and the ratio to reach
 #   growth        by CRLs, certificates and content
 #   hostile       what files cost that are made to hold it up
+#   serve         what a token of pkgsign serve costs beside its signature, and what clients that are slow, many or
+#                 hostile cost it
 #   instructions  of a small package: the rows of costs that a busy machine does not change. Exits with 1 when there are
 #                 more than 1.10 times as many as there should be
-# Run the first three on a machine that does nothing else.
+# Run the first four on a machine that does nothing else.
 #
-# Usage: scripts/bench.sh [--write] [--rounds N] [table...]; without a table: costs growth hostile
+# Usage: scripts/bench.sh [--write] [--rounds N] [table...]; without a table: costs growth hostile serve
 #   --write     also put the tables into docs/performance.md and docs/security.md; growth draws its pictures in
 #               docs/pictures
 #   --rounds N  how often each figure is measured, by default 15
@@ -21,12 +23,12 @@ while [ $# -gt 0 ]; do
   case $1 in
     --write) write=true ;;
     --rounds) rounds=${2:?--rounds takes a number}; shift ;;
-    costs | growth | hostile | instructions) tables+=("$1") ;;
+    costs | growth | hostile | serve | instructions) tables+=("$1") ;;
     *) echo "bench.sh: unknown argument '$1'" >&2; exit 2 ;;
   esac
   shift
 done
-[ ${#tables[@]} -gt 0 ] || tables=(costs growth hostile)
+[ ${#tables[@]} -gt 0 ] || tables=(costs growth hostile serve)
 
 scripts/bootstrap.sh build bench
 
@@ -43,6 +45,7 @@ measure() {
   case $1 in
     costs | instructions) bench/measure.py "$build" "$1" --rounds "$rounds" ;;
     growth) bench/measure.py "$build" growth --rounds "$rounds" ${pictures:+--pictures "$pictures"} ;;
+    serve) bench/serve.py "$build" --rounds "$rounds" ;;
     hostile) "$build/bench/hostile_cost" 2>&1 >"$build/hostile.log" ;; # its time is that of its log
   esac
 }

@@ -4,6 +4,7 @@
 
 #include <sys/timex.h>
 
+#include <atomic>
 #include <mutex>
 #include <string>
 
@@ -25,12 +26,12 @@ extern ClockCalls g_clockCalls;
 
 struct Clock {
     std::string path;
-    int lock = -1;             // descriptor; one process per file
-    double errorMax = -1;      // seconds; negative: the kernel is not asked
-    int64_t last = 0;          // no earlier time is given out
-    int64_t reserved = 0;      // what the file holds
-    bool hasGiven = false;     // whether `last` was given out by this process
-    mutable std::mutex access; // of all from `last` on
+    int lock = -1;                // descriptor; one process per file
+    double errorMax = -1;         // seconds; negative: the kernel is not asked
+    std::atomic<int64_t> last{0}; // no earlier time is given out; changed under `access`
+    std::mutex access;            // of what follows; held while the file is written
+    int64_t reserved = 0;         // what the file holds
+    bool hasGiven = false;        // whether `last` was given out by this process
 
     Clock() = default;
     Clock(const Clock &) = delete;
@@ -46,7 +47,7 @@ Status OpenClock(const std::string &path, double errorMax, Clock *clock);
 // when the kernel does not vouch for it (errorMax), and when the file cannot be written.
 Status TakeTime(Clock *clock, int64_t *secondsOut);
 
-// Whether TakeTime would yield a time now. Writes nothing.
+// Whether TakeTime would yield a time now. Neither writes nor waits for a disk that does.
 Status CheckClock(const Clock &clock);
 
 // What the kernel says: seconds of its clock's largest error, and whether it is synchronised at all.

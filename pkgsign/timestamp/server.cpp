@@ -33,6 +33,8 @@ constexpr int64_t ENDING_MILLISECONDS = 10000; // for clients that have begun a 
 constexpr int64_t SWEEP_MILLISECONDS = 1000;   // between two looks at how long clients take
 constexpr size_t PATH_LOGGED_MAX = 200;        // octets
 
+// The library's callbacks are noexcept: it is C, which an exception (no memory) must not pass through.
+
 // A client. The event loop's thread alone sees it.
 struct Client {
     int socket = -1;
@@ -88,7 +90,8 @@ void MakeRoom(Server *server)
     }
 }
 
-void NoteConnection(void *data, MHD_Connection *connection, void **context, MHD_ConnectionNotificationCode code)
+void NoteConnection(void *data, MHD_Connection *connection, void **context,
+                    MHD_ConnectionNotificationCode code) noexcept
 {
     Server *const server = static_cast<Server *>(data);
     if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
@@ -119,7 +122,7 @@ void SetPhase(Exchange *exchange, Phase phase)
 }
 
 // The request line has come.
-void *BeginExchange(void *data, const char *uri, MHD_Connection *connection)
+void *BeginExchange(void *data, const char *uri, MHD_Connection *connection) noexcept
 {
     Server *const server = static_cast<Server *>(data);
     Exchange *const exchange = new Exchange;
@@ -135,7 +138,7 @@ void *BeginExchange(void *data, const char *uri, MHD_Connection *connection)
 }
 
 MHD_Result HandleRequest(void *data, MHD_Connection *connection, const char *, const char *method, const char *,
-                         const char *body, size_t *size, void **context)
+                         const char *body, size_t *size, void **context) noexcept
 {
     Server *const server = static_cast<Server *>(data);
     Exchange *const exchange = static_cast<Exchange *>(*context);
@@ -160,7 +163,7 @@ MHD_Result HandleRequest(void *data, MHD_Connection *connection, const char *, c
     return SendAnswer(exchange, &server->premises);
 }
 
-void EndExchange(void *data, MHD_Connection *connection, void **context, MHD_RequestTerminationCode code)
+void EndExchange(void *data, MHD_Connection *connection, void **context, MHD_RequestTerminationCode code) noexcept
 {
     Server *const server = static_cast<Server *>(data);
     const std::unique_ptr<Exchange> exchange(static_cast<Exchange *>(*context));
