@@ -160,7 +160,8 @@ def growth_row(server: Server, script: pathlib.Path) -> Row:
     while server.granted() < begin + REQUESTS:
         load(server, script, 16)
     grown = max(0, server.memory() - before)
-    return Row(f"memory for {REQUESTS:,} more requests", f"{grown} KiB", "1 MiB", f"{MEBIBYTE} KiB", grown / MEBIBYTE, 1)
+    return Row(f"memory for {REQUESTS:,} more requests", f"{grown} KiB", "1 MiB", f"{MEBIBYTE} KiB", grown / MEBIBYTE,
+               1)
 
 
 def measure(build: pathlib.Path, scratch: pathlib.Path, rounds: int) -> list[Row]:

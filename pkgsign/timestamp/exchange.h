@@ -7,7 +7,7 @@
 #include <string>
 
 #include "pkgsign/timestamp/jobs.h"
-#include "pkgsign/timestamp/server.h"
+#include "pkgsign/timestamp/server_order.h"
 
 namespace pkgsign
 {

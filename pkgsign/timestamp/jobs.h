@@ -1,4 +1,4 @@
-// The threads of a timestamp authority: each signs with a signer of its own, so that the event loop never waits for one.
+// The threads of a timestamp server: each signs with a signer of its own, so that the event loop never waits for one.
 #ifndef PKGSIGN_TIMESTAMP_JOBS_H
 #define PKGSIGN_TIMESTAMP_JOBS_H
 

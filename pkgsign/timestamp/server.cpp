@@ -125,7 +125,7 @@ void SetPhase(Exchange *exchange, Phase phase)
 void *BeginExchange(void *data, const char *uri, MHD_Connection *connection) noexcept
 {
     Server *const server = static_cast<Server *>(data);
-    Exchange *const exchange = new Exchange;
+    Exchange *const exchange = std::make_unique<Exchange>().release(); // EndExchange frees it
     const std::string text = uri;
     exchange->connection = connection;
     exchange->path = Printable(text.substr(0, std::min(text.find('?'), PATH_LOGGED_MAX)));
@@ -137,6 +137,7 @@ void *BeginExchange(void *data, const char *uri, MHD_Connection *connection) noe
     return exchange;
 }
 
+// NOLINTNEXTLINE(readability-function-size): the library's parameters
 MHD_Result HandleRequest(void *data, MHD_Connection *connection, const char *, const char *method, const char *,
                          const char *body, size_t *size, void **context) noexcept
 {

@@ -6,27 +6,10 @@
 #ifndef PKGSIGN_TIMESTAMP_SERVER_H
 #define PKGSIGN_TIMESTAMP_SERVER_H
 
-#include <string>
-#include <vector>
-
-#include "pkgsign/timestamp/authority.h"
-#include "pkgsign/timestamp/clock.h"
+#include "pkgsign/timestamp/server_order.h"
 
 namespace pkgsign
 {
-
-struct ServerOrder {
-    std::string host;
-    std::string port;
-    const Authority *authority = nullptr;
-    Certificate certificate; // its own and its CA's, for who asks
-    Certificate ca;
-    std::string policy;
-    Clock *clock = nullptr;
-    std::vector<SignDigest> signers; // a thread for each
-    size_t connectionsMax = 1024;    // of more, the one that has idled longest makes room
-    int64_t clientSeconds = 30;      // that a client may take for a request, for its answer, and between two
-};
 
 // Serves until SIGTERM or SIGINT, which the caller has blocked in all threads; then finishes what is under way. Prints
 // one line with the address to standard output before it takes the first request, and a line for each request to
