@@ -61,15 +61,6 @@ Bytes Attribute(int nid, const Bytes &value)
     return DerElement(DER_SEQUENCE, {Oid(nid), DerElement(DER_SET, {value})});
 }
 
-Bytes Digest(const Bytes &data)
-{
-    Bytes digest(EVP_MAX_MD_SIZE);
-    unsigned int size = 0;
-    (void)EVP_Digest(data.data(), data.size(), digest.data(), &size, EVP_sha256(), nullptr);
-    digest.resize(size);
-    return digest;
-}
-
 // ---- The request ---------------------------------------------------------------------------------------------------
 
 const EVP_MD *AcceptedDigest(const X509_ALGOR *algorithm)
@@ -223,9 +214,9 @@ Status SignToken(const Authority &authority, TS_REQ *request, const Moment &mome
     if (!HasFields(tstInfo, authority, request, moment)) {
         return Fail("the token's fields are not those that were asked for");
     }
-    const Bytes digest = Digest(tstInfo);
+    const Bytes digest = Digest(EVP_sha256(), tstInfo);
     Bytes signature;
-    const Status status = sign(Digest(EncodeAttributes(DER_SET, authority, digest)), &signature);
+    const Status status = sign(Digest(EVP_sha256(), EncodeAttributes(DER_SET, authority, digest)), &signature);
     if (status.ok) {
         *tokenOut = EncodeToken(authority, tstInfo, EncodeAttributes(DER_CONTEXT_0, authority, digest), signature,
                                 TS_REQ_get_cert_req(request) != 0);
@@ -274,8 +265,8 @@ Status PrepareAuthority(const Certificate &certificate, const Certificate &ca, c
     const Bytes serial = EncodeDer(i2d_ASN1_INTEGER, X509_get_serialNumber(certificate.get()));
     // RFC 5035, 3 and 4: of SHA-256, which is the default and therefore left out.
     const Bytes names = DerElement(DER_SEQUENCE, {DerElement(DER_CONTEXT_4, {issuer})});
-    const Bytes pinned = DerElement(
-        DER_SEQUENCE, {DerElement(DER_OCTET_STRING, {Digest(der)}), DerElement(DER_SEQUENCE, {names, serial})});
+    const Bytes pinned = DerElement(DER_SEQUENCE, {DerElement(DER_OCTET_STRING, {Digest(EVP_sha256(), der)}),
+                                                   DerElement(DER_SEQUENCE, {names, serial})});
     authorityOut->certificates = DerSetOf(DER_CONTEXT_0, {der, EncodeCertificate(ca.get())});
     authorityOut->issuerAndSerial = DerElement(DER_SEQUENCE, {issuer, serial});
     authorityOut->signingCertificate =
@@ -330,7 +321,7 @@ Answer RefuseRequest(Failure failure, const std::string &reason)
 Status StampBy(const Authority &authority, const Bytes &stamped, int64_t time, const SignDigest &sign, Bytes *tokenOut)
 {
     const Bytes imprint =
-        DerElement(DER_SEQUENCE, {Sha256Identifier(), DerElement(DER_OCTET_STRING, {Digest(stamped)})});
+        DerElement(DER_SEQUENCE, {Sha256Identifier(), DerElement(DER_OCTET_STRING, {Digest(EVP_sha256(), stamped)})});
     const Bytes request =
         DerElement(DER_SEQUENCE, {Small(REQUEST_VERSION), imprint, DerElement(DER_BOOLEAN, {{0xFF}})});
     const TakeMoment takeMoment = [time](Moment *moment) {

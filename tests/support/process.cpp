@@ -35,9 +35,9 @@ std::string ReadText(const std::string &path)
 
 } // namespace
 
-ProcessResult RunProcess(const std::vector<std::string> &command, const std::vector<std::string> &environment)
+pid_t StartProcess(const std::vector<std::string> &command, const std::vector<std::string> &environment, int output,
+                   int errors)
 {
-    const TemporaryDirectory directory;
     std::vector<std::string> arguments = command;
     std::vector<std::string> settings = environment;
     for (char **setting = environ; *setting != nullptr; ++setting) {
@@ -46,17 +46,26 @@ ProcessResult RunProcess(const std::vector<std::string> &command, const std::vec
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, directory.File("output").c_str(), O_WRONLY | O_CREAT,
-                                     0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, directory.File("errors").c_str(), O_WRONLY | O_CREAT,
-                                     0600);
+    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
     pid_t child = -1;
     const int failure = posix_spawnp(&child, arguments[0].c_str(), &actions, nullptr, Pointers(&arguments).data(),
                                      Pointers(&settings).data());
     posix_spawn_file_actions_destroy(&actions);
+    return failure == 0 ? child : -1;
+}
+
+ProcessResult RunProcess(const std::vector<std::string> &command, const std::vector<std::string> &environment)
+{
+    const TemporaryDirectory directory;
+    const int output = open(directory.File("output").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    const int errors = open(directory.File("errors").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    const pid_t child = StartProcess(command, environment, output, errors);
+    (void)close(output);
+    (void)close(errors);
     ProcessResult result;
     int state = 0;
-    if (failure == 0 && waitpid(child, &state, 0) == child && WIFEXITED(state)) {
+    if (child > 0 && waitpid(child, &state, 0) == child && WIFEXITED(state)) {
         result.exitStatus = WEXITSTATUS(state);
     }
     result.output = ReadText(directory.File("output"));

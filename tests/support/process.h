@@ -2,6 +2,8 @@
 #ifndef SUPPORT_PROCESS_H
 #define SUPPORT_PROCESS_H
 
+#include <sys/types.h>
+
 #include <string>
 #include <vector>
 
@@ -13,6 +15,11 @@ struct ProcessResult {
 
 // Runs a program with its arguments to its end. `environment` holds "NAME=value" settings added to this process's own.
 ProcessResult RunProcess(const std::vector<std::string> &command, const std::vector<std::string> &environment = {});
+
+// Starts a program beside this one, without input. output, errors: descriptors that are to be its standard output and its
+// standard error. -1 when it could not be started; else the caller waits for it.
+pid_t StartProcess(const std::vector<std::string> &command, const std::vector<std::string> &environment, int output,
+                   int errors);
 
 // A directory of its own for one test, removed with everything in it at the end of the scope.
 struct TemporaryDirectory {

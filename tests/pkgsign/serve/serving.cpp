@@ -5,7 +5,6 @@
 #include <netinet/in.h>
 #include <poll.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,8 +18,6 @@
 #include "pkgsign/authority/certificates.h"
 #include "tests/support/timestamp_requests.h"
 
-extern char **environ;
-
 namespace
 {
 
@@ -33,16 +30,6 @@ std::string ReadText(const std::string &path)
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();
-}
-
-std::vector<char *> Pointers(std::vector<std::string> *texts)
-{
-    std::vector<char *> pointers;
-    for (std::string &text : *texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
 }
 
 // Reads a line, octet by octet; empty at the end.
@@ -87,25 +74,14 @@ ServerProcess::~ServerProcess()
 bool Start(const std::vector<std::string> &command, const std::vector<std::string> &environment, const std::string &log,
            ServerProcess *server)
 {
-    std::vector<std::string> arguments = command;
-    std::vector<std::string> settings = environment;
-    for (char **setting = environ; *setting != nullptr; ++setting) {
-        settings.emplace_back(*setting);
-    }
     int out[2] = {-1, -1};
     if (pipe2(out, O_CLOEXEC) != 0) {
         return false;
     }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    const int errors = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     server->log = log;
-    if (posix_spawnp(&server->process, arguments[0].c_str(), &actions, nullptr, Pointers(&arguments).data(),
-                     Pointers(&settings).data()) != 0) {
-        server->process = -1;
-    }
-    posix_spawn_file_actions_destroy(&actions);
+    server->process = StartProcess(command, environment, out[1], errors);
+    (void)close(errors);
     (void)close(out[1]);
     const std::string line = ReadLine(out[0]);
     (void)close(out[0]);
