@@ -16,8 +16,8 @@ struct ProcessResult {
 // Runs a program with its arguments to its end. `environment` holds "NAME=value" settings added to this process's own.
 ProcessResult RunProcess(const std::vector<std::string> &command, const std::vector<std::string> &environment = {});
 
-// Starts a program beside this one, without input. output, errors: descriptors that are to be its standard output and its
-// standard error. -1 when it could not be started; else the caller waits for it.
+// Starts a program beside this one, without input. output, errors: descriptors that become its standard output and
+// error. -1 when it could not be started; else the caller waits for it.
 pid_t StartProcess(const std::vector<std::string> &command, const std::vector<std::string> &environment, int output,
                    int errors);
 
