@@ -1,7 +1,7 @@
 // A timestamp authority (RFC 3161) from octets to octets: a request in, an answer out, without HTTP.
 //
-// libcrypto's TS_RESP_CTX makes the tokens that pkgsign puts into its own packages (token.h). Here, where each
-// microsecond beside the signature is counted, the answer is put together from encodings that are made once.
+// libcrypto could make the answer too, at a tenth of the signature's cost: here, where each microsecond beside the
+// signature is counted, it is put together from encodings that are made once.
 #ifndef PKGSIGN_TIMESTAMP_AUTHORITY_H
 #define PKGSIGN_TIMESTAMP_AUTHORITY_H
 
