@@ -152,6 +152,7 @@ struct TokenRequest {
     std::string genTimeText; // not empty: the octets of genTime, taken as they are
     std::string policy = "1.3.6.1.4.1.99999.1";
     Bytes serialNumber = {0x01};
+    Bytes nonce; // octets of the number; empty: absent
     Digest imprintDigest = Digest::Sha256;
     Bytes imprintOver; // not empty: imprinted instead of the signature value (a token for something else)
     Bytes tsaCertificate;

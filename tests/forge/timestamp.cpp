@@ -32,7 +32,7 @@ Status EncodeGenTime(const TokenRequest &request, Bytes *timeOut)
     return Ok();
 }
 
-// TSTInfo (RFC 3161, 2.4.2): version, policy, messageImprint, serialNumber, genTime; nothing optional
+// TSTInfo (RFC 3161, 2.4.2): version, policy, messageImprint, serialNumber, genTime; of the optional ones the nonce
 Status EncodeTstInfo(const TokenRequest &request, const Bytes &signature, Bytes *tstInfoOut)
 {
     Bytes policy;
@@ -46,7 +46,8 @@ Status EncodeTstInfo(const TokenRequest &request, const Bytes &signature, Bytes 
         status = EncodeGenTime(request, &genTime);
     }
     if (status.ok) {
-        *tstInfoOut = DerSequence({DerInteger(1), policy, imprint, DerUnsigned(request.serialNumber), genTime});
+        const Bytes nonce = request.nonce.empty() ? Bytes() : DerUnsigned(request.nonce);
+        *tstInfoOut = DerSequence({DerInteger(1), policy, imprint, DerUnsigned(request.serialNumber), genTime, nonce});
     }
     return status;
 }
