@@ -5,7 +5,8 @@ set -euo pipefail
 
 packages_for() {
   case $1 in
-    build) echo g++ cmake make pkg-config libcli11-dev libmicrohttpd-dev libssl-dev nlohmann-json3-dev openssl ;;
+    build) echo g++ cmake make pkg-config libcli11-dev libcurl4-openssl-dev libmicrohttpd-dev libssl-dev \
+                nlohmann-json3-dev openssl ;;
     test) echo libgtest-dev libgmock-dev ca-certificates binutils doxygen faketime file libengine-pkcs11-openssl \
                mandoc opensc python3 softhsm2 ;;
     fuzz) echo clang libclang-rt-dev llvm ;;
