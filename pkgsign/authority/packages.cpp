@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <openssl/err.h>
-
 #include "pkgsign/authority/rehearsal.h"
 #include "pkgsign/crypto/message.h"
 #include "pkgsign/files/files.h"
@@ -82,27 +80,35 @@ Status Judge(const Setting &setting, const Package &package, const Bytes &messag
 }
 
 // A throwaway token in the place of one that is not at hand.
-Status StampMadeUp(const PackageOrder &order, const Package &package, const Bytes &bare, Setting *setting,
+Status StampMadeUp(const Certificate &ca, int64_t time, const EVP_MD *digest, const Bytes &bare, Setting *setting,
                    Bytes *messageOut)
 {
     Party timestamp;
     Key key;
-    Status status = MakeUpTimestamp(package.signer.ca, order.time, setting, &timestamp);
+    Status status = MakeUpTimestamp(ca, time, setting, &timestamp);
     if (status.ok) {
         status = StandInFor(PublicKeyOf(timestamp.certificate), setting, &key);
     }
-    return status.ok ? Stamp(timestamp, order.time, order.digest, key, bare, messageOut) : status;
+    return status.ok ? Stamp(timestamp, time, digest, key, bare, messageOut) : status;
 }
 
-Status StampFromElsewhere(const PackageOrder &order, const Bytes &bare, Bytes *messageOut)
+// The first token from elsewhere with which the package is accepted.
+Status StampFromElsewhere(const PackageOrder &order, const Package &package, const Bytes &bare, Bytes *messageOut)
 {
     Bytes signature;
-    Bytes token;
-    Status status = SignatureValue(bare, &signature);
-    if (status.ok) {
-        status = order.getToken(signature, &token);
-    }
-    return status.ok ? AddToken(bare, token, messageOut) : status;
+    const Status status = SignatureValue(bare, &signature);
+    const AcceptToken accept = [&](const CheckedToken &token) {
+        Bytes message;
+        Status judged = AddToken(bare, token.der, &message);
+        if (judged.ok) {
+            judged = Judge(package.setting, package, message);
+        }
+        if (judged.ok) {
+            *messageOut = std::move(message);
+        }
+        return judged;
+    };
+    return status.ok ? order.getToken(signature, accept) : status;
 }
 
 std::string HorizonText(const PackageOrder &order, const Package &package)
@@ -148,24 +154,75 @@ Status MakeUpCrls(const std::vector<Certificate> &authorities, int64_t time, Set
     return MakeUpCrlFile(crls, time, setting);
 }
 
-// The bare token in octets that hold it or a timestamp response around it.
-Status TokenOf(const Bytes &given, Bytes *tokenOut)
+// What judging a message of this PKI needs: root, CRLs and the digest that the message states.
+Status OpenStamp(const Workplace &place, const StampOrder &order, const Bytes &message, Package *packageOut)
 {
-    const unsigned char *next = given.data();
-    const TsResponsePtr response(d2i_TS_RESP(nullptr, &next, static_cast<long>(given.size())));
-    PKCS7 *const inside = response == nullptr ? nullptr : TS_RESP_get_token(response.get());
-    ERR_clear_error();
-    if (inside != nullptr && next == given.data() + given.size()) {
-        *tokenOut = EncodeDer(i2d_PKCS7, inside);
-        return {};
+    Package package;
+    Status status = LoadPki(place.folder, &package.pki);
+    if (status.ok) {
+        status = LoadRoot(place, package.pki, &package.root);
     }
-    next = given.data();
-    const Pkcs7Ptr token(d2i_PKCS7(nullptr, &next, static_cast<long>(given.size())));
-    if (token == nullptr || next != given.data() + given.size()) {
-        return FailCrypto("what was given is neither a timestamp token nor a granted timestamp response");
+    package.setting.root = package.root;
+    if (status.ok) {
+        const int64_t time = order.given == nullptr ? order.time : order.given->genTime;
+        status = ChooseCrls(place, package.pki, order.crlFile, time, &package.setting);
     }
-    *tokenOut = given;
-    return {};
+    if (status.ok) {
+        status = StatedDigest(message, &package.contentDigest);
+    }
+    if (status.ok) {
+        *packageOut = std::move(package);
+    }
+    return status;
+}
+
+// The CA that has issued the certificate of a message's signer.
+Status FindSignerCa(const Workplace &place, const Pki &pki, const Bytes &message, Certificate *caOut)
+{
+    NamePtr issuer;
+    Status status = SignerIssuer(message, &issuer);
+    for (const Entry &entry : pki.certificates) {
+        Certificate ca;
+        if (!status.ok || entry.role != Role::IssuingCa || FindAuthority(pki, entry.authority) != &entry) {
+            continue;
+        }
+        status = LoadCertificate(place.folder, entry, &ca);
+        if (status.ok && X509_NAME_cmp(X509_get_subject_name(ca.get()), issuer.get()) == 0) {
+            *caOut = std::move(ca);
+            return {};
+        }
+    }
+    return status.ok ? Fail("the certificate of the CA '" + Printable(NameText(issuer.get())) +
+                            "' is not in the folder; import it")
+                     : status;
+}
+
+// Puts in a token of the folder's timestamp key, tried with a throwaway one. In a dry run that stays.
+Status StampLocally(const Workplace &place, const StampOrder &order, const Bytes &message, Package *package,
+                    Bytes *stampedOut)
+{
+    Setting trial = package->setting;
+    Key throwaway;
+    Bytes stamped;
+    Status status = LoadParty(place, package->pki, Role::Timestamp, order.timestamp, order.time, &package->timestamp);
+    const Party &timestamp = package->timestamp;
+    if (status.ok) {
+        status = StandInFor(PublicKeyOf(timestamp.certificate), &trial, &throwaway);
+    }
+    if (status.ok) {
+        status = Stamp(timestamp, order.time, order.digest, throwaway, message, &stamped);
+    }
+    if (status.ok) {
+        status = Judge(trial, *package, stamped);
+    }
+    if (status.ok && !place.dryRun) {
+        status = Stamp(timestamp, order.time, order.digest, timestamp.key, message, &stamped);
+        status = status.ok ? Judge(package->setting, *package, stamped) : status;
+    }
+    if (status.ok) {
+        *stampedOut = std::move(stamped);
+    }
+    return status;
 }
 
 } // namespace
@@ -217,7 +274,7 @@ Status TryPackage(const PackageOrder &order, Package *package)
         status = StandInFor(PublicKeyOf(package->timestamp.certificate), &trial, &timestampKey);
         status = status.ok ? Stamp(package->timestamp, order.time, order.digest, timestampKey, bare, &message) : status;
     } else if (status.ok) {
-        status = StampMadeUp(order, *package, bare, &trial, &message);
+        status = StampMadeUp(package->signer.ca, order.time, order.digest, bare, &trial, &message);
     }
     if (status.ok) {
         status = Judge(trial, *package, message);
@@ -257,8 +314,9 @@ Status SignPackage(const PackageOrder &order, const Package &package, const Sign
     if (status.ok) {
         status = order.tokenSource == TokenSource::Folder
                      ? Stamp(package.timestamp, order.time, order.digest, package.timestamp.key, bare, &message)
-                 : order.tokenSource == TokenSource::Elsewhere ? StampFromElsewhere(order, bare, &message)
-                                                               : StampMadeUp(order, package, bare, &setting, &message);
+                 : order.tokenSource == TokenSource::Elsewhere
+                     ? StampFromElsewhere(order, package, bare, &message)
+                     : StampMadeUp(package.signer.ca, order.time, order.digest, bare, &setting, &message);
     }
     if (status.ok) {
         status = Judge(setting, package, message);
@@ -282,72 +340,47 @@ std::string DescribePackage(const PackageOrder &order, const Package &package)
            stamp + "\nDigest of the content: " + HexText(package.contentDigest) + "\n" + HorizonText(order, package);
 }
 
-Status ReadToken(const Bytes &given, Bytes *tokenOut, int64_t *timeOut)
-{
-    Bytes token;
-    const Status status = TokenOf(given, &token);
-    if (!status.ok) {
-        return status;
-    }
-    const unsigned char *next = token.data();
-    const Pkcs7Ptr message(d2i_PKCS7(nullptr, &next, static_cast<long>(token.size())));
-    const std::unique_ptr<TS_TST_INFO, Deleter<TS_TST_INFO_free>> info(
-        message == nullptr ? nullptr : PKCS7_to_TS_TST_INFO(message.get()));
-    if (info == nullptr) {
-        return FailCrypto("what was given is no timestamp token");
-    }
-    *timeOut = TimeSeconds(TS_TST_INFO_get_time(info.get()));
-    *tokenOut = std::move(token);
-    return {};
-}
-
 Status StampMessage(const Workplace &place, const StampOrder &order, const Bytes &message, Bytes *messageOut,
                     std::string *reportOut)
 {
     Package package;
     Bytes stamped;
-    Key throwaway;
-    Status status = LoadPki(place.folder, &package.pki);
-    if (status.ok) {
-        status = LoadRoot(place, package.pki, &package.root);
-    }
-    package.setting.root = package.root;
+    Status status = OpenStamp(place, order, message, &package);
     if (status.ok && order.given == nullptr) {
-        status = LoadParty(place, package.pki, Role::Timestamp, order.timestamp, order.time, &package.timestamp);
-    }
-    if (status.ok) {
-        status = ChooseCrls(place, package.pki, order.crlFile, order.time, &package.setting);
-    }
-    if (status.ok) {
-        status = StatedDigest(message, &package.contentDigest);
-    }
-    Bytes token;
-    if (status.ok && order.given != nullptr) {
-        status = TokenOf(*order.given, &token);
-        status = status.ok ? AddToken(message, token, &stamped) : status;
+        status = StampLocally(place, order, message, &package, &stamped);
     } else if (status.ok) {
-        Setting trial = package.setting;
-        status = StandInFor(PublicKeyOf(package.timestamp.certificate), &trial, &throwaway);
-        if (status.ok) {
-            status = Stamp(package.timestamp, order.time, order.digest, throwaway, message, &stamped);
-        }
-        if (status.ok) {
-            status = Judge(trial, package, stamped);
-        }
-        if (status.ok && !place.dryRun) {
-            status = Stamp(package.timestamp, order.time, order.digest, package.timestamp.key, message, &stamped);
-        }
-    }
-    if (status.ok && (order.given != nullptr || !place.dryRun)) {
-        status = Judge(package.setting, package, stamped);
+        status = AddToken(message, order.given->der, &stamped);
+        status = status.ok ? Judge(package.setting, package, stamped) : status;
     }
     if (status.ok) {
         *reportOut = order.given != nullptr
-                         ? "The token given was put in.\n"
+                         ? "The token given was put in, of " + FormatTime(order.given->genTime) + ".\n"
                          : "Timestamp: '" + package.timestamp.entry.name + "', " + FormatTime(order.time) + "\n";
         *messageOut = std::move(stamped);
     }
     return status;
+}
+
+Status TryStamp(const Workplace &place, const StampOrder &order, const Bytes &message)
+{
+    Package package;
+    Certificate ca;
+    Bytes stamped;
+    Status status = OpenStamp(place, order, message, &package);
+    if (status.ok) {
+        status = FindSignerCa(place, package.pki, message, &ca);
+    }
+    if (status.ok) {
+        status = StampMadeUp(ca, order.time, order.digest, message, &package.setting, &stamped);
+    }
+    return status.ok ? Judge(package.setting, package, stamped) : status;
+}
+
+Status JudgeStamped(const Workplace &place, const StampOrder &order, const Bytes &message)
+{
+    Package package;
+    const Status status = OpenStamp(place, order, message, &package);
+    return status.ok ? Judge(package.setting, package, message) : status;
 }
 
 } // namespace pkgsign

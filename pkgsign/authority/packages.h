@@ -9,6 +9,7 @@
 #include "pkgsign/authority/horizon.h"
 #include "pkgsign/authority/party.h"
 #include "pkgsign/crypto/signature.h"
+#include "pkgsign/timestamp/request.h"
 
 namespace pkgsign
 {
@@ -23,8 +24,8 @@ enum class TokenSource {
     None,      // it has none yet: pkgsign timestamp will put it in
 };
 
-// Gives a token over a signature value, without a response around it.
-using GetToken = std::function<Status(const Bytes &signature, Bytes *tokenOut)>;
+// Finds a token over a signature value that `accept` takes.
+using GetToken = std::function<Status(const Bytes &signature, const AcceptToken &accept)>;
 
 struct PackageOrder {
     std::string signer; // name in the folder; empty: chosen
@@ -71,21 +72,23 @@ Status SignPackage(const PackageOrder &order, const Package &package, const Sign
 // What is signed, by whom, and the horizon.
 std::string DescribePackage(const PackageOrder &order, const Package &package);
 
-// The token in octets that hold it or a timestamp response around it, and its time.
-Status ReadToken(const Bytes &given, Bytes *tokenOut, int64_t *timeOut);
-
 // Puts a token into a message that a signer of this PKI has made: a token of the folder's timestamp key, or `given`,
-// one made elsewhere (a token or a timestamp response). Tried with a throwaway token first, judged again with the real
-// one.
+// one made elsewhere. The local one is tried with a throwaway token first; the real one is judged again.
 struct StampOrder {
-    std::string timestamp;
-    std::string crlFile;
-    const Bytes *given = nullptr;
-    int64_t time = 0;
+    std::string timestamp;               // name in the folder; empty: chosen
+    std::string crlFile;                 // as in PackageOrder
+    const CheckedToken *given = nullptr; // null: a local token is made
+    int64_t time = 0;                    // of a local token
     const EVP_MD *digest = nullptr;
 };
 Status StampMessage(const Workplace &place, const StampOrder &order, const Bytes &message, Bytes *messageOut,
                     std::string *reportOut);
+
+// Tries a message with a throwaway token of `order.time`, before anybody is asked for a real one.
+Status TryStamp(const Workplace &place, const StampOrder &order, const Bytes &message);
+
+// Judges a message as it is, with the token in it; `order.given` is that token.
+Status JudgeStamped(const Workplace &place, const StampOrder &order, const Bytes &message);
 
 } // namespace pkgsign
 

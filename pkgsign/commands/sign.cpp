@@ -10,6 +10,7 @@
 #include "pkgsign/crypto/signing_program.h"
 #include "pkgsign/files/files.h"
 #include "pkgsign/files/objects.h"
+#include "pkgsign/timestamp/request.h"
 
 namespace pkgsign
 {
@@ -107,16 +108,20 @@ Status ChooseToken(const Options &options, PackageOrder *order)
         return {};
     }
     Bytes given;
-    Bytes token;
     Status status = ReadWhole(options.token, &given, DEVICE_FILE_SIZE_MAX);
+    given = RemoveArmour(given);
     if (status.ok) {
-        status = ReadToken(RemoveArmour(given), &token, &order->time);
+        status = TokenTime(given, &order->time);
     }
     order->tokenSource = TokenSource::Elsewhere;
     order->tokenOrigin = "the token in '" + Printable(options.token) + "', " + FormatTime(order->time);
-    order->getToken = [token](const Bytes &, Bytes *tokenOut) {
-        *tokenOut = token;
-        return Status();
+    order->getToken = [given](const Bytes &signature, const AcceptToken &accept) {
+        TimestampRequest request;
+        request.signature = signature;
+        request.isNonceKnown = false; // whoever has asked for it has compared it
+        CheckedToken token;
+        const Status read = ReadTokenOrAnswer(given, request, &token);
+        return read.ok ? accept(token) : read;
     };
     return status;
 }

@@ -185,6 +185,41 @@ Status SignatureValue(const Bytes &der, Bytes *signatureOut)
     return status;
 }
 
+Status SignerIssuer(const Bytes &der, NamePtr *issuerOut)
+{
+    CmsPtr message;
+    const Status status = DecodeMessage(der, "the message", &message);
+    if (!status.ok) {
+        return status;
+    }
+    X509_NAME *issuer = nullptr;
+    const bool isNamed =
+        CMS_SignerInfo_get0_signer_id(OnlySigner(message.get()), nullptr, &issuer, nullptr) == 1 && issuer != nullptr;
+    NamePtr copy(isNamed ? X509_NAME_dup(issuer) : nullptr);
+    if (copy == nullptr) {
+        return Fail("the message does not name its signer by issuer and serial number");
+    }
+    *issuerOut = std::move(copy);
+    return {};
+}
+
+Status FindToken(const Bytes &der, Bytes *tokenOut)
+{
+    CmsPtr message;
+    const Status status = DecodeMessage(der, "the message", &message);
+    if (!status.ok) {
+        return status;
+    }
+    const CMS_SignerInfo *const signer = OnlySigner(message.get());
+    const int index = CMS_unsigned_get_attr_by_NID(signer, NID_id_smime_aa_timeStampToken, -1);
+    X509_ATTRIBUTE *const attribute = index < 0 ? nullptr : CMS_unsigned_get_attr(signer, index);
+    const ASN1_STRING *const token = static_cast<ASN1_STRING *>(
+        attribute == nullptr ? nullptr : X509_ATTRIBUTE_get0_data(attribute, 0, V_ASN1_SEQUENCE, nullptr));
+    const uint8_t *const data = token == nullptr ? nullptr : ASN1_STRING_get0_data(token);
+    *tokenOut = Bytes(data, data + (token == nullptr ? 0 : ASN1_STRING_length(token)));
+    return {};
+}
+
 Status StatedDigest(const Bytes &der, Bytes *digestOut)
 {
     CmsPtr message;

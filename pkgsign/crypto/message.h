@@ -39,6 +39,12 @@ Status DecodeMessage(const Bytes &der, const std::string &source, CmsPtr *messag
 // The signer's signature value: what a timestamp token is made over.
 Status SignatureValue(const Bytes &message, Bytes *signatureOut);
 
+// The issuer of the signer's certificate, by which the message names it.
+Status SignerIssuer(const Bytes &message, NamePtr *issuerOut);
+
+// The token of a message; empty when it has none.
+Status FindToken(const Bytes &message, Bytes *tokenOut);
+
 // The digest of the content that a message states.
 Status StatedDigest(const Bytes &message, Bytes *digestOut);
 

@@ -2,7 +2,6 @@
 #ifndef PKGSIGN_TIMESTAMP_CLIENT_H
 #define PKGSIGN_TIMESTAMP_CLIENT_H
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -31,9 +30,6 @@ struct ClientSettings {
 // type.
 Status PostTimestampRequest(const std::string &url, const ClientSettings &settings, const Bytes &request,
                             Bytes *answerOut);
-
-// Takes a token, or says why not.
-using AcceptToken = std::function<Status(const CheckedToken &token)>;
 
 // Asks one authority after the other, each with a request of its own, until `accept` has taken a token. All URLs are
 // read before the first is asked. The reason names every authority that was asked. urlOut: whose token it is.

@@ -9,6 +9,7 @@
 
 #include "pkgsign/authority/device.h"
 #include "pkgsign/files/files.h"
+#include "pkgsign/timestamp/token.h"
 
 namespace pkgsign
 {
@@ -20,8 +21,6 @@ constexpr size_t NONCE_SIZE = 8;          // 2.4.1 suggests 64 bits
 constexpr size_t TEXT_SIZE_MAX = 200;     // octets of an authority's text that are shown
 constexpr size_t WHOLE_SECONDS_SIZE = 15; // YYYYMMDDHHMMSSZ
 
-using AlgorithmPtr = std::unique_ptr<X509_ALGOR, Deleter<X509_ALGOR_free>>;
-using ImprintPtr = std::unique_ptr<TS_MSG_IMPRINT, Deleter<TS_MSG_IMPRINT_free>>;
 using TstInfoPtr = std::unique_ptr<TS_TST_INFO, Deleter<TS_TST_INFO_free>>;
 
 Status FailToken(const std::string &reason)
@@ -60,18 +59,6 @@ const EVP_MD *DeviceDigest(const X509_ALGOR *algorithm)
         }
     }
     return nullptr;
-}
-
-bool DescribeImprint(TS_REQ *encoded, const TimestampRequest &request)
-{
-    Bytes hash = Digest(request.digest, request.signature);
-    const ImprintPtr imprint(TS_MSG_IMPRINT_new());
-    const AlgorithmPtr algorithm(X509_ALGOR_new());
-    return imprint != nullptr && algorithm != nullptr &&
-           X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(EVP_MD_type(request.digest)), V_ASN1_NULL, nullptr) == 1 &&
-           TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get()) == 1 &&
-           TS_MSG_IMPRINT_set_msg(imprint.get(), hash.data(), static_cast<int>(hash.size())) == 1 &&
-           TS_REQ_set_msg_imprint(encoded, imprint.get()) == 1;
 }
 
 bool DescribeNonce(TS_REQ *encoded, const Bytes &nonce)
@@ -271,6 +258,32 @@ Status CheckStatus(TS_STATUS_INFO *info)
                 (text.empty() ? "" : ": '" + text + "'"));
 }
 
+Status DecodeAnswer(const Bytes &answer, Pkcs7Ptr *tokenOut)
+{
+    const unsigned char *next = answer.data();
+    const TsResponsePtr response(d2i_TS_RESP(nullptr, &next, static_cast<long>(answer.size())));
+    if (response == nullptr || next != answer.data() + answer.size()) {
+        return FailCrypto("token: the answer is no TimeStampResp");
+    }
+    const Status status = CheckStatus(TS_RESP_get_status_info(response.get()));
+    if (status.ok) {
+        tokenOut->reset(PKCS7_dup(TS_RESP_get_token(response.get())));
+    }
+    return status.ok && *tokenOut == nullptr ? FailCrypto("token: it cannot be read") : status;
+}
+
+Status DecodeTokenOrAnswer(const Bytes &given, Pkcs7Ptr *tokenOut)
+{
+    const unsigned char *next = given.data();
+    Pkcs7Ptr token(d2i_PKCS7(nullptr, &next, static_cast<long>(given.size())));
+    ERR_clear_error();
+    if (token == nullptr || next != given.data() + given.size()) {
+        return DecodeAnswer(given, tokenOut);
+    }
+    *tokenOut = std::move(token);
+    return {};
+}
+
 } // namespace
 
 Status NewTimestampRequest(const EVP_MD *digest, const Bytes &signature, TimestampRequest *requestOut)
@@ -287,8 +300,9 @@ Status NewTimestampRequest(const EVP_MD *digest, const Bytes &signature, Timesta
 Status EncodeTimestampRequest(const TimestampRequest &request, Bytes *derOut)
 {
     const TsRequestPtr encoded(TS_REQ_new());
-    if (encoded == nullptr || TS_REQ_set_version(encoded.get(), REQUEST_VERSION) != 1 ||
-        !DescribeImprint(encoded.get(), request) || !DescribeNonce(encoded.get(), request.nonce) ||
+    const ImprintPtr imprint = MakeImprint(request.digest, request.signature);
+    if (encoded == nullptr || imprint == nullptr || TS_REQ_set_version(encoded.get(), REQUEST_VERSION) != 1 ||
+        TS_REQ_set_msg_imprint(encoded.get(), imprint.get()) != 1 || !DescribeNonce(encoded.get(), request.nonce) ||
         TS_REQ_set_cert_req(encoded.get(), 1) != 1) {
         return FailCrypto("cannot make a timestamp request");
     }
@@ -319,22 +333,31 @@ Status DecodeTimestampRequest(const Bytes &der, const std::string &source, const
 
 Status ReadTimestampAnswer(const Bytes &answer, const TimestampRequest &request, CheckedToken *tokenOut)
 {
-    const unsigned char *next = answer.data();
-    const TsResponsePtr response(d2i_TS_RESP(nullptr, &next, static_cast<long>(answer.size())));
-    if (response == nullptr || next != answer.data() + answer.size()) {
-        return FailCrypto("token: the answer is no TimeStampResp");
-    }
-    const Status status = CheckStatus(TS_RESP_get_status_info(response.get()));
-    return status.ok ? CheckToken(TS_RESP_get_token(response.get()), request, tokenOut) : status;
+    Pkcs7Ptr token;
+    const Status status = DecodeAnswer(answer, &token);
+    return status.ok ? CheckToken(token.get(), request, tokenOut) : status;
 }
 
 Status ReadTokenOrAnswer(const Bytes &given, const TimestampRequest &request, CheckedToken *tokenOut)
 {
-    const unsigned char *next = given.data();
-    const Pkcs7Ptr token(d2i_PKCS7(nullptr, &next, static_cast<long>(given.size())));
-    ERR_clear_error();
-    const bool isToken = token != nullptr && next == given.data() + given.size();
-    return isToken ? CheckToken(token.get(), request, tokenOut) : ReadTimestampAnswer(given, request, tokenOut);
+    Pkcs7Ptr token;
+    const Status status = DecodeTokenOrAnswer(given, &token);
+    return status.ok ? CheckToken(token.get(), request, tokenOut) : status;
+}
+
+Status TokenTime(const Bytes &given, int64_t *timeOut)
+{
+    Pkcs7Ptr token;
+    const Status status = DecodeTokenOrAnswer(given, &token);
+    if (!status.ok) {
+        return status;
+    }
+    const TstInfoPtr info(PKCS7_to_TS_TST_INFO(token.get()));
+    if (info == nullptr) {
+        return FailToken("it holds no TSTInfo");
+    }
+    *timeOut = TimeSeconds(TS_TST_INFO_get_time(info.get()));
+    return {};
 }
 
 } // namespace pkgsign

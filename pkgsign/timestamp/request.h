@@ -3,6 +3,7 @@
 #ifndef PKGSIGN_TIMESTAMP_REQUEST_H
 #define PKGSIGN_TIMESTAMP_REQUEST_H
 
+#include <functional>
 #include <string>
 
 #include "pkgsign/crypto/types.h"
@@ -22,6 +23,9 @@ struct CheckedToken {
     Bytes der;
     int64_t genTime = 0;
 };
+
+// Takes a token, or says why not.
+using AcceptToken = std::function<Status(const CheckedToken &token)>;
 
 // A new request with a random nonce. digest: of the imprint.
 Status NewTimestampRequest(const EVP_MD *digest, const Bytes &signature, TimestampRequest *requestOut);
@@ -44,6 +48,9 @@ Status ReadTimestampAnswer(const Bytes &answer, const TimestampRequest &request,
 
 // The same for octets that may also be a bare token.
 Status ReadTokenOrAnswer(const Bytes &given, const TimestampRequest &request, CheckedToken *tokenOut);
+
+// The time of a token in such octets, while it is not known yet what the token has to be for.
+Status TokenTime(const Bytes &given, int64_t *timeOut);
 
 } // namespace pkgsign
 

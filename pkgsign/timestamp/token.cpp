@@ -12,28 +12,14 @@ constexpr size_t SERIAL_SIZE = 16;
 constexpr long TST_INFO_VERSION = 1;    // RFC 3161, 2.4.2
 constexpr long SIGNED_DATA_VERSION = 3; // RFC 5652, 5.1: the content is no plain data
 
-using ImprintPtr = std::unique_ptr<TS_MSG_IMPRINT, Deleter<TS_MSG_IMPRINT_free>>;
 using InfoPtr = std::unique_ptr<TS_TST_INFO, Deleter<TS_TST_INFO_free>>;
 using StringPtr = std::unique_ptr<ASN1_STRING, Deleter<ASN1_STRING_free>>;
-
-ImprintPtr MakeImprint(const TokenFields &fields)
-{
-    Bytes hash = Digest(fields.digest, fields.signature);
-    ImprintPtr imprint(TS_MSG_IMPRINT_new());
-    const std::unique_ptr<X509_ALGOR, Deleter<X509_ALGOR_free>> algorithm(X509_ALGOR_new());
-    const bool made =
-        imprint != nullptr && algorithm != nullptr &&
-        X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(EVP_MD_type(fields.digest)), V_ASN1_NULL, nullptr) == 1 &&
-        TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get()) == 1 &&
-        TS_MSG_IMPRINT_set_msg(imprint.get(), hash.data(), static_cast<int>(hash.size())) == 1;
-    return made ? std::move(imprint) : nullptr;
-}
 
 // RFC 3161, 2.4.2.
 InfoPtr MakeInfo(const TokenFields &fields)
 {
     InfoPtr info(TS_TST_INFO_new());
-    const ImprintPtr imprint = MakeImprint(fields);
+    const ImprintPtr imprint = MakeImprint(fields.digest, fields.signature);
     const std::unique_ptr<ASN1_OBJECT, Deleter<ASN1_OBJECT_free>> policy(OBJ_txt2obj(fields.policy.c_str(), 1));
     const BnPtr number(BN_bin2bn(fields.serial.data(), static_cast<int>(fields.serial.size()), nullptr));
     const IntegerPtr serial(number == nullptr ? nullptr : BN_to_ASN1_INTEGER(number.get(), nullptr));
@@ -101,6 +87,18 @@ bool AddContent(PKCS7 *token)
 }
 
 } // namespace
+
+ImprintPtr MakeImprint(const EVP_MD *digest, const Bytes &data)
+{
+    Bytes hash = Digest(digest, data);
+    ImprintPtr imprint(TS_MSG_IMPRINT_new());
+    const std::unique_ptr<X509_ALGOR, Deleter<X509_ALGOR_free>> algorithm(X509_ALGOR_new());
+    const bool made = imprint != nullptr && algorithm != nullptr &&
+                      X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(EVP_MD_type(digest)), V_ASN1_NULL, nullptr) == 1 &&
+                      TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get()) == 1 &&
+                      TS_MSG_IMPRINT_set_msg(imprint.get(), hash.data(), static_cast<int>(hash.size())) == 1;
+    return made ? std::move(imprint) : nullptr;
+}
 
 Status MakeToken(const TokenFields &fields, const Key &key, Bytes *tokenOut)
 {

@@ -10,6 +10,11 @@
 namespace pkgsign
 {
 
+using ImprintPtr = std::unique_ptr<TS_MSG_IMPRINT, Deleter<TS_MSG_IMPRINT_free>>;
+
+// The imprint of octets, in a request as in a token; null when there is no memory.
+ImprintPtr MakeImprint(const EVP_MD *digest, const Bytes &data);
+
 struct TokenFields {
     Certificate authority;
     std::vector<Certificate> certificates; // carried along

@@ -131,21 +131,21 @@ TEST_F(Mistake, ATokenWithAnotherImprintIsRefused)
 {
     forge::TokenRequest request = TokenRequest();
     request.imprintOver = {1, 2, 3};
-    ExpectMistake(Stamp(request), "code 88200402");
+    ExpectMistake(Stamp(request), "token: it is for something else than this signature");
 }
 
 TEST_F(Mistake, ATokenWithoutItsCertificateIsRefused)
 {
     forge::TokenRequest request = TokenRequest();
     request.certificates.clear();
-    ExpectMistake(Stamp(request), "code 88200401");
+    ExpectMistake(Stamp(request), "token: the certificate of its signer is missing");
 }
 
 TEST_F(Mistake, AFractionOfASecondIsRefused)
 {
     forge::TokenRequest request = TokenRequest();
     request.genTimeText = "20260201000000.5Z";
-    ExpectMistake(Stamp(request), "code 88000301");
+    ExpectMistake(Stamp(request), "device rule: its time '20260201000000.5Z' is not in whole seconds");
 }
 
 TEST_F(Mistake, NoTokenAtAllIsRefused)

@@ -231,8 +231,9 @@ TEST_F(Sign, ATokenMadeElsewhereIsTaken)
     ASSERT_TRUE(forge::MakeTimestampResponse(token, &response).ok);
     ASSERT_TRUE(forge::WriteFile(Path("token"), response).ok);
     const std::vector<std::string> options = {"--token", Path("token"), "--crl", Path("crls"), "--out", Path("out")};
+    // Another signing time, so another signature than the one stamped.
     ExpectRefused(At("2026-03-01", {"sign", Path("content"), options[0], options[1], options[4], options[5]}),
-                  "code 88200402"); // another signing time, so another signature than the one stamped
+                  "token: it is for something else than this signature");
     EXPECT_FALSE(Made("out"));
     const Outcome outcome = At("2026-03-01", {"sign", Path("content"), "--gen-time", NOW, options[0], options[1],
                                               options[2], options[3], options[4], options[5]});
