@@ -4,6 +4,8 @@
 #include "fuzz/support/container.h"
 #include "fuzz/support/pki.h"
 #include "fuzz/support/tlv.h"
+#include "fuzz/timestamp_answer.h"
+#include "tests/forge/der.h"
 #include "tests/support/timestamp_requests.h"
 
 namespace
@@ -79,6 +81,34 @@ void AddMessages(std::vector<Seed> *seeds)
             break;
         }
     }
+}
+
+// Answers of a timestamp authority: tokens that are taken and such as are not, and a rejection.
+void AddAnswers(std::vector<Seed> *seeds)
+{
+    const auto add = [seeds](const char *name, const forge::TokenRequest &request, bool isAnswer) {
+        forge::Bytes token;
+        forge::Bytes answer;
+        if (forge::MakeToken(request, FUZZ_STAMPED_SIGNATURE, &token).ok &&
+            forge::MakeTimestampResponse(token, &answer).ok) {
+            seeds->push_back({"timestamp_answer", name, isAnswer ? answer : token});
+        }
+    };
+    forge::TokenRequest request = FuzzMessageRequest(Text("checksum")).tokenRequest;
+    request.nonce = FUZZ_NONCE;
+    add("granted", request, true);
+    add("token", request, false);
+    request.genTimeText = "20260201000000.5Z";
+    add("fraction", request, true);
+    request.genTimeText.clear();
+    request.certificates.clear();
+    add("no_certificate", request, true);
+    request.nonce.clear();
+    add("no_nonce", request, true);
+    const forge::Bytes text = forge::DerElement(forge::DER_UTF8_STRING, Text("no such digest"));
+    seeds->push_back({"timestamp_answer", "rejection",
+                      forge::DerSequence({forge::DerSequence(
+                          {forge::DerInteger(2), forge::DerSequence({text}), forge::DerNamedBits(1u << 0)})})});
 }
 
 void AddTexts(std::vector<Seed> *seeds)
@@ -191,6 +221,7 @@ std::vector<Seed> MakeSeeds()
     seeds.push_back({"certificate", "nested", Nested()});
     seeds.push_back({"crl", "nested", Nested()});
     AddMessages(&seeds);
+    AddAnswers(&seeds);
     AddTexts(&seeds);
     AddFiles(&seeds);
     AddDetachedSeeds(&seeds);
