@@ -143,7 +143,7 @@ Status CheckSigner(const PKCS7_SIGNER_INFO *signer, X509 *certificate)
 Status CheckTime(const ASN1_GENERALIZEDTIME *time)
 {
     const Bytes text = Octets(time);
-    if (text.size() != WHOLE_SECONDS_SIZE || text.back() != 'Z' || ASN1_GENERALIZEDTIME_check(time) != 1) {
+    if (text.size() != WHOLE_SECONDS_SIZE || ASN1_GENERALIZEDTIME_check(time) != 1) { // so the last one is Z
         return FailRule("its time '" + Printable({text.begin(), text.end()}) + "' is not in whole seconds");
     }
     return {};

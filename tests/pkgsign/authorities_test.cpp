@@ -411,10 +411,12 @@ TEST_F(AuthorityOverHttp, ThatDoesNotAcceptIsLeftWhenTheTimeForConnectingIsUp)
     pkgsign::ClientSettings settings;
     settings.connectTimeout = 300;
     pkgsign::Bytes answer;
+    const auto start = std::chrono::steady_clock::now();
     const pkgsign::Status status =
         pkgsign::PostTimestampRequest("https://127.0.0.1:" + port.port + "/", settings, {1}, &answer);
     EXPECT_FALSE(status.ok);
     EXPECT_EQ(0u, status.reason.find("connection: ")) << status.reason;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 // ---- TLS and proxies -----------------------------------------------------------------------------------------------
@@ -482,6 +484,18 @@ TEST_F(AuthorityOverHttp, WithoutTlsUnderAnHttpsUrlIsRefused)
     std::string url = Url("/good");
     url.replace(0, 4, "https");
     ExpectNoToken(url, "TLS: ");
+}
+
+TEST_F(AuthorityOverHttp, IsNotAskedWithoutLibcurl)
+{
+    Write("libcurl.so.4", "no library");
+    const ProcessResult result = RunProcess({PKGSIGN_PROGRAM, "timestamp", Path("bare"), "--tsa-url", Url("/good"),
+                                             "--out", Path("out"), "--pki", Path("pki"), "--now", NOW},
+                                            {"LD_LIBRARY_PATH=" + directory.path});
+    EXPECT_EQ(1, result.exitStatus);
+    EXPECT_EQ(0u, result.errors.find("pkgsign timestamp: timestamp authorities cannot be asked without libcurl: "))
+        << result.errors;
+    EXPECT_FALSE(Made("out"));
 }
 
 TEST_F(AuthorityOverHttp, IsReachedThroughTheProxyOfTheEnvironment)
