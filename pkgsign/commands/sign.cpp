@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "pkgsign/authority/packages.h"
+#include "pkgsign/commands/authorities.h"
 #include "pkgsign/commands/command.h"
 #include "pkgsign/commands/progress.h"
 #include "pkgsign/crypto/message.h"
@@ -27,6 +28,7 @@ struct Options {
     std::string program;
     std::string programTime = "60s";
     std::string timestamp;
+    AuthorityOptions authorities;
     std::string token;
     bool noTimestamp = false;
     std::string crlFile;
@@ -41,6 +43,7 @@ struct Work {
     Package package;
     MessageFields request; // of --attach: what was asked for
     SignOctets sign;       // null: the octets to be signed are written instead
+    std::string stamped;   // by which of the authorities, and when
 };
 
 bool IsRequestWritten(const Options &options)
@@ -60,8 +63,9 @@ Status CheckOptions(const Options &options)
     const bool hasFiles = !options.files.certificate.empty();
     const bool hasProgram = !options.program.empty();
     const bool isSignedElsewhere = hasProgram || !options.request.empty();
+    const bool isOnline = !options.authorities.urls.empty();
     const int tokens = static_cast<int>(!options.timestamp.empty()) + static_cast<int>(!options.token.empty()) +
-                       static_cast<int>(options.noTimestamp);
+                       static_cast<int>(isOnline) + static_cast<int>(options.noTimestamp);
     const struct {
         bool isWrong;
         const char *reason;
@@ -78,10 +82,11 @@ Status CheckOptions(const Options &options)
         {hasFiles && options.files.root.empty(), "--certificate wants the --root that devices have built in"},
         {hasFiles && options.files.key.empty() && !isSignedElsewhere,
          "--certificate wants its --key, or --sign-command or --request for a key elsewhere"},
-        {tokens > 1, "--timestamp, --token and --no-timestamp exclude each other"},
+        {tokens > 1, "--timestamp, --tsa-url, --token and --no-timestamp exclude each other"},
+        {!isOnline && !options.authorities.caFile.empty(), "--cacert is for the hosts of --tsa-url"},
         {hasFiles && tokens == 0,
-         "a package needs a timestamp: --timestamp NAME of the folder, --token FILE, or --no-timestamp, which leaves "
-         "it to pkgsign timestamp"},
+         "a package needs a timestamp: --timestamp NAME of the folder, --tsa-url URL, --token FILE, or --no-timestamp, "
+         "which leaves it to pkgsign timestamp"},
         {IsRequestWritten(options) && !options.token.empty(),
          "a token is made over the signature: give it to --attach"},
     };
@@ -98,12 +103,26 @@ Status CheckOptions(const Options &options)
     return {};
 }
 
-// Where the token comes from.
-Status ChooseToken(const Options &options, PackageOrder *order)
+// A token of authorities elsewhere.
+void ChooseAuthorities(const Options &options, Work *work)
 {
+    work->order.tokenSource = TokenSource::Elsewhere;
+    work->order.tokenOrigin = "to be asked of " + Printable(options.authorities.urls[0]);
+    work->order.getToken = [&options, work](const Bytes &signature, const AcceptToken &accept) {
+        return TokenOfAuthorities(options.authorities, work->order.digest, signature, accept, &work->stamped);
+    };
+}
+
+// Where the token comes from.
+Status ChooseToken(const Options &options, Work *work)
+{
+    PackageOrder *const order = &work->order;
     order->timestamp = options.timestamp;
     order->tokenSource = options.noTimestamp ? TokenSource::None : TokenSource::Folder;
     order->hasTimestampKey = !IsRequestWritten(options);
+    if (!options.authorities.urls.empty()) {
+        ChooseAuthorities(options, work);
+    }
     if (options.token.empty()) {
         return {};
     }
@@ -183,7 +202,7 @@ Status ReadOrder(const Options &options, const Session &session, Work *work)
     }
     order->signingTime = order->time;
     if (status.ok) {
-        status = ChooseToken(options, order);
+        status = ChooseToken(options, work);
     }
     return status.ok ? ChooseKey(options, work) : status;
 }
@@ -279,6 +298,7 @@ Status WriteMessage(const Options &options, const Work &work, Session *session)
     if (status.ok) {
         status = WriteWhole(options.out, message);
     }
+    session->out += work.stamped;
     if (options.out == "-") {
         session->out.clear(); // standard output is the message's then
     }
@@ -336,6 +356,8 @@ Command SignCommand()
         {"--gen-time", "TIME", "time of the signature and of a local token; now", &options->genTime},
         {"--digest", "NAME", "sha256, sha384 or sha512", &options->digest},
         {"--armour", "", "PEM, as devices take it, in the place of DER", &options->armour}};
+    const std::vector<Option> online = OptionsForAuthorities(&options->authorities);
+    command.options.insert(command.options.end(), online.begin(), online.end());
     command.run = [options](Session *session) { return Sign(*options, session); };
     return command;
 }

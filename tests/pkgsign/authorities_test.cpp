@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 
 #include "pkgsign/timestamp/client.h"
 #include "tests/forge/forge.h"
@@ -150,6 +151,17 @@ protected:
         return Run(options);
     }
 
+    Outcome SignAt(const std::string &now, std::vector<std::string> options)
+    {
+        options.insert(options.begin(), {"sign", Path("content"), "--out", Path("out")});
+        return At(now, options);
+    }
+
+    Outcome Sign(std::vector<std::string> options)
+    {
+        return SignAt(NOW, std::move(options));
+    }
+
     // The authority is refused for this reason, which begins with the layer.
     void ExpectNoToken(const std::string &url, const std::string &reason)
     {
@@ -211,6 +223,56 @@ TEST_F(AuthorityOverHttp, IsNotAskedWhenDevicesRefuseTheMessageWhateverItsToken)
                                               "--tsa-url", Url("/good")});
     ExpectRefused(outcome, "a device would refuse the package: code 88200012");
     EXPECT_EQ(0, Asked("/good"));
+}
+
+// ---- sign ----------------------------------------------------------------------------------------------------------
+
+TEST_F(AuthorityOverHttp, StampsWhatSignHasSigned)
+{
+    std::filesystem::remove(Path("pki/private/timestamp.key")); // not needed here
+    ExpectToken(Sign({"--crl", Path("crls"), "--tsa-url", Url("/good")}), Url("/good"));
+}
+
+TEST_F(AuthorityOverHttp, MayHaveAClockThatIsAhead)
+{
+    ExpectToken(SignAt("2026-01-31T23:00:00Z", {"--tsa-url", Url("/good")}), Url("/good"));
+}
+
+TEST_F(AuthorityOverHttp, IsFollowedByTheNextWhenSignRefusesItsToken)
+{
+    forge::Key key;
+    ASSERT_TRUE(forge::GenerateRsaKey(2048, &key).ok);
+    MakeIdentity("stranger", key, nullptr);
+    ExpectToken(Sign({"--tsa-url", Url("/fraction"), "--tsa-url", Url("/stranger"), "--tsa-url", Url("/good")}),
+                Url("/good"));
+}
+
+TEST_F(AuthorityOverHttp, WhoseTokenSignRefusesLeavesNothing)
+{
+    ExpectRefused(Sign({"--tsa-url", Url("/fraction")}),
+                  "pkgsign sign: no authority has given a token: " + Url("/fraction") + ": device rule: ");
+    EXPECT_FALSE(Made("out"));
+}
+
+TEST_F(AuthorityOverHttp, IsNotAskedInADryRunOfSign)
+{
+    const Outcome dry = Sign({"--tsa-url", Url("/good"), "--dry-run"});
+    ExpectDone(dry);
+    EXPECT_TRUE(Contains(dry.out, "Timestamp: to be asked of " + Url("/good") + "\n")) << dry.out;
+    EXPECT_EQ(0, Asked("/good"));
+    EXPECT_FALSE(Made("out"));
+}
+
+TEST_F(AuthorityOverHttp, IsTheOnlySourceOfTheTokenThatSignTakes)
+{
+    for (const std::vector<std::string> &other : std::vector<std::vector<std::string>>{
+             {"--no-timestamp"}, {"--timestamp", "timestamp"}, {"--token", Path("bare")}}) {
+        std::vector<std::string> options = {"--tsa-url", Url("/good")};
+        options.insert(options.end(), other.begin(), other.end());
+        ExpectRefused(Sign(options), "--timestamp, --tsa-url, --token and --no-timestamp exclude each other");
+    }
+    ExpectRefused(Sign({"--cacert", Path("ca.pem")}), "--cacert is for the hosts of --tsa-url");
+    EXPECT_FALSE(Made("out"));
 }
 
 // ---- One after the other -------------------------------------------------------------------------------------------

@@ -194,7 +194,7 @@ TEST_F(TokenFile, MayBeATokenAloneOrAResponseInDerOrPem)
 TEST_F(TokenFile, LaterThanThisMachinesClockIsPutIn) // the authority's clock counts
 {
     forge::TokenRequest request = Good();
-    request.genTime += 3600;
+    request.genTime += 30 * 86400;
     SaveToken(request, false);
     ExpectDone(Run({"timestamp", Path("bare"), "--token", Path("answer"), "--out", Path("out")}));
 }
