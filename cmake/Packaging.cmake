@@ -38,7 +38,7 @@ authentic: a detached CMS signature with an RFC 3161 timestamp, judged against
 one root certificate that was built in and against CRLs.")
 set(CPACK_DEBIAN_PKGSIGN_PACKAGE_NAME pkgsign)
 set(CPACK_DEBIAN_PKGSIGN_PACKAGE_SECTION utils)
-set(CPACK_DEBIAN_PKGSIGN_PACKAGE_RECOMMENDS "libcurl4 | libcurl4t64") # loaded, not linked
+set(CPACK_DEBIAN_PKGSIGN_PACKAGE_RECOMMENDS "libcurl4 | libcurl4t64, libmicrohttpd12 | libmicrohttpd12t64") # not linked
 set(CPACK_COMPONENT_PKGSIGN_DESCRIPTION "sign upgrade packages
 Makes certificates, CRLs, RFC 3161 timestamp tokens and the detached CMS
 signatures that verify_tool checks. It is for the side that makes releases.")

@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "pkgsign/files/files.h"
-#include "pkgsign/timestamp/libcurl.h"
+#include "pkgsign/timestamp/http_libraries.h"
 
 namespace pkgsign
 {

@@ -14,6 +14,7 @@
 #include "pkgsign/files/files.h"
 #include "pkgsign/files/objects.h"
 #include "pkgsign/files/time.h"
+#include "pkgsign/timestamp/http_libraries.h"
 
 namespace pkgsign
 {
@@ -49,8 +50,8 @@ bool IsQuery(const char *type)
 
 unsigned CodeByHeader(const Exchange &exchange)
 {
-    const char *const length =
-        MHD_lookup_connection_value(exchange.connection, MHD_HEADER_KIND, MHD_HTTP_HEADER_CONTENT_LENGTH);
+    const char *const length = g_libmicrohttpd.MHD_lookup_connection_value(exchange.connection, MHD_HEADER_KIND,
+                                                                           MHD_HTTP_HEADER_CONTENT_LENGTH);
     if (length != nullptr && std::strtoull(length, nullptr, 10) > TIMESTAMP_REQUEST_SIZE_MAX) {
         return MHD_HTTP_CONTENT_TOO_LARGE;
     }
@@ -60,7 +61,8 @@ unsigned CodeByHeader(const Exchange &exchange)
     if (exchange.method != MHD_HTTP_METHOD_POST) {
         return MHD_HTTP_METHOD_NOT_ALLOWED;
     }
-    return IsQuery(MHD_lookup_connection_value(exchange.connection, MHD_HEADER_KIND, MHD_HTTP_HEADER_CONTENT_TYPE))
+    return IsQuery(g_libmicrohttpd.MHD_lookup_connection_value(exchange.connection, MHD_HEADER_KIND,
+                                                               MHD_HTTP_HEADER_CONTENT_TYPE))
                ? 0
                : MHD_HTTP_UNSUPPORTED_MEDIA_TYPE;
 }
@@ -136,7 +138,8 @@ Reply ReplyTo(Exchange *exchange, Premises *premises)
 
 std::string ClientOf(MHD_Connection *connection)
 {
-    const MHD_ConnectionInfo *const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
+    const MHD_ConnectionInfo *const info =
+        g_libmicrohttpd.MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
     char host[NI_MAXHOST] = "-";
     if (info != nullptr) {
         (void)getnameinfo(info->client_addr, sizeof(struct sockaddr_in6), host, sizeof(host), nullptr, 0,
@@ -174,21 +177,21 @@ MHD_Result SendAnswer(Exchange *exchange, Premises *premises)
 {
     exchange->phase = Phase::Answering;
     const Reply reply = ReplyTo(exchange, premises);
-    MHD_Response *const response = MHD_create_response_from_buffer(
+    MHD_Response *const response = g_libmicrohttpd.MHD_create_response_from_buffer(
         reply.body.size(), const_cast<char *>(reply.body.data()), MHD_RESPMEM_MUST_COPY);
     if (response == nullptr) {
         return MHD_NO;
     }
-    (void)MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, reply.type.c_str());
-    (void)MHD_add_response_header(response, MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
+    (void)g_libmicrohttpd.MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, reply.type.c_str());
+    (void)g_libmicrohttpd.MHD_add_response_header(response, MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
     if (exchange->code == MHD_HTTP_METHOD_NOT_ALLOWED) {
-        (void)MHD_add_response_header(response, MHD_HTTP_HEADER_ALLOW, "GET, HEAD, POST");
+        (void)g_libmicrohttpd.MHD_add_response_header(response, MHD_HTTP_HEADER_ALLOW, "GET, HEAD, POST");
     }
     if (premises->isEnding) {
-        (void)MHD_add_response_header(response, MHD_HTTP_HEADER_CONNECTION, "close");
+        (void)g_libmicrohttpd.MHD_add_response_header(response, MHD_HTTP_HEADER_CONNECTION, "close");
     }
-    const MHD_Result result = MHD_queue_response(exchange->connection, exchange->code, response);
-    MHD_destroy_response(response);
+    const MHD_Result result = g_libmicrohttpd.MHD_queue_response(exchange->connection, exchange->code, response);
+    g_libmicrohttpd.MHD_destroy_response(response);
     return result;
 }
 

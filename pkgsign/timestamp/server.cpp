@@ -20,6 +20,7 @@
 
 #include "pkgsign/files/files.h"
 #include "pkgsign/timestamp/exchange.h"
+#include "pkgsign/timestamp/http_libraries.h"
 
 namespace pkgsign
 {
@@ -102,14 +103,16 @@ void NoteConnection(void *data, MHD_Connection *connection, void **context,
     if (server->clients.size() >= server->premises.order->connectionsMax) {
         MakeRoom(server);
     }
-    const MHD_ConnectionInfo *const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+    const MHD_ConnectionInfo *const info =
+        g_libmicrohttpd.MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
     server->clients.push_back({info == nullptr ? -1 : info->connect_fd, Milliseconds(), nullptr});
     *context = &server->clients.back();
 }
 
 Client *ClientOn(MHD_Connection *connection)
 {
-    const MHD_ConnectionInfo *const info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT);
+    const MHD_ConnectionInfo *const info =
+        g_libmicrohttpd.MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT);
     return info == nullptr ? nullptr : static_cast<Client *>(info->socket_context);
 }
 
@@ -156,7 +159,7 @@ MHD_Result HandleRequest(void *data, MHD_Connection *connection, const char *, c
     }
     if (exchange->phase == Phase::Body && WantsToken(*exchange)) {
         SetPhase(exchange, Phase::Job);
-        MHD_suspend_connection(connection);
+        g_libmicrohttpd.MHD_suspend_connection(connection);
         AddJob(&exchange->job, server->jobs);
         return MHD_YES;
     }
@@ -187,7 +190,7 @@ void ResumeDone(Server *server)
     for (Job *const job : TakeDone(server->jobs, &server->hasFailed)) {
         Exchange *const exchange = static_cast<Exchange *>(job->owner);
         SetPhase(exchange, Phase::Answering);
-        MHD_resume_connection(exchange->connection);
+        g_libmicrohttpd.MHD_resume_connection(exchange->connection);
     }
 }
 
@@ -199,7 +202,7 @@ void BeginEnding(Server *server)
     }
     server->premises.isEnding = true;
     server->endingSince = Milliseconds();
-    const int listening = MHD_quiesce_daemon(server->daemon);
+    const int listening = g_libmicrohttpd.MHD_quiesce_daemon(server->daemon);
     if (listening >= 0) {
         (void)close(listening);
     }
@@ -216,7 +219,7 @@ bool HasEnded(const Server &server)
 int NextTimeout(const Server &server)
 {
     MHD_UNSIGNED_LONG_LONG wanted = SWEEP_MILLISECONDS;
-    (void)MHD_get_timeout(server.daemon, &wanted);
+    (void)g_libmicrohttpd.MHD_get_timeout(server.daemon, &wanted);
     return static_cast<int>(std::min<MHD_UNSIGNED_LONG_LONG>(wanted, SWEEP_MILLISECONDS));
 }
 
@@ -230,7 +233,7 @@ void RunLoop(Server *server, int events, int signals)
             ResumeDone(server);
         }
         server->premises.connections = server->clients.size();
-        (void)MHD_run(server->daemon);
+        (void)g_libmicrohttpd.MHD_run(server->daemon);
         struct signalfd_siginfo received = {};
         if (server->hasFailed || read(signals, &received, sizeof(received)) > 0) {
             BeginEnding(server);
@@ -325,12 +328,12 @@ Status AllowDescriptors(size_t connections)
 Status StartDaemon(int socket, Server *server)
 {
     const unsigned limit = static_cast<unsigned>(server->premises.order->connectionsMax) + CONNECTIONS_BEYOND;
-    server->daemon =
-        MHD_start_daemon(MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr, HandleRequest, server,
-                         MHD_OPTION_LISTEN_SOCKET, socket, MHD_OPTION_CONNECTION_LIMIT, limit,
-                         MHD_OPTION_CONNECTION_MEMORY_LIMIT, CONNECTION_MEMORY, MHD_OPTION_STRICT_FOR_CLIENT, 1,
-                         MHD_OPTION_URI_LOG_CALLBACK, BeginExchange, server, MHD_OPTION_NOTIFY_COMPLETED, EndExchange,
-                         server, MHD_OPTION_NOTIFY_CONNECTION, NoteConnection, server, MHD_OPTION_END);
+    server->daemon = g_libmicrohttpd.MHD_start_daemon(
+        MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr, HandleRequest, server, MHD_OPTION_LISTEN_SOCKET,
+        socket, MHD_OPTION_CONNECTION_LIMIT, limit, MHD_OPTION_CONNECTION_MEMORY_LIMIT, CONNECTION_MEMORY,
+        MHD_OPTION_STRICT_FOR_CLIENT, 1, MHD_OPTION_URI_LOG_CALLBACK, BeginExchange, server,
+        MHD_OPTION_NOTIFY_COMPLETED, EndExchange, server, MHD_OPTION_NOTIFY_CONNECTION, NoteConnection, server,
+        MHD_OPTION_END);
     return server->daemon == nullptr ? Fail("cannot start the HTTP server") : Status();
 }
 
@@ -355,9 +358,10 @@ Status RunServer(const ServerOrder &order, int socket, int signals)
     }
     status = Announce(socket);
     if (status.ok) {
-        RunLoop(&server, MHD_get_daemon_info(server.daemon, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd, signals);
+        RunLoop(&server, g_libmicrohttpd.MHD_get_daemon_info(server.daemon, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd,
+                signals);
     }
-    MHD_stop_daemon(server.daemon);
+    g_libmicrohttpd.MHD_stop_daemon(server.daemon);
     return status.ok && server.hasFailed ? Fail("a signer has failed; see the answers with systemFailure") : status;
 }
 
@@ -372,8 +376,13 @@ Status ServeRequests(const ServerOrder &order)
     (void)sigaddset(&ending, SIGTERM);
     (void)sigaddset(&ending, SIGINT);
     signals.held = signalfd(-1, &ending, SFD_NONBLOCK | SFD_CLOEXEC);
-    Status status = signals.held < 0 ? Fail(std::string("cannot take signals: ") + std::strerror(errno))
-                                     : AllowDescriptors(order.connectionsMax);
+    Status status = LoadLibmicrohttpd();
+    if (status.ok && signals.held < 0) {
+        status = Fail(std::string("cannot take signals: ") + std::strerror(errno));
+    }
+    if (status.ok) {
+        status = AllowDescriptors(order.connectionsMax);
+    }
     if (status.ok) {
         status = OpenSocket(order, &socket);
     }

@@ -8,7 +8,7 @@ prepare_machine() {
   system=$out/$machine-system
   scripts/bootstrap.sh cross || could_not "the cross compiler or qemu cannot be installed"
   fetch_debian "$system" "$(debian_release)" "$2" libssl-dev libssl3 libgtest-dev libgmock-dev libcli11-dev \
-    nlohmann-json3-dev libcurl4-openssl-dev libcurl4 ||
+    nlohmann-json3-dev libcurl4-openssl-dev libcurl4 libmicrohttpd-dev ||
     could_not "the packages of $machine cannot be fetched"
   # OpenSSL's headers that differ from machine to machine.
   cp "$system/usr/include/$machine-linux-gnu/openssl/"*.h "$system/usr/include/openssl/"

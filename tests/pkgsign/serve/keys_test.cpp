@@ -8,7 +8,6 @@
 #include <set>
 #include <thread>
 
-#include "pkgsign/crypto/message.h"
 #include "tests/pkgsign/serve/serving.h"
 #include "tests/support/timestamp_requests.h"
 
@@ -32,15 +31,8 @@ protected:
         ASSERT_EQ(0, Pkgsign({"sign", Path("content"), "--no-timestamp", "--out", Path("message")}).exitStatus);
         ASSERT_EQ(0, Pkgsign({"crl", "--out", Path("crls")}).exitStatus);
         EXPECT_NE(0, VerifyTool("message").exitStatus);
-        const std::string message = Read("message");
-        pkgsign::Bytes signature;
-        ASSERT_TRUE(pkgsign::SignatureValue(pkgsign::Bytes(message.begin(), message.end()), &signature).ok);
-        Write("signature", std::string(signature.begin(), signature.end()));
-        const HttpAnswer answer = Post(server.port, QueryOf("signature", {"-sha256"}));
-        ASSERT_EQ(200, answer.code);
-        Write("answer", answer.body);
-        const ProcessResult stamped =
-            Pkgsign({"timestamp", Path("message"), "--token", Path("answer"), "--out", Path("stamped")});
+        const ProcessResult stamped = Pkgsign(
+            {"timestamp", Path("message"), "--tsa-url", "http://127.0.0.1:" + server.port, "--out", Path("stamped")});
         ASSERT_EQ(0, stamped.exitStatus) << stamped.errors;
         const ProcessResult verified = VerifyTool("stamped");
         EXPECT_EQ(0, verified.exitStatus) << Read("tool.log");
@@ -101,6 +93,13 @@ TEST_F(ServerKeys, WithoutTheirCertificatesAreRefused)
     ExpectNotStarted(ServeCommand({"--key", Path("pki/private/timestamp.key"), "--certificates", Path("chain"),
                                    "--state", Path("clock")}),
                      "holds another number of certificates than three");
+}
+
+TEST_F(ServerKeys, AreNotServedWithoutLibmicrohttpd)
+{
+    Write("libmicrohttpd.so.12", "no library");
+    environment = {"LD_LIBRARY_PATH=" + directory.path};
+    ExpectNotStarted(ServeCommand(), "nothing can be served without libmicrohttpd: ");
 }
 
 TEST_F(ServerKeys, ThatAreRevokedAreNotServed)
