@@ -18,11 +18,24 @@ using Bytes = std::vector<uint8_t>;
 struct [[nodiscard]] Status {
     bool ok = true;
     std::string reason;
+    bool isUsage = false; // the command line itself is at fault
 };
 
 inline Status Fail(std::string reason)
 {
-    return {false, std::move(reason)};
+    return {false, std::move(reason), false};
+}
+
+inline Status FailUsage(std::string reason)
+{
+    return {false, std::move(reason), true};
+}
+
+// What reads an option's value: when it fails, the command line is at fault.
+inline Status Usage(Status status)
+{
+    status.isUsage = !status.ok;
+    return status;
 }
 
 } // namespace pkgsign

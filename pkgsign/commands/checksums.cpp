@@ -177,13 +177,13 @@ Status Checksums(const Options &options, Session *session)
     std::vector<std::string> names;
     std::string lines;
     if (options.out.empty() == options.check.empty()) {
-        return Fail("give either --out FILE or --check FILE");
+        return FailUsage("give either --out FILE or --check FILE");
     }
     if (!options.check.empty()) {
         return Check(options, session);
     }
     if (!IsVersion(options.version)) {
-        return Fail("--package-version wants a number without leading zeros, which no update step lets go down");
+        return FailUsage("--package-version wants a number without leading zeros, which no update step lets go down");
     }
     Status status = FindFiles(options, &names);
     if (status.ok) {

@@ -1,5 +1,5 @@
 // The command line. The one file that includes CLI11, which takes seconds to compile.
-#include <sys/stat.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -39,6 +39,9 @@ void AddOption(CLI::App *app, const Option &option)
     if (!option.value.empty()) {
         added->type_name(option.value);
     }
+    if (option.names[0] == '-') {
+        added->allow_extra_args(false); // what stands behind the one value of a list option is an argument
+    }
     added->required(option.isRequired);
 }
 
@@ -51,9 +54,9 @@ void AddCommon(CLI::App *app, const Command &command, Common *common)
                         &common->passphraseFiles});
         AddOption(app, {"--passphrase-fd", "N", "descriptor from which the passphrase is read",
                         &common->passphraseDescriptor});
-        AddOption(app, {"--no-input", "", "never ask on the terminal", &common->noInput});
         AddOption(app, {"--now", "TIME", "what counts as now, for rehearsals: 2026-01-31T12:00:00Z", &common->now});
     }
+    AddOption(app, {"--no-input", "", "never ask on the terminal", &common->noInput});
     if (command.isWriting) {
         AddOption(app, {"-n,--dry-run", "", "try everything and show what would be signed; sign and write nothing",
                         &common->dryRun});
@@ -75,7 +78,7 @@ Status ReadSecrets(const Common &common, Secrets *secrets)
         char *end = nullptr;
         const long descriptor = std::strtol(common.passphraseDescriptor.c_str(), &end, 10);
         if (*end != '\0' || descriptor < 0 || descriptor > 1023) {
-            return Fail("--passphrase-fd wants the number of an open descriptor");
+            return FailUsage("--passphrase-fd wants the number of an open descriptor");
         }
         secrets->descriptor = static_cast<int>(descriptor);
     }
@@ -92,22 +95,33 @@ Status Prepare(const Common &common, Session *session)
     session->isTerminal = isatty(STDOUT_FILENO) == 1;
     Status status = ReadSecrets(common, &session->secrets);
     if (status.ok && !common.now.empty()) {
-        status = ParseTime(common.now, &session->place.now);
+        status = Usage(ParseTime(common.now, &session->place.now));
     }
     return status;
 }
 
-// One line on standard error.
+// One line on standard error. command: empty, or its name.
 int Report(const std::string &command, const Status &status)
 {
-    (void)std::fprintf(stderr, "pkgsign %s: %s\n", command.c_str(), status.reason.c_str());
-    return EXIT_NOT_DONE;
+    (void)std::fprintf(stderr, "pkgsign%s%s: %s%s\n", command.empty() ? "" : " ", command.c_str(),
+                       status.reason.c_str(), status.isUsage ? "; try --help" : "");
+    return status.isUsage ? EXIT_COMMAND_LINE : EXIT_NOT_DONE;
+}
+
+// Refused before anything is done: a command whose report cannot be read must not have worked.
+Status CheckStandardOutput()
+{
+    const int flags = fcntl(STDOUT_FILENO, F_GETFL);
+    return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY ? Status() : Fail("standard output is closed");
 }
 
 int Run(const Command &command, const Common &common)
 {
     Session session;
-    Status status = Prepare(common, &session);
+    Status status = CheckStandardOutput();
+    if (status.ok) {
+        status = Prepare(common, &session);
+    }
     if (status.ok) {
         status = command.run(&session);
     }
@@ -118,6 +132,9 @@ int Run(const Command &command, const Common &common)
         session.out += "Next: " + session.next + "\n";
     }
     status = WriteStandardOutput(session.out);
+    if (!status.ok && command.isWriting && !session.place.dryRun) {
+        status.reason += "; the command has done its work, and only what it prints is lost";
+    }
     return status.ok ? session.success : Report(command.name, status);
 }
 

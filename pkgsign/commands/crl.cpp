@@ -56,7 +56,7 @@ Status MakeCrlFile(const Options &options, Session *session)
     CrlFileOrder order = {options.added, options.out, options.isPart, 0, {}};
     CrlFile file;
     std::string answers;
-    Status status = options.nextUpdate.empty() ? Status() : ParseTime(options.nextUpdate, &order.nextUpdate);
+    Status status = options.nextUpdate.empty() ? Status() : Usage(ParseTime(options.nextUpdate, &order.nextUpdate));
     if (status.ok) {
         status = ComposeCrlFile(session->place, order, &file);
     }

@@ -59,9 +59,10 @@ Status ReadLifetimes(const std::vector<std::string> &texts, Lifetimes *lifetimes
                               : name == "crl"       ? &lifetimes->crl
                                                     : nullptr;
         if (span == nullptr || equals == std::string::npos) {
-            return Fail("--lifetime wants issuing-ca, signer, timestamp or crl with a span, for instance signer=1y");
+            return FailUsage(
+                "--lifetime wants issuing-ca, signer, timestamp or crl with a span, for instance signer=1y");
         }
-        const Status status = ParseSpan(text.substr(equals + 1), span);
+        const Status status = Usage(ParseSpan(text.substr(equals + 1), span));
         if (!status.ok) {
             return status;
         }
@@ -98,10 +99,10 @@ Status ChooseTimes(const Workplace &place, const Options &options, const Lifetim
                    int64_t latest, CertificateFields *fields)
 {
     fields->notBefore = place.now;
-    Status status = options.notBefore.empty() ? Status() : ParseTime(options.notBefore, &fields->notBefore);
+    Status status = options.notBefore.empty() ? Status() : Usage(ParseTime(options.notBefore, &fields->notBefore));
     fields->notAfter = std::min(fields->notBefore + lifetimes.*role.lifetime, latest);
     if (status.ok && !options.notAfter.empty()) {
-        status = ParseTime(options.notAfter, &fields->notAfter);
+        status = Usage(ParseTime(options.notAfter, &fields->notAfter));
     }
     return status;
 }
@@ -172,16 +173,16 @@ Status CheckOptions(const Session &session, const Options &options)
 {
     Role role = Role::Root;
     if (!options.only.empty()) {
-        const Status status = ParseRole(options.only, &role);
+        const Status status = Usage(ParseRole(options.only, &role));
         if (!status.ok) {
             return status;
         }
     }
     if (options.only.empty() ? !options.rootFile.empty() : (role == Role::Root) != options.rootFile.empty()) {
-        return Fail("--root FILE belongs to --only issuing-ca, signer or timestamp, which need it");
+        return FailUsage("--root FILE belongs to --only issuing-ca, signer or timestamp, which need it");
     }
     if (options.only.empty() && !options.key.uri.empty()) {
-        return Fail("--key names one key and belongs to --only; a whole PKI has four");
+        return FailUsage("--key names one key and belongs to --only; a whole PKI has four");
     }
     const bool canAsk = session.secrets.mayPrompt && access("/dev/tty", R_OK | W_OK) == 0 && isatty(STDIN_FILENO) == 1;
     if (options.key.uri.empty() && !options.key.noEncryption && !HasSource(session.secrets) &&
@@ -245,9 +246,9 @@ Status Init(const Options &given, Session *session)
     Pki pki;
     pki.country = options.country;
     pki.organization = options.organization;
-    Status status = CheckOptions(*session, options);
+    Status status = ReadLifetimes(options.lifetimes, &pki.lifetimes);
     if (status.ok) {
-        status = ReadLifetimes(options.lifetimes, &pki.lifetimes);
+        status = CheckOptions(*session, options);
     }
     if (status.ok) {
         status = CheckExisting(options);

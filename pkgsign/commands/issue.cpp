@@ -77,11 +77,11 @@ Status ChooseTimes(const Workplace &place, const Pki &pki, const Options &option
 {
     const bool keepsBeginning = renewed != nullptr && options.sameKey && fields->role == Role::IssuingCa;
     fields->notBefore = keepsBeginning ? NotBefore(renewed.get()) : place.now;
-    Status status = options.notBefore.empty() ? Status() : ParseTime(options.notBefore, &fields->notBefore);
+    Status status = options.notBefore.empty() ? Status() : Usage(ParseTime(options.notBefore, &fields->notBefore));
     fields->notAfter =
         std::max(fields->notBefore, keepsBeginning ? place.now : 0) + pki.lifetimes.*NamesOf(fields->role).lifetime;
     if (status.ok && !options.notAfter.empty()) {
-        status = ParseTime(options.notAfter, &fields->notAfter);
+        status = Usage(ParseTime(options.notAfter, &fields->notAfter));
     }
     return status;
 }
@@ -114,7 +114,7 @@ Status ReadSources(const Workplace &place, const Pki &pki, const Options &option
 {
     Status status;
     if (options.role.empty() == options.renew.empty()) {
-        return Fail("give either --as ROLE or --renew CERT");
+        return FailUsage("give either --as ROLE or --renew CERT");
     }
     if (!options.renew.empty()) {
         status = FindCertificate(place, pki, options.renew, &sources->renewed);
@@ -123,7 +123,7 @@ Status ReadSources(const Workplace &place, const Pki &pki, const Options &option
             status = LoadCertificate(place.folder, *sources->renewed, &sources->certificate);
         }
     } else {
-        status = ParseRole(options.role, &sources->role);
+        status = Usage(ParseRole(options.role, &sources->role));
     }
     if (status.ok && sources->role == Role::Root) {
         return Fail("a root is not issued; a new one is a new PKI: pkgsign init");

@@ -181,7 +181,7 @@ Status List(const Options &options, Session *session)
     Status status = LoadPki(session->place.folder, &pki);
     if (status.ok && !options.horizon.empty()) {
         const bool isNumber = options.horizon.find_first_not_of("0123456789") == std::string::npos;
-        status = ParseSpan(isNumber ? options.horizon + "d" : options.horizon, &horizon);
+        status = Usage(ParseSpan(isNumber ? options.horizon + "d" : options.horizon, &horizon));
     }
     if (!status.ok) {
         return status;

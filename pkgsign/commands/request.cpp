@@ -23,9 +23,9 @@ Status Request(const Options &options, Session *session)
     const Workplace &place = session->place;
     RequestOrder order;
     Pki pki;
-    Status status = ParseRole(options.role, &order.role);
+    Status status = Usage(ParseRole(options.role, &order.role));
     if (status.ok && order.role == Role::Root) {
-        return Fail("a root signs itself; use pkgsign init --only root");
+        return FailUsage("a root signs itself; use pkgsign init --only root");
     }
     if (status.ok) {
         status = LoadPki(place.folder, &pki);

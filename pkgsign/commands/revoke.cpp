@@ -32,7 +32,7 @@ struct Subject {
 Status FindSubject(const Workplace &place, const Pki &pki, const Options &options, Subject *subjectOut)
 {
     if (options.certificate.empty() == options.serial.empty()) {
-        return Fail("name the certificate, or its --serial");
+        return FailUsage("name the certificate, or its --serial");
     }
     if (!options.certificate.empty()) {
         const Status status = FindCertificate(place, pki, options.certificate, &subjectOut->entry);
@@ -51,7 +51,7 @@ Status FindSubject(const Workplace &place, const Pki &pki, const Options &option
         return status;
     }
     if (serial.empty() || serial.find_first_not_of("0123456789ABCDEF") != std::string::npos || serial.size() > 40) {
-        return Fail("'" + Printable(options.serial) + "' is no serial number; it wants hexadecimal digits");
+        return FailUsage("'" + Printable(options.serial) + "' is no serial number; it wants hexadecimal digits");
     }
     *subjectOut = {ca->authority, serial, FindSerial(pki, ca->authority, serial)};
     return {};
@@ -88,7 +88,7 @@ Status ChooseDate(const Workplace &place, const Pki &pki, const Options &options
     const PublishedCrl *const last = isSuperseded ? FindCrl(pki, subject.entry->authority) : nullptr;
     const int64_t earliest = last == nullptr ? place.now : std::max(place.now, last->thisUpdate + 1);
     int64_t date = isStolenSigner ? subject.entry->notBefore : earliest;
-    const Status status = options.date.empty() ? Status() : ParseTime(options.date, &date);
+    const Status status = options.date.empty() ? Status() : Usage(ParseTime(options.date, &date));
     if (!status.ok) {
         return status;
     }
@@ -140,7 +140,7 @@ Status Revoke(const Options &options, Session *session)
     int64_t date = 0;
     Status status = LoadPki(place.folder, &pki);
     if (status.ok) {
-        status = CheckReason(options.reason);
+        status = Usage(CheckReason(options.reason));
     }
     if (status.ok) {
         status = FindSubject(place, pki, options, &subject);

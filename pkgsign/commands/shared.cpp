@@ -20,7 +20,7 @@ Status GetKey(const Workplace &place, const KeyOptions &options, const std::stri
     char *end = nullptr;
     const long bits = std::strtol(options.bits.c_str(), &end, 10);
     if (*end != '\0' || bits < KEY_BITS_MIN || bits > KEY_BITS_MAX) {
-        return Fail("--key-bits wants " + std::to_string(KEY_BITS_MIN) + " to " + std::to_string(KEY_BITS_MAX));
+        return FailUsage("--key-bits wants " + std::to_string(KEY_BITS_MIN) + " to " + std::to_string(KEY_BITS_MAX));
     }
     return MakeNewKey(place, name, static_cast<int>(bits), !options.noEncryption, keyOut, uriOut, unsavedOut);
 }

@@ -92,7 +92,7 @@ Status CheckOptions(const Options &options)
     };
     for (const auto &rule : rules) {
         if (rule.isWrong) {
-            return Fail(rule.reason);
+            return FailUsage(rule.reason);
         }
     }
     for (const std::string &path : {options.out, options.request}) {
@@ -172,9 +172,9 @@ Status ChooseKey(const Options &options, Work *work)
     if (!options.program.empty()) {
         SigningProgram program;
         program.digest = order->digest;
-        Status status = SplitCommand(options.program, &program.words);
+        Status status = Usage(SplitCommand(options.program, &program.words));
         if (status.ok) {
-            status = ParseSpan(options.programTime, &program.secondsMax);
+            status = Usage(ParseSpan(options.programTime, &program.secondsMax));
         }
         order->signatureOrigin = "the output of --sign-command";
         work->sign = [program](const Bytes &octets, Bytes *signatureOut) {
@@ -195,10 +195,10 @@ Status ReadOrder(const Options &options, const Session &session, Work *work)
     order->time = session.place.now;
     Status status = CheckOptions(options);
     if (status.ok) {
-        status = FindDigest(options.digest, &order->digest);
+        status = Usage(FindDigest(options.digest, &order->digest));
     }
     if (status.ok && !options.genTime.empty()) {
-        status = ParseTime(options.genTime, &order->time);
+        status = Usage(ParseTime(options.genTime, &order->time));
     }
     order->signingTime = order->time;
     if (status.ok) {

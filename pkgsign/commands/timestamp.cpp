@@ -41,18 +41,19 @@ Status ChooseSource(const Options &options, Source *sourceOut)
     const bool isOffline = !options.token.empty() || !options.request.empty();
     const bool isOnline = !options.authorities.urls.empty();
     if (isLocal + isOffline + isOnline > 1) {
-        return Fail("the token comes from one source: --timestamp and --gen-time, --tsa-url, or --request and --token");
+        return FailUsage(
+            "the token comes from one source: --timestamp and --gen-time, --tsa-url, or --request and --token");
     }
     if (!options.authorities.caFile.empty() && !isOnline) {
-        return Fail("--cacert is for the hosts of --tsa-url");
+        return FailUsage("--cacert is for the hosts of --tsa-url");
     }
     const Source source = isOnline                ? Source::Authorities
                           : !isOffline            ? Source::Local
                           : options.token.empty() ? Source::Request
                                                   : Source::File;
     if ((source == Source::Request) != options.out.empty()) {
-        return Fail(source == Source::Request ? "--out belongs to the second step, together with --token"
-                                              : "--out is missing: the file for the message with its token");
+        return FailUsage(source == Source::Request ? "--out belongs to the second step, together with --token"
+                                                   : "--out is missing: the file for the message with its token");
     }
     *sourceOut = source;
     return {};
@@ -63,12 +64,12 @@ Status ReadOrder(const Options &options, const Session &session, StampOrder *ord
     order->timestamp = options.timestamp;
     order->crlFile = options.crlFile;
     order->time = session.place.now;
-    Status status = FindDigest(options.digest, &order->digest);
+    Status status = Usage(FindDigest(options.digest, &order->digest));
     if (status.ok && options.format != "der" && options.format != "pem") {
-        status = Fail("--format is der or pem");
+        status = FailUsage("--format is der or pem");
     }
     if (status.ok && !options.genTime.empty()) {
-        status = ParseTime(options.genTime, &order->time);
+        status = Usage(ParseTime(options.genTime, &order->time));
     }
     return status;
 }

@@ -55,7 +55,7 @@ TEST_F(KeyFiles, TakeTheirPassphraseFromADescriptor)
     ASSERT_GE(file, 0);
     ExpectDone(Sign({"--passphrase-fd", std::to_string(file)}));
     (void)close(file);
-    ExpectRefused(Sign({"--passphrase-fd", "x"}), "--passphrase-fd wants the number of an open descriptor");
+    ExpectUsage(Sign({"--passphrase-fd", "x"}), "--passphrase-fd wants the number of an open descriptor");
 }
 
 TEST_F(KeyFiles, HaveNoOptionForAPassphraseItself)

@@ -38,6 +38,15 @@ std::string ReadText(const std::string &path)
     return text.str();
 }
 
+void ExpectOneLine(const Outcome &outcome, const std::string &reason)
+{
+    EXPECT_EQ("", outcome.out);
+    EXPECT_EQ(0u, outcome.errors.rfind("pkgsign", 0)) << outcome.errors;
+    EXPECT_TRUE(outcome.errors.find(reason) != std::string::npos) << outcome.errors;
+    ASSERT_FALSE(outcome.errors.empty());
+    EXPECT_EQ(outcome.errors.size() - 1, outcome.errors.find('\n')) << outcome.errors;
+}
+
 // Leads a descriptor into a file for as long as it lives.
 struct Redirection {
     int descriptor;
@@ -124,11 +133,13 @@ bool Contains(const std::string &text, const std::string &part)
 void ExpectRefused(const Outcome &outcome, const std::string &reason)
 {
     EXPECT_EQ(1, outcome.status) << outcome.out << outcome.errors;
-    EXPECT_EQ("", outcome.out);
-    EXPECT_EQ(0u, outcome.errors.rfind("pkgsign", 0)) << outcome.errors;
-    EXPECT_TRUE(Contains(outcome.errors, reason)) << outcome.errors;
-    ASSERT_FALSE(outcome.errors.empty());
-    EXPECT_EQ(outcome.errors.size() - 1, outcome.errors.find('\n')) << outcome.errors;
+    ExpectOneLine(outcome, reason);
+}
+
+void ExpectUsage(const Outcome &outcome, const std::string &reason)
+{
+    EXPECT_EQ(2, outcome.status) << outcome.out << outcome.errors;
+    ExpectOneLine(outcome, reason);
 }
 
 void ExpectDone(const Outcome &outcome)

@@ -29,6 +29,9 @@ bool Contains(const std::string &text, const std::string &part);
 void ExpectRefused(const Outcome &outcome, const std::string &reason);
 void ExpectDone(const Outcome &outcome);
 
+// The same for a command line that is not understood.
+void ExpectUsage(const Outcome &outcome, const std::string &reason);
+
 // A test in a directory of its own, with a PKI folder "pki" that begins on 2026-01-01: signer for one year, timestamp
 // authority for two, issuing CA for five.
 class InFolder : public testing::Test

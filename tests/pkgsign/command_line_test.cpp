@@ -1,0 +1,116 @@
+// The command line: what it takes, how it ends, and what it does to the streams that it is given.
+#include <filesystem>
+
+#include "tests/pkgsign/support.h"
+
+namespace
+{
+
+class CommandLine : public InFolder
+{
+protected:
+    // The program, behind a shell: `line` has what stands behind its name.
+    Outcome Shell(const std::string &line) const
+    {
+        const std::string program = PKGSIGN_PROGRAM;
+        const ProcessResult result = RunProcess(
+            {"/bin/sh", "-c", "cd " + directory.path + " && export PKGSIGN_PKI=pki && " + program + " " + line});
+        return {result.exitStatus, result.output, result.errors};
+    }
+};
+
+TEST_F(CommandLine, ThatIsNotUnderstoodEndsWithTwo)
+{
+    EXPECT_EQ(2, Pkgsign({}).status);
+    EXPECT_EQ(2, Pkgsign({"dance"}).status);
+    EXPECT_EQ(2, Pkgsign({"sign"}).status);
+    EXPECT_EQ(2, Pkgsign({"list", "--pki"}).status);
+    ExpectUsage(Pkgsign({"list", "--wrong"}), "--wrong");
+    ExpectUsage(Run({"sign", "x", "--out", "y", "--out", "z"}), "--out");
+}
+
+TEST_F(CommandLine, WithAValueThatIsNotUnderstoodEndsWithTwo)
+{
+    const std::vector<std::vector<std::string>> lines = {
+        {"list", "--horizon", "soon"},
+        {"list", "--horizon", "99999999999"},
+        {"crl", "--out", "x", "--next-update", "2026-02-30"},
+        {"crl", "--out", "x", "--next-update", "99999-01-01"},
+        {"revoke", "signer", "--date", "yesterday"},
+        {"issue", "--as", "boss"},
+        {"issue", "--as", "signer", "--not-before", "0000-00-00"},
+        {"issue"},
+        {"issue", "--as", "signer", "--key-bits", "many"},
+        {"request", "--as", "root"},
+        {"sign", "x", "--out", "y", "--digest", "md5"},
+        {"timestamp", "x", "--out", "y", "--format", "xml"},
+        {"sign", "x", "--out", "y", "--gen-time", "2026-02-01T00:00:00.5Z"},
+        {"init", "x", "--only", "signer"},
+        {"init", "x", "--lifetime", "signer"},
+        {"init", "x", "--lifetime", "signer=0y"},
+    };
+    for (const std::vector<std::string> &line : lines) {
+        ExpectUsage(Run(line), "try --help");
+    }
+    ExpectUsage(At("today", {"list"}), "is no time");
+}
+
+TEST_F(CommandLine, AListOptionTakesOneValueEachTime)
+{
+    Write("secret", "secret\n");
+    ExpectDone(Run({"sign", "--passphrase-file", Path("secret"), Path("content"), "--out", Path("out")}));
+}
+
+TEST_F(CommandLine, EveryCommandHasHelpWithAnExampleAndAVersion)
+{
+    for (const char *const name :
+         {"init", "request", "issue", "revoke", "crl", "list", "import", "checksums", "sign", "timestamp"}) {
+        for (const char *const option : {"-h", "--help"}) {
+            const Outcome help = Pkgsign({name, option});
+            EXPECT_EQ(0, help.status) << name;
+            EXPECT_TRUE(Contains(help.out, std::string("Example: pkgsign ") + name)) << help.out;
+            EXPECT_TRUE(Contains(help.out, "--no-input")) << help.out;
+            EXPECT_EQ(std::string(name) != "list", Contains(help.out, "-n,--dry-run")) << help.out;
+        }
+        EXPECT_EQ(0u, Pkgsign({name, "-V"}).out.rfind("pkgsign ", 0)) << name;
+    }
+}
+
+// ---- Streams --------------------------------------------------------------------------------------------------------
+
+TEST_F(CommandLine, AStandardOutputThatTakesNothingIsNotDone)
+{
+    ExpectRefused(Shell("list >/dev/full"), "cannot write to 'standard output'");
+    ExpectRefused(Shell("--help >/dev/full"), "cannot write to 'standard output'");
+    ExpectRefused(Shell("sign content --out - >/dev/full"), "cannot write to 'standard output'");
+    ExpectRefused(Shell("revoke signer >/dev/full"), "the command has done its work, and only what it prints is lost");
+    EXPECT_EQ(1u, Memory().revocations.size());
+}
+
+TEST_F(CommandLine, AStandardOutputThatIsClosedLetsNothingHappen)
+{
+    const std::string before = Read("pki/pki.json");
+    ExpectRefused(Shell("crl --out crls >&-"), "standard output is closed");
+    ExpectRefused(Shell("revoke signer >&-"), "standard output is closed");
+    EXPECT_FALSE(Made("crls"));
+    EXPECT_EQ(before, Read("pki/pki.json"));
+}
+
+TEST_F(CommandLine, AStandardInputOrErrorThatIsClosedIsNoFileOfTheFolder)
+{
+    ExpectRefused(Shell("sign - --out out <&-"), "cannot read '-'");
+    EXPECT_FALSE(Made("out"));
+    const Outcome outcome = Shell("revoke signer <&- 2>&-");
+    EXPECT_EQ(0, outcome.status);
+    EXPECT_EQ(1u, Memory().revocations.size());
+}
+
+TEST_F(CommandLine, AReaderThatWentAwayIsNotDone)
+{
+    const Outcome outcome =
+        Shell("--version >/dev/null; (sleep 0.5; " + std::string(PKGSIGN_PROGRAM) + " list; echo $? >status) | :");
+    EXPECT_EQ("1\n", Read("status"));
+    EXPECT_TRUE(Contains(outcome.errors, "Broken pipe")) << outcome.errors;
+}
+
+} // namespace
