@@ -103,6 +103,16 @@ Status ReadPkiFile(const std::string &folder, Pki *pkiOut)
     return DecodePki(data, PkiPath(folder), pkiOut);
 }
 
+// What could not be read again is not written, whatever led to it.
+Status WritePki(const std::string &folder, const Pki &pki)
+{
+    const std::string text = EncodePki(pki);
+    Pki read;
+    const Status status = DecodePki(Bytes(text.begin(), text.end()), PkiPath(folder), &read);
+    return status.ok ? WriteWhole(PkiPath(folder), text)
+                     : Fail("the change was not made, because afterwards " + status.reason);
+}
+
 bool IsUri(const std::string &key)
 {
     const size_t colon = key.find(':');
@@ -130,7 +140,7 @@ Status UpdatePki(const std::string &folder, const std::function<Status(Pki *)> &
         status = change(&pki);
     }
     if (status.ok) {
-        status = WriteWhole(PkiPath(folder), EncodePki(pki));
+        status = WritePki(folder, pki);
     }
     if (status.ok && after != nullptr) {
         *after = std::move(pki);
@@ -153,7 +163,7 @@ Status CreatePki(const std::string &folder, const Pki &pki)
     if (status.ok && Exists(PkiPath(folder))) {
         return Fail("'" + Printable(folder) + "' holds a PKI already; name another folder");
     }
-    return status.ok ? WriteWhole(PkiPath(folder), EncodePki(pki)) : status;
+    return status.ok ? WritePki(folder, pki) : status;
 }
 
 std::string CertificatePath(const std::string &folder, const std::string &name)

@@ -7,6 +7,7 @@ namespace pkgsign
 namespace
 {
 
+constexpr size_t NAME_SIZE_MAX = 100; // leaves a file system room for what is put before and behind
 constexpr const char *ROLE_NAMES[] = {"root", "issuing-ca", "signer", "timestamp"};
 
 } // namespace
@@ -25,6 +26,13 @@ Status ParseRole(const std::string &text, Role *roleOut)
         }
     }
     return Fail("'" + text + "' is none of root, issuing-ca, signer and timestamp");
+}
+
+bool IsName(const std::string &text)
+{
+    static constexpr char CHARACTERS[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
+    return !text.empty() && text.size() <= NAME_SIZE_MAX && text[0] != '.' && text[0] != '-' &&
+           text.find_first_not_of(CHARACTERS) == std::string::npos;
 }
 
 const Entry *FindEntry(const Pki &pki, const std::string &name)

@@ -22,6 +22,10 @@ inline bool IsCa(Role role)
     return role == Role::Root || role == Role::IssuingCa;
 }
 
+// Whether a text can be the name of a certificate in a folder, and so part of a path: letters, digits and . _ -, of
+// which the first is no . or -.
+bool IsName(const std::string &text);
+
 enum class State {
     Requested, // there is a key, and no certificate for it yet
     Begun,     // the serial number is taken; the certificate may or may not have been signed

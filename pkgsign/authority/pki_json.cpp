@@ -3,6 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "pkgsign/authority/crls.h"
 #include "pkgsign/authority/pki.h"
 #include "pkgsign/files/files.h"
 
@@ -66,50 +67,84 @@ std::string Place(const std::string &text, size_t offset)
     return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }
 
-// The place of every object of a document, in the order in which they begin.
-struct Document {
-    std::vector<size_t> objects;
-    std::string problem;
-};
+// Under this key, which no document has, each object holds where it begins.
+constexpr char PLACE[] = "";
 
-void Parse(const std::string &text, Json *json, Document *document)
+// pki.json nests two deep. What nests deeper is refused before it is parsed: it would take memory for every bracket.
+constexpr int DEPTH_MAX = 8;
+
+std::string CheckDepth(const std::string &text)
 {
+    int depth = 0;
+    bool isString = false;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (isString) {
+            i += c == '\\' ? 1 : 0;
+            isString = c != '"';
+        } else {
+            isString = c == '"';
+            depth += c == '[' || c == '{' ? 1 : c == ']' || c == '}' ? -1 : 0;
+        }
+        if (depth > DEPTH_MAX) {
+            return Place(text, i + 1) + ": this nests too deep";
+        }
+    }
+    return {};
+}
+
+// What is wrong with the text as JSON; empty: nothing.
+std::string Parse(const std::string &text, Json *json)
+{
+    std::string problem = CheckDepth(text);
     size_t taken = 0;
-    std::vector<std::set<std::string>> keys;
+    std::vector<std::pair<size_t, std::set<std::string>>> objects; // those that are open
     const auto watch = [&](int, Json::parse_event_t event, Json &value) {
         if (event == Json::parse_event_t::object_start) {
-            keys.emplace_back();
-            document->objects.push_back(taken);
+            objects.emplace_back(taken, std::set<std::string>{PLACE});
         } else if (event == Json::parse_event_t::object_end) {
-            keys.pop_back();
-        } else if (event == Json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second &&
-                   document->problem.empty()) {
-            document->problem = Place(text, taken) + ": the key '" + value.get<std::string>() + "' stands there twice";
+            value[PLACE] = objects.back().first;
+            objects.pop_back();
+        } else if (event == Json::parse_event_t::key &&
+                   !objects.back().second.insert(value.get<std::string>()).second && problem.empty()) {
+            problem = Place(text, taken) + ": the key '" + value.get<std::string>() + "' stands there twice";
         }
         return true;
     };
     try {
-        *json = Json::parse(CountingIterator{text.data(), &taken}, CountingIterator{text.data() + text.size(), &taken},
-                            watch);
+        if (problem.empty()) {
+            *json = Json::parse(CountingIterator{text.data(), &taken},
+                                CountingIterator{text.data() + text.size(), &taken}, watch);
+        }
     } catch (const Json::parse_error &error) {
-        document->problem = Place(text, error.byte) + ": this is not JSON";
+        problem = Place(text, error.byte) + ": this is not JSON";
+    } catch (const Json::exception &) { // a number that no type holds
+        problem = Place(text, taken) + ": this is not JSON";
     }
+    return problem;
 }
 
-// Reads the members of one object after the other. The first thing that is wrong is kept.
+// Reads the members of objects. The first thing that is wrong is kept.
 struct Reader {
     const std::string &text;
-    const Document &document;
-    size_t object = 0; // in the document's order
     std::string problem;
 };
 
-void Complain(Reader *reader, const std::string &what)
+void Complain(Reader *reader, const Json &json, const std::string &what)
 {
     if (reader->problem.empty()) {
-        const size_t offset =
-            reader->object < reader->document.objects.size() ? reader->document.objects[reader->object] : 0;
+        const size_t offset = json.is_object() ? json.value(PLACE, size_t{0}) : 0;
         reader->problem = Place(reader->text, offset) + ": " + what;
+    }
+}
+
+// A key that is not known is refused: what it says would be lost with the next change.
+void CheckKeys(Reader *reader, const Json &json, const std::set<std::string> &known)
+{
+    for (const auto &member : json.items()) {
+        if (member.key() != PLACE && known.count(member.key()) == 0) {
+            Complain(reader, json, "the key '" + member.key() + "' is not known");
+        }
     }
 }
 
@@ -120,10 +155,20 @@ std::string ReadText(Reader *reader, const Json &json, const char *key, bool opt
         return {};
     }
     if (found == json.end() || !found->is_string()) {
-        Complain(reader, std::string("'") + key + "' is missing or no text");
+        Complain(reader, json, std::string("'") + key + "' is missing or no text");
         return {};
     }
     return found->get<std::string>();
+}
+
+// A name of a certificate or authority. It becomes part of a path.
+std::string ReadName(Reader *reader, const Json &json, const char *key)
+{
+    const std::string name = ReadText(reader, json, key);
+    if (!IsName(name)) {
+        Complain(reader, json, std::string("'") + key + "' is no name of a certificate");
+    }
+    return name;
 }
 
 int64_t ReadTime(Reader *reader, const Json &json, const char *key)
@@ -131,7 +176,7 @@ int64_t ReadTime(Reader *reader, const Json &json, const char *key)
     int64_t seconds = 0;
     const Status status = ParseTime(ReadText(reader, json, key), &seconds);
     if (!status.ok) {
-        Complain(reader, std::string("'") + key + "': " + status.reason);
+        Complain(reader, json, std::string("'") + key + "': " + status.reason);
     }
     return seconds;
 }
@@ -140,7 +185,7 @@ void ReadSpan(Reader *reader, const Json &json, const char *key, int64_t *span)
 {
     const Status status = ParseSpan(ReadText(reader, json, key), span);
     if (!status.ok) {
-        Complain(reader, std::string("'") + key + "': " + status.reason);
+        Complain(reader, json, std::string("'") + key + "': " + status.reason);
     }
 }
 
@@ -148,7 +193,7 @@ std::string ReadDigits(Reader *reader, const Json &json, const char *key, const 
 {
     const std::string text = ReadText(reader, json, key);
     if (text.empty() || text.find_first_not_of(digits) != std::string::npos) {
-        Complain(reader, std::string("'") + key + "' is no number");
+        Complain(reader, json, std::string("'") + key + "' is no number");
     }
     return text;
 }
@@ -164,26 +209,27 @@ State ReadState(Reader *reader, const Json &json)
             return static_cast<State>(i);
         }
     }
-    Complain(reader, "'state' is none of requested, begun and issued");
+    Complain(reader, json, "'state' is none of requested, begun and issued");
     return State::Begun;
 }
 
 Entry ReadEntry(Reader *reader, const Json &json)
 {
     Entry entry;
-    entry.name = ReadText(reader, json, "name");
+    CheckKeys(reader, json,
+              {"name", "role", "state", "subject", "authority", "key", "issuer", "serial", "notBefore", "notAfter"});
+    entry.name = ReadName(reader, json, "name");
     const Status status = ParseRole(ReadText(reader, json, "role"), &entry.role);
     if (!status.ok) {
-        Complain(reader, "'role': " + status.reason);
-    }
-    if (entry.name.empty() || entry.name.find('/') != std::string::npos || entry.name[0] == '.') {
-        Complain(reader, "'name' is no name of a certificate");
+        Complain(reader, json, "'role': " + status.reason);
     }
     entry.state = ReadState(reader, json);
     entry.key = ReadText(reader, json, "key", true);
-    entry.authority = ReadText(reader, json, "authority", true);
+    if (IsCa(entry.role) && entry.state != State::Requested) {
+        entry.authority = ReadName(reader, json, "authority");
+    }
     if (entry.state != State::Requested) {
-        entry.issuer = ReadText(reader, json, "issuer");
+        entry.issuer = ReadName(reader, json, "issuer");
         entry.serial = ReadDigits(reader, json, "serial", HEXADECIMAL);
         entry.notBefore = ReadTime(reader, json, "notBefore");
         entry.notAfter = ReadTime(reader, json, "notAfter");
@@ -195,9 +241,14 @@ Entry ReadEntry(Reader *reader, const Json &json)
 Revocation ReadRevocation(Reader *reader, const Json &json)
 {
     Revocation revocation;
-    revocation.issuer = ReadText(reader, json, "issuer");
+    CheckKeys(reader, json, {"issuer", "serial", "reason", "date", "noted"});
+    revocation.issuer = ReadName(reader, json, "issuer");
     revocation.serial = ReadDigits(reader, json, "serial", HEXADECIMAL);
     revocation.reason = ReadText(reader, json, "reason");
+    const Status status = CheckReason(revocation.reason);
+    if (!status.ok) {
+        Complain(reader, json, "'reason': " + status.reason);
+    }
     revocation.date = ReadTime(reader, json, "date");
     revocation.noted = ReadTime(reader, json, "noted");
     return revocation;
@@ -206,7 +257,8 @@ Revocation ReadRevocation(Reader *reader, const Json &json)
 PublishedCrl ReadCrl(Reader *reader, const Json &json)
 {
     PublishedCrl crl;
-    crl.issuer = ReadText(reader, json, "issuer");
+    CheckKeys(reader, json, {"issuer", "number", "thisUpdate", "nextUpdate"});
+    crl.issuer = ReadName(reader, json, "issuer");
     crl.number = ReadDigits(reader, json, "number", DECIMAL);
     crl.thisUpdate = ReadTime(reader, json, "thisUpdate");
     crl.nextUpdate = ReadTime(reader, json, "nextUpdate");
@@ -218,15 +270,14 @@ void ReadList(Reader *reader, const Json &json, const char *key, std::vector<T> 
 {
     const auto found = json.find(key);
     if (found == json.end() || !found->is_array()) {
-        Complain(reader, std::string("'") + key + "' is missing or no list");
+        Complain(reader, json, std::string("'") + key + "' is missing or no list");
         return;
     }
     for (const Json &item : *found) {
         if (!item.is_object()) {
-            Complain(reader, std::string("'") + key + "' holds something that is no object");
+            Complain(reader, json, std::string("'") + key + "' holds something that is no object");
             return;
         }
-        reader->object += 1;
         list->push_back(read(reader, item));
     }
 }
@@ -234,17 +285,18 @@ void ReadList(Reader *reader, const Json &json, const char *key, std::vector<T> 
 void ReadPki(Reader *reader, const Json &json, Pki *pki)
 {
     if (!json.is_object() || ReadText(reader, json, "format") != FORMAT) {
-        Complain(reader, "this is no PKI of format 1");
+        Complain(reader, json, "this is no PKI of format 1");
         return;
     }
+    CheckKeys(reader, json, {"format", "country", "organization", "lifetimes", "certificates", "revocations", "crls"});
     pki->country = ReadText(reader, json, "country");
     pki->organization = ReadText(reader, json, "organization");
     const auto lifetimes = json.find("lifetimes");
     if (lifetimes == json.end() || !lifetimes->is_object()) {
-        Complain(reader, "'lifetimes' is missing or no object");
+        Complain(reader, json, "'lifetimes' is missing or no object");
         return;
     }
-    reader->object += 1;
+    CheckKeys(reader, *lifetimes, {"issuing-ca", "signer", "timestamp", "crl"});
     ReadSpan(reader, *lifetimes, "issuing-ca", &pki->lifetimes.issuingCa);
     ReadSpan(reader, *lifetimes, "signer", &pki->lifetimes.signer);
     ReadSpan(reader, *lifetimes, "timestamp", &pki->lifetimes.timestamp);
@@ -327,9 +379,7 @@ Status DecodePki(const Bytes &data, const std::string &source, Pki *pkiOut)
 {
     const std::string text(data.begin(), data.end());
     Json json;
-    Document document;
-    Parse(text, &json, &document);
-    Reader reader = {text, document, 0, document.problem};
+    Reader reader = {text, Parse(text, &json)};
     Pki pki;
     if (reader.problem.empty()) {
         ReadPki(&reader, json, &pki);

@@ -63,6 +63,73 @@ TEST_F(PkiJson, WithANameThatLeavesTheFolderIsRefused)
     ExpectRefused(Run({"list"}), "'name' is no name of a certificate");
 }
 
+TEST_F(PkiJson, WithAnAuthorityThatLeavesTheFolderIsRefused)
+{
+    Damage("\"authority\": \"issuing-ca\"", "\"authority\": \"../issuing-ca\"");
+    ExpectRefused(Run({"list"}), "line 24, column 5: 'authority' is no name of a certificate");
+}
+
+TEST_F(PkiJson, WithAKeyThatIsNotKnownIsRefused)
+{
+    Damage("\"key\": \"private/signer.key\"", "\"kye\": \"private/signer.key\"");
+    ExpectRefused(Run({"list"}), "line 36, column 5: the key 'kye' is not known");
+}
+
+TEST_F(PkiJson, WithAReasonThatThereIsNotIsRefused)
+{
+    Damage("\"revocations\": []", "\"revocations\": [{\"issuer\": \"issuing-ca\", \"serial\": \"0A\", \"reason\": "
+                                  "\"stolen\", \"date\": \"2026-01-01\", \"noted\": \"2026-01-01\"}]");
+    ExpectRefused(Run({"list"}), "'reason': 'stolen' is no reason");
+}
+
+// Tools that sort or indent JSON do no harm, and the place is still right.
+TEST_F(PkiJson, InAnotherOrderIsRead)
+{
+    std::string text = Read("pki/pki.json");
+    const size_t start = text.find("  \"lifetimes\"");
+    const size_t end = text.find("  \"certificates\"");
+    const std::string lifetimes = text.substr(start, end - start);
+    text.erase(start, end - start);
+    text.insert(text.find("  \"revocations\""), lifetimes);
+    Write("pki/pki.json", text);
+    EXPECT_EQ(0, Run({"list"}).status);
+    Damage("\"role\": \"signer\"", "\"role\": \"boss\"");
+    ExpectRefused(Run({"list"}), "is damaged: line 30, column 5: 'role'");
+}
+
+TEST_F(PkiJson, ThatIsNoJsonIsRefusedWithItsPlaceWhateverItIs)
+{
+    const std::vector<std::pair<std::string, std::string>> texts = {
+        {"", "line 1, column 1: this is not JSON"},
+        {"{\"format\": 1e999}", "line 1, column 17: this is not JSON"},
+        {"{\"format\": \"1\"} x", "line 1, column 17: this is not JSON"},
+        {"{\"format\": \"\xFF\"}", "line 1, column 13: this is not JSON"},
+        {std::string(1, '\0'), "line 1, column 1: this is not JSON"},
+        {"[1]", "line 1, column 1: this is no PKI of format 1"},
+        {"null", "line 1, column 1: this is no PKI of format 1"},
+        {"{\"format\": \"1\", \"\": 1}", "the key '' stands there twice"},
+        {std::string(10000000, '['), "line 1, column 9: this nests too deep"},
+        {"{\"a\": \"[[[[[[[[[[[[\"}", "line 1, column 1: 'format' is missing"},
+    };
+    for (const auto &[text, reason] : texts) {
+        Write("pki/pki.json", text);
+        ExpectRefused(Run({"list"}), reason);
+    }
+    Write("pki/pki.json", std::string(size_t{17} << 20, ' '));
+    ExpectRefused(Run({"list"}), "is larger than 16777216 octets");
+}
+
+TEST_F(PkiJson, IsNotWrittenWithWhatCannotBeReadAgain)
+{
+    const std::string before = Read("pki/pki.json");
+    const pkgsign::Status status = pkgsign::UpdatePki(Path("pki"), [](pkgsign::Pki *pki) {
+        pki->certificates[0].name = "a/b";
+        return pkgsign::Status();
+    });
+    EXPECT_TRUE(Contains(status.reason, "'name' is no name of a certificate")) << status.reason;
+    EXPECT_EQ(before, Read("pki/pki.json"));
+}
+
 TEST_F(PkiJson, OfAnotherFormatIsRefused)
 {
     Damage("\"format\": \"1\"", "\"format\": \"2\"");
