@@ -1,6 +1,7 @@
 #include "pkgsign/authority/import.h"
 
 #include "pkgsign/authority/crls.h"
+#include "pkgsign/authority/requests.h"
 #include "pkgsign/files/files.h"
 
 namespace pkgsign
@@ -39,19 +40,6 @@ const Known *FindIssuer(const std::vector<Known> &known, X509 *certificate)
     return nullptr;
 }
 
-// The name of the entry whose request has this key; empty: none.
-std::string FindRequest(const std::string &folder, const Pki &pki, X509 *certificate)
-{
-    for (const Entry &entry : pki.certificates) {
-        RequestPtr request;
-        if (entry.state == State::Requested && ReadRequest(RequestPath(folder, entry.name), &request).ok &&
-            SamePublicKey(X509_REQ_get0_pubkey(request.get()), X509_get0_pubkey(certificate))) {
-            return entry.name;
-        }
-    }
-    return {};
-}
-
 // The authority under which a CA's revocations are kept: certificates of one name and key share it.
 std::string AuthorityOf(const std::vector<Known> &known, X509 *certificate, const std::string &name)
 {
@@ -84,19 +72,18 @@ Status ImportCertificate(const Workplace &place, const Certificate &certificate,
     if (same != nullptr && same->state == State::Issued) {
         return {};
     }
-    const std::string requested = FindRequest(place.folder, *pki, certificate.get());
-    entry.name = same != nullptr ? same->name : !requested.empty() ? requested : FreeName(*pki, RoleName(role));
-    if (const Entry *const begun = FindEntry(*pki, entry.name); begun != nullptr) {
-        entry.key = begun->key;
-    }
+    const Entry *const requested = FindRequest(place.folder, *pki, X509_get0_pubkey(certificate.get()));
+    const Entry *const begun = same != nullptr ? same : requested;
+    entry.name = begun != nullptr ? begun->name : FreeName(*pki, RoleName(role));
+    entry.key = begun != nullptr ? begun->key : "";
     entry.authority = IsCa(role) ? AuthorityOf(*known, certificate.get(), entry.name) : "";
     entry.issuer = isFirstRoot ? entry.name : issuer->authority;
     status = place.dryRun ? Status() : SaveCertificate(place.folder, entry, certificate.get());
     if (!status.ok) {
         return status;
     }
-    if (Entry *const begun = FindEntry(pki, entry.name); begun != nullptr) {
-        *begun = entry;
+    if (Entry *const earlier = FindEntry(pki, entry.name); earlier != nullptr) {
+        *earlier = entry;
     } else {
         pki->certificates.push_back(entry);
     }
@@ -170,11 +157,6 @@ Status ImportCrl(const Workplace &place, X509_CRL *crl, const std::string &sourc
 }
 
 } // namespace
-
-std::string RequestPath(const std::string &folder, const std::string &name)
-{
-    return folder + "/certificates/" + name + ".csr";
-}
 
 Status ImportObjects(const Workplace &place, const Objects &objects, const std::string &source, std::string *reportOut)
 {

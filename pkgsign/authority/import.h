@@ -15,9 +15,6 @@ namespace pkgsign
 // thing that is new.
 Status ImportObjects(const Workplace &place, const Objects &objects, const std::string &source, std::string *reportOut);
 
-// Where the request of a name is kept until its certificate comes.
-std::string RequestPath(const std::string &folder, const std::string &name);
-
 } // namespace pkgsign
 
 #endif

@@ -131,13 +131,16 @@ std::string AuthorityOf(const Pki &pki, const Entry &entry)
 
 Status AddBegun(Entry entry, Pki *pki, Entry *entryOut)
 {
-    Entry *const known = FindEntry(pki, entry.name);
     const Entry *const same = FindSerial(*pki, entry.issuer, entry.serial);
-    if (known != nullptr && known->state == State::Issued) {
-        return Fail("the folder has a certificate '" + entry.name + "' already");
+    if (same != nullptr && same->state == State::Issued) {
+        return Fail("this very certificate was issued before, as '" + same->name + "'");
     }
-    if (same != nullptr && same->name != entry.name) {
-        return Fail("this very certificate was begun before, as '" + same->name + "'");
+    if (same != nullptr) {
+        entry.name = same->name; // a run that was ended goes on
+    }
+    Entry *const known = FindEntry(pki, entry.name);
+    if (known != nullptr && known != same && (known->state != State::Requested || known->key != entry.key)) {
+        return Fail("the folder has a certificate '" + entry.name + "' already; choose another --name");
     }
     entry.authority = IsCa(entry.role) ? AuthorityOf(*pki, entry) : "";
     entry.issuer = entry.role == Role::Root ? entry.authority : entry.issuer;
@@ -178,9 +181,9 @@ Status SignAndKeep(const Workplace &place, const IssueOrder &order, const Issuer
     }
     if (status.ok) {
         status = UpdatePki(place.folder, [&](Pki *pki) {
-            Entry *const begun = FindEntry(pki, order.name);
+            Entry *const begun = FindEntry(pki, entry.name);
             if (begun == nullptr) {
-                return Fail("'" + order.name + "' has vanished from the folder");
+                return Fail("'" + entry.name + "' has vanished from the folder");
             }
             begun->state = State::Issued;
             return Status();

@@ -1,10 +1,15 @@
 #include "pkgsign/authority/requests.h"
 
-#include "pkgsign/authority/import.h"
 #include "pkgsign/files/files.h"
+#include "pkgsign/files/objects.h"
 
 namespace pkgsign
 {
+
+std::string RequestPath(const std::string &folder, const std::string &name)
+{
+    return folder + "/certificates/" + name + ".csr";
+}
 
 Status MakeRequest(const Workplace &place, const RequestOrder &order, Bytes *requestOut)
 {
@@ -43,6 +48,18 @@ Status MakeRequest(const Workplace &place, const RequestOrder &order, Bytes *req
         *requestOut = Bytes(text.begin(), text.end());
     }
     return status;
+}
+
+const Entry *FindRequest(const std::string &folder, const Pki &pki, const EVP_PKEY *key)
+{
+    for (const Entry &entry : pki.certificates) {
+        RequestPtr request;
+        if (entry.state == State::Requested && ReadRequest(RequestPath(folder, entry.name), &request).ok &&
+            SamePublicKey(X509_REQ_get0_pubkey(request.get()), key)) {
+            return &entry;
+        }
+    }
+    return nullptr;
 }
 
 } // namespace pkgsign

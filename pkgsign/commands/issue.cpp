@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "pkgsign/authority/rehearsal.h"
+#include "pkgsign/authority/requests.h"
 #include "pkgsign/commands/command.h"
 #include "pkgsign/commands/shared.h"
 #include "pkgsign/files/files.h"
@@ -107,6 +108,7 @@ struct Sources {
     const Entry *renewed = nullptr;
     Certificate certificate;
     RequestPtr request;
+    const Entry *requested = nullptr; // the entry of the request, when it was made in this folder
     Role role = Role::Signer;
 };
 
@@ -130,6 +132,9 @@ Status ReadSources(const Workplace &place, const Pki &pki, const Options &option
     }
     if (status.ok && !options.request.empty()) {
         status = ReadRequest(options.request, &sources->request);
+    }
+    if (sources->request != nullptr) {
+        sources->requested = FindRequest(place.folder, pki, X509_REQ_get0_pubkey(sources->request.get()));
     }
     return status;
 }
@@ -163,8 +168,15 @@ Status Issue(const Options &options, Session *session)
         return status;
     }
     order.fields.role = sources.role;
-    order.name = options.name.empty() ? FreeName(pki, RoleName(sources.role)) : options.name;
-    status = ChooseIssuer(place, pki, options, sources.role, &order.issuer);
+    if (sources.requested != nullptr && (options.name.empty() || options.name == sources.requested->name)) {
+        order.name = sources.requested->name;
+        order.keyUri = sources.requested->key;
+    } else {
+        status = ChooseName(place, pki, options.name, sources.role, &order.name);
+    }
+    if (status.ok) {
+        status = ChooseIssuer(place, pki, options, sources.role, &order.issuer);
+    }
     if (status.ok) {
         status = ChooseTimes(place, pki, options, sources.certificate, &order.fields);
     }

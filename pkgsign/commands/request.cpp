@@ -33,9 +33,12 @@ Status Request(const Options &options, Session *session)
     if (!status.ok) {
         return status;
     }
-    order.name = options.name.empty() ? FreeName(pki, options.role) : options.name;
-    status = MakeName(pki.country, pki.organization,
-                      options.commonName.empty() ? NamesOf(order.role).commonName : options.commonName, &order.subject);
+    status = ChooseName(place, pki, options.name, order.role, &order.name);
+    if (status.ok) {
+        status =
+            MakeName(pki.country, pki.organization,
+                     options.commonName.empty() ? NamesOf(order.role).commonName : options.commonName, &order.subject);
+    }
     if (status.ok) {
         status = GetKey(place, options.key, order.name, &order.key, &order.keyUri, &order.unsaved);
     }

@@ -25,6 +25,23 @@ Status GetKey(const Workplace &place, const KeyOptions &options, const std::stri
     return MakeNewKey(place, name, static_cast<int>(bits), !options.noEncryption, keyOut, uriOut, unsavedOut);
 }
 
+Status ChooseName(const Workplace &place, const Pki &pki, const std::string &asked, Role role, std::string *nameOut)
+{
+    if (!asked.empty() && !IsName(asked)) {
+        return FailUsage("'" + Printable(asked) + "' is no name of a certificate; it wants letters, digits and . _ -");
+    }
+    if (FindEntry(pki, asked) != nullptr) {
+        return Fail("the folder has a certificate '" + asked + "' already; choose another --name");
+    }
+    std::string name = asked.empty() ? RoleName(role) : asked;
+    for (int i = 2; asked.empty() && (FindEntry(pki, name) != nullptr || Exists(place.folder + "/" + KeyPath(name)));
+         ++i) {
+        name = RoleName(role) + ("-" + std::to_string(i)); // a key without an entry is what a crash can leave behind
+    }
+    *nameOut = std::move(name);
+    return {};
+}
+
 const RoleNames &NamesOf(Role role)
 {
     static constexpr RoleNames NAMES[] = {{Role::IssuingCa, "Issuing CA", &Lifetimes::issuingCa},

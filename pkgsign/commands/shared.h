@@ -20,6 +20,9 @@ struct KeyOptions {
 Status GetKey(const Workplace &place, const KeyOptions &options, const std::string &name, Key *keyOut,
               std::string *uriOut, UnsavedKey *unsavedOut);
 
+// The name of a new certificate: the one asked for, or a free one after its role.
+Status ChooseName(const Workplace &place, const Pki &pki, const std::string &asked, Role role, std::string *nameOut);
+
 // What certificates of a role are like by default.
 struct RoleNames {
     Role role;

@@ -204,6 +204,73 @@ TEST_F(Authority, ACaRenewedWithItsKeyKeepsItsBeginning)
     EXPECT_EQ(pkgsign::FindEntry(Memory(), "issuing-ca")->notBefore, Memory().certificates.back().notBefore);
 }
 
+TEST_F(Authority, ANameThatIsNoNameIsRefused)
+{
+    const std::string before = Read("pki/pki.json");
+    for (const char *const name : {"a/b", "..", ".hidden", "-x", "with space", "\xC3\xA4", "new\nline"}) {
+        ExpectUsage(Run({"issue", "--as", "signer", "--no-encryption", "--name=" + std::string(name)}),
+                    "is no name of a certificate");
+        ExpectUsage(Run({"request", "--as", "signer", "--no-encryption", "--name=" + std::string(name)}),
+                    "is no name of a certificate");
+    }
+    EXPECT_EQ(before, Read("pki/pki.json"));
+}
+
+TEST_F(Authority, ANameThatIsTakenIsRefusedBeforeAnythingIsWritten)
+{
+    ASSERT_EQ(0, Openssl({"genrsa", "-out", Path("key"), "2048"}).exitStatus);
+    ExpectDone(Run({"request", "--as", "signer", "--name", "asked", "--no-encryption", "--out", Path("asked.csr")}));
+    const std::string request = Read("pki/certificates/asked.csr");
+    for (const char *const name : {"asked", "signer"}) {
+        ExpectRefused(Run({"request", "--as", "signer", "--name", name, "--key", Path("key"), "--out", Path("out")}),
+                      "already; choose another --name");
+        ExpectRefused(Run({"issue", "--as", "signer", "--name", name, "--key", Path("key"), "--out", Path("out")}),
+                      "already; choose another --name");
+    }
+    EXPECT_EQ(request, Read("pki/certificates/asked.csr"));
+    EXPECT_FALSE(Made("out"));
+}
+
+// A key file without an entry is what a crash can leave behind.
+TEST_F(Authority, AKeyThatIsThereIsNotOverwrittenAndAnotherNameIsTaken)
+{
+    Write("pki/private/signer-2.key", "somebody's");
+    ExpectDone(Run({"issue", "--as", "signer", "--no-encryption", "--key-bits", "2048"}));
+    EXPECT_EQ("somebody's", Read("pki/private/signer-2.key"));
+    EXPECT_EQ("signer-3", Memory().certificates.back().name);
+}
+
+TEST_F(Authority, ARequestOfThisFolderIsIssuedUnderItsNameWithItsKey)
+{
+    const std::vector<std::string> key = {"--no-encryption", "--key-bits", "2048"};
+    ExpectDone(Run({"request", "--as", "signer", "--name", "asked", "--no-encryption", "--key-bits", "2048", "--out",
+                    Path("asked.csr")}));
+    ExpectDone(Run({"issue", "--as", "signer", "--request", Path("asked.csr")}));
+    const pkgsign::Pki pki = Memory();
+    const pkgsign::Entry *const entry = pkgsign::FindEntry(pki, "asked");
+    EXPECT_EQ(5u, pki.certificates.size());
+    EXPECT_EQ(pkgsign::State::Issued, entry->state);
+    EXPECT_EQ("private/asked.key", entry->key);
+    ExpectDone(Run({"sign", Path("content"), "--signer", "asked", "--out", Path("out")}));
+}
+
+// What a crash leaves between the entry and the certificate: the run that is made again goes on with it.
+TEST_F(Authority, ACertificateThatWasBegunIsIssuedByTheSameRun)
+{
+    ASSERT_EQ(0, Openssl({"genrsa", "-out", Path("key"), "2048"}).exitStatus);
+    const std::vector<std::string> issue = {"issue", "--as", "signer", "--key", Path("key")};
+    ExpectDone(Run(issue));
+    ExpectRefused(Run(issue), "this very certificate was issued before, as 'signer-2'");
+    std::string memory = Read("pki/pki.json");
+    const size_t at = memory.find("issued", memory.find("signer-2"));
+    Write("pki/pki.json", memory.replace(at, 6, "begun"));
+    std::filesystem::remove(Path("pki/certificates/signer-2.pem"));
+    ExpectDone(Run(issue));
+    EXPECT_EQ(5u, Memory().certificates.size());
+    EXPECT_EQ(pkgsign::State::Issued, Memory().certificates.back().state);
+    EXPECT_TRUE(Made("pki/certificates/signer-2.pem"));
+}
+
 // ---- Memory ---------------------------------------------------------------------------------------------------------
 
 TEST_F(Authority, AnEntryNeverDropsOut)
