@@ -94,31 +94,30 @@ bool IsNewer(const X509_CRL *crl, const X509_CRL *than)
     return a != b ? a > b : CompareNumbers(CrlNumber(crl), CrlNumber(than)) > 0;
 }
 
-// Memory cannot go back: what devices may already know must be known here.
-Status CheckMemory(const Composition &composition, const Authority &authority, X509_CRL *crl, const std::string &source)
+// Memory cannot go back: what devices may already know must be known here. Yields what is not; empty: nothing.
+std::string FindForgotten(const Composition &composition, const Authority &authority, X509_CRL *crl)
 {
     if (authority.id.empty() || authority.entry->key.empty()) {
         return {};
     }
-    std::string missing;
+    std::string forgotten;
     for (const Revocation &entry : CrlEntries(crl, authority.id)) {
-        if (FindRevocation(composition.pki, authority.id, entry.serial) == nullptr) {
-            missing += (missing.empty() ? "the revocation of " : ", ") + entry.serial;
+        const Revocation *const known = FindRevocation(composition.pki, authority.id, entry.serial);
+        if (known == nullptr || !IsSameRevocation(Stricter(*known, entry), *known)) {
+            forgotten += (forgotten.empty() ? "the revocation of " : ", ") + entry.serial;
         }
     }
     const std::string number = CrlNumber(crl);
     const PublishedCrl *const last = FindCrl(composition.pki, authority.id);
     if (!number.empty() && (last == nullptr || CompareNumbers(number, last->number) > 0)) {
-        missing += (missing.empty() ? "" : " and ") + ("the CRL number " + number);
+        forgotten += (forgotten.empty() ? "" : " and ") + ("the CRL number " + number);
     }
-    return missing.empty() ? Status()
-                           : Fail("'" + Printable(source) + "' shows of the CA '" + authority.id +
-                                  "' what pki.json has " + "forgotten: " + missing + "; run: pkgsign import " +
-                                  Printable(source) + " --pki " + Printable(composition.place.folder));
+    return forgotten.empty() ? "" : "of '" + authority.id + "' " + forgotten;
 }
 
 Status TakeCrls(Composition *composition, const Objects &objects, const std::string &source, bool mustBeKnown)
 {
+    std::string forgotten;
     for (const Crl &crl : objects.crls) {
         Authority *const authority = FindSigner(composition, crl.get());
         if (authority == nullptr && mustBeKnown) {
@@ -128,18 +127,20 @@ Status TakeCrls(Composition *composition, const Objects &objects, const std::str
         if (authority == nullptr) {
             continue;
         }
-        Status status = CheckCrlKind(crl.get(), source);
-        if (status.ok) {
-            status = CheckMemory(*composition, *authority, crl.get(), source);
-        }
+        const Status status = CheckCrlKind(crl.get(), source);
         if (!status.ok) {
             return status;
         }
+        const std::string missing = FindForgotten(*composition, *authority, crl.get());
+        forgotten += (forgotten.empty() || missing.empty() ? "" : "; ") + missing;
         if (authority->last == nullptr || IsNewer(crl.get(), authority->last.get())) {
             authority->last = crl;
         }
     }
-    return {};
+    return forgotten.empty()
+               ? Status()
+               : Fail("'" + Printable(source) + "' shows what pki.json has forgotten: " + forgotten +
+                      "; run: pkgsign import " + Printable(source) + " --pki " + Printable(composition->place.folder));
 }
 
 Status ReadSource(Composition *composition, const std::string &path, bool mustBeKnown)
@@ -230,7 +231,10 @@ std::string NextNumber(const PublishedCrl *last, int64_t thisUpdate)
 
 bool ListsAll(X509_CRL *crl, const std::vector<Revocation> &entries)
 {
-    return CrlEntries(crl, "").size() == entries.size(); // an entry never drops out, so only the number can differ
+    const std::vector<Revocation> listed = CrlEntries(crl, "");
+    return std::is_permutation(
+        listed.begin(), listed.end(), entries.begin(), entries.end(),
+        [](const Revocation &a, const Revocation &b) { return a.serial == b.serial && IsSameRevocation(a, b); });
 }
 
 // Describes the next CRL of a CA. A CA that has ended, or was superseded, signs its last CRLs as of before that:

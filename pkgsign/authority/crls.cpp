@@ -137,6 +137,35 @@ std::vector<Revocation> CrlEntries(X509_CRL *crl, const std::string &authority)
     return entries;
 }
 
+Revocation Stricter(const Revocation &known, const Revocation &other)
+{
+    Revocation stricter = known;
+    stricter.date = std::min(known.date, other.date);
+    if (IsOrdinaryEnd(known.reason) && !IsOrdinaryEnd(other.reason)) {
+        stricter.reason = other.reason;
+    }
+    return stricter;
+}
+
+bool RememberRevocation(const Revocation &revocation, Pki *pki)
+{
+    for (Revocation &known : pki->revocations) {
+        if (known.issuer == revocation.issuer && known.serial == revocation.serial) {
+            const Revocation stricter = Stricter(known, revocation);
+            const bool isNew = !IsSameRevocation(stricter, known);
+            known = stricter;
+            return isNew;
+        }
+    }
+    pki->revocations.push_back(revocation);
+    return true;
+}
+
+bool IsSameRevocation(const Revocation &a, const Revocation &b)
+{
+    return a.date == b.date && a.reason == b.reason;
+}
+
 Status CheckCrlKind(const X509_CRL *crl, const std::string &source)
 {
     if (X509_CRL_get_ext_by_NID(crl, NID_issuing_distribution_point, -1) >= 0 ||

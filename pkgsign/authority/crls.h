@@ -33,6 +33,16 @@ std::string CrlNumber(const X509_CRL *crl);
 // What a CRL lists, as revocations of `authority`, noted at its thisUpdate.
 std::vector<Revocation> CrlEntries(X509_CRL *crl, const std::string &authority);
 
+// What refuses all that either of two revocations of a certificate refuses: the earlier date, and a reason that is no
+// ordinary end, where one of them has it.
+Revocation Stricter(const Revocation &known, const Revocation &other);
+
+// Takes a revocation into memory: as it is, or the stricter of it and what is known. True when memory has changed.
+bool RememberRevocation(const Revocation &revocation, Pki *pki);
+
+// Whether two revocations have the same date and reason.
+bool IsSameRevocation(const Revocation &a, const Revocation &b);
+
 // Refuses CRLs that are not complete and direct: delta CRLs and those with an issuing distribution point.
 Status CheckCrlKind(const X509_CRL *crl, const std::string &source);
 

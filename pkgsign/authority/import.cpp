@@ -139,9 +139,10 @@ Status ImportCrl(const Workplace &place, X509_CRL *crl, const std::string &sourc
         return status;
     }
     for (const Revocation &entry : CrlEntries(crl, issuer->authority)) {
-        if (FindRevocation(*pki, entry.issuer, entry.serial) == nullptr) {
-            pki->revocations.push_back(entry);
-            *report += "revocation of " + entry.serial + " of '" + entry.issuer + "' (" + entry.reason + ")\n";
+        if (RememberRevocation(entry, pki)) {
+            const Revocation *const kept = FindRevocation(*pki, entry.issuer, entry.serial);
+            *report += "revocation of " + entry.serial + " of '" + entry.issuer + "', " + kept->reason + " from " +
+                       FormatTime(kept->date) + "\n";
         }
     }
     const std::string number = CrlNumber(crl);
