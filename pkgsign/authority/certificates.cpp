@@ -1,5 +1,6 @@
 #include "pkgsign/authority/certificates.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include <openssl/rand.h>
@@ -82,6 +83,14 @@ bool AddAttribute(X509_NAME *name, const char *type, const std::string &value)
 {
     return X509_NAME_add_entry_by_txt(name, type, MBSTRING_UTF8, reinterpret_cast<const unsigned char *>(value.data()),
                                       static_cast<int>(value.size()), -1, 0) == 1;
+}
+
+std::string NumberText(const BIGNUM *number)
+{
+    char *const text = BN_bn2hex(number);
+    const std::string result = text == nullptr ? "" : text;
+    OPENSSL_free(text);
+    return result;
 }
 
 std::string TextOf(BIO *memory)
@@ -206,13 +215,27 @@ bool IsSameNameForDevice(const X509_NAME *a, const X509_NAME *b)
     return last < 0 ? rdn < 0 : X509_NAME_ENTRY_set(X509_NAME_get_entry(b, last)) == rdn;
 }
 
+Status ParseSerial(const std::string &text, std::string *textOut)
+{
+    std::string digits;
+    std::remove_copy(text.begin(), text.end(), std::back_inserter(digits), ':');
+    digits.erase(0, digits.find_first_not_of('0'));
+    BIGNUM *number = nullptr;
+    const bool isNumber = !digits.empty() && digits.size() <= 2 * SERIAL_SIZE_MAX &&
+                          digits.find_first_not_of("0123456789ABCDEFabcdef") == std::string::npos &&
+                          BN_hex2bn(&number, digits.c_str()) != 0;
+    const BnPtr owned(number);
+    if (!isNumber) {
+        return Fail("'" + Printable(text) + "' is no serial number; it wants up to 40 hexadecimal digits");
+    }
+    *textOut = NumberText(number);
+    return {};
+}
+
 std::string SerialText(const ASN1_INTEGER *serial)
 {
     const BnPtr number(ASN1_INTEGER_to_BN(serial, nullptr));
-    char *const text = BN_bn2hex(number.get());
-    const std::string result = text == nullptr ? "" : text;
-    OPENSSL_free(text);
-    return result;
+    return number == nullptr ? "" : NumberText(number.get());
 }
 
 std::string SerialText(const X509 *certificate)

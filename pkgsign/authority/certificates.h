@@ -48,6 +48,9 @@ Status MakeSerial(size_t size, Bytes *serialOut);
 // the type of the string.
 bool IsSameNameForDevice(const X509_NAME *a, const X509_NAME *b);
 
+// Reads a serial number in hexadecimal, with or without colons and leading zeros. textOut: as SerialText gives it.
+Status ParseSerial(const std::string &text, std::string *textOut);
+
 std::string SerialText(const ASN1_INTEGER *serial);
 std::string SerialText(const X509 *certificate);
 std::string NameText(const X509_NAME *name);

@@ -42,16 +42,16 @@ Status FindSubject(const Workplace &place, const Pki &pki, const Options &option
         }
         return status;
     }
-    std::string serial = options.serial;
-    std::transform(serial.begin(), serial.end(), serial.begin(), [](unsigned char c) { return std::toupper(c); });
+    std::string serial;
     const Entry *ca = nullptr;
-    const Status status = options.issuer.empty() ? ChooseCertificate(pki, Role::IssuingCa, "", place.now, &ca)
-                                                 : FindCertificate(place, pki, options.issuer, &ca);
+    Status status = Usage(ParseSerial(options.serial, &serial));
     if (!status.ok) {
         return status;
     }
-    if (serial.empty() || serial.find_first_not_of("0123456789ABCDEF") != std::string::npos || serial.size() > 40) {
-        return FailUsage("'" + Printable(options.serial) + "' is no serial number; it wants hexadecimal digits");
+    status = options.issuer.empty() ? ChooseCertificate(pki, Role::IssuingCa, "", place.now, &ca)
+                                    : FindCertificate(place, pki, options.issuer, &ca);
+    if (!status.ok) {
+        return status;
     }
     *subjectOut = {ca->authority, serial, FindSerial(pki, ca->authority, serial)};
     return {};
