@@ -249,6 +249,12 @@ Status FindRoot(const Pki &pki, const Entry **rootOut)
     return Fail("the folder has no root certificate; import it");
 }
 
+bool IsCaRevoked(const Pki &pki, const Entry &entry)
+{
+    const Entry *const ca = FindAuthority(pki, entry.issuer);
+    return ca != nullptr && FindRevocation(pki, ca->issuer, ca->serial) != nullptr;
+}
+
 Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int64_t now, const Entry **entryOut,
                          bool needsKey)
 {
@@ -267,6 +273,8 @@ Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int
             why = "the key of " + quoted + " is not here";
         } else if (FindRevocation(pki, entry.issuer, entry.serial) != nullptr) {
             why = quoted + " is revoked";
+        } else if (IsCaRevoked(pki, entry)) {
+            why = "the CA of " + quoted + " is revoked";
         } else if (now < entry.notBefore || now > entry.notAfter) {
             why = quoted + " lives from " + FormatTime(entry.notBefore) + " to " + FormatTime(entry.notAfter) +
                   ", and it is " + FormatTime(now);

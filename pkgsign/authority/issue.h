@@ -39,9 +39,12 @@ struct IssueOrder {
 // fields.
 Status IssueCertificate(const Workplace &place, IssueOrder *order, Certificate *certificateOut, std::string *reportOut);
 
-// The certificate of a role to work with: issued, with a key here, not revoked, in its lifetime at `now`, and of
-// several the one that ends last. name: not empty asks for this one, and says why it will not do. needsKey: false where
-// the key may be elsewhere.
+// Whether the CA of a certificate is revoked, as far as this folder knows.
+bool IsCaRevoked(const Pki &pki, const Entry &entry);
+
+// The certificate of a role to work with: issued, with a key here, neither revoked nor its CA, in its lifetime at
+// `now`, and of several the one that ends last. name: not empty asks for this one, and says why it will not do.
+// needsKey: false where the key may be elsewhere.
 Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int64_t now, const Entry **entryOut,
                          bool needsKey = true);
 

@@ -41,13 +41,26 @@ struct Need {
     int64_t ends;
 };
 
-// The certificates that would sign now, and the last CRL of each CA that has not ended.
+// Of the certificates of a role that could be used again or still, the one that ends last; null: there is none.
+const Entry *LastOf(const Pki &pki, Role role)
+{
+    const Entry *last = nullptr;
+    for (const Entry &entry : pki.certificates) {
+        if (entry.role == role && entry.state == State::Issued && !entry.key.empty() &&
+            FindRevocation(pki, entry.issuer, entry.serial) == nullptr && !IsCaRevoked(pki, entry) &&
+            (last == nullptr || entry.notAfter > last->notAfter)) {
+            last = &entry;
+        }
+    }
+    return last;
+}
+
+// The certificate of each role that ends last, and the last CRL of each CA that has not ended.
 std::vector<Need> Needs(const Pki &pki, int64_t now)
 {
     std::vector<Need> needs;
     for (const Role role : {Role::Signer, Role::Timestamp, Role::IssuingCa}) {
-        const Entry *entry = nullptr;
-        if (ChooseCertificate(pki, role, "", now, &entry).ok) {
+        if (const Entry *const entry = LastOf(pki, role); entry != nullptr) {
             needs.push_back({"certificate '" + entry->name + "'", entry->notAfter});
         }
     }
@@ -146,7 +159,7 @@ Json CertificateJson(const Pki &pki, const Entry &entry, int64_t now)
     return json;
 }
 
-std::string JsonList(const Pki &pki, int64_t now)
+std::string JsonList(const Pki &pki, int64_t now, const std::vector<Need> &soon)
 {
     Json json;
     json["now"] = FormatTime(now);
@@ -170,6 +183,10 @@ std::string JsonList(const Pki &pki, int64_t now)
                                        {"date", FormatTime(entry.date)},
                                        {"noted", FormatTime(entry.noted)}});
     }
+    json["endsSoon"] = Json::array();
+    for (const Need &need : soon) {
+        json["endsSoon"].push_back({{"what", need.what}, {"ends", FormatTime(need.ends)}});
+    }
     return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
@@ -186,13 +203,16 @@ Status List(const Options &options, Session *session)
     if (!status.ok) {
         return status;
     }
-    session->out = options.json ? JsonList(pki, now) : TextList(pki, now);
+    std::vector<Need> soon;
+    std::string text;
     for (const Need &need : Needs(pki, now)) {
         if (!options.horizon.empty() && need.ends - now < horizon) {
-            session->success = EXIT_ENDS_SOON;
-            session->out += options.json ? "" : "ends soon: " + need.what + " at " + FormatTime(need.ends) + "\n";
+            soon.push_back(need);
+            text += (need.ends < now ? "ended: " : "ends soon: ") + need.what + " at " + FormatTime(need.ends) + "\n";
         }
     }
+    session->out = options.json ? JsonList(pki, now, soon) : TextList(pki, now) + text;
+    session->success = soon.empty() ? EXIT_DONE : EXIT_ENDS_SOON;
     return {};
 }
 

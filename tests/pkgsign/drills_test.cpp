@@ -135,6 +135,20 @@ TEST_F(Drill, ACaWhoseKeyIsStolenLosesEverythingAndTheFileIsStillNewer)
     EXPECT_TRUE(Takes("new"));
 }
 
+// The certificates of a CA that is revoked sign nothing more, though they may end last.
+TEST_F(Drill, ASignerOfARevokedCaIsNotChosen)
+{
+    Issue("2026-06-01", {"--renew", "issuing-ca"});
+    Issue("2026-06-01", {"--as", "signer"});
+    Issue("2026-06-01", {"--as", "timestamp"});
+    ExpectDone(At("2026-06-02", {"revoke", "issuing-ca-2", "--reason", "cACompromise"}));
+    Release("2026-06-03", "package");
+    ExpectRefused(At("2026-06-03", {"sign", Path("content"), "--signer", "signer-2", "--out", Path("out")}),
+                  "the CA of 'signer-2' is revoked");
+    MakeCrls("2026-06-03");
+    EXPECT_TRUE(Takes("package"));
+}
+
 TEST_F(Drill, ACaWhoseKeyIsLostGoesOnWithItsLastCrlAndIsSuperseded)
 {
     Release("2026-02-01", "old");
