@@ -30,10 +30,12 @@ constexpr size_t DIGEST_DIGITS = 64;
 // A closed set of characters: no update step can read a name in two ways.
 Status CheckName(const std::string &name)
 {
-    if (name.find_first_not_of(NAME_CHARACTERS) != std::string::npos || name.front() == '-' || name.front() == '.') {
+    const std::string path = "/" + name;
+    if (name.find_first_not_of(NAME_CHARACTERS) != std::string::npos || path.find("/.") != std::string::npos ||
+        path.find("/-") != std::string::npos) {
         return Fail("the name '" + Printable(name) +
-                    "' has a character other than letters, digits and . _ - + /, or "
-                    "begins with . or -; rename the file");
+                    "' has a character other than letters, digits and . _ - + /, or a part of it begins with . or -; "
+                    "rename the file");
     }
     return {};
 }
@@ -62,6 +64,14 @@ Status DigestFile(const std::string &path, std::string *textOut)
     return {};
 }
 
+// A path whose directory is free of links; its last part may be one.
+std::filesystem::path Place(const std::filesystem::path &path)
+{
+    std::error_code error;
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(path, error).parent_path(), error) /
+           path.filename();
+}
+
 // All regular files below a directory, by name; anything else in it is refused. The checksum file itself and what
 // belongs to it are left out.
 Status FindFiles(const Options &options, std::vector<std::string> *namesOut)
@@ -70,15 +80,16 @@ Status FindFiles(const Options &options, std::vector<std::string> *namesOut)
     std::error_code error;
     std::vector<std::string> names;
     const std::string own = options.out.empty() ? options.check : options.out;
-    const fs::path ownPath = fs::weakly_canonical(own, error);
+    const fs::path ownPath = Place(own);
     for (fs::recursive_directory_iterator file(options.directory, error), end; !error && file != end;
          file.increment(error)) {
         const std::string name = file->path().lexically_relative(options.directory).generic_string();
-        const fs::path path = fs::weakly_canonical(file->path(), error);
-        if (path == ownPath || path == fs::path(ownPath.string() + ".cms") || file->is_directory(error)) {
+        const fs::path path = Place(file->path());
+        const bool isLink = file->is_symlink(error);
+        if (!isLink && (path == ownPath || path == fs::path(ownPath.string() + ".cms") || file->is_directory(error))) {
             continue;
         }
-        if (file->is_symlink(error) || !file->is_regular_file(error)) {
+        if (isLink || !file->is_regular_file(error)) {
             return Fail("'" + Printable(file->path().string()) + "' is no regular file; a package holds nothing else");
         }
         const Status status = CheckName(name);
