@@ -200,6 +200,9 @@ Status Issue(const Options &options, Session *session)
     if (status.ok && !place.dryRun && !options.out.empty()) {
         status = WriteWhole(options.out, AddArmour("CERTIFICATE", EncodeCertificate(certificate.get())));
     }
+    if (options.out == "-" && !place.dryRun) {
+        session->out.clear(); // standard output is the certificate's then
+    }
     session->next = sources.role == Role::IssuingCa ? "pkgsign crl --pki " + place.folder + " --out crls.der"
                                                     : "pkgsign list --pki " + place.folder;
     return status;

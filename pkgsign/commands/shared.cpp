@@ -53,7 +53,7 @@ const RoleNames &NamesOf(Role role)
 Status FindCertificate(const Workplace &place, const Pki &pki, const std::string &nameOrFile, const Entry **entryOut)
 {
     const Entry *entry = FindEntry(pki, nameOrFile);
-    if (entry == nullptr && Exists(nameOrFile)) {
+    if (entry == nullptr && (nameOrFile == "-" || Exists(nameOrFile))) {
         Certificate certificate;
         const Status status = ReadCertificate(nameOrFile, &certificate);
         if (!status.ok) {

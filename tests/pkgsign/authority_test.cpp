@@ -1,4 +1,5 @@
 // What an authority remembers, issues and revokes.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -293,14 +294,37 @@ TEST_F(Authority, AFolderFromABackupMustNotUnrevoke)
     const std::string serial = pkgsign::FindEntry(Memory(), "signer")->serial;
     std::filesystem::remove_all(Path("pki"));
     std::filesystem::rename(Path("backup"), Path("pki"));
-    ExpectRefused(MakeCrls("2026-03-01"), "what pki.json has forgotten: the CRL number");
+    ExpectRefused(MakeCrls("2026-03-01"), "what pki.json has forgotten: of 'root' the CRL number");
     ExpectRefused(MakeCrls("2026-03-01"), "pkgsign import ");
     EXPECT_EQ(published, Read("crls"));
     const Outcome import = Run({"import", Path("crls")});
-    EXPECT_TRUE(Contains(import.out, "revocation of " + serial + " of 'issuing-ca' (keyCompromise)")) << import.out;
+    EXPECT_TRUE(Contains(import.out, "revocation of " + serial + " of 'issuing-ca', keyCompromise from")) << import.out;
     ExpectDone(MakeCrls("2026-03-01"));
     EXPECT_EQ(1u, Entries("Issuing CA"));
     EXPECT_TRUE(Contains(Run({"import", Path("crls")}).out, "nothing new"));
+}
+
+TEST_F(Authority, AForkThatRevokedLessMustNotUnrevoke)
+{
+    std::filesystem::copy(Path("pki"), Path("fork"), std::filesystem::copy_options::recursive);
+    ExpectDone(Run({"revoke", "signer", "--reason", "keyCompromise"}));
+    ExpectDone(Run({"revoke", "timestamp", "--reason", "keyCompromise"}));
+    ExpectDone(MakeCrls("2026-02-02"));
+    std::filesystem::rename(Path("pki"), Path("right"));
+    std::filesystem::rename(Path("fork"), Path("pki"));
+    ExpectDone(Run({"revoke", "signer", "--reason", "keyCompromise", "--date", "2026-01-20"})); // a later date
+    ExpectDone(Run({"revoke", "timestamp", "--reason", "superseded"}));                         // a milder reason
+    const pkgsign::Pki before = Memory();
+    ExpectRefused(MakeCrls("2026-03-01"), "of 'issuing-ca' the revocation of " + before.revocations[0].serial + ", " +
+                                              before.revocations[1].serial + " and the CRL number");
+    const Outcome import = Run({"import", Path("crls")});
+    EXPECT_TRUE(Contains(import.out, "keyCompromise from 2026-01-01T00:00:00Z")) << import.out << import.errors;
+    const pkgsign::Pki after = Memory();
+    ASSERT_EQ(2u, after.revocations.size());
+    EXPECT_EQ(pkgsign::FindEntry(after, "signer")->notBefore, after.revocations[0].date);
+    EXPECT_EQ("keyCompromise", after.revocations[1].reason);
+    EXPECT_TRUE(Contains(Run({"import", Path("crls")}).out, "nothing new"));
+    ExpectDone(MakeCrls("2026-03-01"));
 }
 
 TEST_F(Authority, ALostFolderIsRebuiltFromWhatWasPublished)
@@ -347,6 +371,19 @@ TEST_F(Authority, WhatCannotBeRevokedIsRefused)
     ExpectDone(Run({"revoke", "signer"}));
     ExpectRefused(Run({"revoke", Path("pki/certificates/signer.pem")}), "is revoked already");
     EXPECT_EQ(1u, Memory().revocations.size());
+}
+
+TEST_F(Authority, ASerialNumberIsTheSameHoweverItIsWritten)
+{
+    const std::string serial = pkgsign::FindEntry(Memory(), "signer")->serial;
+    ExpectDone(Run({"revoke", "--serial", "a10"}));
+    EXPECT_EQ("0A10", Memory().revocations[0].serial);
+    ExpectRefused(Run({"revoke", "--serial", "0:0A:10"}), "0A10 of 'issuing-ca' is revoked already");
+    ExpectDone(Run({"revoke", "signer"}));
+    ExpectRefused(Run({"revoke", "--serial", "000" + serial}), "is revoked already");
+    for (const char *const text : {"0", "1G", "-1", "1 2", "ABCDEFABCDEFABCDEFABCDEFABCDEFABCDEFABCDEF"}) {
+        ExpectUsage(Run({"revoke", "--serial=" + std::string(text)}), "is no serial number");
+    }
 }
 
 TEST_F(Authority, AStolenSignerKeyIsRevokedFromItsBeginning)
@@ -436,12 +473,41 @@ TEST_F(Authority, TheHorizonEndsWithThree)
     EXPECT_EQ(3, At("2026-12-20", {"list", "--json", "--horizon", "30"}).status);
 }
 
+// What has ended is worse than what ends soon: who looks every day must not see 3 turn into 0.
+TEST_F(Authority, TheHorizonIsNotQuietWhenSomethingHasEnded)
+{
+    ExpectDone(MakeCrls("2026-12-30"));
+    const Outcome ended = At("2027-01-15", {"list", "--horizon", "1"});
+    EXPECT_EQ(3, ended.status);
+    EXPECT_TRUE(Contains(ended.out, "ended: certificate 'signer' at 2027-01-01T00:00:00Z")) << ended.out;
+    const Outcome json = At("2027-01-15", {"list", "--json", "--horizon", "1"});
+    EXPECT_EQ(3, json.status);
+    EXPECT_TRUE(Contains(json.out, "\"endsSoon\": [\n    {\n      \"what\": \"certificate 'signer'\"")) << json.out;
+    ExpectDone(At("2027-01-15", {"issue", "--renew", "signer", "--no-encryption", "--key-bits", "2048"}));
+    EXPECT_EQ(0, At("2027-01-15", {"list", "--horizon", "1"}).status);
+}
+
 TEST_F(Authority, AListInJsonHasSerialsAndNumbersAsText)
 {
     ExpectDone(MakeCrls("2026-02-01"));
     const std::string list = Run({"list", "--json"}).out;
     EXPECT_TRUE(Contains(list, "\"number\": \"1769904000\"")) << list;
     EXPECT_TRUE(Contains(list, "\"serial\": \"" + Memory().certificates[1].serial + "\""));
+}
+
+TEST_F(Authority, CertificatesMayBeStandardInputAndOutput)
+{
+    const std::string program = PKGSIGN_PROGRAM;
+    const std::string folder = " --pki " + Path("pki") + " --now " + NOW;
+    const std::string certificate = Path("pki/certificates/signer.pem");
+    const auto shell = [&](const std::string &line) { return RunProcess({"/bin/sh", "-c", program + " " + line}); };
+    const ProcessResult issued =
+        shell("issue --as signer --no-encryption --key-bits 2048 --out - " + folder + " >" + Path("new.pem"));
+    EXPECT_EQ(0, issued.exitStatus) << issued.errors;
+    EXPECT_EQ(Read("pki/certificates/signer-2.pem"), Read("new.pem")); // and nothing else
+    const ProcessResult revoked = shell("revoke - " + folder + " <" + certificate);
+    EXPECT_EQ(0, revoked.exitStatus) << revoked.errors;
+    EXPECT_EQ(pkgsign::FindEntry(Memory(), "signer")->serial, Memory().revocations[0].serial);
 }
 
 TEST_F(Authority, ContentAndMessageMayBeStandardInputAndOutput)
@@ -486,6 +552,36 @@ TEST_F(Authority, ChecksumsAreSortedInOneFormAndChecked)
     Write("package/b", "b\n");
     Write("package/d", "d\n");
     ExpectRefused(Pkgsign(check), "holds files that");
+}
+
+TEST_F(Authority, ChecksumsLeaveOutNothingButTheirOwnFile)
+{
+    std::filesystem::create_directories(Path("package/sub"));
+    Write("package/a", "a\n");
+    const std::vector<std::string> make = {"checksums", Path("package"), "--package-version",
+                                           "1",         "--out",         Path("package/checksums")};
+    std::filesystem::create_directory_symlink("/etc", Path("package/link"));
+    ExpectRefused(Pkgsign(make), "link' is no regular file");
+    std::filesystem::remove(Path("package/link"));
+    std::filesystem::create_symlink("checksums", Path("package/sums"));
+    ExpectRefused(Pkgsign(make), "sums' is no regular file");
+    std::filesystem::remove(Path("package/sums"));
+    std::filesystem::create_symlink("loop", Path("package/loop"));
+    ExpectRefused(Pkgsign(make), "loop' is no regular file");
+    std::filesystem::remove(Path("package/loop"));
+    for (const char *const name : {"package/sub/.hidden", "package/sub/-x"}) {
+        Write(name, "x");
+        ExpectRefused(Pkgsign(make), "rename the file");
+        std::filesystem::remove(Path(name));
+    }
+    Write("package/checksums.cms", "signature");
+    Write("package/checksums", "an earlier one");
+    ExpectDone(Pkgsign(make));
+    const std::string made = Read("package/checksums");
+    EXPECT_EQ(2, std::count(made.begin(), made.end(), '\n')) << made;
+    std::filesystem::create_directory_symlink("package", Path("by-link"));
+    EXPECT_EQ("1 files are as they were\n",
+              Pkgsign({"checksums", Path("by-link"), "--check", Path("package/checksums")}).out);
 }
 
 TEST_F(Authority, ChecksumsRefuseNamesThatCouldBeReadInTwoWays)
