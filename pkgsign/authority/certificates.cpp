@@ -155,7 +155,8 @@ Status FitRootSerial(CertificateFields *fields, size_t namesSize)
                     std::to_string(NAMES_SIZE_MAX) + ", because a device takes a root certificate of exactly " +
                     std::to_string(ROOT_SIZE) + " octets");
     }
-    return MakeSerial(serialSize, &fields->serial);
+    fields->serial = DerivedSerial(*fields, serialSize);
+    return {};
 }
 
 Status MakeName(const std::string &country, const std::string &organization, const std::string &commonName,
@@ -183,6 +184,22 @@ Status MakeSerial(size_t size, Bytes *serialOut)
     serial[0] = static_cast<uint8_t>((serial[0] & 0x7F) | 0x40); // positive, and of this length for sure
     *serialOut = std::move(serial);
     return {};
+}
+
+Bytes DerivedSerial(const CertificateFields &fields, size_t size)
+{
+    Bytes input = fields.issuer == nullptr ? Bytes() : EncodeCertificate(fields.issuer.get());
+    const Bytes subject = EncodeDer(i2d_X509_NAME, fields.subject.get());
+    const Bytes key = EncodeDer(i2d_PUBKEY, fields.publicKey.get());
+    const std::string rest =
+        std::to_string(fields.notBefore) + " " + std::to_string(fields.notAfter) + RoleName(fields.role);
+    input.insert(input.end(), subject.begin(), subject.end());
+    input.insert(input.end(), key.begin(), key.end());
+    input.insert(input.end(), rest.begin(), rest.end());
+    Bytes serial = Digest(EVP_sha256(), input);
+    serial.resize(size);
+    serial[0] = static_cast<uint8_t>((serial[0] & 0x7F) | 0x40);
+    return serial;
 }
 
 bool IsSameNameForDevice(const X509_NAME *a, const X509_NAME *b)

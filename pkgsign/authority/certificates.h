@@ -44,6 +44,10 @@ Status MakeName(const std::string &country, const std::string &organization, con
 // A random serial number, positive and without a leading zero.
 Status MakeSerial(size_t size, Bytes *serialOut);
 
+// The serial number that follows from what is certified, so that the run after a dry run signs the same octets:
+// positive, and of this length.
+Bytes DerivedSerial(const CertificateFields &fields, size_t size);
+
 // Whether a device takes two names for the same: it compares the first attribute of each RDN, type and value, and not
 // the type of the string.
 bool IsSameNameForDevice(const X509_NAME *a, const X509_NAME *b);

@@ -151,7 +151,7 @@ Status UpdatePki(const std::string &folder, const std::function<Status(Pki *)> &
 Status CreatePki(const std::string &folder, const Pki &pki)
 {
     FolderLock lock;
-    Status status = MakeDirectory(folder);
+    Status status;
     for (const char *const name : {"/certificates", "/private", "/crls"}) {
         if (status.ok) {
             status = MakeDirectory(folder + name);

@@ -24,7 +24,7 @@ Status LoadPki(const std::string &folder, Pki *pkiOut);
 // written when `change` fails. after (may be null): what was written.
 Status UpdatePki(const std::string &folder, const std::function<Status(Pki *)> &change, Pki *after = nullptr);
 
-// Makes the directories of a new folder and its pki.json. Fails where there is one already.
+// Makes pki.json and the directories in the directory of a new folder. Fails where there is a PKI already.
 Status CreatePki(const std::string &folder, const Pki &pki);
 
 std::string CertificatePath(const std::string &folder, const std::string &name);

@@ -38,24 +38,6 @@ Status LoadIssuer(const Workplace &place, const Pki &pki, const std::string &nam
     return status;
 }
 
-// The serial number follows from what is certified, so that the run after a dry run signs the same octets.
-Bytes SerialOf(const CertificateFields &fields)
-{
-    Bytes input = fields.issuer == nullptr ? Bytes() : EncodeCertificate(fields.issuer.get());
-    const Bytes subject = EncodeDer(i2d_X509_NAME, fields.subject.get());
-    const Bytes key = EncodeDer(i2d_PUBKEY, fields.publicKey.get());
-    const std::string rest =
-        std::to_string(fields.notBefore) + " " + std::to_string(fields.notAfter) + RoleName(fields.role);
-    input.insert(input.end(), subject.begin(), subject.end());
-    input.insert(input.end(), key.begin(), key.end());
-    input.insert(input.end(), rest.begin(), rest.end());
-    Bytes serial(EVP_MAX_MD_SIZE);
-    (void)EVP_Digest(input.data(), input.size(), serial.data(), nullptr, EVP_sha256(), nullptr);
-    serial.resize(SERIAL_SIZE);
-    serial[0] = static_cast<uint8_t>((serial[0] & 0x7F) | 0x40); // positive, and of this length
-    return serial;
-}
-
 // A device finds issuers by name: two CAs of one name with different keys would be taken for one another.
 Status CheckCaName(const Workplace &place, const Pki &pki, const CertificateFields &fields)
 {
@@ -132,11 +114,9 @@ std::string AuthorityOf(const Pki &pki, const Entry &entry)
 Status AddBegun(Entry entry, Pki *pki, Entry *entryOut)
 {
     const Entry *const same = FindSerial(*pki, entry.issuer, entry.serial);
-    if (same != nullptr && same->state == State::Issued) {
-        return Fail("this very certificate was issued before, as '" + same->name + "'");
-    }
-    if (same != nullptr) {
-        entry.name = same->name; // a run that was ended goes on
+    if (same != nullptr) { // the same run again, which may have been ended anywhere: it makes the same certificate
+        entry.name = same->name;
+        entry.key = entry.key.empty() ? same->key : entry.key;
     }
     Entry *const known = FindEntry(pki, entry.name);
     if (known != nullptr && known != same && (known->state != State::Requested || known->key != entry.key)) {
@@ -208,7 +188,7 @@ Status IssueCertificate(const Workplace &place, IssueOrder *order, Certificate *
     if (status.ok && !isRoot) {
         status = LoadIssuer(place, pki, order->issuer, &issuer);
         order->fields.issuer = issuer.certificate;
-        order->fields.serial = status.ok ? SerialOf(order->fields) : Bytes();
+        order->fields.serial = status.ok ? DerivedSerial(order->fields, SERIAL_SIZE) : Bytes();
     }
     if (status.ok) {
         status = CheckKeyKind(order->fields.publicKey.get(), "the key of '" + order->name + "'");

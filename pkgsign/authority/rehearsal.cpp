@@ -107,15 +107,16 @@ Status MakeUpCertificate(Role role, const Certificate &issuer, int64_t time, Set
     Key issuerKey;
     Status status = MakeName("DE", "Throwaway", RoleName(role), &fields.subject);
     if (status.ok) {
-        status = MakeSerial(SERIAL_SIZE, &fields.serial);
-    }
-    if (status.ok) {
         status = ThrowawayKey(MADE_UP_KEY_BITS, &fields.publicKey);
     }
     if (status.ok) {
         status = StandInFor(PublicKeyOf(issuer), setting, &issuerKey);
     }
-    return status.ok ? MakeCertificate(fields, issuerKey.get(), out) : status;
+    if (status.ok) {
+        fields.serial = DerivedSerial(fields, SERIAL_SIZE);
+        status = MakeCertificate(fields, issuerKey.get(), out);
+    }
+    return status;
 }
 
 Status MakeUpCrlFile(const std::vector<MadeUpCrl> &crls, int64_t time, Setting *setting)

@@ -143,17 +143,17 @@ Status MakeWholePki(const Workplace &place, const Options &options, const Lifeti
     return status;
 }
 
-// A machine of its own: a root, or a key and a request under a root made elsewhere.
-Status MakePart(const Workplace &place, const Options &options, Role role)
+// A machine of its own: a root, or a key and a request under a root made elsewhere. report: what a root signs.
+Status MakePart(const Workplace &place, const Options &options, Role role, std::string *report)
 {
-    std::string report;
     if (role == Role::Root) {
-        return MakeRoot(place, options, &report);
+        return MakeRoot(place, options, report);
     }
+    std::string imported;
     Objects objects;
     Status status = ReadObjects(options.rootFile, &objects);
     if (status.ok) {
-        status = ImportObjects(place, objects, options.rootFile, &report);
+        status = ImportObjects(place, objects, options.rootFile, &imported);
     }
     const RoleNames &names = NamesOf(role);
     RequestOrder order;
@@ -194,8 +194,9 @@ Status CheckOptions(const Session &session, const Options &options)
     return {};
 }
 
-// A root key that is replaced cuts off every device that trusts it, so the user says its name.
-Status CheckExisting(const Options &options)
+// A root key that is replaced cuts off every device that trusts it, so the user says its name. asideOut: where the PKI
+// goes that is there; empty when there is none, so that one which appears meanwhile is not touched.
+Status CheckExisting(const Options &options, int64_t now, std::string *asideOut)
 {
     if (!Exists(options.folder + "/pki.json")) {
         std::error_code error;
@@ -214,6 +215,7 @@ Status CheckExisting(const Options &options)
         return status;
     }
     const std::string name = certificate == nullptr ? "" : CommonName(X509_get_subject_name(certificate.get()));
+    *asideOut = options.folder + ".replaced-" + FormatTime(now);
     return !name.empty() && options.confirm == name
                ? Status()
                : Fail("'" + Printable(options.folder) +
@@ -221,25 +223,38 @@ Status CheckExisting(const Options &options)
                       "': devices that trust its root take nothing of the new one");
 }
 
-Status MoveIntoPlace(const Options &options, Staging *staging, int64_t now)
+// Makes the folder beside its place, and moves it there.
+Status MakeFolder(const Options &options, const Pki &pki, const std::string &aside, Session *session)
 {
-    std::error_code error;
-    if (Exists(options.folder + "/pki.json")) {
-        std::filesystem::rename(options.folder, options.folder + ".replaced-" + FormatTime(now), error);
+    Staging staging;
+    Status status = MakeDirectoryBeside(options.folder, &staging.path);
+    Workplace place = session->place;
+    place.folder = staging.path;
+    place.dryRun = false; // all that is written goes away again
+    if (status.ok) {
+        status = CreatePki(place.folder, pki);
     }
-    if (!error) {
-        std::filesystem::rename(staging->path, options.folder, error); // takes the place of an empty directory
+    Role role = Role::Root;
+    if (status.ok && options.only.empty()) {
+        status = MakeWholePki(place, options, pki.lifetimes);
+    } else if (status.ok) {
+        status = ParseRole(options.only, &role);
+        status = status.ok ? MakePart(place, options, role, &session->out) : status;
     }
-    if (error) {
-        return Fail("cannot make '" + Printable(options.folder) + "': " + error.message());
+    if (status.ok && !session->place.dryRun) {
+        staging.isKept = !aside.empty(); // from here on it may be the name of what was there
+        status = PlaceDirectory(staging.path, options.folder, aside);
+        session->next = role == Role::Root ? "pkgsign list --pki " + options.folder
+                                           : "carry " + RequestPath(options.folder, RoleName(role)) +
+                                                 " to the CA: pkgsign issue --as " + RoleName(role) + " --request FILE";
     }
-    staging->isKept = true;
-    return {};
+    return status;
 }
 
 Status Init(const Options &given, Session *session)
 {
     Options options = given;
+    std::string aside;
     while (options.folder.size() > 1 && options.folder.back() == '/') {
         options.folder.pop_back();
     }
@@ -251,31 +266,9 @@ Status Init(const Options &given, Session *session)
         status = CheckOptions(*session, options);
     }
     if (status.ok) {
-        status = CheckExisting(options);
+        status = CheckExisting(options, session->place.now, &aside);
     }
-    if (!status.ok) {
-        return status;
-    }
-    Staging staging;
-    staging.path = options.folder + ".new-" + std::to_string(getpid());
-    Workplace place = session->place;
-    place.folder = staging.path;
-    place.dryRun = false; // all that is written goes away again
-    status = CreatePki(place.folder, pki);
-    Role role = Role::Root;
-    if (status.ok && options.only.empty()) {
-        status = MakeWholePki(place, options, pki.lifetimes);
-    } else if (status.ok) {
-        status = ParseRole(options.only, &role);
-        status = status.ok ? MakePart(place, options, role) : status;
-    }
-    if (status.ok && !session->place.dryRun) {
-        status = MoveIntoPlace(options, &staging, place.now);
-        session->next = role == Role::Root ? "pkgsign list --pki " + options.folder
-                                           : "carry " + RequestPath(options.folder, RoleName(role)) +
-                                                 " to the CA: pkgsign issue --as " + RoleName(role) + " --request FILE";
-    }
-    return status;
+    return status.ok ? MakeFolder(options, pki, aside, session) : status;
 }
 
 } // namespace

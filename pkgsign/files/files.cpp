@@ -20,20 +20,30 @@ int Open(const char *path, int flags, mode_t mode)
     return open(path, flags, mode);
 }
 
+int Exchange(const char *a, const char *b)
+{
+    return renameat2(AT_FDCWD, a, AT_FDCWD, b, RENAME_EXCHANGE);
+}
+
 Status FailSystem(const std::string &what, const std::string &path)
 {
     return Fail("cannot " + what + " '" + Printable(path) + "': " + std::strerror(errno));
 }
 
-// A name beside `path` that no other writer takes.
+// Eight digits by which a name is taken by no other process.
+std::string Unusual()
+{
+    char digits[16] = {};
+    std::random_device random;
+    (void)std::snprintf(digits, sizeof(digits), "%08x", static_cast<unsigned>(random()));
+    return digits;
+}
+
 std::string TemporaryName(const std::string &path)
 {
     const size_t slash = path.rfind('/');
     const size_t start = slash == std::string::npos ? 0 : slash + 1;
-    char suffix[48] = {};
-    std::random_device random;
-    (void)std::snprintf(suffix, sizeof(suffix), ".%08x.tmp", static_cast<unsigned>(random()));
-    return path.substr(0, start) + "." + path.substr(start) + suffix;
+    return path.substr(0, start) + "." + path.substr(start) + "." + Unusual() + ".tmp";
 }
 
 std::string DirectoryOf(const std::string &path)
@@ -109,7 +119,7 @@ Status Write(const std::string &path, const uint8_t *data, size_t size, mode_t m
 
 } // namespace
 
-SystemCalls g_systemCalls = {Open, write, fsync, close, rename, unlink};
+SystemCalls g_systemCalls = {Open, write, fsync, close, rename, unlink, mkdir, Exchange};
 
 Status ReadPieces(const std::string &path, const std::function<Status(const uint8_t *, size_t)> &piece, uint64_t *total)
 {
@@ -181,10 +191,42 @@ bool Exists(const std::string &path)
 Status MakeDirectory(const std::string &path)
 {
     struct stat found = {};
-    if (mkdir(path.c_str(), 0700) == 0 || (stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode))) {
+    if (g_systemCalls.mkdir(path.c_str(), 0700) == 0 || (stat(path.c_str(), &found) == 0 && S_ISDIR(found.st_mode))) {
         return {};
     }
     return FailSystem("make the directory", path);
+}
+
+Status MakeDirectoryBeside(const std::string &path, std::string *madeOut)
+{
+    const std::string made = path + ".new-" + Unusual();
+    if (g_systemCalls.mkdir(made.c_str(), 0700) != 0) {
+        return FailSystem("make the directory", made);
+    }
+    *madeOut = made;
+    return {};
+}
+
+Status PlaceDirectory(const std::string &made, const std::string &path, const std::string &aside)
+{
+    bool isPlaced = false;
+    if (aside.empty()) {
+        isPlaced = g_systemCalls.rename(made.c_str(), path.c_str()) == 0;
+    } else if (g_systemCalls.exchange(made.c_str(), path.c_str()) == 0) {
+        isPlaced = g_systemCalls.rename(made.c_str(), aside.c_str()) == 0;
+        if (!isPlaced) {
+            const int error = errno;
+            (void)g_systemCalls.exchange(made.c_str(), path.c_str());
+            errno = error;
+        }
+    } else if (errno == EINVAL || errno == ENOSYS) { // a file system that cannot exchange
+        isPlaced = g_systemCalls.rename(path.c_str(), aside.c_str()) == 0 &&
+                   g_systemCalls.rename(made.c_str(), path.c_str()) == 0;
+    }
+    if (!isPlaced) {
+        return FailSystem("make", path);
+    }
+    return SyncDirectory(DirectoryOf(path)) ? Status() : FailSystem("keep on disk the directory of", path);
 }
 
 std::string Printable(const std::string &text)

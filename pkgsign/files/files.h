@@ -17,7 +17,7 @@ namespace pkgsign
 // Largest file that is read whole, where nothing smaller is asked for: 16 MiB.
 inline constexpr size_t FILE_SIZE_MAX = size_t{1} << 24;
 
-// The calls with which a file is written. Tests let each of them fail.
+// The calls with which files and directories are made. Tests let each of them fail.
 struct SystemCalls {
     int (*open)(const char *path, int flags, mode_t mode);
     ssize_t (*write)(int file, const void *data, size_t size);
@@ -25,6 +25,8 @@ struct SystemCalls {
     int (*close)(int file);
     int (*rename)(const char *from, const char *to);
     int (*unlink)(const char *path);
+    int (*mkdir)(const char *path, mode_t mode);
+    int (*exchange)(const char *a, const char *b); // what two names lead to, in one step
 };
 extern SystemCalls g_systemCalls;
 
@@ -50,6 +52,13 @@ bool Exists(const std::string &path);
 
 // Makes a directory that only its owner may enter, unless it is there already.
 Status MakeDirectory(const std::string &path);
+
+// Makes a new directory beside `path` that no other process takes and only its owner may enter.
+Status MakeDirectoryBeside(const std::string &path, std::string *madeOut);
+
+// Moves a directory to `path` and the entry to the disk. aside: where what is there goes, in the same step where the
+// file system can do that; empty: nothing must be there but an empty directory.
+Status PlaceDirectory(const std::string &made, const std::string &path, const std::string &aside);
 
 // `text` as it may be shown on a terminal: control characters as \xHH.
 std::string Printable(const std::string &text);

@@ -1,11 +1,9 @@
 // Files are written whole or not at all, whatever fails and whenever the machine stops.
 #include "pkgsign/files/files.h"
 
-#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 
 #include "tests/pkgsign/support.h"
@@ -13,78 +11,22 @@
 namespace
 {
 
-constexpr int CRASHED = 77;
-
-// Which of the calls fails, or is the last one before a crash.
-int g_left = 0;
-bool g_crashes = false;
-pkgsign::SystemCalls g_real;
-
-// True when this call is to fail. A crash happens behind the call that it follows.
-bool Fails()
-{
-    --g_left;
-    return g_left == 0 && !g_crashes;
-}
-
-template <typename T>
-T After(T result)
-{
-    if (g_left == 0 && g_crashes) {
-        _exit(CRASHED);
-    }
-    return result;
-}
-
-int Broken()
-{
-    errno = EIO;
-    return -1;
-}
-
-pkgsign::SystemCalls Watched()
-{
-    return {[](const char *path, int flags, mode_t mode) {
-                return Fails() ? Broken() : After(g_real.open(path, flags, mode));
-            },
-            [](int file, const void *data, size_t size) -> ssize_t {
-                return Fails() ? Broken() : After(g_real.write(file, data, size > 7 ? size / 2 : size)); // in pieces
-            },
-            [](int file) { return Fails() ? Broken() : After(g_real.fsync(file)); },
-            [](int file) { // a close that fails has closed
-                const int result = g_real.close(file);
-                return Fails() ? Broken() : After(result);
-            },
-            [](const char *from, const char *to) { return Fails() ? Broken() : After(g_real.rename(from, to)); },
-            [](const char *path) { return Fails() ? Broken() : After(g_real.unlink(path)); }};
-}
-
 class Sweep : public InFolder
 {
 protected:
     void SetUp() override
     {
         InFolder::SetUp();
-        g_real = pkgsign::g_systemCalls;
         old = Read("pki/pki.json");
     }
-    void TearDown() override
-    {
-        pkgsign::g_systemCalls = g_real;
-    }
 
-    // Changes the folder with the n-th call failing.
-    pkgsign::Status Change(int n, bool crashes) const
+    // Changes the folder.
+    pkgsign::Status Change() const
     {
-        g_left = n;
-        g_crashes = crashes;
-        pkgsign::g_systemCalls = Watched();
-        const pkgsign::Status status = pkgsign::UpdatePki(Path("pki"), [](pkgsign::Pki *pki) {
+        return pkgsign::UpdatePki(Path("pki"), [](pkgsign::Pki *pki) {
             pki->organization = "Changed";
             return pkgsign::Status();
         });
-        pkgsign::g_systemCalls = g_real;
-        return status;
     }
 
     void Restore() const
@@ -112,11 +54,12 @@ TEST_F(Sweep, AFailingCallLeavesTheOldFolderOrTheNewOneAndNoFileBeside)
     int failures = 0;
     for (int n = 1;; ++n) {
         Restore();
-        const pkgsign::Status status = Change(n, false);
+        const Fault fault(n, false);
+        const pkgsign::Status status = Change();
         EXPECT_TRUE(IsNew() || Read("pki/pki.json") == old) << n;
         EXPECT_TRUE(!status.ok || IsNew()) << n;
         EXPECT_EQ(files, CountFiles()) << n;
-        if (g_left > 0) { // no call was left to fail
+        if (!fault.Struck()) {
             EXPECT_TRUE(status.ok) << status.reason;
             break;
         }
@@ -134,7 +77,8 @@ TEST_F(Sweep, ACrashAfterAnyCallLeavesTheOldFolderOrTheNewOne)
         const pid_t child = fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
-            (void)Change(n, true);
+            const Fault fault(n, true);
+            (void)Change();
             _exit(0);
         }
         int status = 0;

@@ -3,10 +3,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
+#include "pkgsign/authority/certificates.h"
+#include "pkgsign/authority/crls.h"
 #include "pkgsign/authority/device.h"
 #include "pkgsign/commands/command.h"
 #include "pkgsign/files/files.h"
@@ -16,6 +20,59 @@ namespace
 {
 
 int g_realSignatures = 0;
+std::function<void(const std::string &)> g_onSignature;
+
+std::vector<pkgsign::Key> g_keys; // of SameKeys, in the order in which a command asks for them
+size_t g_given = 0;
+bool g_areSameKeys = false;
+
+// Which of the calls fails, or is the last one before a crash.
+int g_left = 0;
+bool g_crashes = false;
+pkgsign::SystemCalls g_calls;
+
+constexpr size_t PIECE = 1024; // octets of one write, so that there are writes of several
+
+// True when this call is to fail. A crash happens behind the call that it follows.
+bool Fails()
+{
+    --g_left;
+    return g_left == 0 && !g_crashes;
+}
+
+template <typename T>
+T After(T result)
+{
+    if (g_left == 0 && g_crashes) {
+        _exit(CRASHED);
+    }
+    return result;
+}
+
+int Broken()
+{
+    errno = EIO;
+    return -1;
+}
+
+pkgsign::SystemCalls Watched()
+{
+    return {[](const char *path, int flags, mode_t mode) {
+                return Fails() ? Broken() : After(g_calls.open(path, flags, mode));
+            },
+            [](int file, const void *data, size_t size) -> ssize_t {
+                return Fails() ? Broken() : After(g_calls.write(file, data, std::min(size, PIECE)));
+            },
+            [](int file) { return Fails() ? Broken() : After(g_calls.fsync(file)); },
+            [](int file) { // a close that fails has closed
+                const int result = g_calls.close(file);
+                return Fails() ? Broken() : After(result);
+            },
+            [](const char *from, const char *to) { return Fails() ? Broken() : After(g_calls.rename(from, to)); },
+            [](const char *path) { return Fails() ? Broken() : After(g_calls.unlink(path)); },
+            [](const char *path, mode_t mode) { return Fails() ? Broken() : After(g_calls.mkdir(path, mode)); },
+            [](const char *a, const char *b) { return Fails() ? Broken() : After(g_calls.exchange(a, b)); }};
+}
 
 bool IsThrowaway(const EVP_PKEY *key)
 {
@@ -25,9 +82,15 @@ bool IsThrowaway(const EVP_PKEY *key)
            pkgsign::SamePublicKey(key, throwaway.get());
 }
 
-void Note(const EVP_PKEY *key)
+void Note(const EVP_PKEY *key, const std::string &number = "")
 {
-    g_realSignatures += IsThrowaway(key) ? 0 : 1;
+    if (IsThrowaway(key)) {
+        return;
+    }
+    ++g_realSignatures;
+    if (g_onSignature != nullptr && !number.empty()) {
+        g_onSignature(number);
+    }
 }
 
 std::string ReadText(const std::string &path)
@@ -73,13 +136,29 @@ extern "C" {
 int __real_X509_sign(X509 *certificate, EVP_PKEY *key, const EVP_MD *digest);
 int __wrap_X509_sign(X509 *certificate, EVP_PKEY *key, const EVP_MD *digest)
 {
-    Note(key);
+    Note(key, pkgsign::SerialText(certificate));
     return __real_X509_sign(certificate, key, digest);
+}
+int __real_EVP_PKEY_keygen(EVP_PKEY_CTX *ctx, EVP_PKEY **key);
+int __wrap_EVP_PKEY_keygen(EVP_PKEY_CTX *ctx, EVP_PKEY **key)
+{
+    if (!g_areSameKeys) {
+        return __real_EVP_PKEY_keygen(ctx, key);
+    }
+    if (g_given == g_keys.size()) {
+        EVP_PKEY *made = nullptr;
+        if (__real_EVP_PKEY_keygen(ctx, &made) != 1) {
+            return 0;
+        }
+        g_keys.push_back(pkgsign::ShareKey(made));
+    }
+    *key = g_keys[g_given++].get();
+    return EVP_PKEY_up_ref(*key);
 }
 int __real_X509_CRL_sign(X509_CRL *crl, EVP_PKEY *key, const EVP_MD *digest);
 int __wrap_X509_CRL_sign(X509_CRL *crl, EVP_PKEY *key, const EVP_MD *digest)
 {
-    Note(key);
+    Note(key, pkgsign::CrlNumber(crl));
     return __real_X509_CRL_sign(crl, key, digest);
 }
 int __real_EVP_DigestSignInit(EVP_MD_CTX *ctx, EVP_PKEY_CTX **keyOut, const EVP_MD *digest, ENGINE *engine,
@@ -103,11 +182,51 @@ int RealSignatures()
     return g_realSignatures;
 }
 
+SignatureWatch::SignatureWatch(std::function<void(const std::string &)> onSignature)
+{
+    g_onSignature = std::move(onSignature);
+}
+
+SignatureWatch::~SignatureWatch()
+{
+    g_onSignature = nullptr;
+}
+
+SameKeys::SameKeys()
+{
+    g_keys.clear();
+    g_areSameKeys = true;
+}
+
+SameKeys::~SameKeys()
+{
+    g_areSameKeys = false;
+}
+
+Fault::Fault(int n, bool crashes)
+{
+    g_left = n;
+    g_crashes = crashes;
+    g_calls = pkgsign::g_systemCalls;
+    pkgsign::g_systemCalls = Watched();
+}
+
+Fault::~Fault()
+{
+    pkgsign::g_systemCalls = g_calls;
+}
+
+bool Fault::Struck() const
+{
+    return g_left <= 0;
+}
+
 Outcome Pkgsign(std::vector<std::string> arguments)
 {
     const TemporaryDirectory directory;
     Outcome outcome;
     std::vector<char *> argv;
+    g_given = 0;
     arguments.insert(arguments.begin(), "pkgsign");
     for (std::string &argument : arguments) {
         argv.push_back(argument.data());

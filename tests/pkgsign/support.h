@@ -2,6 +2,7 @@
 #ifndef TESTS_PKGSIGN_SUPPORT_H
 #define TESTS_PKGSIGN_SUPPORT_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,35 @@ Outcome Pkgsign(std::vector<std::string> arguments);
 
 // How often a key that is no throwaway one has been given to a signing call of libcrypto, in this process.
 int RealSignatures();
+
+// Calls onSignature with what every key that is no throwaway one is about to sign: the serial number of a certificate
+// or the number of a CRL. For as long as it lives.
+struct SignatureWatch {
+    explicit SignatureWatch(std::function<void(const std::string &number)> onSignature);
+    ~SignatureWatch();
+    SignatureWatch(const SignatureWatch &) = delete;
+    SignatureWatch &operator=(const SignatureWatch &) = delete;
+};
+
+// While it lives, the n-th new key of a command is that of the first command which made so many: keys take seconds.
+struct SameKeys {
+    SameKeys();
+    ~SameKeys();
+    SameKeys(const SameKeys &) = delete;
+    SameKeys &operator=(const SameKeys &) = delete;
+};
+
+constexpr int CRASHED = 77; // how a process ends after a call under a Fault
+
+// While it lives, the n-th of the calls that make files fails, or is the last one before a crash.
+struct Fault {
+    Fault(int n, bool crashes);
+    ~Fault();
+    Fault(const Fault &) = delete;
+    Fault &operator=(const Fault &) = delete;
+
+    bool Struck() const; // whether there was an n-th call
+};
 
 bool Contains(const std::string &text, const std::string &part);
 
