@@ -278,6 +278,11 @@ Status MakeNewKey(const Workplace &place, const std::string &name, int bits, boo
         return Fail("'" + Printable(unsaved.path) +
                     "' is there already, and a key that is overwritten is lost; choose another --name");
     }
+    if (encrypt && !HasSource(*place.secrets, name)) {
+        return Fail("key '" + name +
+                    "' is to be encrypted and there is nobody to ask for a passphrase; use "
+                    "--passphrase-file, or --no-encryption for a key that protects nothing");
+    }
     const Status status = encrypt ? GetPassphrase(place.secrets, name, true, &unsaved.passphrase) : Status();
     if (!status.ok) {
         return status;

@@ -22,7 +22,7 @@ struct Workplace {
 struct UnsavedKey {
     std::string path; // empty: there is none
     bool isEncrypted = false;
-    std::string passphrase;
+    Secret passphrase;
 };
 
 struct IssueOrder {

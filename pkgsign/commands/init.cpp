@@ -169,7 +169,7 @@ Status MakePart(const Workplace &place, const Options &options, Role role, std::
     return status.ok ? MakeRequest(place, order, &request) : status;
 }
 
-Status CheckOptions(const Session &session, const Options &options)
+Status CheckOptions(const Options &options)
 {
     Role role = Role::Root;
     if (!options.only.empty()) {
@@ -183,13 +183,6 @@ Status CheckOptions(const Session &session, const Options &options)
     }
     if (options.only.empty() && !options.key.uri.empty()) {
         return FailUsage("--key names one key and belongs to --only; a whole PKI has four");
-    }
-    const bool canAsk = session.secrets.mayPrompt && access("/dev/tty", R_OK | W_OK) == 0 && isatty(STDIN_FILENO) == 1;
-    if (options.key.uri.empty() && !options.key.noEncryption && !HasSource(session.secrets) &&
-        session.secrets.files.empty() && !canAsk) {
-        return Fail(
-            "the keys are to be encrypted and there is nobody to ask for a passphrase; use --passphrase-file, or "
-            "--no-encryption for a PKI that protects nothing");
     }
     return {};
 }
@@ -263,7 +256,7 @@ Status Init(const Options &given, Session *session)
     pki.organization = options.organization;
     Status status = ReadLifetimes(options.lifetimes, &pki.lifetimes);
     if (status.ok) {
-        status = CheckOptions(*session, options);
+        status = CheckOptions(options);
     }
     if (status.ok) {
         status = CheckExisting(options, session->place.now, &aside);

@@ -156,7 +156,7 @@ Status MakeSigners(const Stamper &stamper, const Workplace &place, size_t count,
     Status status;
     Key key;
     if (IsTokenKey(stamper)) {
-        std::string pin; // asked for once; the workers find it in the secrets
+        Secret pin; // asked for once; the workers find it in the secrets
         if (stamper.keyUri.find("pin-source=") == std::string::npos) {
             status = GetPassphrase(place.secrets, stamper.keyName, false, &pin);
         }

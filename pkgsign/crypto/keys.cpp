@@ -5,6 +5,7 @@
 
 #include <openssl/err.h>
 #include <openssl/pem.h>
+#include <openssl/pkcs12.h>
 #include <openssl/rsa.h>
 #include <openssl/store.h>
 #include <openssl/ui.h>
@@ -26,7 +27,7 @@ struct Asked {
 int GivePassphrase(char *buffer, int size, int, void *data)
 {
     Asked *const asked = static_cast<Asked *>(data);
-    std::string passphrase;
+    Secret passphrase;
     asked->status = GetPassphrase(asked->secrets, asked->name, false, &passphrase);
     if (!asked->status.ok || passphrase.size() > static_cast<size_t>(size)) {
         return -1;
@@ -35,6 +36,11 @@ int GivePassphrase(char *buffer, int size, int, void *data)
     return static_cast<int>(passphrase.size());
 }
 
+// PBKDF2 with HMAC-SHA-256. libcrypto's default of 2,048 is from a time when guessing was dear.
+constexpr int PASSPHRASE_ITERATIONS = 600000;
+
+using PlainKeyPtr = std::unique_ptr<PKCS8_PRIV_KEY_INFO, Deleter<PKCS8_PRIV_KEY_INFO_free>>;
+using EncryptedKeyPtr = std::unique_ptr<X509_SIG, Deleter<X509_SIG_free>>;
 using StorePtr = std::unique_ptr<OSSL_STORE_CTX, Deleter<OSSL_STORE_close>>;
 using UiPtr = std::unique_ptr<UI_METHOD, Deleter<UI_destroy_method>>;
 using InfoPtr = std::unique_ptr<OSSL_STORE_INFO, Deleter<OSSL_STORE_INFO_free>>;
@@ -55,9 +61,16 @@ Key FindKey(OSSL_STORE_CTX *store)
 
 Status LoadKey(const std::string &uri, const std::string &name, Secrets *secrets, Key *keyOut)
 {
-    const bool isToken = uri.rfind("pkcs11:", 0) == 0;
+    const bool isUri = uri.find(':') != std::string::npos;
+    if (isUri && strcasestr(uri.c_str(), "pin-value=") != nullptr) {
+        return Fail("the URI of key '" + Printable(name) +
+                    "' holds a PIN, which every user of this machine can read; "
+                    "use pin-source or --passphrase-file, and change the PIN");
+    }
+    const bool isToken = strncasecmp(uri.c_str(), "pkcs11:", 7) == 0;
+    const std::string &asked = secrets->files.count(uri) != 0 ? uri : name;
     Key key;
-    Status status = isToken ? LoadTokenKey(uri, name, secrets, &key) : LoadStoreKey(uri, name, secrets, &key);
+    Status status = isToken ? LoadTokenKey(uri, asked, secrets, &key) : LoadStoreKey(uri, asked, secrets, &key);
     if (status.ok) {
         status = CheckKeyKind(key.get(), "key '" + Printable(name) + "'");
     }
@@ -98,17 +111,25 @@ Status GenerateKey(int bits, Key *keyOut)
     return {};
 }
 
-Status WriteKey(const std::string &path, const Key &key, const std::string *passphrase)
+Status WriteKey(const std::string &path, const Key &key, const Secret *passphrase)
 {
     const BioPtr memory(BIO_new(BIO_s_mem()));
-    std::string secret = passphrase == nullptr ? "" : *passphrase;
-    const int written =
-        PEM_write_bio_PKCS8PrivateKey(memory.get(), key.get(), passphrase == nullptr ? nullptr : EVP_aes_256_cbc(),
-                                      secret.data(), static_cast<int>(secret.size()), nullptr, nullptr);
-    if (written != 1) {
-        return FailCrypto("cannot encode the key for '" + path + "'");
+    const PlainKeyPtr plain(EVP_PKEY2PKCS8(key.get()));
+    bool isWritten = false;
+    if (plain != nullptr && passphrase == nullptr) {
+        isWritten = PEM_write_bio_PKCS8_PRIV_KEY_INFO(memory.get(), plain.get()) == 1;
+    } else if (plain != nullptr) {
+        const EncryptedKeyPtr encrypted(PKCS8_encrypt(-1, EVP_aes_256_cbc(), passphrase->data(),
+                                                      static_cast<int>(passphrase->size()), nullptr, 0,
+                                                      PASSPHRASE_ITERATIONS, plain.get()));
+        isWritten = encrypted != nullptr && PEM_write_bio_PKCS8(memory.get(), encrypted.get()) == 1;
     }
-    return WriteWhole(path, TakeMemory(memory.get()), 0600);
+    char *data = nullptr;
+    const long size = BIO_get_mem_data(memory.get(), &data); // wiped with the BIO
+    if (!isWritten || size <= 0) {
+        return FailCrypto("cannot encode the key for '" + Printable(path) + "'");
+    }
+    return WriteWhole(path, data, static_cast<size_t>(size), 0600);
 }
 
 Status CheckKeyKind(const EVP_PKEY *key, const std::string &what)

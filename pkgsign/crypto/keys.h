@@ -18,7 +18,7 @@ inline constexpr int KEY_BITS_MAX = 4096;
 //
 //   uri   a path, or what OSSL_STORE knows ("file:..."); "pkcs11:..." for a token, through libcrypto's pkcs11 provider
 //         where one is loaded, else through its engine. A pin-value in it is refused, a pin-source is read.
-//   name  by which passphrases are asked for.
+//   name  by which passphrases are asked for; a passphrase file may be given for it or for the URI.
 Status LoadKey(const std::string &uri, const std::string &name, Secrets *secrets, Key *keyOut);
 
 // Loads the key of a token: LoadKey for "pkcs11:".
@@ -31,7 +31,7 @@ Status LoadStoreKey(const std::string &uri, const std::string &name, Secrets *se
 Status GenerateKey(int bits, Key *keyOut);
 
 // Writes a key as PKCS #8 in PEM, for its owner only. passphrase: null for a key that is not encrypted.
-Status WriteKey(const std::string &path, const Key &key, const std::string *passphrase);
+Status WriteKey(const std::string &path, const Key &key, const Secret *passphrase);
 
 // Refuses what no device takes: keys that are not RSA of KEY_BITS_MIN to KEY_BITS_MAX.
 Status CheckKeyKind(const EVP_PKEY *key, const std::string &what);

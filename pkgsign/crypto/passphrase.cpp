@@ -4,8 +4,9 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
+#include <csignal>
+#include <cstring>
 
 #include "pkgsign/files/files.h"
 
@@ -15,25 +16,40 @@ namespace
 {
 
 constexpr size_t PASSPHRASE_SIZE_MAX = 1023; // what libcrypto's callbacks take
+constexpr int ENDING_SIGNALS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+
+volatile sig_atomic_t g_interrupted = 0;
+
+void NoteSignal(int)
+{
+    g_interrupted = 1;
+}
 
 // Reads to the end of a line, octet by octet: what stands behind it on a descriptor is somebody else's.
-Status ReadLine(int file, std::string *lineOut)
+Status ReadLine(int file, const std::string &source, Secret *lineOut)
 {
-    std::string line;
+    Secret line;
     char octet = 0;
+    line.reserve(PASSPHRASE_SIZE_MAX + 1);
     for (;;) {
         const ssize_t size = read(file, &octet, 1);
-        if (size < 0 && errno == EINTR) {
+        if (size < 0 && errno == EINTR && g_interrupted == 0) {
             continue;
         }
-        if (size <= 0 || octet == '\n') {
+        if (size < 0) {
+            return g_interrupted != 0 ? Fail("interrupted")
+                                      : Fail("cannot read a passphrase from " + source + ": " + std::strerror(errno));
+        }
+        if (size == 0 || octet == '\n') {
             break;
         }
-        line += octet;
+        line.push_back(octet);
         if (line.size() > PASSPHRASE_SIZE_MAX) {
-            return Fail("a passphrase has at most " + std::to_string(PASSPHRASE_SIZE_MAX) + " octets");
+            return Fail("a passphrase has at most " + std::to_string(PASSPHRASE_SIZE_MAX) + " octets; " + source +
+                        " has a longer line");
         }
     }
+    OPENSSL_cleanse(&octet, sizeof(octet));
     if (!line.empty() && line.back() == '\r') {
         line.pop_back();
     }
@@ -55,33 +71,61 @@ struct Terminal {
     }
 };
 
-Status Ask(const Terminal &terminal, const std::string &question, std::string *answerOut)
-{
+// For as long as it lives, the terminal shows nothing of what is typed, and a signal that would end the process is
+// noted instead: the echo comes back in every case.
+struct Silence {
+    int file;
     termios before = {};
-    const bool isTerminal = tcgetattr(terminal.file, &before) == 0;
-    termios silent = before;
-    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    if (!isTerminal || tcsetattr(terminal.file, TCSAFLUSH, &silent) != 0 ||
-        write(terminal.file, question.data(), question.size()) < 0) {
+    struct sigaction actions[std::size(ENDING_SIGNALS)] = {};
+    bool isSilent = false;
+
+    explicit Silence(int terminal) : file(terminal)
+    {
+        struct sigaction noting = {};
+        noting.sa_handler = NoteSignal; // without SA_RESTART: read(2) ends
+        g_interrupted = 0;
+        for (size_t i = 0; i < std::size(ENDING_SIGNALS); ++i) {
+            (void)sigaction(ENDING_SIGNALS[i], &noting, &actions[i]);
+        }
+        const bool isTerminal = tcgetattr(file, &before) == 0;
+        termios silent = before;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        isSilent = isTerminal && tcsetattr(file, TCSAFLUSH, &silent) == 0;
+    }
+    ~Silence()
+    {
+        if (isSilent) {
+            (void)tcsetattr(file, TCSAFLUSH, &before);
+            (void)!write(file, "\n", 1);
+        }
+        for (size_t i = 0; i < std::size(ENDING_SIGNALS); ++i) {
+            (void)sigaction(ENDING_SIGNALS[i], &actions[i], nullptr);
+        }
+    }
+    Silence(const Silence &) = delete;
+    Silence &operator=(const Silence &) = delete;
+};
+
+Status Ask(const Terminal &terminal, const std::string &question, Secret *answerOut)
+{
+    const Silence silence(terminal.file);
+    if (!silence.isSilent || write(terminal.file, question.data(), question.size()) < 0) {
         return Fail("cannot ask on the terminal; use --passphrase-file");
     }
-    const Status status = ReadLine(terminal.file, answerOut);
-    (void)tcsetattr(terminal.file, TCSAFLUSH, &before);
-    (void)!write(terminal.file, "\n", 1);
-    return status;
+    return ReadLine(terminal.file, "the terminal", answerOut);
 }
 
-Status Prompt(const std::string &keyName, bool confirm, std::string *passphraseOut)
+Status Prompt(const std::string &keyName, bool confirm, Secret *passphraseOut)
 {
     const Terminal terminal;
     if (terminal.file < 0) {
-        return Fail("key '" + keyName +
-                    "' needs a passphrase and there is no terminal to ask on; use --passphrase-file");
+        return Fail("key '" + Printable(keyName) +
+                    "' needs a passphrase or PIN and there is no terminal to ask on; use --passphrase-file");
     }
-    std::string passphrase;
+    Secret passphrase;
     Status status = Ask(terminal, "Passphrase for key '" + Printable(keyName) + "': ", &passphrase);
     if (status.ok && confirm) {
-        std::string again;
+        Secret again;
         status = Ask(terminal, "Again: ", &again);
         if (status.ok && again != passphrase) {
             return Fail("the two passphrases differ");
@@ -93,11 +137,11 @@ Status Prompt(const std::string &keyName, bool confirm, std::string *passphraseO
     return status;
 }
 
-Status GetShared(Secrets *secrets, const std::string &keyName, bool confirm, std::string *passphraseOut)
+Status GetShared(Secrets *secrets, const std::string &keyName, bool confirm, Secret *passphraseOut)
 {
     Status status;
     if (!secrets->isKnown && secrets->descriptor >= 0) {
-        status = ReadLine(secrets->descriptor, &secrets->known);
+        status = ReadLine(secrets->descriptor, "descriptor " + std::to_string(secrets->descriptor), &secrets->known);
     } else if (!secrets->isKnown && secrets->mayPrompt) {
         status = Prompt(keyName, confirm, &secrets->known);
     } else if (!secrets->isKnown) {
@@ -112,16 +156,17 @@ Status GetShared(Secrets *secrets, const std::string &keyName, bool confirm, std
 
 } // namespace
 
-bool HasSource(const Secrets &secrets)
+bool HasSource(const Secrets &secrets, const std::string &keyName)
 {
-    return !secrets.file.empty() || secrets.descriptor >= 0 || secrets.isKnown;
+    return !secrets.file.empty() || secrets.descriptor >= 0 || secrets.isKnown || secrets.files.count(keyName) != 0 ||
+           (secrets.mayPrompt && Terminal().file >= 0);
 }
 
-Status GetPassphrase(Secrets *secrets, const std::string &keyName, bool confirm, std::string *passphraseOut)
+Status GetPassphrase(Secrets *secrets, const std::string &keyName, bool confirm, Secret *passphraseOut)
 {
     const auto own = secrets->files.find(keyName);
     Status status;
-    std::string passphrase;
+    Secret passphrase;
     if (own != secrets->files.end()) {
         status = ReadSecretFile(own->second, &passphrase);
     } else if (!secrets->file.empty()) {
@@ -138,20 +183,18 @@ Status GetPassphrase(Secrets *secrets, const std::string &keyName, bool confirm,
     return status;
 }
 
-Status ReadSecretFile(const std::string &path, std::string *secretOut)
+Status ReadSecretFile(const std::string &path, Secret *secretOut)
 {
-    Bytes data;
-    const Status status = ReadWhole(path, &data, PASSPHRASE_SIZE_MAX + 2);
-    if (!status.ok) {
-        return status;
+    const std::string source = "'" + Printable(path) + "'";
+    const int file = path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        return Fail("cannot read " + source + ": " + std::strerror(errno));
     }
-    const auto end = std::find(data.begin(), data.end(), static_cast<uint8_t>('\n'));
-    std::string secret(data.begin(), end);
-    if (!secret.empty() && secret.back() == '\r') {
-        secret.pop_back();
+    const Status status = ReadLine(file, source, secretOut);
+    if (file != STDIN_FILENO) {
+        (void)close(file);
     }
-    *secretOut = std::move(secret);
-    return {};
+    return status;
 }
 
 } // namespace pkgsign

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "pkgsign/crypto/secret.h"
 #include "pkgsign/status.h"
 
 namespace pkgsign
@@ -17,18 +18,19 @@ struct Secrets {
     int descriptor = -1;
     bool mayPrompt = true;
 
-    std::string known; // what a descriptor or a prompt has yielded: one passphrase for a folder
+    Secret known; // what a descriptor or a prompt has yielded: one passphrase for a folder
     bool isKnown = false;
 };
 
-// Whether a passphrase can be had at all without asking somebody.
-bool HasSource(const Secrets &secrets);
+// Whether there is a source for the passphrase of a key: a file, a descriptor, or a terminal to ask on.
+bool HasSource(const Secrets &secrets, const std::string &keyName);
 
 // Yields the passphrase for a key: the first line of its source. confirm: asked twice on a terminal, as for a new key.
-Status GetPassphrase(Secrets *secrets, const std::string &keyName, bool confirm, std::string *passphraseOut);
+// While the terminal waits, a signal that would end the process makes this fail instead, with the echo back on.
+Status GetPassphrase(Secrets *secrets, const std::string &keyName, bool confirm, Secret *passphraseOut);
 
-// The first line of a file, without its line end. What it is of: for the error.
-Status ReadSecretFile(const std::string &path, std::string *secretOut);
+// The first line of a file, without its line end. What stands behind it is not read.
+Status ReadSecretFile(const std::string &path, Secret *secretOut);
 
 } // namespace pkgsign
 

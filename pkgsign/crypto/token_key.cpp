@@ -52,16 +52,12 @@ std::string Unescape(const std::string &text)
 }
 
 // RFC 7512, 2.3: query attributes stand behind '?', with '&' between them.
-Status ParseTokenUri(const std::string &text, TokenUri *uriOut)
+TokenUri ParseTokenUri(const std::string &text)
 {
     const size_t question = text.find('?');
     TokenUri parsed = {text.substr(0, question), {}, {}};
     std::string query = question == std::string::npos ? "" : text.substr(question + 1);
     std::string kept;
-    if (text.find("pin-value=") != std::string::npos) {
-        return Fail("the key's URI holds a PIN, which every user of this machine can read; use pin-source or "
-                    "--passphrase-file, and change the PIN");
-    }
     while (!query.empty()) {
         const size_t end = std::min(query.find('&'), query.size());
         const std::string attribute = query.substr(0, end);
@@ -74,18 +70,17 @@ Status ParseTokenUri(const std::string &text, TokenUri *uriOut)
     parsed.uri += kept;
     parsed.pinSource = Unescape(parsed.pinSource);
     parsed.modulePath = Unescape(parsed.modulePath);
-    *uriOut = std::move(parsed);
-    return {};
+    return parsed;
 }
 
-Status GetPin(const TokenUri &uri, const std::string &name, Secrets *secrets, std::string *pinOut)
+Status GetPin(const TokenUri &uri, const std::string &name, Secrets *secrets, Secret *pinOut)
 {
     std::string path = uri.pinSource;
     if (path.empty()) {
         return GetPassphrase(secrets, name, false, pinOut);
     }
     if (TakePrefix(uri.pinSource, "file:", &path) && path.rfind("//", 0) == 0) {
-        path = path.substr(path.find('/', 2)); // file://host/path
+        path.erase(0, std::min(path.find('/', 2), path.size())); // file://host/path
     }
     return ReadSecretFile(path, pinOut);
 }
@@ -130,15 +125,17 @@ bool IsPinRefused()
     return refused;
 }
 
-Status LoadEngineKey(const TokenUri &uri, const std::string &name, const std::string &pin, Key *keyOut)
+Status LoadEngineKey(const TokenUri &uri, const std::string &name, const Secret &pin, Key *keyOut)
 {
     ENGINE *const engine = OpenEngine(uri.modulePath);
     if (engine == nullptr) {
         return FailCrypto("no pkcs11 provider is loaded and the pkcs11 engine cannot be opened (package "
                           "libengine-pkcs11-openssl; PKCS11_MODULE_PATH or module-path names the token's library)");
     }
+    Secret text = pin;
+    text.push_back('\0');
     for (int attempt = 1;; ++attempt) {
-        if (ENGINE_ctrl_cmd_string(engine, "PIN", pin.c_str(), 0) != 1) {
+        if (ENGINE_ctrl_cmd_string(engine, "PIN", text.data(), 0) != 1) {
             return FailCrypto("the pkcs11 engine takes no PIN");
         }
         if (EVP_PKEY *const key = ENGINE_load_private_key(engine, uri.uri.c_str(), nullptr, nullptr); key != nullptr) {
@@ -171,12 +168,9 @@ bool HasProvider()
 
 Status LoadTokenKey(const std::string &text, const std::string &name, Secrets *secrets, Key *keyOut)
 {
-    TokenUri uri;
-    Status status = ParseTokenUri(text, &uri);
-    std::string pin;
-    if (status.ok) {
-        status = GetPin(uri, name, secrets, &pin);
-    }
+    const TokenUri uri = ParseTokenUri(text);
+    Secret pin;
+    const Status status = GetPin(uri, name, secrets, &pin);
     if (!status.ok) {
         return status;
     }

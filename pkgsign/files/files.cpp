@@ -167,6 +167,11 @@ Status ReadWhole(const std::string &path, Bytes *dataOut, size_t sizeMax)
     return status;
 }
 
+Status WriteWhole(const std::string &path, const void *data, size_t size, mode_t mode)
+{
+    return Write(path, static_cast<const uint8_t *>(data), size, mode);
+}
+
 Status WriteWhole(const std::string &path, const Bytes &data, mode_t mode)
 {
     return Write(path, data.data(), data.size(), mode);
@@ -174,7 +179,7 @@ Status WriteWhole(const std::string &path, const Bytes &data, mode_t mode)
 
 Status WriteWhole(const std::string &path, const std::string &text, mode_t mode)
 {
-    return WriteWhole(path, Bytes(text.begin(), text.end()), mode);
+    return WriteWhole(path, text.data(), text.size(), mode);
 }
 
 Status WriteStandardOutput(const std::string &text)

@@ -43,6 +43,7 @@ Status ReadPieces(const std::string &path, const std::function<Status(const uint
 // mode: permission bits before the umask.
 Status WriteWhole(const std::string &path, const Bytes &data, mode_t mode = 0666);
 Status WriteWhole(const std::string &path, const std::string &text, mode_t mode = 0666);
+Status WriteWhole(const std::string &path, const void *data, size_t size, mode_t mode);
 
 // Writes to standard output, or says why it took less than all.
 Status WriteStandardOutput(const std::string &text);

@@ -23,7 +23,7 @@ protected:
     {
         pkgsign::Secrets none;
         pkgsign::Key key;
-        const std::string passphrase = "secret";
+        const pkgsign::Secret passphrase = {'s', 'e', 'c', 'r', 'e', 't'};
         ASSERT_TRUE(pkgsign::LoadKey(Path("pki/private/signer.key"), "signer", &none, &key).ok);
         ASSERT_TRUE(pkgsign::WriteKey(Path("pki/private/signer.key"), key, &passphrase).ok);
         Write("passphrase", "secret\n");
@@ -56,6 +56,43 @@ TEST_F(KeyFiles, TakeTheirPassphraseFromADescriptor)
     ExpectDone(Sign({"--passphrase-fd", std::to_string(file)}));
     (void)close(file);
     ExpectUsage(Sign({"--passphrase-fd", "x"}), "--passphrase-fd wants the number of an open descriptor");
+}
+
+TEST_F(KeyFiles, AreNotOpenedWithoutAPassphraseThatCanBeRead)
+{
+    Encrypt();
+    ExpectRefused(Sign({"--passphrase-fd", "999"}),
+                  "cannot read a passphrase from descriptor 999: Bad file descriptor");
+    ExpectRefused(Sign({"--passphrase-file", Path("missing")}), "missing': No such file");
+    ExpectRefused(Sign({"--passphrase-file", directory.path}), "Is a directory");
+    ExpectRefused(Sign({"--passphrase-file", "/dev/zero"}), "at most 1023 octets");
+    Write("empty", "\n");
+    ExpectRefused(Sign({"--passphrase-file", Path("empty")}), "the passphrase for key 'signer' is empty");
+}
+
+TEST_F(KeyFiles, AreHardToGuess)
+{
+    Encrypt();
+    const ProcessResult text = Openssl({"asn1parse", "-in", Path("pki/private/signer.key")});
+    EXPECT_TRUE(Contains(text.output, "INTEGER           :0927C0")) << text.output; // 600,000 rounds of PBKDF2
+    EXPECT_EQ(0,
+              Openssl({"pkey", "-in", Path("pki/private/signer.key"), "-passin", "pass:secret", "-noout"}).exitStatus);
+}
+
+TEST_F(KeyFiles, AreNotMadeWithoutAPassphraseOrAWordThatTheyNeedNone)
+{
+    for (const std::vector<std::string> &line :
+         {std::vector<std::string>{"issue", "--as", "signer"}, {"request", "--as", "signer"}}) {
+        const Outcome outcome = Run(line);
+        ExpectRefused(outcome, "use --passphrase-file, or --no-encryption");
+    }
+}
+
+TEST_F(KeyFiles, TakeTheirPassphraseByUri)
+{
+    Encrypt();
+    ExpectDone(Run({"issue", "--as", "signer", "--key", "file:" + Path("pki/private/signer.key"), "--passphrase-file",
+                    "file:" + Path("pki/private/signer.key") + "=" + Path("passphrase")}));
 }
 
 TEST_F(KeyFiles, HaveNoOptionForAPassphraseItself)
@@ -237,7 +274,47 @@ TEST_F(TokenKeys, TakeTheirPinFromAPassphraseFile)
 
 TEST_F(TokenKeys, WithAPinInTheirUriAreRefused)
 {
-    ExpectRefused(Program({"issue", "--as", "signer", "--key", "pkcs11:object=x?pin-value=1234"}), "holds a PIN");
+    for (const char *const uri : {"pkcs11:object=x?pin-value=1234", "PKCS11:object=x?pin-value=1234",
+                                  "pkcs11:object=x?Pin-Value=1234", "engine:pkcs11:object=x;pin-value=1234"}) {
+        const Outcome outcome = Program({"issue", "--as", "signer", "--key", uri});
+        ExpectRefused(outcome, "holds a PIN");
+        EXPECT_FALSE(Contains(outcome.errors, "1234"));
+    }
+}
+
+TEST_F(TokenKeys, WithAPinSourceThatIsNoFileAreRefused)
+{
+    for (const char *const source : {"file://host", "file:", "file:///missing", "/missing"}) {
+        ExpectRefused(
+            Program({"issue", "--as", "signer", "--key", std::string("pkcs11:object=x?pin-source=") + source}),
+            "cannot read '");
+    }
+}
+
+TEST_F(TokenKeys, AreRefusedWithoutAProviderAndAnEngine)
+{
+    Move("signer", "01");
+    environment.push_back("OPENSSL_ENGINES=" + directory.path);
+    ExpectRefused(Sign(), "no pkcs11 provider is loaded and the pkcs11 engine cannot be opened");
+    EXPECT_FALSE(Made("out"));
+}
+
+// libcrypto's own provider of old algorithms, loaded under another name: it knows no tokens.
+TEST_F(TokenKeys, ComeFromAProviderWhereOneIsLoaded)
+{
+    Move("signer", "01");
+    const std::string modules = Openssl({"version", "-m"}).output;
+    const size_t quote = modules.find('"') + 1;
+    const std::string module = modules.substr(quote, modules.find('"', quote) - quote) + "/legacy.so";
+    if (!std::filesystem::exists(module)) {
+        GTEST_SKIP() << "there is no " << module;
+    }
+    Write("openssl.cnf", "openssl_conf = init\n[init]\nproviders = all\n[all]\ndefault = on\npkcs11 = other\n"
+                         "[on]\nactivate = 1\n[other]\nactivate = 1\nmodule = " +
+                             module + "\n");
+    environment.push_back("OPENSSL_CONF=" + Path("openssl.cnf"));
+    ExpectRefused(Sign(), "cannot load a private key from 'pkcs11:token=hsm;object=signer'");
+    EXPECT_FALSE(Made("out"));
 }
 
 TEST_F(TokenKeys, ThatNoTokenHasAreMissed)
