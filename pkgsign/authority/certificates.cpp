@@ -268,9 +268,9 @@ std::string NameText(const X509_NAME *name)
     return TextOf(memory.get());
 }
 
-std::string CommonName(const X509_NAME *name)
+std::string NameAttribute(const X509_NAME *name, int type)
 {
-    const int index = X509_NAME_get_index_by_NID(const_cast<X509_NAME *>(name), NID_commonName, -1);
+    const int index = X509_NAME_get_index_by_NID(const_cast<X509_NAME *>(name), type, -1);
     unsigned char *text = nullptr;
     const int size =
         index < 0 ? -1 : ASN1_STRING_to_UTF8(&text, X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, index)));

@@ -58,7 +58,8 @@ Status ParseSerial(const std::string &text, std::string *textOut);
 std::string SerialText(const ASN1_INTEGER *serial);
 std::string SerialText(const X509 *certificate);
 std::string NameText(const X509_NAME *name);
-std::string CommonName(const X509_NAME *name);
+// The first attribute of a type (NID) in a name, in UTF-8; empty: it has none.
+std::string NameAttribute(const X509_NAME *name, int type);
 int64_t NotBefore(const X509 *certificate);
 int64_t NotAfter(const X509 *certificate);
 

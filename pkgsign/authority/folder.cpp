@@ -113,12 +113,6 @@ Status WritePki(const std::string &folder, const Pki &pki)
                      : Fail("the change was not made, because afterwards " + status.reason);
 }
 
-bool IsUri(const std::string &key)
-{
-    const size_t colon = key.find(':');
-    return colon != std::string::npos && colon < key.find('/');
-}
-
 } // namespace
 
 Status LoadPki(const std::string &folder, Pki *pkiOut)

@@ -52,6 +52,17 @@ std::string AuthorityOf(const std::vector<Known> &known, X509 *certificate, cons
     return name;
 }
 
+// A CA gives a serial number once: two certificates with it could not be revoked apart.
+Status CheckSame(const Workplace &place, const Entry &entry, const X509 *certificate)
+{
+    Certificate known;
+    const Status status = LoadCertificate(place.folder, entry, &known);
+    return !status.ok || X509_cmp(known.get(), certificate) == 0
+               ? status
+               : Fail("'" + entry.name + "' is another certificate of the same CA with the serial number " +
+                      entry.serial);
+}
+
 // Adds one certificate to the memory that is being changed. isDone: false when its issuer is not known (yet).
 Status ImportCertificate(const Workplace &place, const Certificate &certificate, std::vector<Known> *known, Pki *pki,
                          std::string *report, bool *isDone)
@@ -62,7 +73,8 @@ Status ImportCertificate(const Workplace &place, const Certificate &certificate,
         return status;
     }
     const Known *const issuer = FindIssuer(*known, certificate.get());
-    const bool isFirstRoot = role == Role::Root && known->empty();
+    const bool isFirstRoot = role == Role::Root && known->empty() &&
+                             X509_verify(certificate.get(), X509_get0_pubkey(certificate.get())) == 1;
     *isDone = issuer != nullptr || isFirstRoot;
     if (!*isDone) {
         return {};
@@ -70,7 +82,7 @@ Status ImportCertificate(const Workplace &place, const Certificate &certificate,
     Entry entry = DescribeCertificate(certificate.get(), role);
     const Entry *const same = isFirstRoot ? nullptr : FindSerial(*pki, issuer->authority, entry.serial);
     if (same != nullptr && same->state == State::Issued) {
-        return {};
+        return CheckSame(place, *same, certificate.get());
     }
     const Entry *const requested = FindRequest(place.folder, *pki, X509_get0_pubkey(certificate.get()));
     const Entry *const begun = same != nullptr ? same : requested;

@@ -56,6 +56,7 @@ Command RequestCommand();
 Command IssueCommand();
 Command RevokeCommand();
 Command CrlCommand();
+Command KeyCommand();
 Command ListCommand();
 Command ImportCommand();
 Command ChecksumsCommand();

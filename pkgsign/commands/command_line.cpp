@@ -147,8 +147,8 @@ std::string FirstLine(const std::string &text)
 
 std::vector<Command> AllCommands()
 {
-    return {InitCommand(),   RequestCommand(),   IssueCommand(), RevokeCommand(),    CrlCommand(),  ListCommand(),
-            ImportCommand(), ChecksumsCommand(), SignCommand(),  TimestampCommand(), ServeCommand()};
+    return {InitCommand(),   RequestCommand(), IssueCommand(),     RevokeCommand(), CrlCommand(),       ListCommand(),
+            ImportCommand(), KeyCommand(),     ChecksumsCommand(), SignCommand(),   TimestampCommand(), ServeCommand()};
 }
 
 int RunCommandLine(int argc, char **argv, const std::vector<Command> &commands)

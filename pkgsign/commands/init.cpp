@@ -31,23 +31,6 @@ struct Options {
     std::vector<std::string> lifetimes;
 };
 
-// A folder that is being made beside its place: it appears there whole, or not at all.
-struct Staging {
-    std::string path;
-    bool isKept = false;
-
-    Staging() = default;
-    Staging(const Staging &) = delete;
-    Staging &operator=(const Staging &) = delete;
-    ~Staging()
-    {
-        std::error_code ignored;
-        if (!isKept && !path.empty()) {
-            (void)std::filesystem::remove_all(path, ignored);
-        }
-    }
-};
-
 Status ReadLifetimes(const std::vector<std::string> &texts, Lifetimes *lifetimes)
 {
     for (const std::string &text : texts) {
@@ -207,7 +190,8 @@ Status CheckExisting(const Options &options, int64_t now, std::string *asideOut)
     if (!status.ok) {
         return status;
     }
-    const std::string name = certificate == nullptr ? "" : CommonName(X509_get_subject_name(certificate.get()));
+    const std::string name =
+        certificate == nullptr ? "" : NameAttribute(X509_get_subject_name(certificate.get()), NID_commonName);
     *asideOut = options.folder + ".replaced-" + FormatTime(now);
     return !name.empty() && options.confirm == name
                ? Status()

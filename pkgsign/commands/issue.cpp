@@ -67,7 +67,8 @@ Status ChooseSubject(const Pki &pki, const Options &options, const X509_REQ *req
         return MakeName(pki.country, pki.organization, NamesOf(role).commonName, subjectOut);
     }
     if (renewed != nullptr && role == Role::IssuingCa && !options.sameKey) {
-        return MakeName(pki.country, pki.organization, NextCommonName(CommonName(given)), subjectOut);
+        return MakeName(pki.country, pki.organization, NextCommonName(NameAttribute(given, NID_commonName)),
+                        subjectOut);
     }
     subjectOut->reset(X509_NAME_dup(const_cast<X509_NAME *>(given)));
     return {};

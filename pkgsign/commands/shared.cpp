@@ -9,13 +9,38 @@
 namespace pkgsign
 {
 
+namespace
+{
+
+std::string UriInFolder(const std::string &folder, const std::string &given)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    if (IsUri(given)) {
+        return given;
+    }
+    const fs::path path = fs::weakly_canonical(fs::absolute(given, error), error);
+    const std::string inside =
+        path.lexically_relative(fs::weakly_canonical(fs::absolute(folder, error), error)).string();
+    return inside.empty() || inside.rfind("..", 0) == 0 ? path.string() : inside;
+}
+
+} // namespace
+
+Staging::~Staging()
+{
+    std::error_code ignored;
+    if (!isKept && !path.empty()) {
+        (void)std::filesystem::remove_all(path, ignored);
+    }
+}
+
 Status GetKey(const Workplace &place, const KeyOptions &options, const std::string &name, Key *keyOut,
               std::string *uriOut, UnsavedKey *unsavedOut)
 {
     if (!options.uri.empty()) {
-        const bool isPath = options.uri.find(':') == std::string::npos;
-        *uriOut = isPath ? std::filesystem::absolute(options.uri).string() : options.uri;
-        return LoadKey(*uriOut, name, place.secrets, keyOut);
+        *uriOut = UriInFolder(place.folder, options.uri);
+        return LoadKey(options.uri, name, place.secrets, keyOut);
     }
     char *end = nullptr;
     const long bits = std::strtol(options.bits.c_str(), &end, 10);

@@ -16,7 +16,19 @@ struct KeyOptions {
     bool noEncryption = false;
 };
 
-// The key that is asked for: the one given, or a new one, which is not in its file yet.
+// A folder that is being made beside its place: it appears there whole, or not at all.
+struct Staging {
+    std::string path;
+    bool isKept = false;
+
+    Staging() = default;
+    Staging(const Staging &) = delete;
+    Staging &operator=(const Staging &) = delete;
+    ~Staging();
+};
+
+// The key that is asked for: the one given, or a new one, which is not in its file yet. uriOut: as pki.json keeps it, a
+// path within the folder relative to it.
 Status GetKey(const Workplace &place, const KeyOptions &options, const std::string &name, Key *keyOut,
               std::string *uriOut, UnsavedKey *unsavedOut);
 

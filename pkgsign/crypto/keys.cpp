@@ -59,10 +59,15 @@ Key FindKey(OSSL_STORE_CTX *store)
 
 } // namespace
 
+bool IsUri(const std::string &text)
+{
+    const size_t colon = text.find(':');
+    return colon != std::string::npos && colon < text.find('/');
+}
+
 Status LoadKey(const std::string &uri, const std::string &name, Secrets *secrets, Key *keyOut)
 {
-    const bool isUri = uri.find(':') != std::string::npos;
-    if (isUri && strcasestr(uri.c_str(), "pin-value=") != nullptr) {
+    if (IsUri(uri) && strcasestr(uri.c_str(), "pin-value=") != nullptr) {
         return Fail("the URI of key '" + Printable(name) +
                     "' holds a PIN, which every user of this machine can read; "
                     "use pin-source or --passphrase-file, and change the PIN");

@@ -14,6 +14,9 @@ namespace pkgsign
 inline constexpr int KEY_BITS_MIN = 2048;
 inline constexpr int KEY_BITS_MAX = 4096;
 
+// Whether this is a URI: what has a colon before its first slash. Else it is a path.
+bool IsUri(const std::string &text);
+
 // Loads a private key.
 //
 //   uri   a path, or what OSSL_STORE knows ("file:..."); "pkcs11:..." for a token, through libcrypto's pkcs11 provider

@@ -41,7 +41,7 @@ protected:
         pkgsign::Objects objects;
         EXPECT_TRUE(pkgsign::ReadObjects(Path("crls"), &objects).ok);
         for (const auto &crl : objects.crls) {
-            if (pkgsign::CommonName(X509_CRL_get_issuer(crl.get())) == commonName) {
+            if (pkgsign::NameAttribute(X509_CRL_get_issuer(crl.get()), NID_commonName) == commonName) {
                 return pkgsign::CrlEntries(crl.get(), "").size();
             }
         }
@@ -362,17 +362,44 @@ TEST_F(Authority, ALostFolderIsRebuiltFromWhatWasPublished)
     ExpectDone(MakeCrls("2026-02-02"));
     std::filesystem::create_directories(Path("lost"));
     std::filesystem::rename(Path("pki"), Path("lost/pki"));
-    for (const char *const part : {"pki/certificates", "pki/private", "pki/crls"}) {
-        std::filesystem::create_directories(Path(part));
-    }
-    Write("pki/pki.json", pkgsign::EncodePki({}));
-    ExpectDone(Run(
-        {"import", Path("lost/pki/certificates/signer.pem"), Path("lost/pki/certificates/root.pem"), Path("crls")}));
+    ExpectDone(Run({"import", Path("lost/pki/certificates/signer.pem"), Path("lost/pki/certificates/root.pem"),
+                    Path("crls"), "--new"}));
     const pkgsign::Pki pki = Memory();
     EXPECT_EQ(3u, pki.certificates.size());
     EXPECT_EQ(1u, pki.revocations.size());
     EXPECT_EQ(2u, pki.crls.size());
     EXPECT_TRUE(Contains(Run({"list"}).out, "revoked"));
+}
+
+TEST_F(Authority, WhatIsNoCertificateOfThisPkiIsNotImported)
+{
+    const std::string before = Read("pki/pki.json");
+    const std::vector<std::string> make = {"req",         "-x509",   "-newkey",   "rsa:2048", "-nodes",         "-subj",
+                                           "/CN=Root CA", "-keyout", Path("key"), "-out",     Path("other.pem")};
+    ASSERT_EQ(0, Openssl(make).exitStatus);
+    ExpectRefused(Run({"import", Path("other.pem")}), "is not known here");
+    ExpectRefused(Run({"import", Path("content")}), "does not hold certificates or CRLs");
+    std::string root = Read("pki/certificates/root.der");
+    root.back() ^= 1; // its own signature does not hold
+    Write("broken.der", root);
+    ExpectRefused(Pkgsign({"import", Path("broken.der"), "--new", "--pki", Path("fresh")}), "is not known here");
+    EXPECT_FALSE(Made("fresh"));
+    EXPECT_EQ(before, Read("pki/pki.json"));
+}
+
+TEST_F(Authority, TwoCertificatesWithOneSerialNumberAreNotTakenForOne)
+{
+    const std::string ca = Path("pki/certificates/issuing-ca.pem");
+    const std::string serial = pkgsign::FindEntry(Memory(), "signer")->serial;
+    Write("extensions", "extendedKeyUsage=critical,codeSigning\n");
+    ASSERT_EQ(0, Openssl({"req", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Other", "-keyout", Path("key"), "-out",
+                          Path("other.csr")})
+                     .exitStatus);
+    ASSERT_EQ(
+        0, Openssl({"x509", "-req", "-in", Path("other.csr"), "-CA", ca, "-CAkey", Path("pki/private/issuing-ca.key"),
+                    "-set_serial", "0x" + serial, "-extfile", Path("extensions"), "-out", Path("other.pem")})
+               .exitStatus);
+    ExpectRefused(Run({"import", Path("other.pem")}), "'signer' is another certificate of the same CA");
 }
 
 TEST_F(Authority, CrlNumbersOnlyGoUp)
@@ -474,7 +501,8 @@ TEST_F(Authority, ACrlFileIsDerOfCrlsAndCaCertificates)
     ASSERT_TRUE(pkgsign::ReadObjects(Path("crls"), &objects).ok);
     EXPECT_EQ(2u, objects.crls.size());
     ASSERT_EQ(1u, objects.certificates.size()); // the root is built into devices
-    EXPECT_EQ("Issuing CA", pkgsign::CommonName(X509_get_subject_name(objects.certificates[0].get())));
+    EXPECT_EQ("Issuing CA",
+              pkgsign::NameAttribute(X509_get_subject_name(objects.certificates[0].get()), NID_commonName));
     EXPECT_EQ('\x30', Read("crls")[0]);
 }
 

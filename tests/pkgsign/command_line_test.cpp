@@ -42,6 +42,8 @@ TEST_F(CommandLine, WithAValueThatIsNotUnderstoodEndsWithTwo)
         {"issue"},
         {"issue", "--as", "signer", "--key-bits", "many"},
         {"request", "--as", "root"},
+        {"key", "signer"},
+        {"key", "signer", "--lost", "--uri", "x"},
         {"sign", "x", "--out", "y", "--digest", "md5"},
         {"timestamp", "x", "--out", "y", "--format", "xml"},
         {"sign", "x", "--out", "y", "--gen-time", "2026-02-01T00:00:00.5Z"},
@@ -64,7 +66,7 @@ TEST_F(CommandLine, AListOptionTakesOneValueEachTime)
 TEST_F(CommandLine, EveryCommandHasHelpWithAnExampleAndAVersion)
 {
     for (const char *const name :
-         {"init", "request", "issue", "revoke", "crl", "list", "import", "checksums", "sign", "timestamp"}) {
+         {"init", "request", "issue", "revoke", "crl", "list", "import", "key", "checksums", "sign", "timestamp"}) {
         for (const char *const option : {"-h", "--help"}) {
             const Outcome help = Pkgsign({name, option});
             EXPECT_EQ(0, help.status) << name;

@@ -156,10 +156,7 @@ TEST_F(Drill, ACaWhoseKeyIsLostGoesOnWithItsLastCrlAndIsSuperseded)
     std::filesystem::remove(Path("pki/private/issuing-ca.key"));
     ExpectRefused(At("2026-03-01", {"crl", "--out", Path("crls")}), "cannot load a private key");
     Issue("2026-03-02", {"--as", "issuing-ca", "--common-name", "Issuing CA 2"});
-    std::string memory = Read("pki/pki.json"); // the key is gone, also for the folder
-    const std::string key = "\"key\": \"private/issuing-ca.key\",";
-    memory.erase(memory.find(key), key.size());
-    Write("pki/pki.json", memory);
+    EXPECT_EQ(0, At("2026-03-02", {"key", "issuing-ca", "--lost"}).status);
     Issue("2026-03-02", {"--as", "signer"});
     Issue("2026-03-02", {"--as", "timestamp"});
     ExpectDone(At("2026-03-03", {"revoke", "issuing-ca", "--reason", "cessationOfOperation"}));
@@ -167,6 +164,44 @@ TEST_F(Drill, ACaWhoseKeyIsLostGoesOnWithItsLastCrlAndIsSuperseded)
     Release("2026-03-04", "new");
     EXPECT_TRUE(Takes("old"));
     EXPECT_TRUE(Takes("new"));
+}
+
+TEST_F(Drill, ALostFolderIsRebuiltFromKeysCertificatesAndTheNewestCrlFile)
+{
+    Release("2026-02-01", "old");
+    Issue("2026-02-01", {"--renew", "signer"});
+    ExpectDone(At("2026-02-02", {"revoke", "signer", "--reason", "keyCompromise"}));
+    MakeCrls("2026-02-03");
+    const std::string lost = Path("lost/");
+    std::filesystem::create_directories(lost);
+    std::filesystem::rename(Path("pki"), lost + "pki");
+    const std::string certificates = lost + "pki/certificates/";
+    const std::vector<std::string> import = {"import",
+                                             certificates + "root.der",
+                                             certificates + "signer-2.pem",
+                                             certificates + "timestamp.pem",
+                                             Path("crls"),
+                                             "--new"};
+    std::vector<std::string> dry = import;
+    dry.push_back("-n");
+    ExpectDone(At("2026-03-01", dry));
+    EXPECT_FALSE(Made("pki"));
+    ExpectRefused(At("2026-03-01", {"import", Path("crls"), "--new"}), "import its certificate first");
+    EXPECT_FALSE(Made("pki"));
+    ExpectDone(At("2026-03-01", import));
+    ExpectRefused(At("2026-03-01", import), "cannot make '");
+    std::filesystem::copy_file(lost + "pki/private/root.key", Path("pki/private/root.key"));
+    ExpectDone(At("2026-03-01", {"key", "root", "--uri", Path("pki/private/root.key")}));
+    EXPECT_EQ("private/root.key", Memory().certificates[0].key);
+    ExpectRefused(At("2026-03-01", {"key", "signer", "--uri", lost + "pki/private/signer.key"}), "is not the one");
+    ExpectDone(At("2026-03-01", {"key", "signer", "--uri", lost + "pki/private/signer-2.key"}));
+    ExpectDone(At("2026-03-01", {"key", "timestamp", "--uri", "file:" + lost + "pki/private/timestamp.key"}));
+    ExpectDone(At("2026-03-01", {"key", "issuing-ca", "--uri", lost + "pki/private/issuing-ca.key"}));
+    Release("2026-03-02", "new");
+    MakeCrls("2026-03-03");
+    EXPECT_FALSE(Takes("old")); // still
+    EXPECT_TRUE(Takes("new"));
+    EXPECT_EQ("Sigkit", Memory().organization);
 }
 
 TEST_F(Drill, AFullCrlIsFollowedByANewCa)

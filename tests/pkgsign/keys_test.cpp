@@ -178,11 +178,8 @@ protected:
         RunUtil({"--import", Path("pki/private/" + name + ".key"), "--token", "hsm", "--label", name, "--id",
                  identifier, "--pin", "1234"});
         std::filesystem::remove(Path("pki/private/" + name + ".key"));
-        std::string text = Read("pki/pki.json");
-        const std::string path = "private/" + name + ".key";
-        text.replace(text.find(path), path.size(),
-                     "pkcs11:token=hsm;object=" + name + "?pin-source=file:" + Path("pin"));
-        Write("pki/pki.json", text);
+        const std::string uri = "pkcs11:token=hsm;object=" + name + "?pin-source=file:" + Path("pin");
+        ExpectDone(Program({"key", name, "--uri", uri}));
     }
 
     Outcome Sign(std::vector<std::string> options = {})

@@ -55,7 +55,8 @@ protected:
         std::vector<std::string> names;
         STACK_OF(X509) *const certificates = CMS_get1_certs(message.get());
         for (int i = 0; i < sk_X509_num(certificates); ++i) {
-            names.push_back(pkgsign::CommonName(X509_get_subject_name(sk_X509_value(certificates, i))));
+            names.push_back(
+                pkgsign::NameAttribute(X509_get_subject_name(sk_X509_value(certificates, i)), NID_commonName));
         }
         sk_X509_pop_free(certificates, X509_free);
         std::sort(names.begin(), names.end()); // in a message they stand in the order of their encodings
@@ -179,7 +180,7 @@ TEST_F(Sign, ASignerBelowTheRootCarriesNoRoot)
 TEST_F(Sign, WithoutAnySourceOfATimestampItIsRefused)
 {
     const std::string reason = "a package needs a timestamp";
-    ExpectRefused(WithFiles({"--crl", Path("crls"), "--out", Path("out")}), reason);
+    ExpectUsage(WithFiles({"--crl", Path("crls"), "--out", Path("out")}), reason);
     std::string text = Read("pki/pki.json"); // a folder without a timestamp authority
     for (size_t at = text.find("\"private/timestamp.key\""); at != std::string::npos;
          at = text.find("\"private/timestamp.key\"")) {
