@@ -19,6 +19,12 @@ for text in docs/pictures/*.dot; do
 done
 
 scripts/status_tables.py --write
+for pkgsign in build/*/pkgsign/pkgsign; do
+  if [ -x "$pkgsign" ]; then
+    scripts/manual_options.py "$pkgsign" --write
+    break
+  fi
+done
 tests/check_docs.py
 mkdir -p build/docs
 doxygen docs/Doxyfile

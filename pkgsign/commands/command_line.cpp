@@ -26,7 +26,9 @@ struct Common {
     bool dryRun = false;
 };
 
-void AddOption(CLI::App *app, const Option &option)
+constexpr char COMMON[] = "Common options"; // heads them in the help
+
+CLI::Option *AddOption(CLI::App *app, const Option &option)
 {
     CLI::Option *added = nullptr;
     if (bool *const *flag = std::get_if<bool *>(&option.target); flag != nullptr) {
@@ -43,23 +45,24 @@ void AddOption(CLI::App *app, const Option &option)
         added->allow_extra_args(false); // what stands behind the one value of a list option is an argument
     }
     added->required(option.isRequired);
+    return added;
 }
 
 void AddCommon(CLI::App *app, const Command &command, Common *common)
 {
+    const auto add = [app](const Option &option) { AddOption(app, option)->group(COMMON); };
     if (command.hasFolder) {
-        AddOption(app, {"--pki", "DIR", "the PKI folder; else $PKGSIGN_PKI, else pki", &common->folder});
-        AddOption(app, {"--passphrase-file", "FILE",
-                        "holds the passphrase of the keys, or KEY=FILE that of one; PINs of tokens as well",
-                        &common->passphraseFiles});
-        AddOption(app, {"--passphrase-fd", "N", "descriptor from which the passphrase is read",
-                        &common->passphraseDescriptor});
-        AddOption(app, {"--now", "TIME", "what counts as now, for rehearsals: 2026-01-31T12:00:00Z", &common->now});
+        add({"--pki", "DIR", "the PKI folder; else $PKGSIGN_PKI, else pki", &common->folder});
+        add({"--passphrase-file", "FILE",
+             "holds the passphrase of the keys, or KEY=FILE that of one; PINs of tokens as well",
+             &common->passphraseFiles});
+        add({"--passphrase-fd", "N", "descriptor from which the passphrase is read", &common->passphraseDescriptor});
+        add({"--now", "TIME", "what counts as now, for rehearsals: 2026-01-31T12:00:00Z", &common->now});
     }
-    AddOption(app, {"--no-input", "", "never ask on the terminal", &common->noInput});
+    add({"--no-input", "", "never ask on the terminal", &common->noInput});
     if (command.isWriting) {
-        AddOption(app, {"-n,--dry-run", "", "try everything and show what would be signed; sign and write nothing",
-                        &common->dryRun});
+        add({"-n,--dry-run", "", "try everything and show what would be signed; sign and write nothing",
+             &common->dryRun});
     }
 }
 
@@ -143,6 +146,105 @@ std::string FirstLine(const std::string &text)
     return text.substr(0, text.find('\n'));
 }
 
+// ---- What CLI11 knows, in other forms -------------------------------------------------------------------------------
+
+// The options and arguments of a command under one heading of its help, but for help and version.
+std::vector<const CLI::Option *> OptionsOf(const CLI::App &command, const std::string &group)
+{
+    const CLI::Option *const help = command.get_help_ptr();
+    const CLI::Option *const version = command.get_version_ptr();
+    return command.get_options([&](const CLI::Option *option) {
+        const bool isHere = option->get_positional() ? group != COMMON : option->get_group() == group;
+        return isHere && option != help && option != version;
+    });
+}
+
+// "-o", "--out": the names of an option as they are typed.
+std::vector<std::string> NamesOf(const CLI::Option &option)
+{
+    std::vector<std::string> names;
+    for (const std::string &name : option.get_snames()) {
+        names.push_back("-" + name);
+    }
+    for (const std::string &name : option.get_lnames()) {
+        names.push_back("--" + name);
+    }
+    return names;
+}
+
+std::string ManualList(const std::vector<const CLI::Option *> &options)
+{
+    std::string text = ".Bl -tag -width Ds\n";
+    for (const CLI::Option *option : options) {
+        std::string item;
+        for (const std::string &name : NamesOf(*option)) {
+            item += (item.empty() ? " Fl " : " , Fl ") + name.substr(1);
+        }
+        const std::string value = option->get_type_name();
+        text += ".It" + item + (value.empty() ? "" : " Ar " + value) + "\n" + option->get_description() + "\n";
+    }
+    return text + ".El\n";
+}
+
+// The lists of options in the manual page (mdoc).
+std::string DescribeForManual(const std::vector<CLI::App *> &commands)
+{
+    std::string text = "The options of most commands are:\n" + ManualList(OptionsOf(*commands.front(), COMMON)) +
+                       ".Pp\nThe commands are:\n.Bl -tag -width Ds\n";
+    for (const CLI::App *command : commands) {
+        text += ".It Cm " + command->get_name() + "\n" + command->get_description() + "\n" +
+                ManualList(OptionsOf(*command, "Options"));
+    }
+    return text + ".El\n";
+}
+
+// What bash needs to complete names of commands and options; all else are files.
+std::string DescribeForBash(const std::vector<CLI::App *> &commands)
+{
+    std::string names;
+    std::string cases;
+    for (const CLI::App *command : commands) {
+        names += command->get_name() + " ";
+        cases += "    " + command->get_name() + ") words='";
+        for (const CLI::Option *option : command->get_options()) {
+            for (const std::string &name : NamesOf(*option)) {
+                cases += name + " ";
+            }
+        }
+        cases.back() = '\'';
+        cases += " ;;\n";
+    }
+    return "_pkgsign()\n{\n    local words='' current=${COMP_WORDS[COMP_CWORD]}\n    COMPREPLY=()\n"
+           "    case ${COMP_WORDS[1]} in\n" +
+           cases +
+           "    esac\n"
+           "    if [ \"$COMP_CWORD\" -eq 1 ]; then words='" +
+           names +
+           "-h --help -V --version'; fi\n"
+           "    if [ \"$COMP_CWORD\" -eq 1 ] || [ \"${current:0:1}\" = - ]; then\n"
+           "        mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n    fi\n}\n"
+           "complete -o default -F _pkgsign pkgsign\n";
+}
+
+// The command that is not in the help: what the others are like, for bash and for the manual page.
+struct Describer {
+    CLI::App *app = nullptr;
+    std::string form;
+};
+
+void AddDescriber(CLI::App *app, Describer *describer)
+{
+    describer->app = app->add_subcommand("completion", "Describe all commands for bash or man")->group("");
+    describer->app->add_option("FORM", describer->form)->required()->check(CLI::IsMember({"bash", "man"}));
+}
+
+int Describe(const Describer &describer, const std::vector<CLI::App *> &commands)
+{
+    const Status status =
+        WriteStandardOutput(describer.form == "man" ? DescribeForManual(commands) : DescribeForBash(commands));
+    return status.ok ? EXIT_DONE : Report("completion", status);
+}
+
 } // namespace
 
 std::vector<Command> AllCommands()
@@ -170,6 +272,8 @@ int RunCommandLine(int argc, char **argv, const std::vector<Command> &commands)
         AddCommon(sub, commands[i], &commons[i]);
         subcommands.push_back(sub);
     }
+    Describer describer;
+    AddDescriber(&app, &describer);
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &shown) { // help or version
@@ -180,6 +284,9 @@ int RunCommandLine(int argc, char **argv, const std::vector<Command> &commands)
     } catch (const CLI::ParseError &error) {
         (void)std::fprintf(stderr, "pkgsign: %s; try pkgsign --help\n", Printable(FirstLine(error.what())).c_str());
         return EXIT_COMMAND_LINE;
+    }
+    if (describer.app->parsed()) {
+        return Describe(describer, subcommands);
     }
     for (size_t i = 0; i < commands.size(); ++i) {
         if (subcommands[i]->parsed()) {

@@ -1,10 +1,14 @@
 // The command line: what it takes, how it ends, and what it does to the streams that it is given.
 #include <filesystem>
+#include <sstream>
 
 #include "tests/pkgsign/support.h"
 
 namespace
 {
+
+const std::vector<std::string> COMMANDS = {"init",   "request", "issue",     "revoke", "crl",       "list",
+                                           "import", "key",     "checksums", "sign",   "timestamp", "serve"};
 
 class CommandLine : public InFolder
 {
@@ -65,17 +69,57 @@ TEST_F(CommandLine, AListOptionTakesOneValueEachTime)
 
 TEST_F(CommandLine, EveryCommandHasHelpWithAnExampleAndAVersion)
 {
-    for (const char *const name :
-         {"init", "request", "issue", "revoke", "crl", "list", "import", "key", "checksums", "sign", "timestamp"}) {
+    for (const std::string &name : COMMANDS) {
         for (const char *const option : {"-h", "--help"}) {
             const Outcome help = Pkgsign({name, option});
             EXPECT_EQ(0, help.status) << name;
-            EXPECT_TRUE(Contains(help.out, std::string("Example: pkgsign ") + name)) << help.out;
+            EXPECT_TRUE(Contains(help.out, "Example: pkgsign " + name)) << help.out;
             EXPECT_TRUE(Contains(help.out, "--no-input")) << help.out;
-            EXPECT_EQ(std::string(name) != "list", Contains(help.out, "-n,--dry-run")) << help.out;
+            EXPECT_EQ(name != "list" && name != "serve", Contains(help.out, "-n,--dry-run")) << help.out;
         }
         EXPECT_EQ(0u, Pkgsign({name, "-V"}).out.rfind("pkgsign ", 0)) << name;
     }
+}
+
+// The words of a line of the help that are options.
+std::vector<std::string> OptionsIn(const std::string &help)
+{
+    std::vector<std::string> options;
+    std::string word;
+    for (std::istringstream lines(help); lines >> word;) {
+        const bool isShort = word.size() > 2 && word[0] == '-' && word[2] == ',';
+        const std::string name = isShort ? word.substr(3) : word;
+        if (name.rfind("--", 0) == 0 && name.find_first_not_of("abcdefghijklmnopqrstuvwxyz-") == std::string::npos) {
+            options.push_back(name);
+        }
+    }
+    return options;
+}
+
+TEST_F(CommandLine, BashCompletesEveryCommandAndOption)
+{
+    const std::string script = Pkgsign({"completion", "bash"}).out;
+    Write("completion", script);
+    const auto complete = [&](const std::string &words, int at) {
+        return RunProcess({"/bin/bash", "-c",
+                           "source " + Path("completion") + "; COMP_WORDS=(" + words +
+                               "); COMP_CWORD=" + std::to_string(at) + "; _pkgsign; printf ' %s' \"${COMPREPLY[@]}\""})
+            .output;
+    };
+    size_t count = 0;
+    for (const std::string &name : COMMANDS) {
+        EXPECT_TRUE(Contains(complete("pkgsign ''", 1) + " ", " " + name + " "));
+        const std::string completed = complete("pkgsign " + name + " --", 2) + " ";
+        for (const std::string &option : OptionsIn(Pkgsign({name, "--help"}).out)) {
+            EXPECT_TRUE(Contains(completed, " " + option + " ")) << name << " " << option;
+            ++count;
+        }
+    }
+    EXPECT_GT(count, 120u);
+    EXPECT_EQ(" --timestamp", complete("pkgsign sign --ti", 2));
+    EXPECT_EQ(" ", complete("pkgsign sign fi", 2)); // files are bash's own
+    EXPECT_FALSE(Contains(Pkgsign({"--help"}).out, "completion"));
+    EXPECT_EQ(2, Pkgsign({"completion", "zsh"}).status);
 }
 
 // ---- Streams --------------------------------------------------------------------------------------------------------
