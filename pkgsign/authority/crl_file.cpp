@@ -45,6 +45,18 @@ Authority *FindSigner(Composition *composition, X509_CRL *crl)
     return nullptr;
 }
 
+void TakeNewCa(const NewCa &newCa, std::vector<Authority> *authorities)
+{
+    const Authority made = {newCa.certificate, newCa.entry.authority, &newCa.entry, nullptr};
+    for (Authority &authority : *authorities) {
+        if (authority.id == made.id) {
+            authority = made;
+            return;
+        }
+    }
+    authorities->push_back(made);
+}
+
 Status LoadAuthorities(Composition *composition)
 {
     const Entry *root = nullptr;
@@ -62,6 +74,9 @@ Status LoadAuthorities(Composition *composition)
         authority.id = entries[i]->authority;
         status = LoadCertificate(composition->place.folder, *entries[i], &authority.certificate);
         composition->authorities.push_back(std::move(authority));
+    }
+    if (status.ok && composition->order.newCa != nullptr) {
+        TakeNewCa(*composition->order.newCa, &composition->authorities);
     }
     return status;
 }
@@ -257,6 +272,10 @@ Status PlanCrl(const Composition &composition, const Authority &authority, const
     }
     fields->number = NextNumber(FindCrl(composition.pki, authority.id), fields->thisUpdate);
     *isNewOut = !isCapped || last != latest || !ListsAll(authority.last.get(), fields->entries);
+    if (last > latest) {
+        return Fail("'" + authority.id + "' ends, or is superseded, before its last CRL, which is dated " +
+                    FormatTime(last) + "; devices could not trust that CRL any more");
+    }
     if (last > fields->thisUpdate || (!isCapped && fields->thisUpdate > composition.place.now + CLOCK_SKEW_MAX)) {
         return Fail("the last CRL of '" + authority.id + "' is dated " + FormatTime(last) + ", and it is " +
                     FormatTime(composition.place.now) + "; is the clock right?");

@@ -29,12 +29,19 @@ struct CrlFile {
     std::vector<std::string> warnings;
 };
 
+// A CA as it would be: its entry, and a certificate with a throwaway signature.
+struct NewCa {
+    Entry entry;
+    Certificate certificate;
+};
+
 struct CrlFileOrder {
     std::vector<std::string> added;  // files with CRLs and certificates of other machines
     std::string replaced;            // path of the file that it will replace; empty or missing: none
     bool isPart = false;             // only the CRLs of this folder's keys, to be joined with others elsewhere
     int64_t nextUpdate = 0;          // 0: by the folder's cadence
     std::vector<Revocation> further; // revocations to try, beside those that are remembered
+    const NewCa *newCa = nullptr;    // a CA to try, beside those of the folder or in the place of one of them
 };
 
 // Puts a CRL file together: a new CRL of each CA whose key is here and that is not revoked outright; of the others the

@@ -146,19 +146,22 @@ Status MakeUpCrlFile(const std::vector<MadeUpCrl> &crls, int64_t time, Setting *
     return {};
 }
 
+Status MakeTrialCa(const Certificate &root, const CertificateFields &fields, Setting *setting, Certificate *out)
+{
+    Key rootKey;
+    const Status status = StandInFor(PublicKeyOf(root), setting, &rootKey);
+    const CertificateFields trial = {
+        Role::IssuingCa, {0x7F},          NamePtr(X509_NAME_dup(fields.subject.get())), root, fields.notBefore,
+        fields.notAfter, fields.publicKey};
+    return status.ok ? MakeCertificate(trial, rootKey.get(), out) : status;
+}
+
 Status RehearseRenewal(const Certificate &root, const Certificate &oldCa, const CertificateFields &renewed)
 {
     Setting setting;
     setting.root = root;
-    Key rootKey;
     Certificate newCa;
-    Status status = StandInFor(PublicKeyOf(root), &setting, &rootKey);
-    CertificateFields fields = {
-        Role::IssuingCa,  {0x7F},           NamePtr(X509_NAME_dup(renewed.subject.get())), root, renewed.notBefore,
-        renewed.notAfter, renewed.publicKey};
-    if (status.ok) {
-        status = MakeCertificate(fields, rootKey.get(), &newCa);
-    }
+    Status status = MakeTrialCa(root, renewed, &setting, &newCa);
     if (!status.ok) {
         return status;
     }

@@ -29,6 +29,9 @@ using StampSignature = std::function<Status(const Bytes &signature, Bytes *token
 // Tries a package with a token that `stamp` makes, of the chain's timestamp authority and with its real key.
 Status RehearseStamp(const Chain &chain, int64_t time, const StampSignature &stamp);
 
+// The certificate of a new CA, signed by the stand-in of the root. fields: its issuer need not be filled in.
+Status MakeTrialCa(const Certificate &root, const CertificateFields &fields, Setting *setting, Certificate *out);
+
 // Tries what a renewed CA does to packages of the old one, and whether devices can still compare CRL files.
 // renewed: its issuer need not be filled in.
 Status RehearseRenewal(const Certificate &root, const Certificate &oldCa, const CertificateFields &renewed);

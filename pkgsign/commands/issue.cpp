@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "pkgsign/authority/crl_file.h"
 #include "pkgsign/authority/rehearsal.h"
 #include "pkgsign/authority/requests.h"
 #include "pkgsign/commands/command.h"
@@ -25,6 +26,9 @@ struct Options {
     std::string out;
     KeyOptions key;
     bool sameKey = false;
+    std::string tryDirectory;
+    std::string crlFile;
+    std::vector<std::string> added;
 };
 
 // "Issuing CA" is followed by "Issuing CA 2", and that by "Issuing CA 3".
@@ -140,11 +144,44 @@ Status ReadSources(const Workplace &place, const Pki &pki, const Options &option
     return status;
 }
 
-// A renewed CA must leave old packages and the comparison of CRL files as they are.
-Status ProveRenewal(const Workplace &place, const Pki &pki, const Sources &sources, const IssueOrder &order)
+// The answers to released packages that would change with the CA in the next CRL file.
+Status TryCa(const Workplace &place, const Options &options, const Certificate &root, const Sources &sources,
+             const IssueOrder &order, std::string *report)
 {
-    if (sources.renewed == nullptr || sources.role != Role::IssuingCa) {
-        return {};
+    Setting setting;
+    NewCa newCa;
+    Status status = MakeTrialCa(root, order.fields, &setting, &newCa.certificate);
+    if (!status.ok) {
+        return status;
+    }
+    newCa.entry = DescribeCertificate(newCa.certificate.get(), Role::IssuingCa);
+    newCa.entry.name = order.name;
+    newCa.entry.authority = options.sameKey ? sources.renewed->authority : order.name;
+    newCa.entry.issuer = order.issuer;
+    newCa.entry.key = "tried"; // by a throwaway one
+    CrlFileOrder files;
+    CrlFile before;
+    CrlFile after;
+    files.added = options.added;
+    files.replaced = options.crlFile;
+    status = ComposeCrlFile(place, files, &before);
+    files.newCa = &newCa;
+    if (status.ok) {
+        status = ComposeCrlFile(place, files, &after);
+    }
+    if (status.ok) {
+        status = TryPackages(options.tryDirectory, &before.setting, after.setting, report);
+    }
+    *report += status.ok ? "Nothing was issued; without --try and --dry-run it is.\n" : "";
+    return status;
+}
+
+// A renewed CA must leave old packages and the comparison of CRL files as they are.
+Status ProveCa(const Workplace &place, const Pki &pki, const Options &options, const Sources &sources,
+               const IssueOrder &order, std::string *report)
+{
+    if (sources.role != Role::IssuingCa) {
+        return options.tryDirectory.empty() ? Status() : FailUsage("--try is about a CA; what others sign is new");
     }
     const Entry *entry = nullptr;
     Certificate root;
@@ -152,7 +189,40 @@ Status ProveRenewal(const Workplace &place, const Pki &pki, const Sources &sourc
     if (status.ok) {
         status = LoadCertificate(place.folder, *entry, &root);
     }
-    return status.ok ? RehearseRenewal(root, sources.certificate, order.fields) : status;
+    if (status.ok && sources.renewed != nullptr) {
+        status = RehearseRenewal(root, sources.certificate, order.fields);
+    }
+    return status.ok && !options.tryDirectory.empty() ? TryCa(place, options, root, sources, order, report) : status;
+}
+
+// Whose certificate, for which key, from when to when, by whom.
+Status MakeOrder(const Workplace &place, const Pki &pki, const Options &options, const Sources &sources,
+                 IssueOrder *order)
+{
+    Status status;
+    order->fields.role = sources.role;
+    if (sources.requested != nullptr && (options.name.empty() || options.name == sources.requested->name)) {
+        order->name = sources.requested->name;
+        order->keyUri = sources.requested->key;
+    } else {
+        status = ChooseName(place, pki, options.name, sources.role, &order->name);
+    }
+    if (status.ok) {
+        status = ChooseIssuer(place, pki, options, sources.role, &order->issuer);
+    }
+    if (status.ok) {
+        status = ChooseTimes(place, pki, options, sources.certificate, &order->fields);
+    }
+    if (status.ok && options.notAfter.empty()) { // a lifetime by default ends with the CA's at the latest
+        order->fields.notAfter = std::min(order->fields.notAfter, FindEntry(pki, order->issuer)->notAfter);
+    }
+    if (status.ok) {
+        status = ChooseSubject(pki, options, sources.request.get(), sources.certificate.get(), sources.role,
+                               &order->fields.subject);
+    }
+    return status.ok
+               ? ChooseKey(place, options, sources.request.get(), sources.renewed, sources.certificate.get(), order)
+               : status;
 }
 
 Status Issue(const Options &options, Session *session)
@@ -168,31 +238,12 @@ Status Issue(const Options &options, Session *session)
     if (!status.ok) {
         return status;
     }
-    order.fields.role = sources.role;
-    if (sources.requested != nullptr && (options.name.empty() || options.name == sources.requested->name)) {
-        order.name = sources.requested->name;
-        order.keyUri = sources.requested->key;
-    } else {
-        status = ChooseName(place, pki, options.name, sources.role, &order.name);
-    }
+    status = MakeOrder(place, pki, options, sources, &order);
     if (status.ok) {
-        status = ChooseIssuer(place, pki, options, sources.role, &order.issuer);
+        status = ProveCa(place, pki, options, sources, order, &session->out);
     }
-    if (status.ok) {
-        status = ChooseTimes(place, pki, options, sources.certificate, &order.fields);
-    }
-    if (status.ok && options.notAfter.empty()) { // a lifetime by default ends with the CA's at the latest
-        order.fields.notAfter = std::min(order.fields.notAfter, FindEntry(pki, order.issuer)->notAfter);
-    }
-    if (status.ok) {
-        status = ChooseSubject(pki, options, sources.request.get(), sources.certificate.get(), sources.role,
-                               &order.fields.subject);
-    }
-    if (status.ok) {
-        status = ChooseKey(place, options, sources.request.get(), sources.renewed, sources.certificate.get(), &order);
-    }
-    if (status.ok) {
-        status = ProveRenewal(place, pki, sources, order);
+    if (!status.ok || !options.tryDirectory.empty()) {
+        return status;
     }
     Certificate certificate;
     if (status.ok) {
@@ -231,6 +282,10 @@ Command IssueCommand()
         {"--issuer", "NAME", "the issuing CA, by its name in the folder", &options->issuer},
         {"--not-before", "TIME", "beginning; now", &options->notBefore},
         {"--not-after", "TIME", "end; by the lifetime of the role", &options->notAfter},
+        {"--try", "DIR", "issue nothing, list the packages in DIR whose answer a new CA would change",
+         &options->tryDirectory},
+        {"--crl-file", "FILE", "for --try: the CRL file that devices have", &options->crlFile},
+        {"--add", "FILE", "for --try: CRLs made elsewhere", &options->added},
         {"-o,--out", "FILE", "the certificate (PEM), beside that in the folder", &options->out}};
     command.run = [options](Session *session) { return Issue(*options, session); };
     return command;

@@ -121,6 +121,34 @@ TEST_F(Drill, ARotatedIssuingCaIsSupersededAndItsPackagesStayGood)
     EXPECT_TRUE(Takes("new"));
 }
 
+TEST_F(Drill, ANewCaIsTriedOnReleasedPackagesBeforeItIsIssued)
+{
+    Release("2026-02-01", "early");
+    Release("2026-11-20", "late");
+    MakeCrls("2026-11-02");
+    const std::string before = Read("pki/pki.json");
+    const auto tried = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), {"issue", "--no-encryption", "--key-bits", "2048", "--try", Path("released"),
+                                         "--crl-file", Path("crls")});
+        const Outcome outcome = At("2026-12-01", options);
+        EXPECT_EQ(0, outcome.status) << outcome.errors;
+        return outcome.out;
+    };
+    EXPECT_TRUE(Contains(tried({"--renew", "issuing-ca"}), "0 of 2 packages get another answer"));
+    EXPECT_TRUE(Contains(tried({"--as", "issuing-ca", "--common-name", "Other"}), "0 of 2 packages"));
+    EXPECT_TRUE(Contains(tried({"--renew", "issuing-ca", "--same-key"}), "0 of 2 packages get another answer"));
+    // What a made-up package of the CA's first day does not show.
+    const std::string shortened = tried({"--renew", "issuing-ca", "--same-key", "--not-after", "2026-11-15"});
+    EXPECT_TRUE(Contains(shortened, "late.cms: refused")) << shortened;
+    EXPECT_FALSE(Contains(shortened, "early.cms"));
+    ExpectRefused(At("2026-12-01", {"issue", "--renew", "issuing-ca", "--same-key", "--not-after", "2026-10-15",
+                                    "--try", Path("released")}),
+                  "'issuing-ca' ends, or is superseded, before its last CRL");
+    EXPECT_EQ(before, Read("pki/pki.json"));
+    ExpectUsage(At("2026-12-01", {"issue", "--as", "signer", "--no-encryption", "--try", Path("released")}),
+                "--try is about a CA");
+}
+
 TEST_F(Drill, ACaWhoseKeyIsStolenLosesEverythingAndTheFileIsStillNewer)
 {
     Release("2026-02-01", "old");
