@@ -244,12 +244,12 @@ std::string NextNumber(const PublishedCrl *last, int64_t thisUpdate)
     return next;
 }
 
-bool ListsAll(X509_CRL *crl, const std::vector<Revocation> &entries)
+bool AreSame(const std::vector<Revocation> &a, const std::vector<Revocation> &b)
 {
-    const std::vector<Revocation> listed = CrlEntries(crl, "");
-    return std::is_permutation(
-        listed.begin(), listed.end(), entries.begin(), entries.end(),
-        [](const Revocation &a, const Revocation &b) { return a.serial == b.serial && IsSameRevocation(a, b); });
+    return std::is_permutation(a.begin(), a.end(), b.begin(), b.end(),
+                               [](const Revocation &one, const Revocation &two) {
+                                   return one.serial == two.serial && IsSameRevocation(one, two);
+                               });
 }
 
 // Describes the next CRL of a CA. A CA that has ended, or was superseded, signs its last CRLs as of before that:
@@ -271,7 +271,7 @@ Status PlanCrl(const Composition &composition, const Authority &authority, const
         fields->nextUpdate = composition.order.nextUpdate;
     }
     fields->number = NextNumber(FindCrl(composition.pki, authority.id), fields->thisUpdate);
-    *isNewOut = !isCapped || last != latest || !ListsAll(authority.last.get(), fields->entries);
+    *isNewOut = !isCapped || last != latest || !AreSame(CrlEntries(authority.last.get(), ""), fields->entries);
     if (last > latest) {
         return Fail("'" + authority.id + "' ends, or is superseded, before its last CRL, which is dated " +
                     FormatTime(last) + "; devices could not trust that CRL any more");
@@ -400,6 +400,10 @@ Status RememberNumbers(const Workplace &place, const CrlFile &file)
             const PublishedCrl *const last = FindCrl(*pki, crl.authority);
             if (crl.isNew && last != nullptr && CompareNumbers(last->number, crl.fields.number) >= 0) {
                 return Fail("another process has just signed a CRL of '" + crl.authority + "'; run this again");
+            }
+            if (crl.isNew && !AreSame(EntriesOf(*pki, crl.authority), crl.fields.entries)) {
+                return Fail("another process has just revoked a certificate of '" + crl.authority +
+                            "'; run this again");
             }
             if (crl.isNew) {
                 RememberCrl({crl.authority, crl.fields.number, crl.fields.thisUpdate, crl.fields.nextUpdate}, pki);

@@ -27,9 +27,6 @@ Status MakeRequest(const Workplace &place, const RequestOrder &order, Bytes *req
         status = SaveNewKey(order.unsaved, order.key);
     }
     if (status.ok && !place.dryRun) {
-        status = WriteWhole(RequestPath(place.folder, order.name), text);
-    }
-    if (status.ok && !place.dryRun) {
         status = UpdatePki(place.folder, [&](Pki *pki) {
             if (FindEntry(*pki, order.name) != nullptr) {
                 return Fail("the folder has a certificate '" + order.name + "' already; choose another --name");
@@ -43,6 +40,9 @@ Status MakeRequest(const Workplace &place, const RequestOrder &order, Bytes *req
             pki->certificates.push_back(entry);
             return Status();
         });
+    }
+    if (status.ok && !place.dryRun) {
+        status = WriteWhole(RequestPath(place.folder, order.name), text);
     }
     if (status.ok) {
         *requestOut = Bytes(text.begin(), text.end());

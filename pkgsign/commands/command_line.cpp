@@ -107,7 +107,7 @@ Status Prepare(const Common &common, Session *session)
 int Report(const std::string &command, const Status &status)
 {
     (void)std::fprintf(stderr, "pkgsign%s%s: %s%s\n", command.empty() ? "" : " ", command.c_str(),
-                       status.reason.c_str(), status.isUsage ? "; try --help" : "");
+                       Printable(status.reason).c_str(), status.isUsage ? "; try --help" : "");
     return status.isUsage ? EXIT_COMMAND_LINE : EXIT_NOT_DONE;
 }
 

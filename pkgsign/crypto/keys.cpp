@@ -134,7 +134,7 @@ Status WriteKey(const std::string &path, const Key &key, const Secret *passphras
     if (!isWritten || size <= 0) {
         return FailCrypto("cannot encode the key for '" + Printable(path) + "'");
     }
-    return WriteWhole(path, data, static_cast<size_t>(size), 0600);
+    return WriteNew(path, data, static_cast<size_t>(size), 0600);
 }
 
 Status CheckKeyKind(const EVP_PKEY *key, const std::string &what)

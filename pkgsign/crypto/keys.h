@@ -33,7 +33,8 @@ Status LoadStoreKey(const std::string &uri, const std::string &name, Secrets *se
 // Makes an RSA key with exponent 65537. bits: KEY_BITS_MIN to KEY_BITS_MAX.
 Status GenerateKey(int bits, Key *keyOut);
 
-// Writes a key as PKCS #8 in PEM, for its owner only. passphrase: null for a key that is not encrypted.
+// Writes a key as PKCS #8 in PEM, for its owner only. A file that is there is not overwritten. passphrase:
+// null for a key that is not encrypted.
 Status WriteKey(const std::string &path, const Key &key, const Secret *passphrase);
 
 // Refuses what no device takes: keys that are not RSA of KEY_BITS_MIN to KEY_BITS_MAX.

@@ -20,6 +20,13 @@ int Open(const char *path, int flags, mode_t mode)
     return open(path, flags, mode);
 }
 
+int RenameNew(const char *from, const char *to)
+{
+    const int result = renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE);
+    const bool isUnknown = result != 0 && (errno == EINVAL || errno == ENOSYS); // of some file systems
+    return !isUnknown ? result : link(from, to) == 0 ? unlink(from) : -1;
+}
+
 int Exchange(const char *a, const char *b)
 {
     return renameat2(AT_FDCWD, a, AT_FDCWD, b, RENAME_EXCHANGE);
@@ -72,7 +79,7 @@ bool WriteAll(int file, const uint8_t *data, size_t size)
 }
 
 // Makes a new file that holds the octets and has reached the disk.
-bool WriteNew(const std::string &path, const uint8_t *data, size_t size, mode_t mode)
+bool WriteToDisk(const std::string &path, const uint8_t *data, size_t size, mode_t mode)
 {
     const int file = g_systemCalls.open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     if (file < 0) {
@@ -98,18 +105,13 @@ bool SyncDirectory(const std::string &path)
     return synced;
 }
 
-Status Write(const std::string &path, const uint8_t *data, size_t size, mode_t mode)
+// Writes under a temporary name, and gives it its own by `place`.
+Status Write(const std::string &path, const uint8_t *data, size_t size, mode_t mode,
+             int (*place)(const char *from, const char *to))
 {
-    if (path == "-") {
-        return WriteAll(STDOUT_FILENO, data, size) ? Status() : FailSystem("write to", "standard output");
-    }
-    struct stat found = {};
-    if (stat(path.c_str(), &found) == 0 && !S_ISREG(found.st_mode)) {
-        return Fail("cannot write '" + Printable(path) +
-                    "': it is no regular file; name another, or - for standard output");
-    }
     const std::string temporary = TemporaryName(path);
-    if (!WriteNew(temporary, data, size, mode) || g_systemCalls.rename(temporary.c_str(), path.c_str()) != 0) {
+    const bool isPlaced = WriteToDisk(temporary, data, size, mode) && place(temporary.c_str(), path.c_str()) == 0;
+    if (!isPlaced) {
         const Status status = FailSystem("write", path);
         (void)g_systemCalls.unlink(temporary.c_str());
         return status;
@@ -119,7 +121,7 @@ Status Write(const std::string &path, const uint8_t *data, size_t size, mode_t m
 
 } // namespace
 
-SystemCalls g_systemCalls = {Open, write, fsync, close, rename, unlink, mkdir, Exchange};
+SystemCalls g_systemCalls = {Open, write, fsync, close, rename, RenameNew, unlink, mkdir, Exchange};
 
 Status ReadPieces(const std::string &path, const std::function<Status(const uint8_t *, size_t)> &piece, uint64_t *total)
 {
@@ -167,19 +169,27 @@ Status ReadWhole(const std::string &path, Bytes *dataOut, size_t sizeMax)
     return status;
 }
 
-Status WriteWhole(const std::string &path, const void *data, size_t size, mode_t mode)
+Status WriteNew(const std::string &path, const void *data, size_t size, mode_t mode)
 {
-    return Write(path, static_cast<const uint8_t *>(data), size, mode);
+    return Write(path, static_cast<const uint8_t *>(data), size, mode, g_systemCalls.renameNew);
 }
 
 Status WriteWhole(const std::string &path, const Bytes &data, mode_t mode)
 {
-    return Write(path, data.data(), data.size(), mode);
+    if (path == "-") {
+        return WriteAll(STDOUT_FILENO, data.data(), data.size()) ? Status() : FailSystem("write to", "standard output");
+    }
+    struct stat found = {};
+    if (stat(path.c_str(), &found) == 0 && !S_ISREG(found.st_mode)) {
+        return Fail("cannot write '" + Printable(path) +
+                    "': it is no regular file; name another, or - for standard output");
+    }
+    return Write(path, data.data(), data.size(), mode, g_systemCalls.rename);
 }
 
 Status WriteWhole(const std::string &path, const std::string &text, mode_t mode)
 {
-    return WriteWhole(path, text.data(), text.size(), mode);
+    return WriteWhole(path, Bytes(text.begin(), text.end()), mode);
 }
 
 Status WriteStandardOutput(const std::string &text)

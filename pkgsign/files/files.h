@@ -24,6 +24,7 @@ struct SystemCalls {
     int (*fsync)(int file);
     int (*close)(int file);
     int (*rename)(const char *from, const char *to);
+    int (*renameNew)(const char *from, const char *to); // fails when `to` is there
     int (*unlink)(const char *path);
     int (*mkdir)(const char *path, mode_t mode);
     int (*exchange)(const char *a, const char *b); // what two names lead to, in one step
@@ -43,7 +44,9 @@ Status ReadPieces(const std::string &path, const std::function<Status(const uint
 // mode: permission bits before the umask.
 Status WriteWhole(const std::string &path, const Bytes &data, mode_t mode = 0666);
 Status WriteWhole(const std::string &path, const std::string &text, mode_t mode = 0666);
-Status WriteWhole(const std::string &path, const void *data, size_t size, mode_t mode);
+
+// The same for a file that must not be there yet, whichever process makes it.
+Status WriteNew(const std::string &path, const void *data, size_t size, mode_t mode);
 
 // Writes to standard output, or says why it took less than all.
 Status WriteStandardOutput(const std::string &text);

@@ -412,6 +412,26 @@ TEST_F(Authority, CrlNumbersOnlyGoUp)
     ExpectRefused(MakeCrls("2026-02-01T00:00:00Z"), "is the clock right?");
 }
 
+// Times are UTCTime up to 2049 and GeneralizedTime from then on (RFC 5280, 4.1.2.5).
+TEST_F(Authority, TheYear2050IsAYearLikeOthersUntilTheRootEnds)
+{
+    const auto run = [&](const std::string &now, std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), {"--pki", Path("late"), "--now", now, "--no-input"});
+        return Pkgsign(arguments);
+    };
+    ExpectDone(Pkgsign({"init", Path("late"), "--no-encryption", "--key-bits", "2048", "--now", "2049-06-01"}));
+    std::filesystem::remove_all(Path("pki"));
+    std::filesystem::copy(Path("late"), Path("pki"), std::filesystem::copy_options::recursive);
+    for (const char *const now : {"2049-12-31T23:59:59Z", "2050-01-01T00:00:00Z", "2050-05-31"}) {
+        ExpectDone(run(now, {"crl", "--out", Path("crls")}));
+        ExpectDone(run(now, {"sign", Path("content"), "--crl", Path("crls"), "--out", Path("out")}));
+        EXPECT_TRUE(DeviceTakes("out", "content", "crls")) << now;
+    }
+    ExpectRefused(run("2051-01-01", {"sign", Path("content"), "--out", Path("out")}), "and it is 2051-01-01");
+    ExpectRefused(run("2106-02-08", {"issue", "--renew", "signer", "--no-encryption"}), "no certificate of the role");
+    ExpectRefused(run("1969-12-31", {"sign", Path("content"), "--out", Path("out")}), "and it is 1969-12-31");
+}
+
 // ---- revoke ---------------------------------------------------------------------------------------------------------
 
 TEST_F(Authority, WhatCannotBeRevokedIsRefused)
@@ -492,6 +512,22 @@ TEST_F(Authority, AFileThatIsNotNewerIsNotWritten)
     // The same folder elsewhere has made a later file, which came here.
     ExpectDone(Pkgsign({"crl", "--out", Path("later"), "--pki", Path("fork"), "--now", "2026-04-01T00:00:00Z"}));
     ExpectRefused(At("2026-03-15", {"crl", "--out", Path("later")}), "what pki.json has forgotten");
+}
+
+TEST_F(Authority, ARevocationThatComesWhileCrlsAreSignedIsNotLeftOut)
+{
+    // A revocation of another process, behind the moment at which the CRLs were put together.
+    pkgsign::CrlFile file;
+    pkgsign::CrlFileOrder order;
+    pkgsign::Secrets secrets;
+    const pkgsign::Workplace place = {Path("pki"), &secrets, 1769904000, false};
+    ASSERT_TRUE(pkgsign::ComposeCrlFile(place, order, &file).ok);
+    ExpectDone(Run({"revoke", "signer"}));
+    const int before = RealSignatures();
+    const pkgsign::Status status = pkgsign::SignCrlFile(place, order, &file);
+    EXPECT_TRUE(Contains(status.reason, "another process has just revoked")) << status.reason;
+    EXPECT_EQ(before, RealSignatures());
+    EXPECT_TRUE(Memory().crls.empty());
 }
 
 TEST_F(Authority, ACrlFileIsDerOfCrlsAndCaCertificates)

@@ -59,6 +59,7 @@ TEST_F(CommandLine, WithAValueThatIsNotUnderstoodEndsWithTwo)
         ExpectUsage(Run(line), "try --help");
     }
     ExpectUsage(At("today", {"list"}), "is no time");
+    ExpectUsage(At("to\nday\x1b[2J", {"list"}), "'to\\x0Aday\\x1B[2J' is no time");
 }
 
 TEST_F(CommandLine, AListOptionTakesOneValueEachTime)

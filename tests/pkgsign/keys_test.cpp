@@ -25,6 +25,7 @@ protected:
         pkgsign::Key key;
         const pkgsign::Secret passphrase = {'s', 'e', 'c', 'r', 'e', 't'};
         ASSERT_TRUE(pkgsign::LoadKey(Path("pki/private/signer.key"), "signer", &none, &key).ok);
+        std::filesystem::remove(Path("pki/private/signer.key"));
         ASSERT_TRUE(pkgsign::WriteKey(Path("pki/private/signer.key"), key, &passphrase).ok);
         Write("passphrase", "secret\n");
         Write("wrong", "wrong\n");
@@ -108,6 +109,37 @@ TEST_F(KeyFiles, AreFoundByUriAndByPath)
     ASSERT_TRUE(pkgsign::LoadKey(Path("pki/private/signer.key"), "signer", &none, &path).ok);
     ASSERT_TRUE(pkgsign::LoadKey("file:" + Path("pki/private/signer.key"), "signer", &none, &uri).ok);
     EXPECT_TRUE(pkgsign::SamePublicKey(path.get(), uri.get()));
+}
+
+// Two processes may have chosen one name: the key of the first is not lost.
+TEST_F(KeyFiles, AreNeverOverwritten)
+{
+    pkgsign::Secrets none;
+    pkgsign::Key key;
+    const std::string before = Read("pki/private/signer.key");
+    ASSERT_TRUE(pkgsign::LoadKey(Path("pki/private/timestamp.key"), "timestamp", &none, &key).ok);
+    const pkgsign::Status status = pkgsign::WriteKey(Path("pki/private/signer.key"), key, nullptr);
+    EXPECT_TRUE(Contains(status.reason, "File exists")) << status.reason;
+    EXPECT_EQ(before, Read("pki/private/signer.key"));
+    const std::filesystem::directory_iterator files(Path("pki/private"));
+    EXPECT_EQ(4, std::distance(begin(files), end(files)));
+}
+
+TEST_F(KeyFiles, OfManyProcessesAtOnceFitTheirCertificates)
+{
+    const std::string line = std::string(PKGSIGN_PROGRAM) +
+                             " issue --as signer --no-encryption --key-bits 2048 --pki " + Path("pki") + " --now " +
+                             NOW;
+    const ProcessResult all =
+        RunProcess({"/bin/sh", "-c", "for i in 1 2 3 4; do " + line + " >/dev/null & done; wait"});
+    const pkgsign::Pki pki = Memory();
+    EXPECT_GT(pki.certificates.size(), 4u) << all.errors;
+    for (const pkgsign::Entry &entry : pki.certificates) {
+        EXPECT_EQ(pkgsign::State::Issued, entry.state) << entry.name;
+        if (entry.role == pkgsign::Role::Signer) {
+            ExpectDone(Sign({"--signer", entry.name}));
+        }
+    }
 }
 
 TEST_F(KeyFiles, AreForTheirOwnerOnly)

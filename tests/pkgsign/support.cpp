@@ -69,6 +69,7 @@ pkgsign::SystemCalls Watched()
                 return Fails() ? Broken() : After(result);
             },
             [](const char *from, const char *to) { return Fails() ? Broken() : After(g_calls.rename(from, to)); },
+            [](const char *from, const char *to) { return Fails() ? Broken() : After(g_calls.renameNew(from, to)); },
             [](const char *path) { return Fails() ? Broken() : After(g_calls.unlink(path)); },
             [](const char *path, mode_t mode) { return Fails() ? Broken() : After(g_calls.mkdir(path, mode)); },
             [](const char *a, const char *b) { return Fails() ? Broken() : After(g_calls.exchange(a, b)); }};
