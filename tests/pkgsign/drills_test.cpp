@@ -261,6 +261,63 @@ TEST_F(Drill, CrlsThatEndedRefuseNewPackagesUntilTheyAreRenewed)
     EXPECT_TRUE(Takes("late"));
 }
 
+TEST_F(Drill, ADeviceWithAStaleFileAcceptsWhatItAcceptedUntilItsCrlsEnd)
+{
+    Release("2026-02-01", "old");
+    MakeCrls("2026-02-02"); // until 2026-06-02
+    const auto takesStale = [&](const std::string &name) {
+        return DeviceTakes("released/" + name + ".cms", "released/" + name, "stale");
+    };
+    std::filesystem::copy(Path("crls"), Path("stale"));
+    std::filesystem::copy(Path("pki"), Path("thief"), std::filesystem::copy_options::recursive);
+    for (const auto &[name, now] : {std::pair{"stolen-early", "2026-03-15"}, {"stolen-late", "2026-07-01"}}) {
+        Write(std::string("released/") + name, name);
+        ExpectDone(Pkgsign({"sign", Path(std::string("released/") + name), "--out",
+                            Path(std::string("released/") + name + ".cms"), "--pki", Path("thief"), "--now", now}));
+    }
+    Issue("2026-03-01", {"--renew", "signer"});
+    Release("2026-03-02", "new");
+    ExpectDone(At("2026-03-08", {"revoke", "signer", "--reason", "keyCompromise", "--date", "2026-03-01"}));
+    Issue("2026-03-08", {"--renew", "issuing-ca"});
+    Issue("2026-03-08", {"--as", "signer", "--issuer", "issuing-ca-2"});
+    Issue("2026-03-08", {"--as", "timestamp", "--issuer", "issuing-ca-2"});
+    MakeCrls("2026-03-08");
+    Release("2026-03-09", "of-new-ca");
+    for (const char *const name : {"old", "stolen-early", "new"}) {
+        EXPECT_TRUE(takesStale(name)) << name;
+    }
+    for (const char *const name : {"stolen-late", "of-new-ca"}) {
+        EXPECT_FALSE(takesStale(name)) << name;
+    }
+    for (const char *const name : {"old", "new", "of-new-ca"}) {
+        EXPECT_TRUE(Takes(name)) << name;
+    }
+    for (const char *const name : {"stolen-early", "stolen-late"}) {
+        EXPECT_FALSE(Takes(name)) << name;
+    }
+}
+
+TEST_F(Drill, ACrlFileOfFourCasHasEightKilobytesAndFullThirteen)
+{
+    for (const char *const ca : {"issuing-ca", "issuing-ca-2", "issuing-ca-3"}) {
+        ExpectDone(At("2026-02-01", {"issue", "--renew", ca, "--no-encryption"}));
+    }
+    MakeCrls("2026-02-02");
+    EXPECT_NEAR(8000, static_cast<double>(std::filesystem::file_size(Path("crls"))), 500);
+    const pkgsign::Status status = pkgsign::UpdatePki(Path("pki"), [](pkgsign::Pki *pki) {
+        for (const char *const ca : {"root", "issuing-ca", "issuing-ca-2", "issuing-ca-3", "issuing-ca-4"}) {
+            for (int i = 10; i < 30; ++i) {
+                pki->revocations.push_back({ca, "7F0000000000000000000000000000" + std::to_string(i), "keyCompromise",
+                                            1769904000, 1769904000});
+            }
+        }
+        return pkgsign::Status();
+    });
+    ASSERT_TRUE(status.ok) << status.reason;
+    MakeCrls("2026-02-03");
+    EXPECT_NEAR(13000, static_cast<double>(std::filesystem::file_size(Path("crls"))), 500);
+}
+
 TEST_F(Drill, ANewRootIsANewPkiAndDevicesOfTheOldOneTakeNothingOfIt)
 {
     Release("2026-02-01", "old");
