@@ -269,9 +269,9 @@ TEST_F(AuthorityOverHttp, IsTheOnlySourceOfTheTokenThatSignTakes)
              {"--no-timestamp"}, {"--timestamp", "timestamp"}, {"--token", Path("bare")}}) {
         std::vector<std::string> options = {"--tsa-url", Url("/good")};
         options.insert(options.end(), other.begin(), other.end());
-        ExpectRefused(Sign(options), "--timestamp, --tsa-url, --token and --no-timestamp exclude each other");
+        ExpectUsage(Sign(options), "--timestamp, --tsa-url, --token and --no-timestamp exclude each other");
     }
-    ExpectRefused(Sign({"--cacert", Path("ca.pem")}), "--cacert is for the hosts of --tsa-url");
+    ExpectUsage(Sign({"--cacert", Path("ca.pem")}), "--cacert is for the hosts of --tsa-url");
     EXPECT_FALSE(Made("out"));
 }
 

@@ -209,11 +209,11 @@ TEST_F(TokenFile, ComesFromOneSource)
                                                          {"--request", Path("request"), "--gen-time", NOW}};
     for (std::vector<std::string> options : mixed) {
         options.insert(options.end(), {"--out", Path("out")});
-        ExpectRefused(Timestamp(options), "the token comes from one source");
+        ExpectUsage(Timestamp(options), "the token comes from one source");
     }
-    ExpectRefused(Timestamp({"--out", Path("out"), "--cacert", "ca.pem"}), "--cacert is for the hosts of --tsa-url");
-    ExpectRefused(Timestamp({}), "--out is missing");
-    ExpectRefused(Timestamp({"--request", Path("request"), "--out", Path("out")}), "--out belongs to the second step");
+    ExpectUsage(Timestamp({"--out", Path("out"), "--cacert", "ca.pem"}), "--cacert is for the hosts of --tsa-url");
+    ExpectUsage(Timestamp({}), "--out is missing");
+    ExpectUsage(Timestamp({"--request", Path("request"), "--out", Path("out")}), "--out belongs to the second step");
     EXPECT_FALSE(Made("out") || Made("request"));
 }
 
