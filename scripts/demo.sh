@@ -1,27 +1,33 @@
 #!/usr/bin/env bash
-# Builds the tool with a development root, makes a signed package, verifies it, and shows four packages that are
-# refused. All of them are left in build/demo/package.
+# Builds the tools with a development root, makes a signed package, verifies it, and shows four that are refused. The
+# commands are shown as they run, in build/demo; what they make stays there.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/bootstrap.sh build
 
-build=build/demo
+build=$PWD/build/demo
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF >/dev/null
-cmake --build "$build" -j "$(nproc)" | scripts/progress.sh
+cmake --build "$build" -j "$(nproc)" --target pkgsign verify_tool | scripts/progress.sh
 
-pki=$build/development-pki
-tool=$build/src/verify_tool
-pkgsign=$build/pkgsign/pkgsign
-package=$build/package
-rm -rf "$package"
-mkdir "$package"
+cd "$build"
+PATH=$build/src:$build/pkgsign:$PATH
+rm -rf package pki other-pki refused crls.der
+mkdir package refused
 
-# verify TITLE EXPECTED-STATUS CHECKSUMS SIGNATURE CRLS: runs the tool, with the platform log on standard error.
+title() { printf '\n== %s\n' "$*"; }
+
+run() {
+  local shown
+  printf -v shown ' %q' "$@"
+  echo "\$$shown" >&2
+  "$@"
+}
+
+# verify EXPECTED-STATUS CHECKSUMS SIGNATURE CRLS: runs the tool, with the platform log on standard error.
 verify() {
-  local title=$1 expected=$2 status=0
-  printf '\n== %s\n' "$title"
-  QZLOG=stderr "$tool" -f CHECK_PKG_INTEGRITY -e "$3" -h "$4" -c "$5" || status=$?
+  local expected=$1 status=0
+  QZLOG=stderr run verify_tool -f CHECK_PKG_INTEGRITY -e "$2" -h "$3" -c "$4" || status=$?
   printf 'exit status %d\n' "$status"
   if [ "$status" -ne "$expected" ]; then
     echo "demo.sh: expected exit status $expected" >&2
@@ -29,34 +35,39 @@ verify() {
   fi
 }
 
-printf 'firmware image, version 1\n' >"$package/firmware.bin"
-(cd "$package" && sha256sum firmware.bin >checksums)
-yesterday=$(date -u -d yesterday +%Y-%m-%dT%H:%M:%SZ)
+title 'a package'
+printf 'firmware image, version 1\n' >package/firmware.bin
+# The PKI of the build, whose root is in the tool, stays as it is: revocations are for good.
+run cp -r development-pki pki
+run pkgsign crl --out crls.der >/dev/null
+run pkgsign checksums package --package-version 1 --out package/checksums
+run pkgsign sign package/checksums --crl crls.der --out package/checksums.cms
+verify 0 package/checksums package/checksums.cms crls.der
+run pkgsign checksums package --check package/checksums
 
-# The PKI of the build stays as it is: revocations are for good.
-cp -r "$pki" "$package/pki"
-export PKGSIGN_PKI=$package/pki
-"$pkgsign" crl --out "$package/crls.der" >/dev/null
-"$pkgsign" sign "$package/checksums" --out "$package/checksums.cms"
+title 'tampered checksum file'
+sed 's/firmware/software/' package/checksums >refused/checksums
+verify 255 refused/checksums package/checksums.cms crls.der
 
-sed 's/^./z/' "$package/checksums" >"$package/tampered"
-"$pkgsign" sign "$package/checksums" --out "$package/untimed.cms" --no-timestamp
-"$pkgsign" revoke signer --reason keyCompromise --date "$yesterday"
-"$pkgsign" crl --out "$package/revoked.der" >/dev/null
-export PKGSIGN_PKI=$package/other-pki
-"$pkgsign" init "$PKGSIGN_PKI" --root-name 'Other Root CA' --no-encryption
-"$pkgsign" crl --out "$package/other.der" >/dev/null
-"$pkgsign" sign "$package/checksums" --out "$package/other.cms"
+title 'no timestamp'
+run pkgsign sign package/checksums --crl crls.der --no-timestamp --out refused/untimed.cms
+verify 1 package/checksums refused/untimed.cms crls.der
 
-verify 'the package' 0 "$package/checksums" "$package/checksums.cms" "$package/crls.der"
-verify 'tampered checksum file' 255 "$package/tampered" "$package/checksums.cms" "$package/crls.der"
-verify 'revoked signer' 2 "$package/checksums" "$package/checksums.cms" "$package/revoked.der"
-verify 'no timestamp' 1 "$package/checksums" "$package/untimed.cms" "$package/crls.der"
-verify 'signed under another root' 4 "$package/checksums" "$package/other.cms" "$package/other.der"
+title 'revoked signer'
+run pkgsign revoke signer --reason keyCompromise
+run pkgsign crl --out refused/revoked.der >/dev/null
+verify 2 package/checksums package/checksums.cms refused/revoked.der
+
+title 'signed under another root'
+run pkgsign init other-pki --root-name 'Other Root CA' --no-encryption
+run pkgsign crl --pki other-pki --out refused/other.der >/dev/null
+run pkgsign sign package/checksums --pki other-pki --crl refused/other.der --out refused/other.cms
+verify 4 package/checksums refused/other.cms refused/other.der
 
 cat <<END
 
-The package is in $PWD/$package: firmware.bin, checksums, checksums.cms, crls.der.
-Beside it is what was refused. In $PWD this verifies it again:
-  $tool -f CHECK_PKG_INTEGRITY -e $package/checksums -h $package/checksums.cms -c $package/crls.der
+The package is in $build/package, its CRL file is $build/crls.der;
+in refused beside them is what was refused. This verifies the package again:
+  cd $build
+  src/verify_tool -f CHECK_PKG_INTEGRITY -e package/checksums -h package/checksums.cms -c crls.der
 END
