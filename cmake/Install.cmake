@@ -133,7 +133,8 @@ foreach(page IN LISTS manual_pages)
 endforeach()
 # What is written for those who change the code (architecture, performance, pictures) stays in the source tree.
 install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-install(FILES docs/host-guide.md docs/install.md docs/operations.md docs/security.md docs/troubleshooting.md
+install(FILES docs/host-guide.md docs/install.md docs/operations.md docs/release.md docs/security.md
+              docs/troubleshooting.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
 install(DIRECTORY docs/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development
   FILES_MATCHING PATTERN "*.[ch]" PATTERN "*.service" PATTERN CMakeLists.txt)
