@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # What scripts/test.sh leaves out. Usage: scripts/check-all.sh [step...]; without an argument all steps:
-#   sanitize  all tests under AddressSanitizer and UndefinedBehaviorSanitizer
+#   sanitize  the tests under AddressSanitizer and UndefinedBehaviorSanitizer, but those with the label slow
 #   slow      the optimised build's tests that have the label slow
+#   sanitize-slow  the same tests under the sanitizers
 #   fuzz      the fuzz targets over libFuzzer: every input of their corpora, and ten seconds of new ones
 #   mutants   a dozen places of path validation are broken, to see that the tests notice
 #   release   scripts/release-check.sh; both commands of the README on a fresh machine are among it
@@ -9,7 +10,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-all=(sanitize slow fuzz mutants release)
+all=(sanitize slow sanitize-slow fuzz mutants release)
 export ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1 UBSAN_OPTIONS=print_stacktrace=1
 
 # test_preset PRESET [OPTION...]: builds a preset and runs its tests with these options of ctest.
@@ -26,7 +27,8 @@ test_preset() {
 for step in "$@"; do
   echo "== $step"
   case $step in
-    sanitize) test_preset sanitize ;;
+    sanitize) test_preset sanitize -LE slow ;;
+    sanitize-slow) test_preset sanitize -L slow ;;
     slow) test_preset release -L slow ;;
     fuzz)
       scripts/bootstrap.sh fuzz
