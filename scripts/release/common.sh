@@ -40,11 +40,13 @@ make_system() {
   confined debootstrap --variant=minbase "$@" "$(debian_release)" "$directory" "$(debian_mirror)"
 }
 
-# inside DIRECTORY COMMAND...: runs a command on the system there, as root and without this machine's environment.
+# inside DIRECTORY COMMAND...: runs a command on the system there, as root and without this machine's environment. It
+# has terminals, as every machine has.
 inside() {
   local directory=$1
   shift
-  confined --root="$directory" --mount-proc env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root "$@"
+  confined --root="$directory" --mount-proc env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root \
+    sh -c 'mount -t devpts -o newinstance,ptmxmode=0666 devpts /dev/pts; exec "$@"' sh "$@"
 }
 
 # fetch_debian DIRECTORY RELEASE ARCHITECTURE PACKAGE...: unpacks packages of another release or machine into DIRECTORY,

@@ -245,6 +245,14 @@ Outcome Pkgsign(std::vector<std::string> arguments)
     return outcome;
 }
 
+bool HasTerminals()
+{
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    const bool isNamed = terminal >= 0 && ptsname(terminal) != nullptr && access(ptsname(terminal), F_OK) == 0;
+    (void)close(terminal);
+    return isNamed;
+}
+
 bool Contains(const std::string &text, const std::string &part)
 {
     return text.find(part) != std::string::npos;

@@ -55,6 +55,9 @@ struct Fault {
 
 bool Contains(const std::string &text, const std::string &part);
 
+// Whether this machine gives out pseudo-terminals; a bare chroot does not.
+bool HasTerminals();
+
 // An error is one line on standard error, with the exit status of what was not done.
 void ExpectRefused(const Outcome &outcome, const std::string &reason);
 void ExpectDone(const Outcome &outcome);

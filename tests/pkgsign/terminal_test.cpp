@@ -30,6 +30,14 @@ struct Transcript {
 class Terminals : public InFolder
 {
 protected:
+    void SetUp() override
+    {
+        if (!HasTerminals()) {
+            GTEST_SKIP() << "this machine has no pseudo-terminals";
+        }
+        InFolder::SetUp();
+    }
+
     // The program on a terminal of its own.
     Transcript Talk(std::vector<std::string> arguments, const std::vector<Typed> &conversation) const
     {
