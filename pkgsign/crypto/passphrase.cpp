@@ -1,6 +1,7 @@
 #include "pkgsign/crypto/passphrase.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -25,14 +26,25 @@ void NoteSignal(int)
     g_interrupted = 1;
 }
 
+// Reads up to `size` octets. With a mask, a signal that the mask lets in ends the wait; read(2) alone would lose one
+// that came just before it.
+ssize_t ReadSome(int file, const sigset_t *whileWaiting, char *octets, size_t size)
+{
+    pollfd waiting = {file, POLLIN, 0};
+    if (whileWaiting != nullptr && ppoll(&waiting, 1, nullptr, whileWaiting) < 0) {
+        return -1;
+    }
+    return read(file, octets, size);
+}
+
 // Reads to the end of a line, octet by octet: what stands behind it on a descriptor is somebody else's.
-Status ReadLine(int file, const std::string &source, Secret *lineOut)
+Status ReadLine(int file, const std::string &source, Secret *lineOut, const sigset_t *whileWaiting = nullptr)
 {
     Secret line;
     char octet = 0;
     line.reserve(PASSPHRASE_SIZE_MAX + 1);
     for (;;) {
-        const ssize_t size = read(file, &octet, 1);
+        const ssize_t size = ReadSome(file, whileWaiting, &octet, 1);
         if (size < 0 && errno == EINTR && g_interrupted == 0) {
             continue;
         }
@@ -72,10 +84,12 @@ struct Terminal {
 };
 
 // For as long as it lives, the terminal shows nothing of what is typed, and a signal that would end the process is
-// noted instead: the echo comes back in every case.
+// noted instead, while the terminal is waited for: the echo comes back in every case.
 struct Silence {
     int file;
     termios before = {};
+    sigset_t maskBefore = {};
+    sigset_t whileWaiting = {};
     struct sigaction actions[std::size(ENDING_SIGNALS)] = {};
     bool isSilent = false;
 
@@ -84,7 +98,15 @@ struct Silence {
         struct sigaction noting = {};
         noting.sa_handler = NoteSignal; // without SA_RESTART: read(2) ends
         g_interrupted = 0;
+        sigset_t ending = {};
+        (void)sigemptyset(&ending);
+        for (const int signal : ENDING_SIGNALS) {
+            (void)sigaddset(&ending, signal);
+        }
+        (void)pthread_sigmask(SIG_BLOCK, &ending, &maskBefore);
+        whileWaiting = maskBefore;
         for (size_t i = 0; i < std::size(ENDING_SIGNALS); ++i) {
+            (void)sigdelset(&whileWaiting, ENDING_SIGNALS[i]);
             (void)sigaction(ENDING_SIGNALS[i], &noting, &actions[i]);
         }
         const bool isTerminal = tcgetattr(file, &before) == 0;
@@ -101,6 +123,7 @@ struct Silence {
         for (size_t i = 0; i < std::size(ENDING_SIGNALS); ++i) {
             (void)sigaction(ENDING_SIGNALS[i], &actions[i], nullptr);
         }
+        (void)pthread_sigmask(SIG_SETMASK, &maskBefore, nullptr);
     }
     Silence(const Silence &) = delete;
     Silence &operator=(const Silence &) = delete;
@@ -112,7 +135,7 @@ Status Ask(const Terminal &terminal, const std::string &question, Secret *answer
     if (!silence.isSilent || write(terminal.file, question.data(), question.size()) < 0) {
         return Fail("cannot ask on the terminal; use --passphrase-file");
     }
-    return ReadLine(terminal.file, "the terminal", answerOut);
+    return ReadLine(terminal.file, "the terminal", answerOut, &silence.whileWaiting);
 }
 
 Status Prompt(const std::string &keyName, bool confirm, Secret *passphraseOut)

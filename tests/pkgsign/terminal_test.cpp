@@ -38,14 +38,20 @@ protected:
         InFolder::SetUp();
     }
 
-    // The program on a terminal of its own.
-    Transcript Talk(std::vector<std::string> arguments, const std::vector<Typed> &conversation) const
+    // The program on a terminal of its own. pending: a signal that came before it could wait for anything.
+    Transcript Talk(std::vector<std::string> arguments, const std::vector<Typed> &conversation, int pending = 0) const
     {
         Transcript transcript;
         int terminal = -1;
         arguments.insert(arguments.begin(), PKGSIGN_PROGRAM);
         const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
         if (child == 0) {
+            if (pending != 0) {
+                sigset_t blocked = {};
+                (void)sigaddset(&blocked, pending);
+                (void)sigprocmask(SIG_BLOCK, &blocked, nullptr);
+                (void)raise(pending);
+            }
             std::vector<char *> argv;
             for (std::string &argument : arguments) {
                 argv.push_back(argument.data());
@@ -64,7 +70,11 @@ protected:
                 (void)!write(terminal, typed.answer.data(), typed.answer.size());
             }
         }
-        (void)ReadUntil(terminal, "", nullptr, &transcript.shown);
+        const bool hasEnded = ReadUntil(terminal, "", nullptr, &transcript.shown);
+        EXPECT_TRUE(hasEnded) << transcript.shown;
+        if (!hasEnded) {
+            (void)kill(child, SIGKILL);
+        }
         termios modes = {};
         transcript.isEchoOn = tcgetattr(terminal, &modes) == 0 && (modes.c_lflag & ECHO) != 0;
         int status = 0;
@@ -85,10 +95,12 @@ protected:
             }
             pollfd waiting = {terminal, POLLIN, 0};
             char octets[512];
-            const ssize_t size =
-                poll(&waiting, 1, WAIT_MILLISECONDS) == 1 ? read(terminal, octets, sizeof(octets)) : -1;
-            if (size <= 0) {
+            if (poll(&waiting, 1, WAIT_MILLISECONDS) != 1) {
                 return false;
+            }
+            const ssize_t size = read(terminal, octets, sizeof(octets));
+            if (size <= 0) {
+                return from == nullptr;
             }
             shown->append(octets, static_cast<size_t>(size));
         }
@@ -146,6 +158,15 @@ TEST_F(Terminals, GetTheirEchoBackWhenTheQuestionIsInterrupted)
         const std::filesystem::directory_iterator files(directory.path);
         EXPECT_EQ(2, std::distance(begin(files), end(files))); // the folder that was begun is gone
     }
+}
+
+// As between the question and the wait for the answer.
+TEST_F(Terminals, AreNotWaitedForWhenASignalCameBefore)
+{
+    const Transcript transcript = Talk(Init(), {}, SIGTERM);
+    EXPECT_EQ(1, transcript.status) << transcript.shown;
+    EXPECT_TRUE(Contains(transcript.shown, "interrupted")) << transcript.shown;
+    EXPECT_TRUE(transcript.isEchoOn);
 }
 
 } // namespace
