@@ -33,6 +33,7 @@ failed=0
 try_command() {
   local log=$out/fresh-machine.$1.log began=$SECONDS result=passed
   inside "$machine" "/root/sigkit/scripts/$1.sh" >"$log" 2>&1 </dev/null || result="FAILED, see $log"
+  ! grep -aqE '\*\*\*(Skipped|Not Run)' "$log" || result="SKIPPED tests, see $log"
   echo "scripts/$1.sh: $((SECONDS - began)) s, $result"
   [ "$result" = passed ] || { failed=$((failed + 1)) && tail -n 30 "$log" >&2; }
 }

@@ -35,6 +35,7 @@ HostScope::~HostScope()
 
 extern "C" {
 
+// The linker's option --wrap gives these names.
 // NOLINTNEXTLINE(bugprone-reserved-identifier)
 int32_t __real_SigkitCryptoVerifyFinal(SigkitCryptoCtx *ctx, const uint8_t *signature, uint32_t len, int32_t *verified);
 
