@@ -55,8 +55,8 @@ struct Fault {
 
 bool Contains(const std::string &text, const std::string &part);
 
-// Whether this machine gives out pseudo-terminals. A bare chroot does not, and no package can mend that: tests that want
-// one are skipped there. scripts/fresh-machine.sh accepts no skipped test.
+// Whether this machine gives out pseudo-terminals. A bare chroot does not, and no package can mend that: tests that
+// want one are skipped there. scripts/fresh-machine.sh accepts no skipped test.
 bool HasTerminals();
 
 // An error is one line on standard error, with the exit status of what was not done.
