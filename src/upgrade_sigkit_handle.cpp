@@ -5,7 +5,7 @@
 #include "qzosax.h"
 #include "src/module.h"
 #include "src/trust_anchor.h"
-#include "src/verify_frame_main.h"
+#include "src/verify_param.h"
 
 #define SOURCE_NAME "upgrade_sigkit_handle"
 
