@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Holds the rules that no compiler checks. Exits with 1 and names each place that breaks one.
 
-Layers: an include of the library or of pkgsign goes down to a lower layer, never up, and no files include each other in
-a circle. The one exception of direction is the list of object identifiers, for the one file of the decoder that chooses
-by them and for the tables that name them.
+Layers: an include of the library or of pkgsign goes down to a lower layer, never up, a program of the device includes
+what its row has, and no files include each other in a circle. The one exception of direction is the list of object
+identifiers, for the one file of the decoder that chooses by them and for the tables that name them.
 The library reaches the world through its host alone: no libcrypto, no stdio, no allocation of its own.
 No line of a source is longer than 120 columns.
 """
@@ -32,11 +32,18 @@ PKGSIGN_LAYERS = {
     "explain": {"files", "crypto", "authority", "timestamp"},
     "commands": {"files", "crypto", "authority", "timestamp", "explain"},
 }
+PROGRAMS = {  # a directory and those that it may include from, besides the public headers and the platform's
+    "platform": set(),
+    "src": {"src"},
+    "crltool": {"crltool", "src", "core", "asn1", "x509", "pki"},
+    "tools": {"src", "core", "x509", "pki"},
+}
 EXCEPTIONS = {
     "x509/oid.h": {f"sigkit/asn1/{name}.cpp" for name in ("decode_map", "templ_cert", "templ_crl", "templ_pkcs7")},
 }
 OUTSIDE = {"annexk.h", "sigkit/sigkit.h", "sigkit/sigkit_host.h"}
-SYSTEM = {"stdarg.h", "stddef.h", "stdint.h", "iterator", "type_traits"}
+PLATFORM = {"annexk.h", "qzlog.h", "qzosax.h"}
+SYSTEM = {"stdarg.h", "stddef.h", "stdint.h", "type_traits"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+(["<])([^">]+)[">]')
 BANNED = {
@@ -107,6 +114,13 @@ def check_pkgsign(path: str) -> list[str]:
     return found
 
 
+def check_program(path: str) -> list[str]:
+    """path: from the top of the project."""
+    program = path.split("/")[0]
+    return [f"{path}:{number}: {program} must not include {name}" for number, kind, name in includes(PROJECT / path)
+            if kind == '"' and name not in OUTSIDE | PLATFORM and name.split("/")[0] not in PROGRAMS[program]]
+
+
 def long_lines() -> list[str]:
     kinds = ("*.cpp", "*.h", "*.c", "*.def", "*.in", "*.py", "*.sh", "*.cmake", "*CMakeLists.txt", ".ci/*")
     listed = subprocess.run([PROJECT / "scripts" / "files.sh", *kinds], stdout=subprocess.PIPE, text=True, check=True)
@@ -140,9 +154,11 @@ def main() -> int:
     pkgsign = sources_in(PROJECT, "pkgsign/*/*")
     problems = [problem for path in library for problem in check_file(path)] + circles(LIBRARY, library)
     problems += [problem for path in pkgsign for problem in check_pkgsign(path)] + circles(PROJECT, pkgsign)
+    programs = [path for program in PROGRAMS for path in sources_in(PROJECT, f"{program}/**/*")]
+    problems += [problem for path in programs for problem in check_program(path)] + circles(PROJECT, programs)
     problems += long_lines()
     print("\n".join(problems), end="\n" if problems else "")
-    if not library or not pkgsign:
+    if not library or not pkgsign or not programs:
         print("no source file was checked")
         return 1
     return 1 if problems else 0
