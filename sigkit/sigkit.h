@@ -35,8 +35,9 @@
 /// @endcode
 /// The content is authentic when the status is SIGKIT_OK and the verdict is 1, and in no other case.
 ///
-/// Conventions: lengths are octets; times are seconds since 1970-01-01 00:00:00 UTC. Every operation returns a status,
-/// SIGKIT_OK or one of the codes below, and runs to completion on the caller's thread. A context serves one thread at a
+/// Conventions: lengths are octets; times are seconds since 1970-01-01 00:00:00 UTC. Every operation returns a status:
+/// SIGKIT_OK, one of the codes below or, whatever codes are named at the operation, what a callback or a bounds-checked
+/// function returned when it failed. It runs to completion on the caller's thread. A context serves one thread at a
 /// time; different contexts share nothing.
 ///
 /// A failing machine: what cannot be used may be skipped, as a PEM block that does not decode, a certificate beside
@@ -270,8 +271,8 @@ SIGKIT_MUST_USE uint32_t SigkitVerifyAddCertFile(SigkitVerifyCtx *ctx, const cha
 /// - SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG: the context is null, or not a live context
 /// - SIGKIT_ERR_PARAM: `data` is null or `len` is 0
 /// - SIGKIT_ERR_CRL_LOCKED: the context takes no more CRLs; no operation brings that about
-/// - SIGKIT_ERR_CRL_LOAD: the data do not decode or hold no CRL, there is no memory, or, for DER data, the context
-///   holds 16 images
+/// - SIGKIT_ERR_CRL_LOAD: the data do not decode or hold no CRL or, as DER, more than 16 of one kind; there is no
+///   memory, or, for DER data, the context holds 16 images
 /// - SIGKIT_ERR_LIST_FULL: the store holds 16 CRLs
 ///
 /// A CRL that is in the store already is no error. PEM blocks are skipped and a tail of DER data is dropped as by
@@ -327,7 +328,7 @@ const char *SigkitGetVersion(void);
 /// - SIGKIT_ERR_LIST_FULL: the store has no space for its certificates
 ///
 /// The signer's token (RFC 3161, 2.4.2):
-/// - SIGKIT_ERR_PARAM: there is none
+/// - SIGKIT_ERR_PARAM: there is none, or no TSTInfo in it
 /// - SIGKIT_ERR_SIGNED_DATA: it does not decode; of the TSTInfo in it: a decoding code
 /// - SIGKIT_ERR_TIMESTAMP_HASH: its imprint uses an unsupported digest
 /// - SIGKIT_ERR_TIMESTAMP_IMPRINT: it is about another signature
@@ -347,7 +348,8 @@ const char *SigkitGetVersion(void);
 ///
 /// The codes of a certificate, at the token's time; all but the first also come from a certificate above it:
 /// - SIGKIT_ERR_CERT_USAGE: it may not sign this kind of content
-/// - SIGKIT_ERR_CERT_NOT_YET_VALID, SIGKIT_ERR_CERT_EXPIRED, SIGKIT_ERR_TIME_FORMAT: its dates
+/// - SIGKIT_ERR_CERT_NOT_YET_VALID, SIGKIT_ERR_CERT_EXPIRED: its dates
+/// - SIGKIT_ERR_TIME_FORMAT: its dates, or the one on which a CRL revokes it, cannot be read
 /// - SIGKIT_ERR_NO_ROOT: no chain leads to a trust anchor
 /// - SIGKIT_ERR_NO_CRL, SIGKIT_ERR_PATH_TOO_DEEP: no CRL decides
 /// - SIGKIT_ERR_CERT_REVOKED: a CRL revokes it
@@ -357,7 +359,7 @@ const char *SigkitGetVersion(void);
 /// - SIGKIT_ERR_ALGORITHM, SIGKIT_ERR_KEY_TOO_LONG, SIGKIT_ERR_SIGNATURE_TOO_LONG: not supported; where signed
 ///   attributes are checked it is SIGKIT_ERR_SIGNATURE
 /// - SIGKIT_ERR_ALGORITHM, SIGKIT_ERR_PARAM: a certificate that names itself as its issuer has another algorithm, or a
-///   key beyond 4096 bits
+///   key beyond 4096 bits or an empty signature
 ///
 /// A callback that fails gives its own code, or SIGKIT_ERR_SIGNATURE where it was to check signed attributes.
 /// Deliberate: a message without a signer is accepted and opens no check.
@@ -419,7 +421,8 @@ SIGKIT_MUST_USE uint32_t SigkitVerifyDetachSignatureQuick(SigkitVerifyCtx *ctx, 
 /// - SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG: the context is null, or not a live context
 /// - SIGKIT_ERR_PARAM: `data` or `out` is null, or `len` is 0
 /// - SIGKIT_ERR_CRL_LOAD: the data do not decode, hold no CRL or no certificate, or, as DER, more than 16 of one kind,
-///   or the context holds 16 images; or the store has no space, or there is no memory
+///   or the context holds 16 images; or the store has no space, there is no memory, or a certificate that names itself
+///   as its issuer cannot be checked
 /// - SIGKIT_ERR_CRL_DECODE: more than 16 CRLs were decoded, which no input brings about
 ///
 /// A PEM block that does not decode, or for which none of the context's 16 images is left, is logged and skipped. A CRL

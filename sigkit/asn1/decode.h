@@ -31,7 +31,7 @@ void SigkitAsnFree(void *record, const SigkitAsnItem *item);
 
 // Decodes one element with the function in its item's slot.
 //
-// Returns what that function returns, or `missing` when the slot is empty.
+// Returns what that function returns, or `missing` when the slot is empty. Logs: nothing of its own.
 [[nodiscard]] uint32_t InternalDecodeWith(const SigkitAsnItem &item, uint32_t missing, SigkitDecodeBuf *buf, void *out,
                                           uint32_t *consumed, const SigkitAsnTemplate *entry);
 

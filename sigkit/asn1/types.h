@@ -9,9 +9,9 @@
 // The content of one decoded element, or its whole encoding where it was captured raw. It owns nothing: the input must
 // outlive it.
 //
-// All zero when the element is absent, and when it is empty: `data` is null for both. Two empty ones keep
-// their class and tag, though: a BIT STRING without a bit, and an element that was looked ahead at under an IMPLICIT
-// tag. The INTEGER 0 is not empty: its one octet, a zero, is dropped, so `len` is 0 and `data` is set.
+// All zero when the element is absent, and when it is empty: `data` is null for both. Two empty ones keep their class
+// and tag, though: a BIT STRING without a bit, and an element that was looked ahead at under an IMPLICIT tag. The
+// INTEGER 0 is not empty: its one octet, a zero, is dropped, so `len` is 0 and `data` is set.
 struct SigkitAsnOcts {
     uint32_t len;         // octets at `data`
     uint32_t cls;         // tag class of the element

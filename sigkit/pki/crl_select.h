@@ -35,7 +35,7 @@ using InternalCandidatesGuard = InternalGuard<SigkitList, InternalFreeCandidates
 //   root        in, the root of the certificate's chain; CRLs of other roots are left out.
 //   candidates  out, an empty list that gets SigkitCrlCandidate, owned by the caller, after a failure too.
 //
-// Returns SIGKIT_OK, also when there is none, SIGKIT_ERR_NO_MEMORY or SIGKIT_ERR_LIST_FULL.
+// Returns SIGKIT_OK, also when there is none, the code of an allocation or SIGKIT_ERR_LIST_FULL.
 //
 // Logs: nothing.
 [[nodiscard]] uint32_t InternalRankCrls(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,

@@ -27,9 +27,9 @@
 // Returns SIGKIT_OK (together with ok 1), or the first of these that applies: SIGKIT_ERR_PARAM,
 // SIGKIT_ERR_PATH_TOO_DEEP, SIGKIT_ERR_TIME_FORMAT, SIGKIT_ERR_CERT_NOT_YET_VALID, SIGKIT_ERR_CERT_EXPIRED,
 // SIGKIT_ERR_NO_ROOT, SIGKIT_ERR_NO_CRL, the code of the CRL issuer's validation, SIGKIT_ERR_CRL_UNVERIFIED,
-// SIGKIT_ERR_CERT_REVOKED, SIGKIT_ERR_NO_MEMORY. The self-signed test adds the codes of SigkitX509PubKeyVerify. At top
-// level a failure of the host that was passed over (see InternalPassOver), now or earlier on this context, stands in
-// place of SIGKIT_OK.
+// SIGKIT_ERR_CERT_REVOKED. The ranking of CRLs adds the code of an allocation, the self-signed test the codes of
+// SigkitX509PubKeyVerify. At top level a failure of the host that was passed over (see InternalPassOver), now or
+// earlier on this context, stands in place of SIGKIT_OK.
 //
 // Logs: SIGKIT_ERR_PATH_TOO_DEEP, in a line without the code. For other failures only the caller's line is sure: not
 // every step logs its own.
@@ -58,7 +58,7 @@ struct InternalCrlChoice {
 //   best              out.
 //
 // Returns SIGKIT_OK, SIGKIT_ERR_NO_CRL, the code of the last issuer that did not validate, SIGKIT_ERR_CRL_UNVERIFIED,
-// or SIGKIT_ERR_NO_MEMORY.
+// or the code of an allocation.
 //
 // Logs: nothing.
 [[nodiscard]] uint32_t InternalSelectCrl(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, const SigkitX509Cert *root,

@@ -18,7 +18,8 @@ struct SigkitPkiCtx {
     InternalPathMemory memory; // of the path validation in progress
 };
 
-// Gives a context a new, empty store. Returns SIGKIT_OK, SIGKIT_ERR_PARAM when `ctx` is null, or SIGKIT_ERR_NO_MEMORY.
+// Gives a context a new, empty store. Returns SIGKIT_OK, SIGKIT_ERR_PARAM when `ctx` is null, or the code of the
+// allocation.
 [[nodiscard]] uint32_t SigkitPkiInit(SigkitVerifyCtx *ctx);
 
 // Releases a context's store and everything in it. A null context and a context without a store are ignored.

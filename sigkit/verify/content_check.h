@@ -41,7 +41,8 @@ using InternalMdInfoGuard = InternalGuard<SigkitMdInfo, InternalFreeMdInfo>;
 //
 //   info  out, owned by the caller until InternalFreeMdInfo. Not written on failure.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_NO_MEMORY, SIGKIT_ERR_DIGEST_ALGORITHM or SIGKIT_ERR_VALUE_TOO_LONG.
+// Returns SIGKIT_OK, the code of the allocation, SIGKIT_ERR_DIGEST_ALGORITHM, SIGKIT_ERR_VALUE_TOO_LONG, or the code of
+// the copy.
 //
 // Logs: each failure.
 [[nodiscard]] uint32_t InternalGetDigestFromSignerInfo(const SigkitPkcs7SignedInfo &signer, SigkitMdInfo **info);
@@ -58,8 +59,8 @@ using InternalMdInfoGuard = InternalGuard<SigkitMdInfo, InternalFreeMdInfo>;
 // Opens the signature check of a signer. The name is part of the log: the handle is an open check, and none is made for
 // a signer whose content is compared by digest.
 //
-// Returns SIGKIT_OK, SIGKIT_ERR_NO_MEMORY, SIGKIT_ERR_ALGORITHM, SIGKIT_ERR_KEY_TOO_LONG,
-// SIGKIT_ERR_SIGNATURE_TOO_LONG, SIGKIT_ERR_LIST_FULL, or the code of a signature callback.
+// Returns SIGKIT_OK, SIGKIT_ERR_ALGORITHM, SIGKIT_ERR_KEY_TOO_LONG, SIGKIT_ERR_SIGNATURE_TOO_LONG,
+// SIGKIT_ERR_LIST_FULL, or the code of the allocation, of a copy or of a signature callback.
 //
 // Logs: each failure.
 [[nodiscard]] uint32_t InternalCreateVerifyHandle(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo &signer,

@@ -21,8 +21,8 @@ inline constexpr uint32_t SIGKIT_MIN_DATA_SIZE = 38;
 //   crls   in/out, list to which SigkitX509Crl are appended, one share each; null to drop CRLs.
 //
 // Returns SIGKIT_OK (also when nothing was found in PEM text), SIGKIT_ERR_ARMOUR, also for fewer than
-// SIGKIT_MIN_DATA_SIZE octets, SIGKIT_ERR_LIST_FULL, SIGKIT_ERR_NO_MEMORY or a decoding code. After a failure the lists
-// hold what was decoded before it.
+// SIGKIT_MIN_DATA_SIZE octets, SIGKIT_ERR_LIST_FULL, a decoding code, or the code of an allocation or of the copy.
+// After a failure the lists hold what was decoded before it.
 //
 // Logs: each failure but that of too few octets.
 [[nodiscard]] uint32_t InternalDecodeCertCrl(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len, SigkitList *certs,
