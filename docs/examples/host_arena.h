@@ -7,7 +7,7 @@
 #include <stdint.h>
 
 // Makes `size` octets of `data` a file of that name. Both are borrowed until the end of the program. Returns false when
-// there is no room for another file.
+// there is no space for another file.
 bool HostAddFile(const char *name, const uint8_t *data, size_t size);
 
 // Octets of the arena that were taken at most, and that are taken now.

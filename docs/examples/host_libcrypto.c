@@ -144,7 +144,7 @@ int32_t SigkitCryptoVerifyUpdate(SigkitCryptoCtx *ctx, const void *data, uint32_
 
 int32_t SigkitCryptoVerifyFinal(SigkitCryptoCtx *ctx, const uint8_t *signature, uint32_t len, int32_t *verified)
 {
-    // 1 is yes; 0 and every negative result is no.
+    // Only 1 says that it holds; 0 and every negative result do not.
     *verified = EVP_DigestVerifyFinal(ctx->md, signature, len) == 1 ? 1 : 0;
     return 0;
 }
