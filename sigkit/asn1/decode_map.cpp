@@ -31,7 +31,7 @@ uint32_t DecodeValue(const SigkitX509ExtensionEntry &member, const SigkitAsnItem
     return InternalDecodeWith(*known->item, SIGKIT_ERR_ASN_SET, &value, record + known->offset, &consumed, known);
 }
 
-uint32_t DecodeMembers(SigkitDecodeBuf *buf, uint8_t *record, uint32_t length, const SigkitAsnItem &map)
+uint32_t DecodeKnownMembers(SigkitDecodeBuf *buf, uint8_t *record, uint32_t length, const SigkitAsnItem &map)
 {
     const SigkitAsnTemplate shape = {&g_itemSigkitX509ExtensionEntry, 0, ASN_MODE_UNIVERSAL, 0, 0, 0};
     uint32_t used = 0;
@@ -66,7 +66,7 @@ uint32_t SigkitDecodeMap(SigkitDecodeBuf *buf, void *out, uint32_t *consumed, co
     uint32_t length = 0;
     uint32_t status = InternalAsn1ParseContent(buf, *entry, 1, entry->item->tag, &length);
     if (status == SIGKIT_OK) {
-        status = DecodeMembers(buf, static_cast<uint8_t *>(out), length, *entry->item);
+        status = DecodeKnownMembers(buf, static_cast<uint8_t *>(out), length, *entry->item);
     }
     if (status != SIGKIT_OK) {
         buf->pos = start;

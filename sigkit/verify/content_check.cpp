@@ -31,7 +31,7 @@ const SigkitMdInfo *FindDigestCheck(const SigkitList &handles, uint32_t hashAlg)
     return nullptr;
 }
 
-uint32_t StartDigest(SigkitMdInfo *info)
+uint32_t StartDigestCheck(SigkitMdInfo *info)
 {
     int32_t status = SigkitMdCreateCtx(&info->md);
     if (status == 0) {
@@ -127,7 +127,7 @@ uint32_t InternalAddSignerInfoToVerifyProcess(SigkitVerifyCtx *ctx, const Sigkit
         }
         return SIGKIT_OK; // one digest serves both signers
     }
-    status = StartDigest(info.held);
+    status = StartDigestCheck(info.held);
     if (status == SIGKIT_OK) {
         status = SigkitListAdd(&ctx->handles, info.held);
     }

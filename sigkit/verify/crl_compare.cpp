@@ -13,7 +13,7 @@ const SigkitCrlInfo *SummaryAt(const SigkitCrlBundle &bundle, int32_t slot)
     return slot < static_cast<int32_t>(SIGKIT_LIST_CAPACITY) ? bundle.crls[slot] : nullptr;
 }
 
-bool SameIssuer(const SigkitCrlInfo &a, const SigkitCrlInfo &b)
+bool SameIssuerName(const SigkitCrlInfo &a, const SigkitCrlInfo &b)
 {
     return SigkitStrCmp(a.issuerName, b.issuerName) == 0;
 }
@@ -53,7 +53,7 @@ uint32_t CompareTimes(const SigkitCrlBundle &first, const SigkitCrlBundle &secon
     for (int32_t i = 0; i < first.count; ++i) {
         const SigkitCrlInfo &a = *first.crls[i];
         int32_t j = 0;
-        while (j < second.count && !SameIssuer(a, *second.crls[j])) {
+        while (j < second.count && !SameIssuerName(a, *second.crls[j])) {
             ++j;
         }
         if (j == second.count || a.thisUpdate == second.crls[j]->thisUpdate) {
@@ -97,7 +97,7 @@ bool Covers(const SigkitCrlBundle &newer, const SigkitCrlInfo &summary)
         if (info == nullptr) {
             return false;
         }
-        if (SameIssuer(*info, summary)) {
+        if (SameIssuerName(*info, summary)) {
             return true;
         }
     }
@@ -152,7 +152,7 @@ bool InternalFindDuplicateCrlIssuer(const SigkitCrlBundle &bundle)
 {
     for (int32_t i = 0; i < bundle.count; ++i) {
         for (int32_t j = i + 1; j < bundle.count; ++j) {
-            if (SameIssuer(*bundle.crls[i], *bundle.crls[j])) {
+            if (SameIssuerName(*bundle.crls[i], *bundle.crls[j])) {
                 return true;
             }
         }
