@@ -17,10 +17,11 @@ inline constexpr uint32_t FILE_IMAGES_MAX = SIGKIT_LIST_CAPACITY - 1 - 1;
 // Why two files cannot be compared.
 enum class Obstacle {
     NONE,
-    LIBRARY,      // `detail` is the status of SigkitCrlCompare
-    CONFLICT,     // each file is newer for some issuer
-    SKIPPED_CRLS, // `detail` of them
-    NAMELESS_CRL, // the `detail`-th of the file, from 1
+    LIBRARY,        // `detail` is the status of SigkitCrlCompare
+    CONFLICT,       // each file is newer for some issuer
+    SKIPPED_CRLS,   // `detail` of them
+    UNREADABLE_CRL, // the `detail`-th of the file, from 1
+    NAMELESS_CRL,   // as before
     TOO_MANY_IMAGES,
     TOO_MANY_CERTS, // `detail` of them
     STRAY_CERT,     // `cert`; `detail` is what its path ends with
@@ -49,9 +50,10 @@ struct Comparison {
 };
 
 // Compares two files that were loaded. There are obstacles besides those of SigkitCrlCompare. Of each file: an issuer
-// whose name cannot be printed, because all of these look alike; and a CRL that was skipped, because the file then
-// looks like one without it. Of the one that is newer, of both when they are equally new: no space for a package beside
-// it, and a certificate that the root does not stand behind, because with such a file nothing might be verified.
+// whose name cannot be printed, because all of these look alike; and a CRL that was skipped or, at the end of the file,
+// that cannot be summarised, because the file then looks like one without it. Of the one that is newer, of both when
+// they are equally new: no space for a package beside it, and a certificate that the root does not stand behind,
+// because with such a file nothing might be verified.
 Comparison CompareFiles(const LoadedCrlFile &first, const LoadedCrlFile &second);
 
 #endif

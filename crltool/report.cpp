@@ -148,6 +148,9 @@ void SayProblem(const Output &output, const Problem &problem)
         Say(output, {"X509 CRL blocks of ", problem.file->path, " were skipped (", detail,
                      "): they do not decode, or there is no space for them"});
         break;
+    case Obstacle::UNREADABLE_CRL:
+        Say(output, {"CRL ", detail, " of ", problem.file->path, " cannot be read"});
+        break;
     case Obstacle::NAMELESS_CRL:
         Say(output, {"the issuer's name of CRL ", detail, " of ", problem.file->path, " cannot be printed"});
         break;

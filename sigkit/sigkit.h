@@ -456,10 +456,12 @@ SIGKIT_MUST_USE uint32_t SigkitDecodeCrlFile(SigkitVerifyCtx *ctx, const char *p
 /// - SIGKIT_ERR_CTX_NULL, SIGKIT_ERR_CTX_TAG: the context is null, or not a live context; no result
 /// - SIGKIT_ERR_PARAM: another argument is null; no result
 /// - SIGKIT_ERR_CRL_BUNDLE_EMPTY: a file has no summary; no result
-/// - SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED: a summary is missing, or its issuer is not trusted, or the machine failed while
-///   the file was summarised; SIGKIT_CRL_CONFLICT
+/// - SIGKIT_ERR_CRL_BUNDLE_UNVERIFIED: a summary is missing before another one, or its issuer is not trusted, or the
+///   machine failed while the file was summarised; SIGKIT_CRL_CONFLICT
 /// - SIGKIT_ERR_CRL_ISSUER_TWICE: one file has two CRLs of one issuer; SIGKIT_CRL_CONFLICT
 /// - SIGKIT_ERR_CRL_COVERAGE: the newer file drops an issuer that it does not revoke; SIGKIT_CRL_CONFLICT
+///
+/// Deliberate: where only the last summaries of a file are missing, it is compared as one without those CRLs.
 SIGKIT_MUST_USE uint32_t SigkitCrlCompare(SigkitVerifyCtx *ctx, const SigkitCrlBundle *first,
                                           const SigkitCrlBundle *second, uint32_t *result);
 

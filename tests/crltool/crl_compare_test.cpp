@@ -182,15 +182,37 @@ TEST_F(Compare, ControlsBeyondAsciiDoNotReachTheTerminal)
               Json(json.output).Get("json['files'][0]['crls'][0]['issuer']"));
 }
 
-TEST_F(Compare, EveryDecodedCrlHasARow)
+// A CRL that decodes and cannot be summarised.
+static forge::Bytes TimelessCrl()
 {
     forge::CrlRequest timeless = CrlRequest(AllParties().issuingCa);
     timeless.omitNextUpdate = true;
     timeless.revoked = {forge::RevokedCertificate()}; // stands where nextUpdate should
+    return MakeCrl(timeless);
+}
+
+TEST_F(Compare, ACrlThatCannotBeSummarisedIsARefusalWhereverItStands)
+{
     const forge::Bytes &ca = AllParties().issuingCa.certificate;
     const forge::Bytes root = MakeCrl(CrlRequest(AllParties().root));
-    const std::string last = Write("last", Join({ca, root, MakeCrl(timeless)}));
-    const std::string first = Write("first", Join({ca, MakeCrl(timeless), root}));
+    forge::CrlRequest request = CrlRequest(AllParties().root);
+    request.thisUpdate += 60;
+    const std::string upgrade = Write("upgrade", Join({ca, MakeCrl(request)}));
+    const std::string first = Write("first", Join({ca, TimelessCrl(), root}));
+    const std::string last = Write("last", Join({ca, root, TimelessCrl()}));
+    const std::string alone = Write("alone", Join({ca, TimelessCrl()}));
+    // Without the device's CRL of the CA the upgrade would drop nothing.
+    ExpectRefused(first, upgrade, "CRL 1 of " + first + " cannot be read");
+    ExpectRefused(last, upgrade, "CRL 2 of " + last + " cannot be read");
+    ExpectRefused(upgrade, alone, "CRL 1 of " + alone + " cannot be read");
+}
+
+TEST_F(Compare, EveryDecodedCrlHasARow)
+{
+    const forge::Bytes &ca = AllParties().issuingCa.certificate;
+    const forge::Bytes root = MakeCrl(CrlRequest(AllParties().root));
+    const std::string last = Write("last", Join({ca, root, TimelessCrl()}));
+    const std::string first = Write("first", Join({ca, TimelessCrl(), root}));
     const ProcessResult text = Run({"--root", Root(), last, first});
     EXPECT_TRUE(Contains(text.output, "yes       0\n  (unreadable)\n")) << text.output;
     EXPECT_TRUE(Contains(text.output, "revoked\n  (unreadable)\n")) << text.output;

@@ -214,6 +214,28 @@ TEST_F(Leniency, TwoIssuersWhoseNamesPrintAlikeAreOneInAComparison)
     }
 }
 
+TEST_F(Leniency, ACrlAtTheEndThatCannotBeSummarisedIsNotThereToAComparison)
+{
+    ASSERT_STATUS(SIGKIT_OK, AddCert(AllParties().root.certificate));
+    const forge::Bytes &ca = AllParties().issuingCa.certificate;
+    forge::CrlRequest timeless = CrlRequest(AllParties().issuingCa);
+    timeless.omitNextUpdate = true;
+    timeless.revoked = {forge::RevokedCertificate()}; // stands where nextUpdate should
+    forge::CrlRequest newer = CrlRequest(AllParties().root);
+    newer.thisUpdate += 60;
+    const forge::Bytes files[] = {Join({ca, RootCrl(), MakeCrl(timeless)}), Join({ca, MakeCrl(newer)})};
+    SigkitCrlBundle *bundles[2] = {};
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_STATUS(SIGKIT_OK, SigkitDecodeCrl(ctx, files[i].data(), Size(files[i]), &bundles[i]));
+    }
+    uint32_t result = 9;
+    EXPECT_STATUS(SIGKIT_OK, SigkitCrlCompare(ctx, bundles[0], bundles[1], &result)) << "not SIGKIT_ERR_CRL_COVERAGE";
+    EXPECT_EQ(SIGKIT_CRL_SECOND_NEWER, result);
+    for (SigkitCrlBundle *const bundle : bundles) {
+        EXPECT_STATUS(SIGKIT_OK, SigkitCrlFree(ctx, bundle));
+    }
+}
+
 TEST_F(Leniency, ACrlThatWasOnlyComparedCountsInItsContext)
 {
     LoadTrust(RootCrl());
