@@ -41,8 +41,13 @@ uint32_t InternalLogTrail(int line, const char *function, uint32_t code);
 // An error that is logged and goes no further; `code` may be 0.
 #define SIGKIT_ERROR(code, ...) (void)InternalLogEvent(SIGKIT_LOG_ERROR, __LINE__, __func__, (code), __VA_ARGS__)
 
-// A failure without a text, as a value to return.
+// A failure without a text, as a value to return. clang-tidy, which does not see that the call returns the code, would
+// go on from a failure as from a success.
+#ifdef __clang_analyzer__
+#define SIGKIT_TRAIL(code) (code)
+#else
 #define SIGKIT_TRAIL(code) InternalLogTrail(__LINE__, __func__, (code))
+#endif
 
 // Something that the caller survives; `code` may be 0.
 #define SIGKIT_WARN(code, ...) (void)InternalLogEvent(SIGKIT_LOG_WARNING, __LINE__, __func__, (code), __VA_ARGS__)
