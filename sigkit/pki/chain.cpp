@@ -5,7 +5,6 @@
 #include "sigkit/sigkit.h"
 #include "x509/cert.h"
 #include "x509/issuer.h"
-#include "x509/oid.h"
 
 SigkitX509Cert *InternalFindCertIssuer(SigkitVerifyCtx *ctx, SigkitX509Cert *cert)
 {

@@ -1,7 +1,6 @@
 #include "verify/detached.h"
 
 #include "asn1/decode.h"
-#include "core/guard.h"
 #include "core/log.h"
 #include "pki/store.h"
 #include "sigkit/sigkit.h"

@@ -8,7 +8,6 @@
 #include "sigkit/sigkit_host.h"
 #include "verify/admission.h"
 #include "verify/content_check.h"
-#include "verify/load/loading.h"
 #include "verify/signer.h"
 #include "x509/oid.h"
 #include "x509/pkcs7.h"

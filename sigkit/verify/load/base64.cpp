@@ -4,7 +4,6 @@
 #include "core/log.h"
 #include "core/memory.h"
 #include "sigkit/sigkit.h"
-#include "sigkit/sigkit_host.h"
 
 // clang-format off
 constexpr uint8_t g_skvBase64DecMap[128] = {

@@ -4,7 +4,6 @@
 #include "core/log.h"
 #include "core/memory.h"
 #include "sigkit/sigkit.h"
-#include "sigkit/sigkit_host.h"
 #include "verify/load/armour.h"
 #include "verify/load/pem.h"
 #include "x509/cert.h"
