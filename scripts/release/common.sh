@@ -153,7 +153,7 @@ try_tool() {
     -c "$directory/revoked.der"
 }
 
-# try_consumer DIRECTORY CONSUMER...: the same with the program that tests/consumer builds.
+# try_consumer DIRECTORY CONSUMER...: the same with a program over the library.
 try_consumer() {
   local directory=$1
   shift
@@ -169,18 +169,25 @@ with_library() {
   env LD_LIBRARY_PATH="$tree/usr/lib/$multiarch" "$@"
 }
 
-# by_pkg_config KIND, by_cmake KIND: build tests/consumer over the installed tree $out/KIND-root and let it judge the
-# package.
+# by_pkg_config KIND, by_cmake KIND: build the examples that are installed in $out/KIND-root over the library beside
+# them and let one judge the package; by_cmake also tests/consumer, which is C++.
+installed_examples() { find "$1" -path '*/docs/examples/Makefile' -printf '%h\n'; }
+
 by_pkg_config() {
   local kind=$1 tree=$out/$1-root build=$out/consumer-$1-c
   mkdir -p "$build"
-  PKG_CONFIG_PATH=$(dirname "$(find "$tree" -name sigkit.pc)") make -B -C tests/consumer BUILD="$build"
-  try_consumer "$out/package" with_library "$tree" "$build/consumer"
+  PKG_CONFIG_PATH=$(dirname "$(find "$tree" -name sigkit.pc)") \
+    make -B -C "$(installed_examples "$tree")" BUILD="$build" CPPFLAGS=-Werror
+  try_consumer "$out/package" with_library "$tree" "$build/verify_memory"
 }
 
 by_cmake() {
-  local kind=$1 tree=$out/$1-root build=$out/consumer-$1-cxx
-  cmake -S tests/consumer -B "$build" -DCMAKE_PREFIX_PATH="$tree/usr"
-  cmake --build "$build"
-  try_consumer "$out/package" with_library "$tree" "$build/consumer"
+  local kind=$1 tree=$out/$1-root
+  local examples=$out/consumer-$1-cmake consumer=$out/consumer-$1-cxx
+  cmake -S "$(installed_examples "$tree")" -B "$examples" -DCMAKE_PREFIX_PATH="$tree/usr"
+  cmake --build "$examples"
+  try_consumer "$out/package" with_library "$tree" "$examples/verify_memory"
+  cmake -S tests/consumer -B "$consumer" -DCMAKE_PREFIX_PATH="$tree/usr"
+  cmake --build "$consumer"
+  try_consumer "$out/package" with_library "$tree" "$consumer/consumer"
 }

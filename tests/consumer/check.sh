@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs a build, and builds tests/consumer over what was installed, in C11 by pkg-config and in C++20 by CMake. The
-# tool stays where it is, as it trusts a development root; scripts/release-check.sh installs one with another root.
+# Installs a build, and builds the installed examples and tests/consumer over it, by pkg-config and by CMake. The tool
+# stays where it is, as it trusts a development root; scripts/release-check.sh installs one with another root.
 # Usage: tests/consumer/check.sh BUILD
 set -euo pipefail
 build=$(cd "$1" && pwd)
