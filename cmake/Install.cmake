@@ -109,7 +109,20 @@ if(TARGET pkgsign)
 endif()
 sigkit_install_program(crl_compare crl_compare "") # it holds the library itself
 
-# ---- Manual pages and documents ------------------------------------------------------------------------------------
+# ---- Completion, manual pages and documents ------------------------------------------------------------------------
+
+if(TARGET pkgsign)
+  file(MAKE_DIRECTORY ${generated}/completion)
+  add_custom_command(
+    OUTPUT ${generated}/completion/pkgsign
+    COMMAND pkgsign completion bash > ${generated}/completion/pkgsign
+    DEPENDS pkgsign
+    COMMENT "Listing the commands of pkgsign for bash"
+    VERBATIM)
+  add_custom_target(pkgsign_completion ALL DEPENDS ${generated}/completion/pkgsign)
+  install(FILES ${generated}/completion/pkgsign DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    COMPONENT pkgsign)
+endif()
 
 # Manual page `page` goes with the component that it describes.
 function(sigkit_install_manual_page page)
@@ -131,10 +144,24 @@ file(GLOB manual_pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.[1-9])
 foreach(page IN LISTS manual_pages)
   sigkit_install_manual_page(${page})
 endforeach()
-# What is written for those who change the code (architecture, performance, pictures) stays in the source tree.
-install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-install(FILES docs/host-guide.md docs/install.md docs/operations.md docs/release.md docs/security.md
+# What is written for those who change the code stays in the source tree, and with it the README's row about that.
+file(READ README.md readme)
+string(REGEX REPLACE "\n[^\n]*CONTRIBUTING\\.md[^\n]*" "" readme "${readme}")
+file(CONFIGURE OUTPUT ${generated}/README.md CONTENT "${readme}" @ONLY)
+install(FILES ${generated}/README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(FILES docs/host-guide.md docs/install.md docs/operations.md docs/performance.md docs/release.md docs/security.md
               docs/troubleshooting.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
-install(DIRECTORY docs/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development
-  FILES_MATCHING PATTERN "*.[ch]" PATTERN "*.service" PATTERN CMakeLists.txt)
+install(FILES docs/troubleshooting.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT tool)
+install(DIRECTORY docs/pictures DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development
+  FILES_MATCHING PATTERN "growth-*.svg")
+install(DIRECTORY docs/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
+
+# ---- Out again -----------------------------------------------------------------------------------------------------
+
+if(PROJECT_IS_TOP_LEVEL)
+  add_custom_target(uninstall
+    COMMAND ${CMAKE_COMMAND} -D manifests=${PROJECT_BINARY_DIR} -P ${CMAKE_CURRENT_LIST_DIR}/install/uninstall.cmake
+    COMMENT "Removing what was installed from ${PROJECT_BINARY_DIR}"
+    VERBATIM)
+endif()
