@@ -11,10 +11,10 @@ packages_for() {
                mandoc opensc python3 softhsm2 ;;
     fuzz) echo clang libclang-rt-dev llvm ;;
     coverage) echo gcovr ;;
-    lint) echo clang-format clang-tidy ;;
+    lint) echo clang-format clang-tidy reuse shellcheck ;;
     docs) echo doxygen graphviz mandoc python3 ;;
     bench) echo libbenchmark-dev hyperfine valgrind gnuplot-nox time python3 wrk ;;
-    release) echo debootstrap dpkg-dev fakeroot lintian ;;
+    release) echo debhelper debootstrap dpkg-dev lintian ;;
     cross) echo g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user ;;
     *) echo "bootstrap.sh: unknown set '$1'" >&2; exit 2 ;;
   esac

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# cpack makes Debian packages without errors of lintian; on a system with nothing else they install, work, and go
-# without a trace; a program builds against what libsigkit-dev holds.
+# dpkg-buildpackage makes Debian packages from the source archive, without errors and warnings of lintian, and none
+# without a root certificate; on a system with nothing else they install, work, and go without a trace; the examples of
+# sigkit-doc build against what libsigkit-dev holds.
 source "$(dirname "$0")/common.sh"
 
 scripts/bootstrap.sh release || could_not "the tools that make and check packages cannot be installed"
@@ -8,21 +9,30 @@ debs=$out/debs
 clean=$out/clean-system
 
 make_packages() {
-  rm -rf "$debs"
-  (cd "$out/shared" && cpack -B "$debs")
-  rm -rf "$debs/_CPack_Packages"
-  (cd "$debs" && printf '%s\n' *.deb | sed 's/_.*//' | tr '\n' ' ') >"$out/debs.names"
-  [ "$(cat "$out/debs.names")" = "crl-compare libsigkit-dev libsigkit2 pkgsign verify-tool " ] || fail "other packages"
+  local version source
+  version=$(sed -n 's/^project(sigkit VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+  source=$debs/sigkit-$version
+  rm -rf "$debs" && mkdir -p "$debs"
+  scripts/source_archive.sh "$version" "$debs"
+  mv "$debs/sigkit-$version.tar.gz" "$debs/sigkit_$version.orig.tar.gz"
+  tar -C "$debs" -xf "$debs/sigkit_$version.orig.tar.gz"
+  (cd "$source" && expect 2 env SIGKIT_TRUST_ANCHOR= dpkg-buildpackage --build=full --no-sign)
+  (cd "$source" && env SIGKIT_TRUST_ANCHOR="$pki/certificates/root.der" DEB_BUILD_OPTIONS=parallel="$jobs" \
+    dpkg-buildpackage --build=full --no-sign)
+  (cd "$debs" && printf '%s\n' *.deb | grep -v -- -dbgsym_ | sed 's/_.*//' | tr '\n' ' ') >"$out/debs.names"
+  [ "$(cat "$out/debs.names")" = "crl-compare libsigkit-dev libsigkit2 pkgsign sigkit-doc verify-tool " ] ||
+    fail "other packages"
 }
 
 build_against_packages() {
   local tree=$out/debs-tree build=$out/consumer-debs
   rm -rf "$tree" && mkdir -p "$tree" "$build"
-  for package in libsigkit2 libsigkit-dev; do
+  for package in libsigkit2 libsigkit-dev sigkit-doc; do
     dpkg-deb -x "$debs/${package}"_*.deb "$tree"
   done
-  PKG_CONFIG_PATH=$tree/usr/lib/$multiarch/pkgconfig make -B -C tests/consumer BUILD="$build"
-  try_consumer "$out/package" env LD_LIBRARY_PATH="$tree/usr/lib/$multiarch" "$build/consumer"
+  PKG_CONFIG_PATH=$tree/usr/lib/$multiarch/pkgconfig \
+    make -B -C "$(installed_examples "$tree")" BUILD="$build" CPPFLAGS=-Werror
+  try_consumer "$out/package" env LD_LIBRARY_PATH="$tree/usr/lib/$multiarch" "$build/verify_memory"
 }
 
 try_clean_system() {
@@ -34,24 +44,25 @@ try_clean_system() {
   # One after the other, so that a dependency that is not declared is seen.
   expect 1 in_clean sh -c 'dpkg -i /packages/verify-tool_*.deb'
   in_clean sh -c 'dpkg -i /packages/libsigkit2_*.deb && dpkg --configure -a'
-  in_clean sh -c 'dpkg -i /packages/crl-compare_*.deb /packages/pkgsign_*.deb /packages/libsigkit-dev_*.deb'
+  in_clean sh -c 'dpkg -i /packages/crl-compare_*.deb /packages/pkgsign_*.deb /packages/libsigkit-dev_*.deb \
+    /packages/sigkit-doc_*.deb'
   try_tool /package in_clean verify_tool
   expect 0 in_clean crl_compare --root /package/root.der /package/crls.der /package/crls.der
   expect 0 in_clean pkgsign --help
-  in_clean dpkg --purge libsigkit-dev verify-tool crl-compare pkgsign libsigkit2
+  in_clean dpkg --purge sigkit-doc libsigkit-dev verify-tool crl-compare pkgsign libsigkit2
   after=$(in_clean find /usr /etc/ld.so.conf.d | sort)
   diff <(echo "$before") <(echo "$after") || fail "removed packages leave something behind"
 }
 
 in_clean() { inside "$clean" "$@"; }
 
-shared_tree
+release_pki
 make_packages
-lintian --allow-root --fail-on error "$debs"/*.deb | tee "$out/lintian.txt"
-warnings=$(grep -c '^W:' "$out/lintian.txt" || true)
-sign_package "$out/shared-root/usr/bin/pkgsign" "$out/package"
+lintian --allow-root --fail-on error,warning --display-info "$debs"/*.changes | tee "$out/lintian.txt"
+dpkg-deb -x "$debs"/pkgsign_*.deb "$out/debs-pkgsign"
+sign_package "$out/debs-pkgsign/usr/bin/pkgsign" "$out/package"
 build_against_packages
-made="$(wc -w <"$out/debs.names") packages, lintian: no errors, $warnings warnings; libsigkit-dev builds a program"
+made="$(wc -w <"$out/debs.names") packages, lintian: no errors, no warnings; examples build against libsigkit-dev"
 # With the one library that the tools need besides.
 make_system "$clean" --include=libssl3 ||
   could_not "$made; but no clean system could be made, so nobody has seen them installed"

@@ -385,5 +385,5 @@ TEST_F(Compare, WrongUsageIsReportedAndHelpIsGiven)
     EXPECT_EQ(0, help.exitStatus);
     EXPECT_EQ(0u, help.output.find("Usage: crl_compare"));
     EXPECT_TRUE(Contains(help.output, "Exit status: 0"));
-    EXPECT_EQ("crl_compare 2.0.0\n", Run({"--version"}).output);
+    EXPECT_EQ("crl_compare " PROJECT_VERSION "\n", Run({"--version"}).output);
 }
