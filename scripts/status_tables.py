@@ -1,15 +1,18 @@
 #!/usr/bin/env python3
-"""Writes the tables of status codes in docs/troubleshooting.md from sigkit/core/status_list.def.
+"""Writes the tables of status codes in docs/troubleshooting.md and those of the manual page sigkit_status(7) from
+sigkit/core/status_list.def.
 
-Usage: status_tables.py [--write]. Without --write it exits with 1 when the document is not what the list gives.
+Usage: status_tables.py [--write]. Without --write it exits with 1 when one of them is not what the list gives.
 """
 import pathlib
 import re
 import sys
+import textwrap
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 LIST = ROOT / "sigkit/core/status_list.def"
 DOCUMENT = ROOT / "docs/troubleshooting.md"
+PAGE = ROOT / "docs/man/sigkit_status.7"
 
 LITERALS = r'((?:\s*"(?:[^"\\]|\\.)*")+)'
 ROW = re.compile(rf"^SIGKIT_STATUS\((\w+),\s*0x([0-9A-F]{{8}}),\s*(\w+),{LITERALS},{LITERALS}\)$", re.M)
@@ -43,38 +46,71 @@ def status_table() -> str:
     return "\n".join(lines)
 
 
-def exit_table() -> str:
-    """The codes that verify_tool can end with, by their exit status."""
-    by_status: dict[int, list[str]] = {}
+def by_exit_status() -> dict[int, list[str]]:
+    """The codes that verify_tool can end with."""
+    codes: dict[int, list[str]] = {}
     for name, code, met, _, _ in rows():
         if met == "PACKAGE" and name not in NOT_OF_A_CLASS:
-            by_status.setdefault(int(code, 16) & 0xFF, []).append(code)
+            codes.setdefault(int(code, 16) & 0xFF, []).append(code)
+    return {status: sorted(codes[status], key=lambda code: CLASSES.index(code[:4])) for status in sorted(codes)}
+
+
+def exit_table() -> str:
     lines = ["| exit | codes |", "|---|---|"]
-    lines += [f"| {status} | {', '.join(sorted(codes, key=lambda code: CLASSES.index(code[:4])))} |"
-              for status, codes in sorted(by_status.items())]
-    return "\n".join(lines)
+    return "\n".join(lines + [f"| {status} | {', '.join(codes)} |" for status, codes in by_exit_status().items()])
 
 
-def written(document: str) -> str:
-    for name, table in (("exit statuses", exit_table()), ("status codes", status_table())):
-        begin, end = f"<!-- {name}: scripts/docs.sh writes this table -->\n\n", f"\n\n<!-- end of {name} -->"
+def manual_text(markdown: str) -> str:
+    """A paragraph of mdoc, each sentence on lines of its own: what stands between backticks is bold."""
+    pieces = markdown.replace("\\", "\\e").split("`")
+    for i in range(1, len(pieces), 2):
+        pieces[i] = "\\fB" + pieces[i].replace("-", "\\-") + "\\fR"
+    lines = [line for sentence in re.split(r"(?<=[.?]) ", "".join(pieces))
+             for line in textwrap.wrap(sentence, 79, break_long_words=False, break_on_hyphens=False)]
+    return "\n".join("\\&" + line if line[0] in ".'" else line for line in lines)
+
+
+def manual_exit_table() -> str:
+    return ".Bl -tag -width 999\n" + "".join(
+        f".It {status}\n{manual_text(', '.join(codes))}\n" for status, codes in by_exit_status().items()) + ".El"
+
+
+def manual_status_table() -> str:
+    return ".Bl -tag -width Ds\n" + "".join(
+        f".It {code} Dv {name}\n{manual_text(MARKS[met].replace('*', '') + sentence(meaning))}\n"
+        f"{manual_text(remedy)}\n" for name, code, met, meaning, remedy in rows()) + ".El"
+
+
+def replaced(path: pathlib.Path, marks: tuple[str, str], tables: dict[str, str]) -> str:
+    """The document with the tables between their marks."""
+    document = path.read_text()
+    for name, table in tables.items():
+        begin, end = (mark.format(name) for mark in marks)
         if document.count(begin) != 1 or document.count(end) != 1:
-            sys.exit(f"{DOCUMENT}: no place for the table of {name}")
+            sys.exit(f"{path}: no place for the table of {name}")
         head, rest = document.split(begin)
         document = head + begin + table + end + rest.split(end)[1]
     return document
 
 
+def written() -> dict[pathlib.Path, str]:
+    return {
+        DOCUMENT: replaced(DOCUMENT, ("<!-- {}: scripts/docs.sh writes this table -->\n\n", "\n\n<!-- end of {} -->"),
+                           {"exit statuses": exit_table(), "status codes": status_table()}),
+        PAGE: replaced(PAGE, ('.\\" {}: scripts/docs.sh writes this table\n', '\n.\\" end of {}'),
+                       {"exit statuses": manual_exit_table(), "status codes": manual_status_table()}),
+    }
+
+
 def main() -> int:
-    document = DOCUMENT.read_text()
-    new = written(document)
-    if new == document:
-        return 0
+    old = [path for path, text in written().items() if path.read_text() != text]
     if sys.argv[1:] == ["--write"]:
-        DOCUMENT.write_text(new)
+        for path, text in written().items():
+            path.write_text(text)
         return 0
-    print(f"{DOCUMENT.relative_to(ROOT)} is not what {LIST.relative_to(ROOT)} gives: run scripts/docs.sh")
-    return 1
+    for path in old:
+        print(f"{path.relative_to(ROOT)} is not what {LIST.relative_to(ROOT)} gives: run scripts/docs.sh")
+    return 1 if old else 0
 
 
 if __name__ == "__main__":
