@@ -10,7 +10,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-all=(install consumers shared device trust-anchor packages reproducible openssl-1.1.1 aarch64 s390x fresh-machine)
+all=(install consumers shared device trust-anchor packages reproducible release openssl-1.1.1 aarch64 s390x
+  fresh-machine)
 out=build/release-check
 COULD_NOT=77 # exit status of a step that lacked something from the network
 
