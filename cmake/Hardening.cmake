@@ -9,10 +9,8 @@ set(CMAKE_REQUIRED_FLAGS -Werror) # some compilers only warn about a flag of ano
 check_cxx_compiler_flag(-fcf-protection=full SIGKIT_HAS_CF_PROTECTION)             # x86
 check_cxx_compiler_flag(-mbranch-protection=standard SIGKIT_HAS_BRANCH_PROTECTION) # aarch64
 # Checks that find sizes at run time, too; a compiler or a C library without them warns. Both look only when optimising.
-set(CMAKE_REQUIRED_FLAGS "-Werror -O2 -U_FORTIFY_SOURCE")
-set(CMAKE_REQUIRED_DEFINITIONS -D_FORTIFY_SOURCE=3)
+set(CMAKE_REQUIRED_FLAGS "-Werror -O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
 check_cxx_source_compiles("#include <string.h>\nint main() { return 0; }" SIGKIT_HAS_FORTIFY_3)
-unset(CMAKE_REQUIRED_DEFINITIONS)
 unset(CMAKE_REQUIRED_FLAGS)
 set(fortify 2)
 if(SIGKIT_HAS_FORTIFY_3)

@@ -2,11 +2,11 @@
 # SIGKIT_TRUST_ANCHOR names, as it is at each build. The build fails, and says why, when the file is not the kind of
 # certificate that the tool may trust and can use. With no file named, a development PKI is made in the build tree
 # (once; delete the folder for a new one) and its root is built in; its private keys are in that folder, so such a tool
-# protects nothing, and is not installed or packaged unless SIGKIT_ALLOW_DEVELOPMENT_ROOT says so.
+# protects nothing, and is not installed unless SIGKIT_ALLOW_DEVELOPMENT_ROOT says so.
 #
 # Sets SIGKIT_DEVELOPMENT_PKI to that folder, or to nothing, and sigkit_trust_anchor_file to the certificate. The target
 # `development_pki` makes the folder.
-option(SIGKIT_ALLOW_DEVELOPMENT_ROOT "Let a tool that trusts a development root be installed and packaged" OFF)
+option(SIGKIT_ALLOW_DEVELOPMENT_ROOT "Let a tool that trusts a development root be installed" OFF)
 
 # Ends the configuration when the file cannot be read. Whatever is not empty names a file: OFF, 0 or a search's
 # -NOTFOUND as well, which CMake takes for false.

@@ -1,5 +1,5 @@
-# Run before verify_tool is installed or packaged, with sigkit_tool, sigkit_root, which is the file of the root
-# certificate that it is to trust, sigkit_is_development_root and sigkit_allows_development_root.
+# Run before verify_tool is installed, with sigkit_tool, sigkit_root, which is the file of the root certificate that it
+# is to trust, sigkit_is_development_root and sigkit_allows_development_root.
 if(sigkit_is_development_root AND NOT sigkit_allows_development_root)
   message(FATAL_ERROR
     "verify_tool trusts a development root, whose private key is in the build tree: it is not installed. Configure "
