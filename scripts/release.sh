@@ -23,7 +23,7 @@ shift
 grep -q "^project(sigkit VERSION $version " CMakeLists.txt || fail "CMakeLists.txt has another version than $version"
 grep -q "^## $version, [0-9]\{4\}-[0-9][0-9]-[0-9][0-9]$" CHANGELOG.md ||
   fail "CHANGELOG.md has no heading '## $version, YYYY-MM-DD'"
-[ "$(sed -n '1s/.*(\(.*\)-.*).*/\1/p' debian/changelog)" = "$version" ] || fail "debian/changelog has another version"
+[ "$(sed -n '1s/.*(\(.*\)).*/\1/p' debian/changelog)" = "$version" ] || fail "debian/changelog has another version"
 ! git rev-parse -q --verify "refs/tags/v$version" >/dev/null || fail "there is a tag v$version already"
 
 if [ "$checked" = no ]; then

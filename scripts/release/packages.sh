@@ -14,8 +14,7 @@ make_packages() {
   source=$debs/sigkit-$version
   rm -rf "$debs" && mkdir -p "$debs"
   scripts/source_archive.sh "$version" "$debs"
-  mv "$debs/sigkit-$version.tar.gz" "$debs/sigkit_$version.orig.tar.gz"
-  tar -C "$debs" -xf "$debs/sigkit_$version.orig.tar.gz"
+  tar -C "$debs" -xf "$debs/sigkit-$version.tar.gz"
   (cd "$source" && expect 2 env SIGKIT_TRUST_ANCHOR= dpkg-buildpackage --build=full --no-sign)
   (cd "$source" && env SIGKIT_TRUST_ANCHOR="$pki/certificates/root.der" DEB_BUILD_OPTIONS=parallel="$jobs" \
     dpkg-buildpackage --build=full --no-sign)
