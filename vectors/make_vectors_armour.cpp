@@ -15,7 +15,7 @@ constexpr Rule BLANKS = {"RFC 7468", "2", "White space and other characters that
 constexpr Rule LINE_ENDS = {"RFC 7468", "2", "Lines end in LF, CR LF or CR."};
 constexpr Rule LINE_SIZES = {"RFC 7468", "2", "Lines of other lengths than 64 may be read."};
 constexpr Rule PADDING = {"RFC 4648", "3.2", "Base64 is filled up with = to four characters."};
-constexpr Rule ONE_OBJECT = {"RFC 7468", "5.1", "A block holds one object."};
+constexpr Rule ONE_OBJECT = {"RFC 7468", "6", "A block holds one object."};
 
 constexpr char MESSAGE[] = "armour::message_in_pem";
 constexpr char CRLS[] = "armour::crls_in_pem";

@@ -15,8 +15,10 @@ constexpr Rule THIS_UPDATE = {"protocol", "revocation", "A CRL made after the to
 constexpr Rule NEXT_UPDATE = {"protocol", "revocation", "A CRL that does not say until when it counts does not count."};
 constexpr Rule VERSIONS = {"RFC 5280", "5", "CRLs of version 1 and of version 2 are read."};
 constexpr Rule SIGNATURE = {"RFC 5280", "6.3.3 (g)", "A CRL is signed with a key that the path of its issuer proves."};
+constexpr Rule SAME_ANCHOR = {"RFC 5280", "8",
+                              "A CA is known by its name; the paths of its certificates and CRLs end at one root."};
 constexpr Rule CRL_SIGN = {"RFC 5280", "6.3.3 (f)", "The key of a CRL's issuer may sign CRLs."};
-constexpr Rule NEWEST = {"RFC 5280", "6.3.3 (a)", "Of the CRLs of one issuer the most recent one counts."};
+constexpr Rule NEWEST = {"RFC 5280", "5.2.3", "Of the CRLs of one issuer the most recent one counts."};
 constexpr Rule INDIRECT = {"RFC 5280", "6.3.3 (b)(1)",
                            "An indirect CRL counts where the certificate names its issuer."};
 constexpr Rule ENTRY_ISSUER = {"RFC 5280", "5.3.3", "certificateIssuer says whose certificate an entry is about."};
@@ -140,6 +142,30 @@ void AddFiles(Group *group)
     });
 }
 
+// A CRL that nobody signed, with the signature value of the signing CA's: whoever finds outcomes again by signature
+// values alone takes one for the other.
+CrlPlan ForgedCrl(const Package &package)
+{
+    Package alone = package;
+    alone.crls = {package.crls[SIGNING_CRL]};
+    const Bytes signature = ElementAt(MakeFiles(alone).crls, {2});
+    CrlPlan forged = package.crls[SIGNING_CRL];
+    forged.request.crlNumber = 2;
+    forged.whole = At({2}, [signature](const Bytes &) { return signature; });
+    return forged;
+}
+
+void AddForged(Group *group)
+{
+    Accepted(group, "forged_with_a_signature_of_another_behind_that_one", COVERED,
+             [](Package *p) { p->crls.push_back(ForgedCrl(*p)); });
+    Narrow(group,
+           {"forged_with_a_signature_of_another_before_that_one", GOOD, "crls/CRL of Signing CA#1", SIGKIT_ERR_NO_CRL},
+           COVERED, "Of CRLs with one signature value the first is kept; this one was not signed.",
+           [](Package *p) { p->crls.insert(p->crls.begin(), ForgedCrl(*p)); })
+        .importance = "medium";
+}
+
 // ---- Several of one issuer -----------------------------------------------------------------------------------------
 
 // A second CRL of the signing CA, a day newer, behind the first.
@@ -158,11 +184,11 @@ void AddSeveral(Group *group)
     const std::string newer = "crls/CRL of Signing CA#2";
     Accepted(group, "two_of_one_issuer", NEWEST, [](Package *p) { AddNewer(p); });
     Refused(group,
-            {"two_of_one_issuer_the_newer_revokes", "crl::two_of_one_issuer", newer + "/revokedCertificates",
+            {"two_of_one_issuer_the_newer_revokes", "crl::two_of_one_issuer", newer + "/revokedCertificates/Signer",
              SIGKIT_ERR_CERT_REVOKED},
             NEWEST, [](Package *p) { Revoke(p, AddNewer(p), SIGNER, SIGNING_TIME - DAY); });
     Narrow(group,
-           {"two_of_one_issuer_the_older_revokes", "crl::two_of_one_issuer", older + "/revokedCertificates",
+           {"two_of_one_issuer_the_older_revokes", "crl::two_of_one_issuer", older + "/revokedCertificates/Signer",
             SIGKIT_ERR_CERT_REVOKED},
            NEWEST, "A CRL that lists the certificate outranks one that does not, however old it is.",
            [](Package *p) {
@@ -191,7 +217,7 @@ void AddSeveral(Group *group)
             });
     Narrow(group,
            {"expired_one_that_revokes_beside_a_current_one", "crl::expired_one_beside_a_current_one",
-            older + "/revokedCertificates", SIGKIT_ERR_CERT_REVOKED},
+            older + "/revokedCertificates/Signer", SIGKIT_ERR_CERT_REVOKED},
            NEWEST, "An expired CRL still proves a revocation.", [](Package *p) {
                Revoke(p, SIGNING_CRL, SIGNER, SIGNING_TIME - DAY);
                p->crls[SIGNING_CRL].request.nextUpdate = SIGNING_TIME - 1;
@@ -413,28 +439,33 @@ size_t RollOver(Package *package)
 
 void AddRollOver(Group *group)
 {
-    const std::string entries = "crls/CRL of Root CA/revokedCertificates";
+    const std::string entry = "crls/CRL of Root CA/revokedCertificates/Signing CA";
     Accepted(group, "of_the_ca_under_its_new_key", SIGNATURE, [](Package *p) { RollOver(p); });
     Refused(group,
-            {"of_the_ca_under_its_new_key_the_old_one_revoked", "crl::of_the_ca_under_its_new_key", entries,
+            {"of_the_ca_under_its_new_key_the_old_one_revoked", "crl::of_the_ca_under_its_new_key", entry,
              SIGKIT_ERR_CERT_REVOKED},
             PATH, [](Package *p) {
                 RollOver(p);
                 Revoke(p, ROOT_CRL, SIGNING_CA, SIGNING_TIME - DAY);
             });
     Refused(group,
-            {"of_the_ca_under_its_new_key_the_new_one_revoked", "crl::of_the_ca_under_its_new_key", entries,
+            {"of_the_ca_under_its_new_key_the_new_one_revoked", "crl::of_the_ca_under_its_new_key", entry,
              SIGKIT_ERR_CERT_REVOKED},
             SIGNATURE, [](Package *p) { Revoke(p, ROOT_CRL, RollOver(p), SIGNING_TIME - DAY); });
     Refused(group,
             {"of_the_ca_under_its_new_key_that_has_ended", "crl::of_the_ca_under_its_new_key",
              "crls/certificate of Signing CA/validity/notAfter", SIGKIT_ERR_CERT_EXPIRED},
             SIGNATURE, [](Package *p) { p->parties[RollOver(p)].request.notAfter = SIGNING_TIME - 1; });
-    Lenient(group,
-            {"of_a_namesake_below_another_ca", "crl::of_the_ca_under_its_new_key", "crls/certificate of Signing CA",
-             SIGKIT_OK},
-            SIGNATURE, "Whoever below the root bears the issuer's name and may sign CRLs signs them for it.",
-            [](Package *p) { p->parties[RollOver(p)].issuer = TIMESTAMP_CA; });
+    Accepted(group, "of_a_namesake_below_another_ca", SAME_ANCHOR,
+             [](Package *p) { p->parties[RollOver(p)].issuer = TIMESTAMP_CA; });
+    Refused(group,
+            {"of_a_namesake_below_another_root", "crl::of_a_namesake_below_another_ca",
+             "crls/certificate of Signing CA", SIGKIT_ERR_NO_CRL},
+            SAME_ANCHOR, [](Package *p) {
+                const size_t namesake = RollOver(p);
+                p->parties[namesake].request.issuer = NameOf("Another Root CA");
+                p->parties[namesake].request.issuerKey = KeyOf("Somebody else");
+            });
 }
 
 // Below the signing CA there is a CA of the root's name; its CRL, which revokes nothing, is the first of the file.
@@ -452,7 +483,7 @@ void AddNamesakes(Group *group)
     Accepted(group, "of_a_namesake_of_the_root_beside_the_roots", PATH, AddNamesakeOfTheRoot);
     Refused(group,
             {"of_a_namesake_of_the_root_below_a_revoked_ca", "crl::of_a_namesake_of_the_root_beside_the_roots",
-             "crls/CRL of Root CA#2/revokedCertificates", SIGKIT_ERR_CERT_REVOKED},
+             "crls/CRL of Root CA#2/revokedCertificates/Signing CA", SIGKIT_ERR_CERT_REVOKED},
             PATH, [](Package *p) {
                 Revoke(p, ROOT_CRL, SIGNING_CA, SIGNING_TIME - DAY);
                 AddNamesakeOfTheRoot(p);
@@ -463,8 +494,8 @@ void AddNamesakes(Group *group)
 Group CrlCases()
 {
     Group group = {"crl", {}};
-    for (const auto add : {AddDates, AddForms, AddFiles, AddSeveral, AddScopes, AddDistributionPoints, AddExtensions,
-                           AddIndirect, AddCircles, AddRollOver, AddNamesakes}) {
+    for (const auto add : {AddDates, AddForms, AddFiles, AddForged, AddSeveral, AddScopes, AddDistributionPoints,
+                           AddExtensions, AddIndirect, AddCircles, AddRollOver, AddNamesakes}) {
         add(&group);
     }
     return group;

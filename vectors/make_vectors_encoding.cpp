@@ -9,7 +9,7 @@ namespace vectors
 {
 namespace
 {
-constexpr Rule MESSAGE_BER = {"RFC 5652", "5", "A message is in BER, but for its signed attributes and certificates."};
+constexpr Rule MESSAGE_BER = {"RFC 5652", "2", "A message is in BER, but for its signed attributes and certificates."};
 constexpr Rule LENGTHS = {"X.690", "8.1.3", "A length is definite in one or more octets, or indefinite."};
 constexpr Rule DER_LENGTHS = {"X.690", "10.1", "In DER a length is definite and has as few octets as possible."};
 constexpr Rule DER_STRINGS = {"X.690", "10.2", "In DER strings are primitive."};
@@ -143,7 +143,7 @@ void AddLengthForms(Group *group)
             .cve = row.cve;
     }
     Refused(
-        group, {"message_with_a_high_tag_number", GOOD, "signature", SIGKIT_ERR_CMS_DECODE}, CONTENT_INFO,
+        group, {"message_with_a_high_tag_number", GOOD, "signature#identifier", SIGKIT_ERR_CMS_DECODE}, CONTENT_INFO,
         ToMessage([](const Bytes &element) {
             return der::Concatenate({{0x3F, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F}, Bytes(element.begin() + 1, element.end())});
         }));
@@ -248,10 +248,10 @@ void AddMembers(Group *group)
             WithData([](der::SignedData *data) { data->trailing = der::Null(); }));
     Refused(group, {"signer_info_with_a_further_member", GOOD, "signature/signer", SIGKIT_ERR_CMS_DECODE},
             SIGNER_MEMBERS, WithSigner([](der::SignerInfo *info) { info->trailing = der::Null(); }));
-    Refused(group, {"signed_data_without_signer_infos", GOOD, "signature", SIGKIT_ERR_CMS_DECODE}, MEMBERS,
+    Refused(group, {"signed_data_without_signer_infos", GOOD, "signature/signers", SIGKIT_ERR_CMS_DECODE}, MEMBERS,
             WithData([](der::SignedData *data) { data->signerInfos.reset(); }));
-    Refused(group, {"signer_info_without_a_signature", GOOD, "signature/signer", SIGKIT_ERR_PARAM}, SIGNER_MEMBERS,
-            WithSigner([](der::SignerInfo *info) { info->signature.reset(); }));
+    Refused(group, {"signer_info_without_a_signature", GOOD, "signature/signer/signature", SIGKIT_ERR_PARAM},
+            SIGNER_MEMBERS, WithSigner([](der::SignerInfo *info) { info->signature.reset(); }));
     Refused(group, {"certificate_with_a_further_member", GOOD, "signature/certificates/Signer", SIGKIT_ERR_CMS_DECODE},
             CERT_MEMBERS, [](Package *p) {
                 p->parties[SIGNER].toBeSigned = At({7}, [](const Bytes &extensions) {
@@ -265,8 +265,8 @@ void AddMembers(Group *group)
         });
     });
     Narrow(group,
-           {"certificate_of_another_format_beside_it", "signature::certificate_of_the_authority_in_the_crl_file",
-            "signature/certificates", SIGKIT_ERR_CMS_DECODE},
+           {"certificate_of_another_format_beside_it", "signature::certificate_of_the_ca_in_the_crl_file",
+            "signature/certificates/another format", SIGKIT_ERR_CMS_DECODE},
            CERTIFICATE_SET, "Certificates are those of X.509; whoever packs content has no others.", [](Package *p) {
                p->crlFileCertificates = {SIGNING_CA};
                p->message.certificates = {SIGNER};
@@ -285,8 +285,8 @@ void AddStrings(Group *group)
            MESSAGE_BER, "Strings are primitive, as in DER.",
            WithSigner([constructed](der::SignerInfo *info) { info->signature = constructed(*info->signature); }))
         .features = {"ber"};
-    Narrow(group, {"content_of_the_token_in_pieces", GOOD, "token/encapContentInfo", SIGKIT_ERR_ASN_TAG}, MESSAGE_BER,
-           "Strings are primitive, as in DER.",
+    Narrow(group, {"content_of_the_token_in_pieces", GOOD, "token/encapContentInfo/eContent", SIGKIT_ERR_ASN_TAG},
+           MESSAGE_BER, "Strings are primitive, as in DER.",
            [constructed](Package *p) {
                p->token.signedData = [constructed](der::SignedData *data) {
                    data->encapContentInfo = EditAt(*data->encapContentInfo, {1, 0}, constructed);

@@ -78,7 +78,7 @@ void AddCrlCounts(Group *group)
     Accepted(group, "file_of_16_crls_in_pem", rule, [armoured](Package *p) { armoured(p, 16); }).features = {"pem"};
     Lenient(group,
             {"file_of_16_crls_in_pem_the_last_revokes", "limits::file_of_16_crls_in_pem",
-             "crls/CRL of Signing CA#14/revokedCertificates", SIGKIT_OK},
+             "crls/CRL of Signing CA#14/revokedCertificates/Signer", SIGKIT_OK},
             rule, "A PEM block for which no image is left is skipped with a line in the log; give CRLs in DER.",
             [armoured](Package *p) {
                 armoured(p, 16);

@@ -17,7 +17,8 @@ constexpr Rule ANCHOR = {"RFC 5280", "6.1.1 (d)", "A trust anchor is a name and 
 constexpr Rule SIGNATURE = {"RFC 5280", "6.1.3 (a)(1)", "A certificate is signed with its issuer's key."};
 constexpr Rule IS_CA = {"RFC 5280", "6.1.4 (k)", "Whoever issues certificates is a CA by its basic constraints."};
 constexpr Rule CERT_SIGN = {"RFC 5280", "6.1.4 (n)", "The key of an issuer may sign certificates."};
-constexpr Rule PATH_LENGTH = {"RFC 5280", "6.1.4 (m)", "No more CAs follow a CA than its pathLenConstraint allows."};
+constexpr Rule PATH_LENGTH = {"RFC 5280", "6.1.4 (l), (m)",
+                              "No more CAs follow a CA than its pathLenConstraint allows."};
 constexpr Rule NAMES = {"RFC 5280", "6.1.3 (a)(4)", "A certificate's issuer is the subject of the one above it."};
 constexpr Rule NAME_FORM = {"RFC 5280", "7.1", "Names are compared by their prepared values, whatever case and type."};
 constexpr Rule CRITICAL = {"RFC 5280", "6.1.4 (o), 6.1.5 (f)",
@@ -26,7 +27,6 @@ constexpr Rule CONSTRAINTS = {"RFC 5280", "6.1.3 (b), (c)", "Names lie within th
 constexpr Rule POLICIES = {"RFC 5280", "6.1.5 (g)", "A CA can require that the path has a valid policy."};
 constexpr Rule ALGORITHMS = {"RFC 5280", "4.1.1.2", "signatureAlgorithm and the signature member say the same."};
 constexpr Rule VERSION = {"RFC 5280", "6.1.4 (k)", "A certificate of version 1 does not say that it is a CA's."};
-constexpr Rule ROOT_RULE = {"protocol", "trust anchor", "A path ends at the one root that is given, and nowhere else."};
 
 struct Member {
     const char *name;
@@ -128,7 +128,7 @@ void AddCenturies(Group *group)
     Accepted(group, "from_1950_on", TIME_TYPE, From(SIGNER, FIRST_OF_1950));
     Accepted(group, "until_9999", TIME_TYPE, Until(SIGNER, 253402300799));
     Lenient(group,
-            {"end_in_2027_in_generalized_time", GOOD, "signature/certificates/Signer/validity/notAfter", SIGKIT_OK},
+            {"end_in_2026_in_generalized_time", GOOD, "signature/certificates/Signer/validity/notAfter", SIGKIT_OK},
             TIME_TYPE, "Either type is read for any year; only who encodes has to choose.",
             [](Package *p) {
                 p->parties[SIGNER].toBeSigned =
@@ -173,9 +173,17 @@ void AddAuthorities(Group *group)
     Narrow(group, {"ca_without_a_key_usage", GOOD, ca + "keyUsage", SIGKIT_ERR_NO_ROOT}, CERT_SIGN,
            "A CA's certificate says what its key is for; one that does not is none.",
            change([](forge::CertificateRequest *r) { r->keyUsage = 0; }));
+    Lenient(group, {"ca_by_usages_that_are_not_defined", GOOD, ca + "keyUsage", SIGKIT_OK}, CERT_SIGN,
+            "In the second octet bits 13 and 14 have the values that keyCertSign and cRLSign have in the first.",
+            [](Package *p) {
+                p->parties[SIGNING_CA].toBeSigned = At({7, 0, 3, 2, 0}, [](const Bytes &) {
+                    return der::Tlv(der::BIT_STRING, {0x01, 0x00, 0x06});
+                });
+            });
     Refused(group, {"ca_of_version_1", GOOD, "signature/certificates/Signing CA", SIGKIT_ERR_CMS_DECODE}, VERSION,
             change([](forge::CertificateRequest *r) { r->version = 1; }))
-        .importance = "medium";
+        .cve = {"CVE-2014-1959"};
+    group->cases.back().importance = "medium";
     Refused(group,
             {"signer_below_a_signer", "path::signer_below_a_second_ca", "crls/certificate of Second CA/extensions",
              SIGKIT_ERR_NO_ROOT},
@@ -333,27 +341,29 @@ void AddSignatures(Group *group)
 
 void AddRoots(Group *group)
 {
-    Accepted(group, "root_of_another_certificate", ROOT_RULE, OwnRoot([](Package *) {}));
-    Refused(group, {"root_of_another_key", "path::root_of_another_certificate", "root", SIGKIT_ERR_NO_ROOT}, ROOT_RULE,
-            OwnRoot([](Package *p) {
-                const forge::Key real = p->parties[ROOT].request.subjectKey;
-                p->parties[ROOT].request.subjectKey = KeyOf("Somebody else");
-                p->parties[SIGNING_CA].request.issuerKey = real;
-                p->parties[TIMESTAMP_CA].request.issuerKey = real;
-                p->crls[ROOT_CRL].request.issuerKey = real;
-            }));
+    Accepted(group, "root_of_another_certificate", TRUST_ANCHOR, OwnRoot([](Package *) {}));
+    Refused(
+        group,
+        {"root_of_another_key", "path::root_of_another_certificate", "root/subjectPublicKeyInfo", SIGKIT_ERR_NO_ROOT},
+        TRUST_ANCHOR, OwnRoot([](Package *p) {
+            const forge::Key real = p->parties[ROOT].request.subjectKey;
+            p->parties[ROOT].request.subjectKey = KeyOf("Somebody else");
+            p->parties[SIGNING_CA].request.issuerKey = real;
+            p->parties[TIMESTAMP_CA].request.issuerKey = real;
+            p->crls[ROOT_CRL].request.issuerKey = real;
+        }));
     Refused(group, {"signer_that_signed_itself", GOOD, "signature/certificates/Signer", SIGKIT_ERR_SIGNER_NOT_FOUND},
-            ROOT_RULE, [](Package *p) {
+            TRUST_ANCHOR, [](Package *p) {
                 p->parties[SIGNER].request.issuerKey = p->parties[SIGNER].request.subjectKey;
                 p->parties[SIGNER].request.issuer = NameOf("Signer");
             });
-    Refused(group, {"ca_that_signed_itself", GOOD, "signature/certificates/Signing CA", SIGKIT_ERR_NO_ROOT}, ROOT_RULE,
-            [](Package *p) {
+    Refused(group, {"ca_that_signed_itself", GOOD, "signature/certificates/Signing CA", SIGKIT_ERR_NO_ROOT},
+            TRUST_ANCHOR, [](Package *p) {
                 p->parties[SIGNING_CA].request.issuerKey = p->parties[SIGNING_CA].request.subjectKey;
                 p->parties[SIGNING_CA].request.issuer = NameOf("Signing CA");
             });
-    Refused(group, {"ca_certificate_missing", GOOD, "signature/certificates/Signing CA", SIGKIT_ERR_NO_ROOT}, ROOT_RULE,
-            [](Package *p) { p->message.certificates = {SIGNER}; });
+    Refused(group, {"ca_certificate_missing", GOOD, "signature/certificates/Signing CA", SIGKIT_ERR_NO_ROOT},
+            TRUST_ANCHOR, [](Package *p) { p->message.certificates = {SIGNER}; });
 }
 
 // ---- Detours -------------------------------------------------------------------------------------------------------
@@ -387,7 +397,7 @@ void AddDetours(Group *group)
     Refused(group,
             {"cas_that_certify_each_other", "path::signer_below_a_second_ca", "signature/certificates/Signing CA",
              SIGKIT_ERR_NO_ROOT},
-            ROOT_RULE, BelowSecondCa([](Package *p) {
+            TRUST_ANCHOR, BelowSecondCa([](Package *p) {
                 p->parties[SIGNING_CA].request.issuer = NameOf("Second CA");
                 p->parties[SIGNING_CA].request.issuerKey = KeyOf("Second CA");
             }));

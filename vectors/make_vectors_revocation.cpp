@@ -8,6 +8,8 @@ namespace
 {
 constexpr Rule BY_DATE = {"RFC 3161", "appendix B", "What a token places before the revocation of its signer stands."};
 constexpr Rule WHATEVER_DATE = {"RFC 3161", "4", "Unless the reason says an ordinary end, the date excuses nothing."};
+constexpr Rule AUTHORITY_BY_DATE = {"RFC 3161", "4",
+                                    "What an authority stamped before an ordinary end of its certificate stands."};
 constexpr Rule CA_BY_DATE = {"protocol", "revocation",
                              "A CA whose end was an ordinary one counts as revoked from its date on."};
 constexpr Rule CA_WHATEVER_DATE = {"protocol", "revocation", "What a CA's stolen key signed cannot be dated."};
@@ -75,7 +77,7 @@ void AddOne(Group *group, const Victim &victim, const Reason &reason, const Date
     };
     const std::string entry = EntryOf(victim);
     const bool isCa = victim.crl == ROOT_CRL;
-    const Rule &byDate = isCa ? CA_BY_DATE : BY_DATE;
+    const Rule &byDate = isCa ? CA_BY_DATE : victim.dateExcuses ? BY_DATE : AUTHORITY_BY_DATE;
     const Rule &whateverDate = isCa ? CA_WHATEVER_DATE : WHATEVER_DATE;
     if (!date.over && (victim.dateExcuses || reason.ordinaryEnd)) {
         Accepted(group, name, byDate, change);
@@ -135,8 +137,8 @@ void AddSeveralEntries(Group *group)
         Revoke(p, SIGNING_CRL, SIGNER, SIGNING_TIME + 2 * DAY);
     });
     Refused(group,
-            {"listed_twice_the_second_time_in_force", "revocation::listed_twice_with_later_dates", entries,
-             SIGKIT_ERR_CERT_REVOKED},
+            {"listed_twice_the_second_time_in_force", "revocation::listed_twice_with_later_dates",
+             entries + "/Signer#2/revocationDate", SIGKIT_ERR_CERT_REVOKED},
             ENTRY, [](Package *p) {
                 Revoke(p, SIGNING_CRL, SIGNER, SIGNING_TIME + DAY);
                 Revoke(p, SIGNING_CRL, SIGNER, SIGNING_TIME - DAY);

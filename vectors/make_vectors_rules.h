@@ -15,7 +15,14 @@ inline constexpr Rule MESSAGE_DIGEST = {"RFC 5652", "11.2",
                                         "messageDigest is the digest of the content, by the signer's algorithm."};
 inline constexpr Rule WHOLE_SIGNATURE = {"RFC 5652", "5.6",
                                          "Signature, digest, certificate and content belong together."};
-inline constexpr Rule SIGNER_KEY_USAGE = {"RFC 5280", "4.2.1.3", "The key of a signer may make digital signatures."};
+inline constexpr Rule WHO_SIGNED = {"RFC 5652", "5.3",
+                                    "The signature is made with the key of the certificate that sid names."};
+inline constexpr Rule ANY_CERTIFICATES = {"RFC 5652", "5.1",
+                                          "There may be more or fewer certificates than are needed, in any order."};
+inline constexpr Rule TRUST_ANCHOR = {"protocol", "trust anchor",
+                                      "A path ends at the one root that is given, and nowhere else."};
+inline constexpr Rule SIGNING_KEYS = {"protocol", "roles",
+                                      "The keys of the signer and of the authority may make digital signatures."};
 } // namespace vectors
 
 #endif

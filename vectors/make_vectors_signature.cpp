@@ -16,8 +16,7 @@ constexpr Rule ATTRIBUTES = {"RFC 5652", "5.4", "With signed attributes the sign
 constexpr Rule ATTRIBUTES_DER = {"RFC 5652", "5.3", "Signed attributes are encoded in DER, as a sorted SET OF."};
 constexpr Rule BOTH_ATTRIBUTES = {"RFC 5652", "11", "Signed attributes hold one contentType and one messageDigest."};
 constexpr Rule CONTENT_TYPE = {"RFC 5652", "11.1", "The attribute contentType is that of the signed data."};
-constexpr Rule WHO_SIGNED = {"RFC 5652", "5.3",
-                             "The signature is made with the key of the certificate that sid names."};
+constexpr Rule ONE_SIGNER = {"protocol", "files", "A signature file holds one message, of one signer."};
 constexpr Rule DIGEST_LIST = {"RFC 5652", "5.1", "digestAlgorithms may hold any number of algorithms, and none."};
 constexpr Rule DETACHED = {"RFC 5652", "5.2", "A detached signature carries no content of its own."};
 constexpr Rule IGNORED = {"RFC 5652", "5.3", "Attributes that a verifier does not know do not count."};
@@ -94,28 +93,27 @@ void AddContent(Group *group)
 void AddSigners(Group *group)
 {
     Lenient(group, {"no_signer_over_empty_content", "signature::empty_content", "signature/signers", SIGKIT_OK},
-            WHO_SIGNED,
+            ONE_SIGNER,
             "An empty content without a signer says nothing; whoever packs content never signs an empty one.",
             [](Package *p) {
                 p->content.clear();
                 p->message.signedData = [](der::SignedData *data) { data->signerInfos = der::Set({}); };
             });
-    Refused(group, {"no_signer", GOOD, "signature/signers", SIGKIT_ERR_NOT_BEGUN}, WHO_SIGNED, [](Package *p) {
+    Refused(group, {"no_signer", GOOD, "signature/signers", SIGKIT_ERR_NOT_BEGUN}, ONE_SIGNER, [](Package *p) {
         p->message.signedData = [](der::SignedData *data) { data->signerInfos = der::Set({}); };
     });
-    Narrow(group, {"the_same_signer_twice", GOOD, "signature/signers", SIGKIT_ERR_CMS_DECODE}, WHO_SIGNED,
-           "One signer is all that a package has; a second one would need a rule of which of them counts.",
-           [](Package *p) {
-               p->message.signedData = [](der::SignedData *data) {
-                   const Bytes signer = ContentOf(*data->signerInfos);
-                   data->signerInfos = der::Set({signer, signer});
-               };
-           });
+    Refused(group, {"the_same_signer_twice", GOOD, "signature/signers", SIGKIT_ERR_CMS_DECODE}, ONE_SIGNER,
+            [](Package *p) {
+                p->message.signedData = [](der::SignedData *data) {
+                    const Bytes signer = ContentOf(*data->signerInfos);
+                    data->signerInfos = der::Set({signer, signer});
+                };
+            });
     Refused(group, {"sid_names_no_certificate", GOOD, "signature/signer/sid", SIGKIT_ERR_SIGNER_NOT_FOUND}, WHO_SIGNED,
             WithSignerInfo([](der::SignerInfo *info) {
                 info->sid = EditAt(*info->sid, {1}, [](const Bytes &) { return der::Integer(0x5B5B); });
             }));
-    Refused(group, {"sid_names_the_authority", GOOD, "signature/signer/sid", SIGKIT_ERR_CERT_USAGE}, WHO_SIGNED,
+    Refused(group, {"sid_names_the_ca", GOOD, "signature/signer/sid", SIGKIT_ERR_CERT_USAGE}, WHO_SIGNED,
             WithSignerInfo([](der::SignerInfo *info) {
                 info->sid = der::IssuerAndSerialNumber(ElementAt(*info->sid, {0}), der::Integer(0x5A02));
                 info->sid = EditAt(*info->sid, {0, 2, 0, 1}, [](const Bytes &) { return der::Utf8("Root CA"); });
@@ -134,10 +132,10 @@ void AddSigners(Group *group)
     Refused(group,
             {"certificate_of_the_signer_missing", GOOD, "signature/certificates/Signer", SIGKIT_ERR_SIGNER_NOT_FOUND},
             WHO_SIGNED, [](Package *p) { p->message.certificates = {SIGNING_CA}; });
-    Accepted(group, "certificates_reordered", WHO_SIGNED, [](Package *p) {
+    Accepted(group, "certificates_reordered", ANY_CERTIFICATES, [](Package *p) {
         p->message.certificates = {SIGNING_CA, SIGNER};
     });
-    Accepted(group, "certificate_of_the_authority_in_the_crl_file", WHO_SIGNED, [](Package *p) {
+    Accepted(group, "certificate_of_the_ca_in_the_crl_file", ANY_CERTIFICATES, [](Package *p) {
         p->message.certificates = {SIGNER};
         p->crlFileCertificates = {SIGNING_CA};
     });
@@ -212,7 +210,7 @@ void AddAttributeOrders(Group *group)
         WithAttributes([](std::vector<Bytes> *attributes) { std::reverse(attributes->begin(), attributes->end()); }));
     Case &reordered = Refused(
         group,
-        {"attributes_reordered_behind_the_signature", GOOD, "signature/signer/signedAttrs", SIGKIT_ERR_SIGNATURE},
+        {"attributes_reordered_behind_the_signature", GOOD, "signature/signer/signedAttrs/order", SIGKIT_ERR_SIGNATURE},
         ATTRIBUTES_DER, WithSignerInfo([](der::SignerInfo *info) {
             const Bytes first = ElementAt(*info->signedAttrs, {0});
             const Bytes second = ElementAt(*info->signedAttrs, {1});
@@ -220,11 +218,14 @@ void AddAttributeOrders(Group *group)
         }));
     reordered.importance = "medium";
     Refused(group,
-            {"attribute_removed_behind_the_signature", GOOD, "signature/signer/signedAttrs", SIGKIT_ERR_SIGNATURE},
+            {"attribute_removed_behind_the_signature", GOOD, "signature/signer/signedAttrs/contentType",
+             SIGKIT_ERR_SIGNATURE},
             ATTRIBUTES, WithSignerInfo([](der::SignerInfo *info) {
                 info->signedAttrs = EditAt(*info->signedAttrs, {0}, [](const Bytes &) { return Bytes(); });
             }));
-    Refused(group, {"attribute_added_behind_the_signature", GOOD, "signature/signer/signedAttrs", SIGKIT_ERR_SIGNATURE},
+    Refused(group,
+            {"attribute_added_behind_the_signature", GOOD, "signature/signer/signedAttrs/signingTime",
+             SIGKIT_ERR_SIGNATURE},
             ATTRIBUTES, WithSignerInfo([](der::SignerInfo *info) {
                 const Bytes time = der::Attribute(ID_SIGNING_TIME, {der::UtcTime("260115120000Z")});
                 info->signedAttrs = EditAt(*info->signedAttrs, {1}, [time](const Bytes &last) {

@@ -19,9 +19,12 @@ constexpr Rule PKCS1 = {"RFC 8017", "8.2.2",
 constexpr Rule LENGTH = {"RFC 8017", "8.2.2", "A signature has exactly as many octets as the modulus."};
 constexpr Rule KEY_LENGTH = {"protocol", "algorithms", "RSA keys have 2048 bits or more."};
 constexpr Rule EXPONENT = {"RFC 8017", "3.1", "The public exponent is an odd number of at least 3."};
-constexpr Rule PURPOSE = {"RFC 5280", "4.2.1.12", "Whoever signs code has the purpose codeSigning."};
+constexpr Rule MODULUS = {"RFC 8017", "3.1", "The modulus is a product of odd primes."};
+constexpr Rule KEY_USAGE = {"RFC 5280", "4.2.1.3",
+                            "A key may be used for what its keyUsage names, and without one for all."};
+constexpr Rule PURPOSE = {"RFC 5280", "4.2.1.12", "A certificate that names purposes is for these alone."};
 constexpr Rule NAMED_PURPOSE = {"protocol", "roles",
-                                "A purpose counts when it is named; anyExtendedKeyUsage names none."};
+                                "codeSigning is named: neither silence nor anyExtendedKeyUsage names it."};
 
 // ---- Padding -------------------------------------------------------------------------------------------------------
 
@@ -260,7 +263,7 @@ void AddBrokenKeys(Group *group)
                 {"key_with_the_modulus_1", 0, {0x01}},
                 {"key_with_an_even_modulus", 0, Bytes(MODULUS_SIZE, 0x7E)}};
     for (const auto &row : rows) {
-        Refused(group, {row.name, GOOD, place, SIGKIT_ERR_SIGNATURE}, EXPONENT,
+        Refused(group, {row.name, GOOD, place, SIGKIT_ERR_SIGNATURE}, row.member == 1 ? EXPONENT : MODULUS,
                 [member = row.member, octets = row.octets](Package *p) { SetKeyNumber(p, member, octets); });
     }
     Narrow(group, {"key_of_an_elliptic_curve", GOOD, "signature", SIGKIT_ERR_CMS_DECODE}, SIGNER_ALGORITHM,
@@ -293,19 +296,19 @@ void AddUsages(Group *group)
     const auto withPurposes = [](std::vector<std::string> purposes) {
         return [purposes](Package *p) { p->parties[SIGNER].request.extendedKeyUsage = purposes; };
     };
-    Accepted(group, "usage_with_non_repudiation", SIGNER_KEY_USAGE,
+    Accepted(group, "usage_with_non_repudiation", KEY_USAGE,
              withUsage(forge::DIGITAL_SIGNATURE | forge::NON_REPUDIATION));
-    Refused(group, {"usage_without_digital_signature", GOOD, usage, SIGKIT_ERR_CERT_USAGE}, SIGNER_KEY_USAGE,
+    Refused(group, {"usage_without_digital_signature", GOOD, usage, SIGKIT_ERR_CERT_USAGE}, SIGNING_KEYS,
             withUsage(forge::NON_REPUDIATION))
         .importance = "medium";
-    Refused(group, {"usage_of_an_authority", GOOD, usage, SIGKIT_ERR_CERT_USAGE}, SIGNER_KEY_USAGE,
+    Refused(group, {"usage_of_a_ca", GOOD, usage, SIGKIT_ERR_CERT_USAGE}, KEY_USAGE,
             withUsage(forge::KEY_CERT_SIGN | forge::CRL_SIGN));
-    Lenient(group, {"usage_of_decipher_only", GOOD, usage, SIGKIT_OK}, SIGNER_KEY_USAGE,
+    Lenient(group, {"usage_of_decipher_only", GOOD, usage, SIGKIT_OK}, KEY_USAGE,
             "In the second octet decipherOnly has the value that digitalSignature has in the first.",
             withUsage(forge::DECIPHER_ONLY));
-    Narrow(group, {"usage_missing", GOOD, usage, SIGKIT_ERR_CERT_USAGE}, SIGNER_KEY_USAGE,
+    Narrow(group, {"usage_missing", GOOD, usage, SIGKIT_ERR_CERT_USAGE}, KEY_USAGE,
            "A certificate that does not say what its key is for is not one for signing packages.", withUsage(0));
-    Refused(group, {"purpose_missing", GOOD, purpose, SIGKIT_ERR_CERT_USAGE}, PURPOSE, withPurposes({}));
+    Refused(group, {"purpose_missing", GOOD, purpose, SIGKIT_ERR_CERT_USAGE}, NAMED_PURPOSE, withPurposes({}));
     Refused(group, {"purpose_of_timestamps", GOOD, purpose, SIGKIT_ERR_CERT_USAGE}, PURPOSE,
             withPurposes({forge::PURPOSE_TIME_STAMPING}));
     Refused(group, {"purpose_of_servers", GOOD, purpose, SIGKIT_ERR_CERT_USAGE}, PURPOSE,

@@ -22,6 +22,9 @@ constexpr Rule EXTENSIONS = {"RFC 3161", "2.4.2",
                              "Extensions are those of certificates: an unknown critical one ends it."};
 constexpr Rule OPTIONAL_MEMBERS = {"RFC 3161", "2.4.2", "accuracy, ordering and nonce may be present."};
 constexpr Rule MEMBERS = {"RFC 3161", "2.4.2", "A TSTInfo has these members and no others."};
+constexpr Rule ACCURACY = {"RFC 3161", "2.4.2", "accuracy counts 1 to 999 milliseconds, and as many microseconds."};
+constexpr Rule DER_TST_INFO = {"RFC 3161", "2.4.2", "A TSTInfo is in DER, where what is the default is left out."};
+constexpr Rule SERIAL_NUMBER = {"RFC 3161", "2.4.2", "A serial number has up to 160 bits."};
 constexpr Rule TST_CONTENT = {"RFC 3161", "2.4.2",
                               "A token is a SignedData over a TSTInfo that it carries, by its type."};
 
@@ -100,7 +103,8 @@ void AddImprintDigests(Group *group)
             STRONG_DIGEST, WithImprintBy(Digest::Sha1, Digest::Sha1))
         .cve = {"CVE-2005-4900"};
     Refused(group,
-            {"imprint_of_sha256_called_sha384", GOOD, "token/tstInfo/messageImprint", SIGKIT_ERR_TIMESTAMP_IMPRINT},
+            {"imprint_of_sha256_called_sha384", GOOD, "token/tstInfo/messageImprint/hashAlgorithm",
+             SIGKIT_ERR_TIMESTAMP_IMPRINT},
             IMPRINT, WithImprintBy(Digest::Sha384, Digest::Sha256));
     Refused(
         group,
@@ -201,11 +205,11 @@ void AddMembers(Group *group)
             WithTstInfo([](der::TstInfo *info) { info->version = der::Integer(2); }));
     Refused(group, {"version_missing", GOOD, "token/tstInfo/version", SIGKIT_ERR_ASN_TAG}, MEMBERS,
             WithTstInfo([](der::TstInfo *info) { info->version.reset(); }));
-    Refused(group, {"policy_missing", GOOD, "token/tstInfo", SIGKIT_ERR_ASN_TAG}, MEMBERS,
+    Refused(group, {"policy_missing", GOOD, "token/tstInfo/policy", SIGKIT_ERR_ASN_TAG}, MEMBERS,
             WithTstInfo([](der::TstInfo *info) { info->policy.reset(); }));
-    Refused(group, {"imprint_missing", GOOD, "token/tstInfo", SIGKIT_ERR_ASN_TAG}, MEMBERS,
+    Refused(group, {"imprint_missing", GOOD, "token/tstInfo/messageImprint", SIGKIT_ERR_ASN_TAG}, MEMBERS,
             WithTstInfo([](der::TstInfo *info) { info->messageImprint.reset(); }));
-    Refused(group, {"serial_number_missing", GOOD, "token/tstInfo", SIGKIT_ERR_ASN_OCTETS_TAG}, MEMBERS,
+    Refused(group, {"serial_number_missing", GOOD, "token/tstInfo/serialNumber", SIGKIT_ERR_ASN_OCTETS_TAG}, MEMBERS,
             WithTstInfo([](der::TstInfo *info) { info->serialNumber.reset(); }));
     Refused(group, {"a_member_too_many", GOOD, "token/tstInfo", SIGKIT_ERR_ASN_SEQUENCE}, MEMBERS,
             WithTstInfo([](der::TstInfo *info) { info->trailing = der::Utf8("more"); }));
@@ -220,6 +224,30 @@ void AddMembers(Group *group)
         p->parties[TIMESTAMP].request.extensions.push_back({"2.5.29.17", false, der::Sequence({party})});
         p->tstInfo = [party](der::TstInfo *info, const Bytes &) { info->tsa = der::Explicit(0, party); };
     }).cve = {"CVE-2020-1971"};
+}
+
+void AddValues(Group *group)
+{
+    const std::string info = "token/tstInfo";
+    const std::string reason = "Of a TSTInfo only the imprint and the time are read.";
+    for (const auto &[name, octets] :
+         {std::pair<const char *, Bytes>("of_no_milliseconds", {0x00}), {"of_1000_milliseconds", {0x03, 0xE8}}}) {
+        Lenient(group, {std::string("accuracy_") + name, GOOD, info + "/accuracy", SIGKIT_OK}, ACCURACY, reason,
+                WithTstInfo([octets = octets](der::TstInfo *tstInfo) {
+                    tstInfo->accuracy = der::Sequence({der::Implicit(0, false, octets)});
+                }))
+            .importance = "low";
+    }
+    Lenient(group, {"ordering_that_is_false", GOOD, info + "/ordering", SIGKIT_OK}, DER_TST_INFO, reason,
+            WithTstInfo([](der::TstInfo *tstInfo) { tstInfo->ordering = der::Boolean(0x00); }))
+        .importance = "low";
+    Accepted(group, "serial_number_of_160_bits", SERIAL_NUMBER,
+             WithTstInfo([](der::TstInfo *tstInfo) { tstInfo->serialNumber = der::IntegerRaw(der::Fill(20, 0x7A)); }));
+    Refused(group, {"serial_number_that_is_text", GOOD, info, SIGKIT_ERR_ASN_OCTETS_TAG}, MEMBERS,
+            WithTstInfo([](der::TstInfo *tstInfo) { tstInfo->serialNumber = der::Utf8("77"); }));
+    Lenient(group, {"policy_that_is_text", GOOD, info, SIGKIT_OK}, MEMBERS, reason,
+            WithTstInfo([](der::TstInfo *tstInfo) { tstInfo->policy = der::Utf8("1.3.6.1.4.1.99999.1"); }))
+        .importance = "low";
 }
 
 void AddExtensions(Group *group)
@@ -241,7 +269,7 @@ void AddExtensions(Group *group)
 void AddContainers(Group *group)
 {
     const std::string place = "token/encapContentInfo";
-    Lenient(group, {"content_type_of_plain_data", GOOD, place, SIGKIT_OK}, TST_CONTENT,
+    Lenient(group, {"content_type_of_plain_data", GOOD, place + "/eContentType", SIGKIT_OK}, TST_CONTENT,
             "Content types are not read: only a TSTInfo decodes as one. The authority's key must sign nothing else.",
             [](Package *p) {
                 p->token.signedData = [](der::SignedData *data) {
@@ -249,7 +277,7 @@ void AddContainers(Group *group)
                                                     [](const Bytes &) { return der::Oid("1.2.840.113549.1.7.1"); });
                 };
             });
-    Refused(group, {"content_missing", GOOD, place, SIGKIT_ERR_PARAM}, TST_CONTENT, [](Package *p) {
+    Refused(group, {"content_missing", GOOD, place + "/eContent", SIGKIT_ERR_PARAM}, TST_CONTENT, [](Package *p) {
         p->token.signedData = [](der::SignedData *data) {
             data->encapContentInfo = EditAt(*data->encapContentInfo, {1}, [](const Bytes &) { return Bytes(); });
         };
@@ -269,7 +297,7 @@ void AddContainers(Group *group)
                     });
                 };
             });
-    Refused(group, {"token_missing", GOOD, "signature/signer/unsignedAttrs", SIGKIT_ERR_PARAM}, TOKEN,
+    Refused(group, {"token_missing", GOOD, "token", SIGKIT_ERR_PARAM}, TOKEN,
             [](Package *p) { p->timestamped = false; });
     Refused(group,
             {"response_in_the_place_of_the_token", GOOD, "signature/signer/unsignedAttrs/timeStampToken",
@@ -297,17 +325,18 @@ Bytes WithWrongImprint(const Bytes &attribute)
 void AddSeveralTokens(Group *group)
 {
     const std::string place = "signature/signer/unsignedAttrs";
-    Lenient(group, {"two_tokens_the_last_good", GOOD, place, SIGKIT_OK}, TOKEN,
+    Lenient(group, {"two_tokens_the_last_good", GOOD, place + "/timeStampToken#1", SIGKIT_OK}, TOKEN,
             "Of a repeated attribute the last one counts, and it is judged in full.", [](Package *p) {
                 p->unsignedAttributes = [](std::vector<Bytes> *attributes) {
                     attributes->insert(attributes->begin(), WithWrongImprint(attributes->front()));
                 };
             });
-    Refused(group, {"two_tokens_the_last_bad", GOOD, place, SIGKIT_ERR_TIMESTAMP_IMPRINT}, TOKEN, [](Package *p) {
-        p->unsignedAttributes = [](std::vector<Bytes> *attributes) {
-            attributes->push_back(WithWrongImprint(attributes->front()));
-        };
-    });
+    Refused(group, {"two_tokens_the_last_bad", GOOD, place + "/timeStampToken#2", SIGKIT_ERR_TIMESTAMP_IMPRINT}, TOKEN,
+            [](Package *p) {
+                p->unsignedAttributes = [](std::vector<Bytes> *attributes) {
+                    attributes->push_back(WithWrongImprint(attributes->front()));
+                };
+            });
     Accepted(group, "further_unsigned_attribute", TOKEN, [](Package *p) {
         p->unsignedAttributes = [](std::vector<Bytes> *attributes) {
             attributes->push_back(der::Attribute("1.3.6.1.4.1.99999.4", {der::Null()}));
@@ -326,8 +355,8 @@ void AddSeveralTokens(Group *group)
 Group TimestampCases()
 {
     Group group = {"timestamp", {}};
-    for (const auto add : {AddImprints, AddImprintDigests, AddTimes, AddLenientTimes, AddMembers, AddExtensions,
-                           AddContainers, AddSeveralTokens, AddTokenSignerCases}) {
+    for (const auto add : {AddImprints, AddImprintDigests, AddTimes, AddLenientTimes, AddMembers, AddValues,
+                           AddExtensions, AddContainers, AddSeveralTokens, AddTokenSignerCases}) {
         add(&group);
     }
     return group;

@@ -14,8 +14,6 @@ constexpr Rule SIGNED_ATTRIBUTES = {"RFC 5652", "5.3", "Content that is not plai
 constexpr Rule CERTIFICATE_HASH = {"RFC 5816", "2.2.1",
                                    "signingCertificateV2 names the certificate that signed the token."};
 constexpr Rule PURPOSE = {"RFC 3161", "2.3", "An authority's certificate has the one purpose timeStamping, critical."};
-constexpr Rule CERTIFICATES = {"RFC 5652", "5.1",
-                               "There may be more or fewer certificates than are needed, in any order."};
 
 constexpr char ID_SIGNING_CERTIFICATE_V2[] = "1.2.840.113549.1.9.16.2.47";
 constexpr char ID_MESSAGE_DIGEST[] = "1.2.840.113549.1.9.4";
@@ -128,35 +126,35 @@ void AddPurposes(Group *group)
     Refused(group,
             {"usage_without_digital_signature", GOOD, "token/certificates/Timestamp Authority/extensions/keyUsage",
              SIGKIT_ERR_CERT_USAGE},
-            SIGNER_KEY_USAGE, [](Package *p) { p->parties[TIMESTAMP].request.keyUsage = forge::KEY_CERT_SIGN; });
+            SIGNING_KEYS, [](Package *p) { p->parties[TIMESTAMP].request.keyUsage = forge::KEY_CERT_SIGN; });
 }
 
 // ---- Certificates in the token -------------------------------------------------------------------------------------
 
 void AddCertificates(Group *group)
 {
-    Accepted(group, "certificates_reordered", CERTIFICATES, [](Package *p) {
+    Accepted(group, "certificates_reordered", ANY_CERTIFICATES, [](Package *p) {
         p->token.certificates = {TIMESTAMP_CA, TIMESTAMP};
     });
-    Accepted(group, "certificate_of_its_ca_in_the_crl_file", CERTIFICATES, [](Package *p) {
+    Accepted(group, "certificate_of_its_ca_in_the_crl_file", ANY_CERTIFICATES, [](Package *p) {
         p->token.certificates = {TIMESTAMP};
         p->crlFileCertificates = {TIMESTAMP_CA};
     });
-    Accepted(group, "certificate_of_somebody_else_injected", CERTIFICATES, [](Package *p) {
+    Accepted(group, "certificate_of_somebody_else_injected", ANY_CERTIFICATES, [](Package *p) {
         const size_t other = AddSigner(p, "Another Authority", TIMESTAMP_CA, forge::PURPOSE_TIME_STAMPING);
         p->token.certificates = {TIMESTAMP, other};
         p->crlFileCertificates = {TIMESTAMP_CA};
     });
-    Accepted(group, "certificate_of_the_root_injected", CERTIFICATES, [](Package *p) {
+    Accepted(group, "certificate_of_the_root_injected", ANY_CERTIFICATES, [](Package *p) {
         p->token.certificates = {TIMESTAMP, ROOT};
         p->crlFileCertificates = {TIMESTAMP_CA};
     });
     Refused(group,
             {"certificate_of_the_authority_missing", GOOD, "token/certificates/Timestamp Authority",
              SIGKIT_ERR_TIMESTAMP_SIGNER},
-            CERTIFICATES, [](Package *p) { p->token.certificates = {TIMESTAMP_CA}; });
+            WHO_SIGNED, [](Package *p) { p->token.certificates = {TIMESTAMP_CA}; });
     Refused(group, {"certificate_of_its_ca_missing", GOOD, "token/certificates/Timestamp CA", SIGKIT_ERR_NO_ROOT},
-            CERTIFICATES, [](Package *p) { p->token.certificates = {TIMESTAMP}; });
+            TRUST_ANCHOR, [](Package *p) { p->token.certificates = {TIMESTAMP}; });
     // Somebody else's key under the authority's name and serial number: whoever takes the first match is misled.
     const auto decoy = [](bool first) {
         return [first](Package *p) {
@@ -169,17 +167,17 @@ void AddCertificates(Group *group)
                 first ? std::vector<size_t>{place, TIMESTAMP} : std::vector<size_t>{TIMESTAMP, place};
         };
     };
-    Accepted(group, "decoy_of_the_authority_behind_it", CERTIFICATES, decoy(false));
+    Accepted(group, "decoy_of_the_authority_behind_it", ANY_CERTIFICATES, decoy(false));
     Narrow(group,
            {"decoy_of_the_authority_before_it", "timestamp::decoy_of_the_authority_behind_it",
             "token/certificates/order", SIGKIT_ERR_NO_ROOT},
-           CERTIFICATES,
+           ANY_CERTIFICATES,
            "The first certificate with the issuer and serial number is the one that is judged; this one is forged.",
            decoy(true));
     Refused(group,
             {"signed_by_a_self_signed_certificate", GOOD, "token/certificates/Timestamp Authority",
              SIGKIT_ERR_TIMESTAMP_SIGNER},
-            WHOLE_SIGNATURE, [](Package *p) {
+            TRUST_ANCHOR, [](Package *p) {
                 p->parties[TIMESTAMP].request.issuerKey = p->parties[TIMESTAMP].request.subjectKey;
                 p->parties[TIMESTAMP].request.issuer = NameOf("Timestamp Authority");
             });
