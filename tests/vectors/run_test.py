@@ -10,6 +10,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 VECTORS = pathlib.Path(sys.argv.pop(1)).resolve() if len(sys.argv) > 1 else pathlib.Path()
@@ -91,6 +92,33 @@ class Run(unittest.TestCase):
         self.expect(1, "XPASS   limits::bad: passes, against the list", CAREFUL, "--xfail",
                     self.xfail("limits::bad  looks at nothing\n"))
 
+    def test_a_list_excuses_wrong_answers_and_nothing_else(self):
+        listed = self.xfail("limits::bad  looks at nothing\n")
+        crash, hang = 'grep -qx good "$1" || kill -SEGV $$', 'grep -qx good "$1" || sleep 5'
+        self.expect(1, "FAIL    limits::bad: ended by signal 11", ["sh", "-c", crash, "sh", "{signature}"], "--xfail",
+                    listed)
+        self.expect(1, "HANG    limits::bad", ["sh", "-c", hang, "sh", "{signature}"], "--xfail", listed,
+                    "--timeout", "0.3")
+
+    def test_a_verifier_whose_child_leaves_its_session_is_not_waited_for(self):
+        begin = time.monotonic()
+        self.expect(1, "HANG    limits::good", ["sh", "-c", "setsid sleep 10 & sleep 10", "sh", "{signature}"],
+                    "--timeout", "0.3", "--only", "*::good")
+        self.assertLess(time.monotonic() - begin, 5)
+
+    def test_options_that_make_no_sense_are_refused(self):
+        for options in (("--jobs", "0"), ("--timeout", "0"), ("--timeout", "nan"), ("--status", "x(.*)"),
+                        ("--as-verify-tool", "--status", "("), ("--as-verify-tool", "--status", "no group")):
+            self.expect(2, "run.py: error: ", CAREFUL, *options)
+
+    def test_files_that_cannot_be_read_or_written_end_the_run(self):
+        self.expect(2, "nowhere", CAREFUL, "--xfail", "/nowhere/list")
+        self.expect(2, "nowhere", CAREFUL, "--json", "/nowhere/results")
+        self.expect(2, "the set cannot be read", CAREFUL, "--set", "/nowhere")
+        for text in ("", "[]", '{"cases": []}', '{"cases": [{"id": "limits::good"}], "sha256": ""}'):
+            (self.folder / "vectors.json").write_text(text)
+            self.expect(2, "the set cannot be read", CAREFUL)
+
     def test_a_list_of_an_unknown_case_or_without_a_reason_is_refused(self):
         self.expect(2, "no such case: limits::bat", CAREFUL, "--xfail", self.xfail("limits::bat  a reason\n"))
         self.expect(2, "without a reason: limits::bad", CAREFUL, "--xfail", self.xfail("limits::bad\n"))
@@ -117,12 +145,31 @@ class Run(unittest.TestCase):
         self.expect(2, "names none of", ["true"])
         self.expect(2, "cannot be started", ["/nowhere/verifier", "{root}"])
 
-    @unittest.skipUnless(shutil.which("faketime"), "needs faketime")
     def test_an_answer_that_moves_with_the_clock_is_reported(self):
         script = 'test "$(date +%Y)" -lt 2000 && grep -qx good "$1"'
         self.expect(1, "MOVED   limits::good: accept in 1970, refuse in 2100",
                     ["sh", "-c", script, "sh", "{signature}"], "--clock", "1970", "--clock", "2100")
+        self.expect(1, "MOVED   limits::good", ["sh", "-c", script, "sh", "{signature}"], "--clock", "1970", "--clock",
+                    "2100-05-06 07:08:09", "--xfail", self.xfail("limits::good  moves\n"))
         self.expect(0, "2 PASS", CAREFUL, "--clock", "1970", "--clock", "2100")
+
+    def test_a_verifier_that_faketime_does_not_start_has_not_refused(self):
+        first = self.folder / "first"
+        failure = 'echo "libfaketime: In ft_shm_create(), shm_open failed: File exists"; exit 1'
+        script = f'[ -e "$2" ] || {{ : >"$2"; {failure}; }}'
+        self.expect(0, "1 PASS", ["sh", "-c", script + '; grep -qx good "$1"', "sh", "{signature}", str(first)],
+                    "--only", "*::good", "--clock", "1970")
+        self.assertTrue(first.exists())
+
+    def test_nothing_of_faketime_stays_behind_a_verifier_that_was_ended(self):
+        number = self.folder / "number"
+        self.expect(1, "ended by signal 9", ["sh", "-c", 'echo $$ >"$2"; kill -9 $$', "sh", "{signature}", str(number)],
+                    "--only", "*::good", "--clock", "1970")
+        self.assertEqual([], list(pathlib.Path("/dev/shm").glob(f"*faketime_*_{number.read_text().strip()}")))
+
+    def test_a_clock_that_cannot_be_had_ends_the_run(self):
+        for clock in ("yesterday", "19", "2100-13-45 00:00:00"):
+            self.expect(2, "run.py: ", CAREFUL, "--clock", clock)
 
 
 if __name__ == "__main__":
