@@ -2,6 +2,7 @@
 """
 import base64
 import dataclasses
+import functools
 import hashlib
 import pathlib
 import re
@@ -60,11 +61,42 @@ def canonical(element: der.Element) -> bytes:
     return element.whole[:1] + length + content
 
 
+def odd_lengths(element: der.Element) -> list[str]:
+    """The forms of lengths, in an element and those inside it, that are not DER's."""
+    found = [element.form] if element.form else []
+    try:
+        members = element.members() if element.constructed else []
+    except der.Malformed:
+        members = []
+    return found + [form for member in members for form in odd_lengths(member)]
+
+
+def octet_string(content: bytes) -> bytes:
+    return bytes([0x04, len(content)]) + content
+
+
 def put(tree: dict, name: str, element: der.Element, value: Tree | None = None) -> None:
-    """Adds a member, and the form of its length where that is not DER's."""
+    """Adds a member, and the form of its length where that is not DER's. What the value is made of says that
+    of itself."""
     tree[name] = canonical(element).hex() if value is None else value
+    forms = odd_lengths(element) if value is None or isinstance(value, Computed) else [element.form]
+    if any(forms):
+        tree[f"{name}#length"] = ", ".join(forms)
+
+
+def frame(tree: dict, name: str, element: der.Element, tag: int) -> None:
+    """Notes of an element that is taken apart what its members do not say: another identifier than it should have,
+    another length than DER's."""
+    if element.tag != tag:
+        tree[f"{name}#identifier"] = f"{element.tag:02x}"
     if element.form:
         tree[f"{name}#length"] = element.form
+
+
+def rest_of(tree: dict, name: str, elements: list[der.Element], count: int) -> None:
+    """Notes the members behind those that there should be."""
+    if len(elements) > count:
+        tree[f"{name}#rest"] = "".join(one.whole.hex() for one in elements[count:])
 
 
 def take(elements: list[der.Element], layout: list[tuple[str, set[int]]]) -> dict[str, der.Element]:
@@ -86,14 +118,21 @@ def common_name(name: der.Element) -> str:
     return "somebody without a common name"
 
 
+@functools.lru_cache(maxsize=1024)
+def recovered(signature: bytes, key: tuple[int, int]) -> bytes:
+    """What a key recovers from a signature, as long as its modulus."""
+    modulus, exponent = key
+    size = (modulus.bit_length() + 7) // 8
+    return pow(int.from_bytes(signature, "big"), exponent, modulus).to_bytes(size, "big")
+
+
 def holds_under(keys: list[Certificate], data: bytes, signature: bytes) -> str:
     """Whose key a PKCS #1 v1.5 signature over octets holds under, and its digest."""
     for certificate in keys:
-        modulus, exponent = certificate.key or (0, 0)
-        if modulus < 2:
+        if certificate.key is None or certificate.key[0] < 2:
             continue
-        size = (modulus.bit_length() + 7) // 8
-        block = pow(int.from_bytes(signature, "big"), exponent, modulus).to_bytes(size, "big")
+        block = recovered(signature, certificate.key)
+        size = len(block)
         for digest, info in DIGEST_INFO.items():
             tail = b"\0" + bytes.fromhex(info) + hashlib.new(digest, data).digest()
             if size >= len(tail) + 10 and block == b"\0\1" + b"\xff" * (size - len(tail) - 2) + tail:
@@ -129,6 +168,14 @@ def certificate_of(element: der.Element) -> Certificate:
                        parts["serialNumber"].content, key, hashlib.sha1(bits).hexdigest(), element.whole)
 
 
+def signing_certificate_of(certificate: Certificate) -> bytes:
+    """SigningCertificateV2 with the default SHA-256 (RFC 5816, 2.2.1)."""
+    identifier = octet_string(hashlib.sha256(certificate.whole).digest())
+    for _ in range(3):
+        identifier = bytes([0x30, len(identifier)]) + identifier
+    return identifier
+
+
 class Reader:
     """Makes the trees of one package, whose certificates it knows."""
 
@@ -151,7 +198,9 @@ class Reader:
             name = NAMES.get(der.identifier(extension.members()[0]), der.identifier(extension.members()[0]))
             value = extension.members()[-1]
             tree: dict = {}
-            put(tree, "flags", extension, "".join(canonical(one).hex() for one in extension.members()[1:-1]))
+            frame(tree, "", extension, 0x30)
+            frame(tree, "extnID", extension.members()[0], 0x06)
+            tree["flags"] = "".join(one.whole.hex() for one in extension.members()[1:-1])
             octets = canonical(value).hex()
             meaning = octets
             if name == "subjectKeyIdentifier" and own and octets == f"04160414{own.key_identifier}":
@@ -163,8 +212,12 @@ class Reader:
         return found
 
     def signed_structure(self, element: der.Element, tree: dict, signer_meaning: str) -> None:
-        _, algorithm, bits = element.members()[:3]
+        signed, algorithm, bits = element.members()[:3]
+        frame(tree, "", element, 0x30)
+        frame(tree, "toBeSigned", signed, 0x30)
+        rest_of(tree, "", element.members(), 3)
         put(tree, "signatureAlgorithm", algorithm)
+        frame(tree, "signatureValue", bits, 0x03)
         put(tree, "signatureValue", bits, Computed(bits.content[1:].hex(), signer_meaning))
         tree["signatureValue#bits"] = str(bits.content[0])
 
@@ -180,8 +233,10 @@ class Reader:
                 put(tree, name, part, self.name(part, signer))
             elif name == "validity":
                 put(tree, name, part, dict(zip(("notBefore", "notAfter"), (m.whole.hex() for m in part.members()))))
+                rest_of(tree, name, part.members(), 2)
             elif name == "extensions":
                 put(tree, name, part, self.extensions(part.members()[0], certificate_of(element), signer))
+                frame(tree, name, part.members()[0], 0x30)
             else:
                 put(tree, name, part)
         self.signed_structure(element, tree, meaning)
@@ -193,6 +248,11 @@ class Reader:
             serial = entry.members()[0].content
             label = next((one.label for one in self.certificates if one.serial == serial), serial.hex())
             tree: dict = {"revocationDate": entry.members()[1].whole.hex()}
+            frame(tree, "", entry, 0x30)
+            frame(tree, "userCertificate", entry.members()[0], 0x02)
+            rest_of(tree, "", entry.members(), 3)
+            if len(entry.members()) > 2:
+                frame(tree, "crlEntryExtensions", entry.members()[2], 0x30)
             for extension in entry.members()[2].members() if len(entry.members()) > 2 else []:
                 name = NAMES.get(der.identifier(extension.members()[0]), der.identifier(extension.members()[0]))
                 put(tree, name, extension)
@@ -212,6 +272,7 @@ class Reader:
                     tree[f"{name}#empty"] = "an empty list"
             elif name == "crlExtensions":
                 put(tree, name, part, self.extensions(part.members()[0], None, signer))
+                frame(tree, name, part.members()[0], 0x30)
             else:
                 put(tree, name, part)
         self.signed_structure(element, tree, meaning)
@@ -234,14 +295,14 @@ class Reader:
             name = NAMES.get(identifier, identifier)
             tree: dict = {}
             values = attribute.members()[1]
+            frame(tree, "", attribute, 0x30)
+            frame(tree, "attrType", attribute.members()[0], 0x06)
+            frame(tree, "values", values, 0x31)
+            rest_of(tree, "", attribute.members(), 2)
             if name in known and len(values.members()) == 1:
                 put(tree, "", values, known[name](values.members()[0]))
             else:
                 put(tree, "", values)
-            if values.members() and values.members()[0].form:
-                tree["#length"] = values.members()[0].form
-            if attribute.form:
-                tree["#length"] = attribute.form
             found.append((name, tree))
         return found
 
@@ -250,7 +311,7 @@ class Reader:
             return None
         issuer, serial = sid.members()
         return next((one for one in self.certificates
-                     if one.issuer == canonical(issuer) and one.serial == serial.content), None)
+                     if one.issuer == canonical(issuer) and serial.tag == 0x02 and one.serial == serial.content), None)
 
     def signer_info(self, element: der.Element, octets: bytes, of_what: str) -> Tree:
         parts = take(element.members(), [("version", {2}), ("sid", {0x30, 0x80}), ("digestAlgorithm", {0x30}),
@@ -262,20 +323,22 @@ class Reader:
         signed = b"\x31" + parts["signedAttrs"].whole[1:] if "signedAttrs" in parts else octets
 
         def message_digest(one: der.Element) -> Tree:
-            right = digest and one.tag == 0x04 and one.content == hashlib.new(digest, octets).digest()
+            right = digest and one.whole == octet_string(hashlib.new(digest, octets).digest())
             return Computed(one.whole.hex(), f"digest of the {of_what}" if right else one.whole.hex())
 
         def signing_certificate(one: der.Element) -> Tree:
-            right = certificate and hashlib.sha256(certificate.whole).digest() in one.whole
+            right = certificate and one.whole == signing_certificate_of(certificate)
             return Computed(one.whole.hex(), "of its signer's certificate" if right else one.whole.hex())
 
         tree: dict = {"signedAttrs": Collection(), "unsignedAttrs": Collection()}
+        frame(tree, "", element, 0x30)
         for name, part in parts.items():
             if name == "sid":
                 meaning = f"of {certificate.label}" if certificate else part.whole.hex()
                 put(tree, name, part, Computed(part.whole.hex(), meaning))
             elif name == "signature":
                 put(tree, name, part, Computed(part.whole.hex(), holds_under(self.certificates, signed, value)))
+                frame(tree, name, part, 0x04)
             elif name == "signedAttrs":
                 put(tree, name, part, self.attributes(part.members(), {
                     "messageDigest": message_digest, "signingCertificateV2": signing_certificate}))
@@ -291,11 +354,15 @@ class Reader:
         layout = [("version", {2}), ("policy", {6}), ("messageImprint", {0x30}), ("serialNumber", {2}),
                   ("genTime", {0x17, 0x18, 0x02}), ("accuracy", {0x30}), ("ordering", {1}), ("nonce", {2}),
                   ("tsa", {0xA0}), ("extensions", {0xA1})]
-        for name, part in take(der.read(octets).members(), layout).items():
+        element = der.read(octets)
+        frame(tree, "", element, 0x30)
+        if len(octets) > len(element.whole):
+            tree["#tail"] = octets[len(element.whole):].hex()
+        for name, part in take(element.members(), layout).items():
             if name == "messageImprint":
                 algorithm, hashed = part.members()
                 digest = DIGESTS.get(der.identifier(algorithm.members()[0]), "sha256")
-                right = hashed.content == hashlib.new(digest, signature).digest()
+                right = hashed.tag == 0x04 and hashed.content == hashlib.new(digest, signature).digest()
                 imprint: dict = {}
                 put(imprint, "hashAlgorithm", algorithm)
                 meaning = "digest of the signature" if right else hashed.whole.hex()
@@ -320,6 +387,9 @@ class Reader:
         octets, of_what = self.content, "content"
         tree: dict = {"certificates": Collection()}
         put(tree, "contentType", content_type)
+        frame(tree, "content", explicit, 0xA0)
+        rest_of(tree, "content", explicit.members(), 1)
+        frame(tree, "signedData", explicit.members()[0], 0x30)
         encapsulated = parts["encapContentInfo"].members()
         if stamped is not None and len(encapsulated) > 1:
             carried = encapsulated[1].members()[0]
@@ -328,6 +398,10 @@ class Reader:
             put(tree, "encapContentInfo", parts["encapContentInfo"], {
                 "eContentType": encapsulated[0].whole.hex(),
                 "eContent": {"type": f"{carried.tag:02x}", "tstInfo": self.tst_info(octets, stamped)}})
+            frame(tree, "encapContentInfo/eContent", encapsulated[1], 0xA0)
+            frame(tree, "encapContentInfo/eContent/type", carried, carried.tag)
+            rest_of(tree, "encapContentInfo/eContent", encapsulated[1].members(), 1)
+            rest_of(tree, "encapContentInfo", encapsulated, 2)
         else:
             put(tree, "encapContentInfo", parts["encapContentInfo"],
                 {name: part.whole.hex() for name, part in zip(("eContentType", "eContent"), encapsulated)})
@@ -338,6 +412,7 @@ class Reader:
                 put(tree, name, part, str(len(part.members())))
                 if part.members():
                     put(tree, "signer", part.members()[0], self.signer_info(part.members()[0], octets, of_what))
+                    rest_of(tree, name, part.members(), 1)
             elif name != "encapContentInfo":
                 put(tree, name, part)
         tree["#identifier"] = f"{element.tag:02x}"
