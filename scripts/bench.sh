@@ -33,11 +33,11 @@ done
 scripts/bootstrap.sh build bench
 
 build=build/bench
-cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DSIGKIT_BENCH=ON >/dev/null 2>&1
+cmake --log-level=WARNING -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DSIGKIT_BENCH=ON >/dev/null
 cmake --build "$build" -j "$(nproc)" >/dev/null
 if [[ " ${tables[*]} " == *" costs "* ]]; then
-  cmake -S . -B "$build/shared" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON \
-    -DSIGKIT_TRUST_ANCHOR="$PWD/$build/development-pki/certificates/root.der" >/dev/null 2>&1
+  cmake --log-level=WARNING -S . -B "$build/shared" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON \
+    -DSIGKIT_TRUST_ANCHOR="$PWD/$build/development-pki/certificates/root.der" >/dev/null
   cmake --build "$build/shared" -j "$(nproc)" --target sigkit >/dev/null
 fi
 

@@ -9,7 +9,7 @@ packages_for() {
                 nlohmann-json3-dev openssl ;;
     test) echo libgtest-dev libgmock-dev ca-certificates binutils doxygen faketime file libengine-pkcs11-openssl \
                mandoc opensc python3 softhsm2 ;;
-    fuzz) echo clang libclang-rt-dev llvm ;;
+    fuzz) echo clang libclang-rt-dev llvm python3 ;;
     coverage) echo gcovr ;;
     lint) echo clang-format clang-tidy reuse shellcheck ;;
     docs) echo doxygen graphviz mandoc python3 ;;

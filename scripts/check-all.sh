@@ -34,7 +34,10 @@ for step in "$@"; do
       scripts/bootstrap.sh fuzz
       test_preset fuzz
       ;;
-    mutants) scripts/mutate.py --own --only '^sigkit/pki/' --sample 12 --least 90 ;;
+    mutants)
+      scripts/bootstrap.sh build test
+      scripts/mutate.py --own --only '^sigkit/pki/' --sample 12 --least 90
+      ;;
     release) scripts/release-check.sh ;;
     *)
       echo "check-all.sh: no step '$step'; there are: ${all[*]}" >&2

@@ -19,12 +19,14 @@ for text in docs/pictures/*.dot; do
 done
 
 scripts/status_tables.py --write
+# By the program that was built last: an older one describes the options of its time.
+newest=
 for pkgsign in build/*/pkgsign/pkgsign; do
-  if [ -x "$pkgsign" ]; then
-    scripts/manual_options.py "$pkgsign" --write
-    break
+  if [ -x "$pkgsign" ] && { [ -z "$newest" ] || [ "$pkgsign" -nt "$newest" ]; }; then
+    newest=$pkgsign
   fi
 done
+[ -z "$newest" ] || scripts/manual_options.py "$newest" --write
 tests/check_docs.py
 mkdir -p build/docs
 doxygen docs/Doxyfile

@@ -2,9 +2,8 @@
 """Checks what the shared library shows and needs. Usage: check_exports.py LIBRARY.so ARCHIVE PROGRAM
 
 The library shows the operations that sigkit.h declares, but for those that the archive beside it defines, under one
-version, and nothing else. What it does not define are
-host callbacks, bounds-checked functions and the compiler's own support, and the program that is linked with it supplies
-every callback that the library asks for.
+version, and nothing else. What it does not define are host callbacks, bounds-checked functions and the compiler's own
+support, and the program that is linked with it supplies every callback that the library asks for.
 """
 import re
 import subprocess

@@ -174,7 +174,7 @@ with_library() {
 installed_examples() { find "$1" -path '*/docs/examples/Makefile' -printf '%h\n'; }
 
 by_pkg_config() {
-  local kind=$1 tree=$out/$1-root build=$out/consumer-$1-c
+  local tree=$out/$1-root build=$out/consumer-$1-c
   mkdir -p "$build"
   PKG_CONFIG_PATH=$(dirname "$(find "$tree" -name sigkit.pc)") \
     make -B -C "$(installed_examples "$tree")" BUILD="$build" CPPFLAGS=-Werror
@@ -182,7 +182,7 @@ by_pkg_config() {
 }
 
 by_cmake() {
-  local kind=$1 tree=$out/$1-root
+  local tree=$out/$1-root
   local examples=$out/consumer-$1-cmake consumer=$out/consumer-$1-cxx
   cmake -S "$(installed_examples "$tree")" -B "$examples" -DCMAKE_PREFIX_PATH="$tree/usr"
   cmake --build "$examples"
