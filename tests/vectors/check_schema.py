@@ -81,18 +81,30 @@ class Validator:
         return [f"{at}: {name} is not foreseen" for name in members if name not in rules["properties"]]
 
 
-def check_closed(rules, at: str = "") -> list[str]:
+def schemas_in(rules: dict) -> dict[str, dict]:
+    """The schemas that one is made of, by their places in it."""
+    found = {f"/{keyword}/{name}": inner for keyword in ("definitions", "properties")
+             for name, inner in rules.get(keyword, {}).items()}
+    found |= {f"/oneOf/{i}": inner for i, inner in enumerate(rules.get("oneOf", []))}
+    return found | ({"/items": rules["items"]} if "items" in rules else {})
+
+
+def check_closed(rules: dict, at: str = "") -> list[str]:
     problems = []
-    if isinstance(rules, dict):
-        if "properties" in rules and rules.get("type") == "object":
-            if rules.get("additionalProperties") is not False:
-                problems.append(f"schema{at}: further members are allowed")
-            if set(rules["properties"]) != set(rules.get("required", [])):
-                problems.append(f"schema{at}: not every member is required")
-        problems += [problem for name, inner in rules.items() for problem in check_closed(inner, f"{at}/{name}")]
-    if isinstance(rules, list):
-        problems += [problem for i, inner in enumerate(rules) for problem in check_closed(inner, f"{at}/{i}")]
-    return problems
+    types = [rules["type"]] if isinstance(rules.get("type"), str) else rules.get("type", [])
+    if not rules.keys() & {"type", "enum", "oneOf", "$ref"}:
+        problems.append(f"schema{at}: anything is allowed")
+    if "array" in types and "items" not in rules:
+        problems.append(f"schema{at}: no items are named")
+    if "object" in types and "properties" not in rules:
+        problems.append(f"schema{at}: no members are named")
+    elif "object" in types:
+        if rules.get("additionalProperties") is not False:
+            problems.append(f"schema{at}: further members are allowed")
+        if set(rules["properties"]) != set(rules.get("required", [])):
+            problems.append(f"schema{at}: not every member is required")
+    return problems + [problem for place, inner in schemas_in(rules).items()
+                       for problem in check_closed(inner, at + place)]
 
 
 def check_answers(case: dict) -> list[str]:

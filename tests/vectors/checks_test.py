@@ -48,6 +48,14 @@ class Checks(unittest.TestCase):
         schema["definitions"]["case"]["required"].remove("cve")
         self.expect_schema_problem("not every member is required", schema=schema)
 
+    def test_a_schema_that_lets_a_member_be_anything_is_refused(self):
+        for rules, text in (({}, "anything is allowed"), ({"description": "a note"}, "anything is allowed"),
+                            ({"type": "object"}, "no members are named"), ({"type": "array"}, "no items are named"),
+                            ({"type": ["object", "null"]}, "no members are named")):
+            schema = copy.deepcopy(self.schema)
+            schema["definitions"]["case"]["properties"]["rule"] = rules
+            self.expect_schema_problem(text, schema=schema)
+
     def test_a_keyword_that_the_validator_does_not_know_is_an_error(self):
         with self.assertRaises(AttributeError):
             check_schema.Validator({}).check(1, {"multipleOf": 2}, "")
