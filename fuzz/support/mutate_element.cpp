@@ -117,7 +117,9 @@ void ChangeContent(TlvNode *node, FuzzRandom *random)
         content.resize(LLVMFuzzerMutate(content.data(), size, content.size()));
         break;
     }
-    FuzzSetContent(node, std::move(content));
+    node->nested = false;
+    node->children.clear();
+    node->content = std::move(content);
 }
 
 void ChangeNeighbours(const Place &place, FuzzRandom *random)
@@ -181,11 +183,4 @@ void FuzzMutateElement(TlvForest *forest, const TlvForest &donor, FuzzRandom *ra
         PutElement(place, donor, random);
         break;
     }
-}
-
-void FuzzSetContent(TlvNode *node, forge::Bytes content)
-{
-    node->nested = false;
-    node->children.clear();
-    node->content = std::move(content);
 }

@@ -9,7 +9,4 @@
 // `donor` is where elements may be copied from; it may be the forest itself.
 void FuzzMutateElement(TlvForest *forest, const TlvForest &donor, FuzzRandom *random);
 
-// Puts octets in the place of an element's content.
-void FuzzSetContent(TlvNode *node, forge::Bytes content);
-
 #endif

@@ -186,34 +186,8 @@ bool IsProof(const Evidence &evidence, const Signer &signer, const forge::Bytes 
     return false;
 }
 
-} // namespace
-
-void FuzzRequireAuthentic(const forge::Bytes &anchor, const std::vector<forge::Bytes> &files,
-                          const forge::Bytes &message, const forge::Bytes &content)
-{
-    std::vector<forge::Bytes> kept; // what elements point into
-    for (const forge::Bytes &file : files) {
-        const std::vector<forge::Bytes> blocks = FuzzUnarmour(file);
-        kept.insert(kept.end(), blocks.begin(), blocks.end());
-    }
-    const std::vector<forge::Bytes> messages = FuzzUnarmour(message);
-    kept.insert(kept.end(), messages.begin(), messages.end());
-    Evidence evidence;
-    for (const forge::Bytes &octets : kept) {
-        EvidenceCollect(octets, &evidence);
-    }
-    EvidenceTrust(anchor, &evidence);
-    if (!AnySigner(messages, [&](const Signer &signer) { return IsProof(evidence, signer, content); })) {
-        FuzzFail("a message is accepted that proves nothing");
-    }
-}
-
-bool FuzzHasSigner(const forge::Bytes &message)
-{
-    return AnySigner(FuzzUnarmour(message), [](const Signer &) { return true; });
-}
-
-std::vector<forge::Bytes> FuzzUnarmour(const forge::Bytes &file)
+// The DER octets in a file: those of each PEM block, or the file itself.
+std::vector<forge::Bytes> Unarmour(const forge::Bytes &file)
 {
     const std::string text(file.begin(), file.end());
     if (text.compare(0, 10, "-----BEGIN") != 0) {
@@ -235,4 +209,30 @@ std::vector<forge::Bytes> FuzzUnarmour(const forge::Bytes &file)
         }
     }
     return blocks;
+}
+} // namespace
+
+void FuzzRequireAuthentic(const forge::Bytes &anchor, const std::vector<forge::Bytes> &files,
+                          const forge::Bytes &message, const forge::Bytes &content)
+{
+    std::vector<forge::Bytes> kept; // what elements point into
+    for (const forge::Bytes &file : files) {
+        const std::vector<forge::Bytes> blocks = Unarmour(file);
+        kept.insert(kept.end(), blocks.begin(), blocks.end());
+    }
+    const std::vector<forge::Bytes> messages = Unarmour(message);
+    kept.insert(kept.end(), messages.begin(), messages.end());
+    Evidence evidence;
+    for (const forge::Bytes &octets : kept) {
+        EvidenceCollect(octets, &evidence);
+    }
+    EvidenceTrust(anchor, &evidence);
+    if (!AnySigner(messages, [&](const Signer &signer) { return IsProof(evidence, signer, content); })) {
+        FuzzFail("a message is accepted that proves nothing");
+    }
+}
+
+bool FuzzHasSigner(const forge::Bytes &message)
+{
+    return AnySigner(Unarmour(message), [](const Signer &) { return true; });
 }

@@ -28,7 +28,4 @@ void FuzzRequireAuthentic(const forge::Bytes &anchor, const std::vector<forge::B
 // only a file without any content stays accepted.
 bool FuzzHasSigner(const forge::Bytes &message);
 
-// Returns the DER octets in a file: those of each PEM block, or the file itself.
-std::vector<forge::Bytes> FuzzUnarmour(const forge::Bytes &file);
-
 #endif
