@@ -15,7 +15,6 @@ import subprocess
 import sys
 import tempfile
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
 RUNS = 10  # of each command in a round, for what takes milliseconds
 OWN_INSTRUCTIONS = 164000  # of the tool and the library for the small package; lower it when it falls
 SMALL = 20000  # octets of the small package's checksum file

@@ -23,6 +23,7 @@ std::string g_file;
 uint32_t g_digests = 0;
 uint32_t g_signatureChecks = 0;
 
+// By the numbers of sigkit_host.h.
 std::string DigestName(uint32_t identifier)
 {
     return identifier == 43 ? "SHA256" : identifier == 44 ? "SHA384" : "SHA512";

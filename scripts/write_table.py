@@ -45,6 +45,7 @@ def main() -> int:
     if len(sys.argv) != 3:
         sys.exit(__doc__)
     document, name, table = ROOT / sys.argv[1], sys.argv[2], sys.stdin.read().strip()
+    table = re.sub(r"(?<=\| )\d{4,}(?= \|)", lambda number: f"{int(number[0]):,}", table)
     if not table:
         sys.exit(f"write_table.py: nothing to write for {name}")
     block = re.compile(rf"(<!-- {re.escape(name)}: [^\n]*-->\n).*?(<!-- end of {re.escape(name)} -->)", re.S)
