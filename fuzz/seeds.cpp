@@ -2,6 +2,7 @@
 
 #include "fuzz/support/armour.h"
 #include "fuzz/support/container.h"
+#include "fuzz/support/host.h"
 #include "fuzz/support/pki.h"
 #include "fuzz/support/tlv.h"
 #include "fuzz/timestamp_answer.h"
@@ -63,7 +64,7 @@ void AddMessages(std::vector<Seed> *seeds)
     seeds->push_back({"signed_data", "truncated", forge::Bytes(message.begin(), message.begin() + 900)});
     forge::Bytes token;
     if (!forge::MakeToken(request.tokenRequest, forge::Bytes(128, 1), &token).ok) {
-        return;
+        FuzzFail("the token of a seed cannot be made");
     }
     seeds->push_back({"signed_data", "token", token});
     TlvForest forest = TlvParse(token);
@@ -89,10 +90,11 @@ void AddAnswers(std::vector<Seed> *seeds)
     const auto add = [seeds](const char *name, const forge::TokenRequest &request, bool isAnswer) {
         forge::Bytes token;
         forge::Bytes answer;
-        if (forge::MakeToken(request, FUZZ_STAMPED_SIGNATURE, &token).ok &&
-            forge::MakeTimestampResponse(token, &answer).ok) {
-            seeds->push_back({"timestamp_answer", name, isAnswer ? answer : token});
+        if (!forge::MakeToken(request, FUZZ_STAMPED_SIGNATURE, &token).ok ||
+            !forge::MakeTimestampResponse(token, &answer).ok) {
+            FuzzFail("the answer %s cannot be made", name);
         }
+        seeds->push_back({"timestamp_answer", name, isAnswer ? answer : token});
     };
     forge::TokenRequest request = FuzzMessageRequest(Text("checksum")).tokenRequest;
     request.nonce = FUZZ_NONCE;
