@@ -7,8 +7,8 @@ accepts a package by exit status 0 and refuses it by any other one; PROTOCOL.md 
     run.py -- ./my_verifier {root} {crls} {signature} {content}
 
 Results: PASS, FAIL, SKIPPED (the verifier lacks a feature), HANG (out of time), MOVED (another answer under another
-clock), XFAIL (a wrong answer that the list names) and XPASS (one that did not come). Exit status: 0 when every result is
-PASS, SKIPPED or XFAIL, 1 when not, 2 for a wrong command line or a set that is not whole.
+clock), XFAIL (a wrong answer that the list names) and XPASS (one that did not come). Exit status: 0 when every result
+is PASS, SKIPPED or XFAIL, 1 when not, 2 for a wrong command line or a set that is not whole.
 """
 import argparse
 import collections
