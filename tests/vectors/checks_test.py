@@ -88,6 +88,8 @@ class Checks(unittest.TestCase):
         self.assertIn("also differs in signature/certificates/Signer/validity/notBefore",
                       self.twin_problem(case, difference="signature/certificates/Signer/validity/notAfter"))
         self.assertIn("also differs in", self.twin_problem(case, twin="path::signer_valid_until_this_second"))
+        self.assertIn("differs in no more than signature/certificates/Signer/validity/notBefore",
+                      self.twin_problem(case, difference="signature"))
 
     def test_a_twin_that_differs_in_something_more_is_noticed(self):
         crls = self.cases["crl::given_twice"]["files"]["crls"]
