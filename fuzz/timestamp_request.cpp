@@ -16,8 +16,7 @@ using pkgsign::Status;
 
 constexpr size_t SIGNATURE_SIZE = 256;  // octets
 constexpr size_t BESIDE_REQUEST = 2048; // octets of an answer beside certificates, imprint and nonce
-constexpr uint32_t GRANTED = 1;         // for the tally: an acceptance
-constexpr uint32_t REFUSED = 0x100;     // and a refusal, with the bit of PKIFailureInfo
+constexpr uint32_t REFUSED = 0x100;     // for the tally: with the bit of PKIFailureInfo
 
 pkgsign::Certificate Decode(const forge::Bytes &der)
 {
@@ -116,7 +115,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (answer.isGranted) {
         CheckToken(response.get(), request);
     }
-    FuzzTally(answer.isGranted ? GRANTED : CheckRefusal(response.get()));
+    FuzzTally(answer.isGranted ? FUZZ_TALLY_AUTHENTIC : CheckRefusal(response.get()));
     if (ERR_peek_error() != 0) {
         FuzzFail("an error is left behind in libcrypto");
     }
