@@ -8,7 +8,7 @@ packages_for() {
     build) echo g++ cmake make pkg-config libcli11-dev libcurl4-openssl-dev libmicrohttpd-dev libssl-dev \
                 nlohmann-json3-dev openssl ;;
     test) echo libgtest-dev libgmock-dev ca-certificates binutils doxygen faketime file libengine-pkcs11-openssl \
-               mandoc opensc python3 softhsm2 ;;
+               mandoc opensc python3 softhsm2 systemd ;;
     fuzz) echo clang libclang-rt-dev llvm python3 ;;
     coverage) echo gcovr ;;
     lint) echo clang-format clang-tidy reuse shellcheck ;;
