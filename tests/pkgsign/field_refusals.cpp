@@ -124,7 +124,8 @@ forge::Bytes ContentOf(const forge::Bytes &element)
     return forge::Bytes(element.begin() + static_cast<ptrdiff_t>(header), element.end());
 }
 
-// ContentInfo, [0] and SignedData with indefinite lengths, as a tool writes a message whose length it does not know yet.
+// ContentInfo, [0] and SignedData with indefinite lengths, as a tool writes a message whose length it does not know
+// yet.
 forge::Status EncodeAsStream(const FieldWorkshop & /*workshop*/, FieldPackage *package)
 {
     const forge::Bytes identifier = der::Oid("1.2.840.113549.1.7.2"); // id-signedData: RFC 5652, 5.1

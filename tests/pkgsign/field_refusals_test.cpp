@@ -1,5 +1,5 @@
-// The packages that field refusals are explained by: the tool itself refuses each, with the status that is expected, and
-// takes the good one that they are made from.
+// The packages that field refusals are explained by: the tool itself refuses each, with the status that is expected,
+// and takes the good one that they are made from.
 #include <gtest/gtest.h>
 
 #include "tests/pkgsign/field_refusals.h"
