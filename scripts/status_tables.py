@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Writes the tables of status codes in docs/troubleshooting.md and those of the manual page sigkit_status(7) from
-sigkit/core/status_list.def.
+sigkit/core/status_list.def and pkgsign/explain/cause_list.def.
 
 Usage: status_tables.py [--write]. Without --write it exits with 1 when one of them is not what the list gives.
 """
@@ -11,11 +11,13 @@ import textwrap
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 LIST = ROOT / "sigkit/core/status_list.def"
+CAUSES = ROOT / "pkgsign/explain/cause_list.def"
 DOCUMENT = ROOT / "docs/troubleshooting.md"
 PAGE = ROOT / "docs/man/sigkit_status.7"
 
 LITERALS = r'((?:\s*"(?:[^"\\]|\\.)*")+)'
 ROW = re.compile(rf"^SIGKIT_STATUS\((\w+),\s*0x([0-9A-F]{{8}}),\s*(\w+),{LITERALS},{LITERALS}\)$", re.M)
+CAUSE = re.compile(rf"^PKGSIGN_CAUSE\((\w+),\s*(\w+),{LITERALS},{LITERALS},{LITERALS},{LITERALS}\)$", re.M)
 MARKS = {"PACKAGE": "", "COMPARISON": "*Comparison.* ", "HOST": "*Host.* ", "LOG": "*Log only.* ", "GUARD": "*Guard.* "}
 CLASSES = ("8820", "8810", "8800", "8830")  # what a package can be blamed for comes first
 NOT_OF_A_CLASS = {"SIGKIT_OK", "SIGKIT_ERR_UNKNOWN"}  # 0 and 255, which mean more than a code
@@ -35,13 +37,36 @@ def rows() -> list[tuple[str, str, str, str, str]]:
     return found
 
 
+def causes() -> dict[str, list[tuple[str, str, str]]]:
+    """The clue, the cause and the remedy of each row, by the status."""
+    source = CAUSES.read_text()
+    found = CAUSE.findall(source)
+    if len(found) < 50 or len(found) != len(re.findall(r"^PKGSIGN_CAUSE", source, re.M)):
+        sys.exit(f"{CAUSES}: a row is not name, where and four literals")
+    by_status: dict[str, list[tuple[str, str, str]]] = {}
+    for name, where, *literals in found:
+        function, line, cause, remedy = map(text, literals)
+        clue = " ".join(f"`{part}`" for part in (function, line) if part)
+        cause = cause.replace("{whose}", "the")
+        row = (f"{clue}{' first' if where == 'FIRST' else ''}: " if clue else "", cause[0].upper() + cause[1:], remedy)
+        by_status.setdefault(name, []).append(row)
+    return by_status
+
+
+def advice(remedy: str, rows_of_code: list[tuple[str, str, str]]) -> str:
+    """What is behind a code and what to do, a line each."""
+    lines = [f"{clue}{cause} {own or remedy}" for clue, cause, own in rows_of_code]
+    return "<br>".join(lines if any(not own for _, _, own in rows_of_code) else [remedy, *lines])
+
+
 def sentence(meaning: str) -> str:
     return meaning[0].upper() + meaning[1:] + "."
 
 
 def status_table() -> str:
-    lines = ["| code | meaning | what to do |", "|---|---|---|"]
-    lines += [f"| {code} `{name}` | {MARKS[met]}{sentence(meaning)} | {remedy} |"
+    by_status = causes()
+    lines = ["| code | meaning | what is behind it, and what to do |", "|---|---|---|"]
+    lines += [f"| {code} `{name}` | {MARKS[met]}{sentence(meaning)} | {advice(remedy, by_status.get(name, []))} |"
               for name, code, met, meaning, remedy in rows()]
     return "\n".join(lines)
 
@@ -76,9 +101,13 @@ def manual_exit_table() -> str:
 
 
 def manual_status_table() -> str:
-    return ".Bl -tag -width Ds\n" + "".join(
-        f".It {code} Dv {name}\n{manual_text(MARKS[met].replace('*', '') + sentence(meaning))}\n"
-        f"{manual_text(remedy)}\n" for name, code, met, meaning, remedy in rows()) + ".El"
+    by_status = causes()
+    items = []
+    for name, code, met, meaning, remedy in rows():
+        paragraphs = advice(remedy, by_status.get(name, [])).split("<br>")
+        paragraphs.insert(0, MARKS[met].replace("*", "") + sentence(meaning))
+        items.append(f".It {code} Dv {name}\n" + "\n.Pp\n".join(map(manual_text, paragraphs)) + "\n")
+    return ".Bl -tag -width Ds\n" + "".join(items) + ".El"
 
 
 def replaced(path: pathlib.Path, marks: tuple[str, str], tables: dict[str, str]) -> str:
@@ -109,7 +138,8 @@ def main() -> int:
             path.write_text(text)
         return 0
     for path in old:
-        print(f"{path.relative_to(ROOT)} is not what {LIST.relative_to(ROOT)} gives: run scripts/docs.sh")
+        names = [name.relative_to(ROOT) for name in (path, LIST, CAUSES)]
+        print("{} is not what {} and {} give: run scripts/docs.sh".format(*names))
     return 1 if old else 0
 
 

@@ -63,6 +63,7 @@ Command ChecksumsCommand();
 Command SignCommand();
 Command TimestampCommand();
 Command ServeCommand();
+Command ExplainCommand();
 
 std::vector<Command> AllCommands();
 

@@ -1,0 +1,34 @@
+// What explains a status, an exit status or a log, for people: at most 100 columns wide.
+#ifndef PKGSIGN_EXPLAIN_CAUSE_TEXT_H
+#define PKGSIGN_EXPLAIN_CAUSE_TEXT_H
+
+#include <string>
+
+#include "pkgsign/explain/cause.h"
+#include "pkgsign/explain/log_trail.h"
+
+namespace pkgsign
+{
+
+inline constexpr size_t TEXT_COLUMNS = 100;
+
+// "88200012"
+std::string StatusDigits(uint32_t status);
+
+// "88200012 SIGKIT_ERR_NO_CRL", or without a name for what is no status code.
+std::string StatusTitle(uint32_t status);
+
+// What is to be known of any status, exit status and run.
+std::string ExplainStatus(const StatusEntry &status);
+std::string ExplainExit(int exitStatus);
+std::string ExplainRun(const LogFindings &findings, const Trail &trail);
+
+// One line for each status.
+std::string ListStatuses();
+
+// The command that helps next, empty where none does: with the names of the run's files.
+std::string NextCommand(const LogRun &run, const Trail &trail);
+
+} // namespace pkgsign
+
+#endif
