@@ -1,4 +1,5 @@
-// The workstation's log service: syslog(3), or where the environment variable QZLOG says.
+// The workstation's log service: syslog(3), or where the environment variable QZLOG says. Where no syslog takes the
+// lines, as in a container, they go to standard error as well: a program that is mute explains nothing.
 //
 // A line reads "LEVEL MODULE FILE(LINE) FUNCTION: MESSAGE". Messages carry octets of the data being judged (names of
 // certificates, paths), so that none of them can forge a line or steer a terminal: carriage returns and line feeds at
@@ -6,7 +7,9 @@
 // keeps UTF-8 readable. A message longer than 4095 octets is cut.
 #include "qzlog.h"
 
+#include <errno.h>
 #include <fcntl.h>
+#include <paths.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -82,28 +85,58 @@ void WriteLine(int descriptor, const char *line, size_t length)
 // Where lines go instead of a descriptor, and the state before the first line.
 constexpr int TO_SYSLOG = -1;
 constexpr int NOT_OPENED = -2;
+constexpr int TO_SYSLOG_AND_STDERR = -3;
 
 // Opened with the first line and kept: a hostile file can cause tens of thousands of lines.
 std::atomic<int> g_descriptor{NOT_OPENED};
 
-// A file that cannot be opened falls back to syslog: better there than nowhere.
-int OpenTarget()
+// By the path alone: the device's programs open no socket of their own, so none is tried.
+int Syslog()
 {
-    const char *const target = secure_getenv("QZLOG"); // a program with raised rights takes no path from its caller
-    if (target == nullptr || target[0] == '\0') {
-        return TO_SYSLOG;
-    }
-    if (strcmp(target, "stderr") == 0) {
-        return STDERR_FILENO;
-    }
-    int descriptor = open(target, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    return access(_PATH_LOG, W_OK) == 0 ? TO_SYSLOG : TO_SYSLOG_AND_STDERR;
+}
+
+// Opens the file for appending. Returns its descriptor, or -1.
+int OpenFile(const char *path)
+{
+    int descriptor = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
     // Where a standard stream was closed, what is printed to it must not get into the log.
     if (descriptor >= 0 && descriptor <= STDERR_FILENO) {
         const int above = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
         (void)close(descriptor);
         descriptor = above;
     }
-    return descriptor < 0 ? TO_SYSLOG : descriptor;
+    return descriptor;
+}
+
+// To standard error, where whoever has set QZLOG looks. A longer path is cut.
+void SayThatFileCannotBeOpened(const char *path, int error)
+{
+    char raw[RAW_SIZE];
+    char line[LINE_SIZE];
+    (void)snprintf(raw, sizeof(raw), "qzlog: cannot open '%.*s' of QZLOG: %s; the log goes to syslog",
+                   static_cast<int>(MESSAGE_SIZE), path, strerror(error));
+    size_t length = Escape(raw, line);
+    line[length++] = '\n';
+    WriteLine(STDERR_FILENO, line, length);
+}
+
+// A file that cannot be opened falls back to syslog: better there than nowhere.
+int OpenTarget()
+{
+    const char *const target = secure_getenv("QZLOG"); // a program with raised rights takes no path from its caller
+    if (target == nullptr || target[0] == '\0') {
+        return Syslog();
+    }
+    if (strcmp(target, "stderr") == 0) {
+        return STDERR_FILENO;
+    }
+    const int descriptor = OpenFile(target);
+    if (descriptor >= 0) {
+        return descriptor;
+    }
+    SayThatFileCannotBeOpened(target, errno);
+    return Syslog();
 }
 
 int Descriptor()
@@ -126,11 +159,14 @@ int Descriptor()
 void Emit(int priority, const char *line, size_t length)
 {
     const int descriptor = Descriptor();
-    if (descriptor == TO_SYSLOG) {
-        syslog(LOG_USER | priority, "%.*s", static_cast<int>(length - 1), line);
+    if (descriptor >= 0) {
+        WriteLine(descriptor, line, length);
         return;
     }
-    WriteLine(descriptor, line, length);
+    syslog(LOG_USER | priority, "%.*s", static_cast<int>(length - 1), line);
+    if (descriptor == TO_SYSLOG_AND_STDERR) {
+        WriteLine(STDERR_FILENO, line, length);
+    }
 }
 
 } // namespace

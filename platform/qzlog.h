@@ -21,9 +21,10 @@ enum { QZLOG_ERROR = 3, QZLOG_WARNING = 4, QZLOG_INFO = 5, QZLOG_DEBUG = 7 };
 //   reserved  in, 0.
 //   format    in, printf-style, with its arguments. All texts are borrowed for the call only.
 //
-// The workstation implementation writes to syslog(3); the environment variable QZLOG set to "stderr" or to a path
-// sends the lines to standard error or appends them to that file instead. It never writes to standard output, which
-// belongs to the library's own lines.
+// The workstation implementation writes to syslog(3), and to standard error as well where /dev/log is not there for it;
+// the environment variable QZLOG set to "stderr" or to a path sends the lines to standard error or appends them to that
+// file instead. A file that cannot be opened is named on standard error, and syslog takes its place. It never writes to
+// standard output, which belongs to the library's own lines.
 __attribute__((format(printf, 7, 8))) void qzlog(uint32_t moduleId, int level, const char *file, int line,
                                                  const char *function, int reserved, const char *format, ...);
 

@@ -38,14 +38,36 @@ std::string WithPriorities(const std::string &log)
 const Words MISSING_FILES = {"-f", "CHECK_PKG_INTEGRITY", "-h", "/nonexistent/m",
                              "-e", "/nonexistent/e",      "-c", "/nonexistent/c"};
 
+// A run on files that are not there, and what syslog(3) got of it.
+struct Recorded {
+    ProcessResult result;
+    std::string log;
+    bool isSyslogThere;
+};
+
+// syslog: "there", or "gone" for a machine on which no socket takes its lines.
+Recorded RunRecorded(const std::string &target, const std::string &syslog)
+{
+    const TemporaryDirectory directory;
+    const std::string record = directory.File("record");
+    const ProcessResult result =
+        RunTool(MISSING_FILES, {target, "LD_PRELOAD=" SYSLOG_RECORDER, "SYSLOG_RECORD=" + record,
+                                "SYSLOG_SOCKET=" + syslog, "ASAN_OPTIONS=verify_asan_link_order=0"});
+    forge::Bytes log;
+    EXPECT_TRUE(forge::ReadFile(record, &log).ok);
+    return {result, std::string(log.begin(), log.end()), syslog == "there"};
+}
+
 } // namespace
 
-TEST(Tool, WithoutArgumentsFails)
+TEST(Tool, WithoutArgumentsFailsAndSaysHowItIsUsed)
 {
     const ProcessResult result = RunTool({});
     EXPECT_EQ(255, result.exitStatus);
     EXPECT_EQ("", result.output) << "standard output belongs to the library";
-    EXPECT_EQ("ERROR 1014 verify_frame_main(111) UPGRADE_CmdExe: VERIFY_TOOL: Cannot find opcode().\n"
+    EXPECT_EQ("usage: verify_tool -f CHECK_PKG_INTEGRITY -h SIGNATURE -e CHECKSUMS -c CRLS\n"
+              "Only exit status 0 means that CHECKSUMS is authentic.\n"
+              "ERROR 1014 verify_frame_main(111) UPGRADE_CmdExe: VERIFY_TOOL: Cannot find opcode().\n"
               "ERROR 1014 verify_frame_main(130) UPGRADE_MainExe: Verify VKB Command exec fail!\n",
               result.errors);
 }
@@ -79,22 +101,40 @@ TEST(Tool, LogsToTheFileThatTheEnvironmentNames)
     EXPECT_TRUE(Contains(std::string(log.begin(), log.end()), "InternalReadFile"));
 }
 
-TEST(Tool, LogsToTheSystemWhereNothingElseIsNamedOrCanBeOpened)
+TEST(Tool, LogsToTheSystemWhereNothingElseIsNamed)
 {
-    const std::string lines = WithPriorities(RunTool(MISSING_FILES).errors);
-    for (const char *const target : {"QZLOG=", "QZLOG=/nonexistent/log"}) {
-        const TemporaryDirectory directory;
-        const std::string record = directory.File("record");
-        const ProcessResult result =
-            RunTool(MISSING_FILES, {target, "LD_PRELOAD=" SYSLOG_RECORDER, "SYSLOG_RECORD=" + record,
-                                    "ASAN_OPTIONS=verify_asan_link_order=0"});
-        EXPECT_EQ(0x01, result.exitStatus);
-        EXPECT_EQ("", result.errors);
-        EXPECT_FALSE(Contains(result.output, "VERIFY_TOOL")) << "never to standard output";
-        forge::Bytes log;
-        ASSERT_TRUE(forge::ReadFile(record, &log).ok);
-        EXPECT_EQ(lines, std::string(log.begin(), log.end()));
+    const Recorded run = RunRecorded("QZLOG=", "there");
+    EXPECT_EQ(0x01, run.result.exitStatus);
+    EXPECT_EQ("", run.result.errors);
+    EXPECT_FALSE(Contains(run.result.output, "VERIFY_TOOL")) << "never to standard output";
+    EXPECT_EQ(WithPriorities(RunTool(MISSING_FILES).errors), run.log);
+}
+
+// Else a tool in a container would be mute.
+TEST(Tool, LogsToStandardErrorTooWhereNoSyslogTakesTheLines)
+{
+    const std::string lines = RunTool(MISSING_FILES).errors;
+    const Recorded run = RunRecorded("QZLOG=", "gone");
+    EXPECT_EQ(0x01, run.result.exitStatus);
+    EXPECT_EQ(lines, run.result.errors);
+    EXPECT_FALSE(Contains(run.result.output, "VERIFY_TOOL")) << "never to standard output";
+    EXPECT_EQ(WithPriorities(lines), run.log);
+}
+
+TEST(Tool, SaysOnceThatTheFileForItsLogCannotBeOpenedAndLogsToTheSystem)
+{
+    const std::string lines = RunTool(MISSING_FILES).errors;
+    const std::string complaint =
+        "qzlog: cannot open '/nonexistent/\\x1blog' of QZLOG: No such file or directory; the log goes to syslog\n";
+    for (const char *const syslog : {"there", "gone"}) {
+        const Recorded run = RunRecorded("QZLOG=/nonexistent/\x1blog", syslog);
+        EXPECT_EQ(0x01, run.result.exitStatus);
+        EXPECT_EQ(complaint + (run.isSyslogThere ? "" : lines), run.result.errors);
+        EXPECT_EQ(WithPriorities(lines), run.log);
     }
+    const ProcessResult longest = RunTool(MISSING_FILES, {"QZLOG=/" + std::string(100000, 'x')});
+    EXPECT_EQ(0x01, longest.exitStatus);
+    EXPECT_TRUE(Contains(longest.errors, "; the log goes to syslog\n")) << longest.errors;
 }
 
 TEST(Tool, EscapesControlOctetsInThePlatformsLogAndPrintsThemAsTheyAre)

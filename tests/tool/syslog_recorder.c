@@ -1,7 +1,10 @@
 /* Stands before the system's log: its lines go to the file that the environment names, and nowhere else. */
+#include <errno.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
 
 /* syslog(3), and what it becomes with _FORTIFY_SOURCE. */
 void syslog(int priority, const char *format, ...) __attribute__((format(printf, 2, 3)));
@@ -35,4 +38,17 @@ void __syslog_chk(int priority, int flag, const char *format, ...)
     va_start(arguments, format);
     Record(priority, format, arguments);
     va_end(arguments);
+}
+
+/* Whether there is a socket for the log's lines is as the environment says and not as the machine is: the tool asks for
+ * no other file in this way. */
+int access(const char *path, int mode)
+{
+    const char *const state = getenv("SYSLOG_SOCKET");
+    (void)mode;
+    if (state != NULL && strcmp(state, "there") == 0 && strcmp(path, "/dev/log") == 0) {
+        return 0;
+    }
+    errno = ENOENT;
+    return -1;
 }
