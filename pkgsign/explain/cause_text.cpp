@@ -154,6 +154,33 @@ std::string OutcomeText(const Trail &trail)
     return status == SIGKIT_ERR_UNKNOWN ? title : title + Fold("", Sentence(SigkitStatusText(status)));
 }
 
+// What was behind the answer, and what to do.
+std::string AdviceText(const Trail &trail)
+{
+    if (trail.causes.size() == 1) {
+        return "\n" + Fold("Cause:      ", CauseText(*trail.causes[0], trail.whose)) +
+               Fold("What to do: ", trail.causes[0]->remedy);
+    }
+    if (!trail.causes.empty()) {
+        return "\nCause: one of these, the likeliest first; the log says no more.\n" +
+               CauseList(trail.causes, trail.whose, false);
+    }
+    if (!trail.status) {
+        return "";
+    }
+    const StatusEntry *const entry = FindStatus(*trail.status);
+    return "\n" + Fold("What to do: ", entry != nullptr ? entry->remedy
+                                                        : "Report it: it is no status code, but the error number of a "
+                                                          "function.");
+}
+
+// Whether the run had no file for one of its options.
+bool IsIncomplete(const LogRun &run)
+{
+    const bool isKnown = !run.signature.empty() || !run.checksums.empty() || !run.crls.empty();
+    return isKnown && (run.signature.empty() || run.checksums.empty() || run.crls.empty());
+}
+
 // A file's name as an argument, or its stand-in where the log has none that a shell would take as it is.
 std::string Argument(const std::string &path, const char *standIn)
 {
@@ -238,17 +265,8 @@ std::string ExplainRun(const LogFindings &findings, const Trail &trail)
     if (!trail.steps.empty()) {
         text += "\nWhat happened, in order:\n" + TrailText(trail);
     }
-    if (trail.causes.size() == 1) {
-        text += "\n" + Fold("Cause:      ", CauseText(*trail.causes[0], trail.whose));
-        text += Fold("What to do: ", trail.causes[0]->remedy);
-    } else if (!trail.causes.empty()) {
-        text += "\nCause: one of these, the likeliest first; the log says no more.\n";
-        text += CauseList(trail.causes, trail.whose, false);
-    } else if (trail.status) {
-        text +=
-            "\n" + Fold("What to do: ", SigkitStatusName(*trail.status)[0] != '\0'
-                                            ? FindStatus(*trail.status)->remedy
-                                            : "Report it: it is no status code, but an error number of a function.");
+    if (trail.status != SIGKIT_OK) {
+        text += AdviceText(trail);
     }
     const std::string next = NextCommand(findings.last, trail);
     return next.empty() ? text : text + "\nNext: " + next + "\n";
@@ -270,7 +288,7 @@ std::string NextCommand(const LogRun &run, const Trail &trail)
 {
     const std::string signature = Argument(run.signature, "SIGNATURE");
     const uint32_t status = trail.status.value_or(SIGKIT_OK);
-    if (!IsOfFiles(status) || (status == SIGKIT_ERR_UNKNOWN && !IsMismatch(trail))) {
+    if (!IsOfFiles(status) || IsIncomplete(run) || (status == SIGKIT_ERR_UNKNOWN && !IsMismatch(trail))) {
         return "";
     }
     if (status == SIGKIT_ERR_CRL_LOAD) {

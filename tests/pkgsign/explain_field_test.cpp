@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "pkgsign/explain/cause_text.h"
 #include "tests/pkgsign/field_refusals.h"
 #include "tests/pkgsign/support.h"
 
@@ -150,6 +151,9 @@ TEST(ExplainOfTheField, LeadsToCauseAndRemedyOnOneScreen)
         ExpectDone(outcome);
         ExpectOneScreen(outcome.out);
         EXPECT_TRUE(Contains(outcome.out, "exit status " + std::to_string(FIELD_REFUSALS[i].exitStatus) + ".\n"));
+        const Outcome exit = Pkgsign({"explain", std::to_string(FIELD_REFUSALS[i].exitStatus)});
+        EXPECT_TRUE(Contains(exit.out, pkgsign::StatusDigits(FIELD_REFUSALS[i].status)))
+            << "the tool's own exit status";
         const size_t cause = std::min(outcome.out.find("\nCause:"), outcome.out.size() - 1);
         EXPECT_EQ(EXPECTED[i].cause, outcome.out.substr(cause + 1)) << EXPECTED[i].refusal;
     }

@@ -273,7 +273,7 @@ TEST_F(Explain, OfSeveralRunsTellsAboutTheLastAndHowManyThereAre)
     EXPECT_TRUE(Contains(Log(std::string(OLD_CRLS) + OLD_CRLS).out, "the last of 2 runs in the log"));
     const Outcome accepted = Log(std::string(OLD_CRLS) + ACCEPTED);
     ExpectDone(accepted);
-    EXPECT_EQ(0u, accepted.out.find("Accepted: the package is authentic.\nThe last of 2 runs in the log.\n"));
+    EXPECT_EQ("Accepted: the package is authentic.\nThe last of 2 runs in the log.\n", accepted.out);
     json = LogJson(std::string(REVOKED_ON_THE_CONSOLE) + REVOKED_ON_THE_CONSOLE);
     EXPECT_EQ(2, json["runs"]);
     EXPECT_EQ(5u, json["trail"].size());
@@ -340,6 +340,13 @@ TEST_F(Explain, OfTheToolsOwnRefusalsSaysWhatWasWrongWithTheCommandLine)
     EXPECT_EQ("ffffffff", json["status"]);
     EXPECT_TRUE(Contains(json["causes"][0]["cause"], "`-f` is missing"));
     EXPECT_EQ(nullptr, json["next"]);
+    const std::string whole = OLD_CRLS;
+    const std::string file =
+        whole.substr(0, whole.find("ERROR")) +
+        "ERROR 1014 upgrade_sigkit_sdk_callback(283) SigkitLogPrint: sigkit_log.log(11):"
+        "(InternalReadFile):Empty file path.\n"
+        "INFO 1014 verify_frame_main(107) UPGRADE_CmdExe: VERIFY_TOOL: Execute ret(-2012217343).\n";
+    EXPECT_TRUE(Contains(Log(file).out, "Cause:      An option of verify_tool is missing.\n"));
 }
 
 TEST_F(Explain, OfRubbishIsBoundedAndSafeToShow)
