@@ -11,8 +11,9 @@ namespace pkgsign
 namespace
 {
 
-constexpr size_t STEPS_SHOWN = 9; // of a trail; a screen has room for no more
-constexpr size_t STEPS_FIRST = 2; // of them from its beginning
+constexpr size_t STEPS_SHOWN = 9;   // of a trail; a screen has room for no more
+constexpr size_t STEPS_BESIDES = 6; // of one that leads to several causes
+constexpr size_t STEPS_FIRST = 2;   // of them from its beginning
 constexpr size_t FUNCTION_COLUMNS = 33;
 
 // Words in lines of at most TEXT_COLUMNS, the first behind `head`, the others behind as many blanks. Marks of code are
@@ -104,7 +105,8 @@ std::string StepText(const TrailStep &step)
 std::string TrailText(const Trail &trail)
 {
     const size_t count = trail.steps.size();
-    const size_t skipped = count > STEPS_SHOWN ? count - STEPS_SHOWN + 1 : 0;
+    const size_t shown = trail.causes.size() > 1 ? STEPS_BESIDES : STEPS_SHOWN;
+    const size_t skipped = count > shown ? count - shown + 1 : 0;
     std::string text;
     for (size_t i = 0; i < count; ++i) {
         if (skipped != 0 && i == STEPS_FIRST) {
@@ -149,7 +151,7 @@ std::string OutcomeText(const Trail &trail)
     }
     const std::string refused = trail.isAnswered ? "Refused: " : "The log ends before the answer; its lines lead to ";
     const std::string title =
-        refused + StatusTitle(status) + ", exit status " + std::to_string(ExitStatusOf(status)) + ".\n";
+        Fold("", refused + StatusTitle(status) + ", exit status " + std::to_string(ExitStatusOf(status)) + ".");
     // -1 has no meaning of its own: what the tool could not do stands in its lines.
     return status == SIGKIT_ERR_UNKNOWN ? title : title + Fold("", Sentence(SigkitStatusText(status)));
 }
@@ -172,6 +174,16 @@ std::string AdviceText(const Trail &trail)
     return "\n" + Fold("What to do: ", entry != nullptr ? entry->remedy
                                                         : "Report it: it is no status code, but the error number of a "
                                                           "function.");
+}
+
+// A command that is too wide for the screen goes on in a second line, as a shell reads it.
+std::string InTwoLines(std::string command)
+{
+    const size_t option = command.rfind(" --");
+    if (command.size() > TEXT_COLUMNS && option != std::string::npos) {
+        command.insert(option, " \\\n     ");
+    }
+    return command;
 }
 
 // Whether the run had no file for one of its options.
@@ -269,7 +281,7 @@ std::string ExplainRun(const LogFindings &findings, const Trail &trail)
         text += AdviceText(trail);
     }
     const std::string next = NextCommand(findings.last, trail);
-    return next.empty() ? text : text + "\nNext: " + next + "\n";
+    return next.empty() ? text : text + "\n" + InTwoLines("Next: " + next) + "\n";
 }
 
 std::string ListStatuses()
