@@ -31,12 +31,7 @@ std::string LogOf(const FieldPackage &package)
 
 Outcome ExplainRefusal(const FieldRefusal &refusal)
 {
-    static const FieldWorkshop workshop = [] {
-        FieldWorkshop opened;
-        const forge::Status status = OpenFieldWorkshop(PKGSIGN_PROGRAM, DEVELOPMENT_PKI, &opened);
-        EXPECT_TRUE(status.ok) << status.reason;
-        return opened;
-    }();
+    const FieldWorkshop &workshop = SharedFieldWorkshop(PKGSIGN_PROGRAM, DEVELOPMENT_PKI);
     FieldPackage package;
     forge::Status status = MakeFieldRefusal(workshop, refusal, &package);
     EXPECT_TRUE(status.ok) << status.reason;

@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <memory>
 
+#include <gtest/gtest.h>
+
 #include "sigkit/sigkit.h"
 #include "tests/support/der_writer.h"
 
@@ -324,6 +326,17 @@ forge::Status OpenFieldWorkshop(const std::string &pkgsign, const std::string &p
         *workshopOut = workshop;
     }
     return status;
+}
+
+const FieldWorkshop &SharedFieldWorkshop(const std::string &pkgsign, const std::string &pkiFolder)
+{
+    static const FieldWorkshop workshop = [&] {
+        FieldWorkshop opened;
+        const forge::Status status = OpenFieldWorkshop(pkgsign, pkiFolder, &opened);
+        EXPECT_TRUE(status.ok) << status.reason;
+        return opened;
+    }();
+    return workshop;
 }
 
 forge::Status MakeFieldRefusal(const FieldWorkshop &workshop, const FieldRefusal &refusal, FieldPackage *packageOut)

@@ -41,6 +41,10 @@ extern const std::vector<FieldRefusal> FIELD_REFUSALS;
 //   pkiFolder  in, the folder of the root that is built into the tool under test, with keys that are not encrypted.
 forge::Status OpenFieldWorkshop(const std::string &pkgsign, const std::string &pkiFolder, FieldWorkshop *workshopOut);
 
+// The same, opened once in a process: keys and signatures take a while. Where it cannot be, the test that asks first
+// fails.
+const FieldWorkshop &SharedFieldWorkshop(const std::string &pkgsign, const std::string &pkiFolder);
+
 forge::Status MakeFieldRefusal(const FieldWorkshop &workshop, const FieldRefusal &refusal, FieldPackage *packageOut);
 
 // Writes "root.der", "crls.der", "checksums" and "checksums.cms".

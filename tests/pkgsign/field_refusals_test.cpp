@@ -9,13 +9,7 @@ namespace
 
 const FieldWorkshop &Workshop()
 {
-    static const FieldWorkshop workshop = [] {
-        FieldWorkshop opened;
-        const forge::Status status = OpenFieldWorkshop(PKGSIGN_PROGRAM, DEVELOPMENT_PKI, &opened);
-        EXPECT_TRUE(status.ok) << status.reason;
-        return opened;
-    }();
-    return workshop;
+    return SharedFieldWorkshop(PKGSIGN_PROGRAM, DEVELOPMENT_PKI);
 }
 
 ProcessResult Verify(const FieldPackage &package)
