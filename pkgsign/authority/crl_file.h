@@ -5,10 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "pkgsign/authority/crls.h"
+#include "pkgsign/authority/crl_sources.h"
 #include "pkgsign/authority/device.h"
-#include "pkgsign/authority/issue.h"
-#include "pkgsign/files/objects.h"
 
 namespace pkgsign
 {
@@ -29,21 +27,6 @@ struct CrlFile {
     std::vector<std::string> warnings;
 };
 
-// A CA as it would be: its entry, and a certificate with a throwaway signature.
-struct NewCa {
-    Entry entry;
-    Certificate certificate;
-};
-
-struct CrlFileOrder {
-    std::vector<std::string> added;  // files with CRLs and certificates of other machines
-    std::string replaced;            // path of the file that it will replace; empty or missing: none
-    bool isPart = false;             // only the CRLs of this folder's keys, to be joined with others elsewhere
-    int64_t nextUpdate = 0;          // 0: by the folder's cadence
-    std::vector<Revocation> further; // revocations to try, beside those that are remembered
-    const NewCa *newCa = nullptr;    // a CA to try, beside those of the folder or in the place of one of them
-};
-
 // Puts a CRL file together: a new CRL of each CA whose key is here and that is not revoked outright; of the others the
 // last that the added files, the replaced one and the folder have. Refuses what devices would not take: limits, CRLs
 // that they do not trust, a file that is not newer than the replaced one. Refuses as well when a file shows revocations
@@ -56,10 +39,6 @@ Status SignCrlFile(const Workplace &place, const CrlFileOrder &order, CrlFile *f
 
 // What is to be signed: each new CRL as text with its digest.
 std::string DescribeNewCrls(const CrlFile &file);
-
-// The answers of all packages in a directory ("X.cms" with "X" beside it), for those that `after` answers differently
-// than `before`: one line each. An empty `before` lists those that `after` refuses.
-Status TryPackages(const std::string &directory, const Setting *before, const Setting &after, std::string *reportOut);
 
 } // namespace pkgsign
 

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "pkgsign/authority/crl_file.h"
+#include "pkgsign/authority/trial.h"
 #include "pkgsign/commands/command.h"
 #include "pkgsign/files/files.h"
 

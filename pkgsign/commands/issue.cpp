@@ -4,6 +4,7 @@
 #include "pkgsign/authority/crl_file.h"
 #include "pkgsign/authority/rehearsal.h"
 #include "pkgsign/authority/requests.h"
+#include "pkgsign/authority/trial.h"
 #include "pkgsign/commands/command.h"
 #include "pkgsign/commands/shared.h"
 #include "pkgsign/files/files.h"

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "pkgsign/authority/crl_file.h"
+#include "pkgsign/authority/trial.h"
 #include "pkgsign/commands/command.h"
 #include "pkgsign/commands/shared.h"
 #include "pkgsign/files/files.h"

@@ -5,6 +5,7 @@
 
 #include "pkgsign/authority/crl_file.h"
 #include "pkgsign/files/files.h"
+#include "pkgsign/files/objects.h"
 #include "tests/pkgsign/support.h"
 
 namespace
