@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <map>
-#include <memory>
 
 #include "pkgsign/commands/command.h"
 #include "pkgsign/crypto/types.h"
@@ -211,17 +210,16 @@ Status Checksums(const Options &options, Session *session)
 
 Command ChecksumsCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "checksums";
-    command.summary = "Make or check the checksum file of a package";
-    command.example = "pkgsign checksums package --package-version 12 --out package/checksums";
+    Command command = MakeCommand<Options>(
+        "checksums", "Make or check the checksum file of a package",
+        "pkgsign checksums package --package-version 12 --out package/checksums", Checksums,
+        [](Options *options) -> std::vector<Option> {
+            return {{"DIR", "DIR", "the files of the package", &options->directory, true},
+                    {"-o,--out", "FILE", "the checksum file to make", &options->out},
+                    {"--package-version", "N", "the version of the package: its first line", &options->version},
+                    {"--check", "FILE", "check the files against this checksum file", &options->check}};
+        });
     command.hasFolder = false;
-    command.options = {{"DIR", "DIR", "the files of the package", &options->directory, true},
-                       {"-o,--out", "FILE", "the checksum file to make", &options->out},
-                       {"--package-version", "N", "the version of the package: its first line", &options->version},
-                       {"--check", "FILE", "check the files against this checksum file", &options->check}};
-    command.run = [options](Session *session) { return Checksums(*options, session); };
     return command;
 }
 

@@ -3,6 +3,7 @@
 #define PKGSIGN_COMMANDS_COMMAND_H
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <variant>
 #include <vector>
@@ -50,6 +51,22 @@ struct Command {
     bool isWriting = true; // takes --dry-run
     std::function<Status(Session *)> run;
 };
+
+// A command whose options `describe` binds to a record, which `run` is given.
+template <typename Options>
+Command MakeCommand(const char *name, const char *summary, const char *example,
+                    Status (*run)(const Options &options, Session *session),
+                    std::vector<Option> (*describe)(Options *options))
+{
+    const auto options = std::make_shared<Options>();
+    Command command;
+    command.name = name;
+    command.summary = summary;
+    command.example = example;
+    command.options = describe(options.get());
+    command.run = [options, run](Session *session) { return run(*options, session); };
+    return command;
+}
 
 Command InitCommand();
 Command RequestCommand();

@@ -1,7 +1,5 @@
 #include <unistd.h>
 
-#include <memory>
-
 #include "pkgsign/authority/crl_file.h"
 #include "pkgsign/authority/trial.h"
 #include "pkgsign/commands/command.h"
@@ -87,20 +85,20 @@ Status MakeCrlFile(const Options &options, Session *session)
 
 Command CrlCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "crl";
-    command.summary = "Sign the CRLs and make the CRL file of devices";
-    command.example = "pkgsign crl --add root-crl.der --out crls.der";
-    command.options = {
-        {"-o,--out", "FILE", "the CRL file; the one that is there is replaced when devices take the new one as newer",
-         &options->out, true},
-        {"--add", "FILE", "CRLs and CA certificates made elsewhere", &options->added},
-        {"--part", "", "only the CRLs of the keys that are here, to be joined elsewhere with --add", &options->isPart},
-        {"--next-update", "TIME", "when the next CRLs are due; by the folder's cadence", &options->nextUpdate},
-        {"--try", "DIR", "sign nothing, list the packages in DIR whose answer would change", &options->tryDirectory}};
-    command.run = [options](Session *session) { return MakeCrlFile(*options, session); };
-    return command;
+    return MakeCommand<Options>(
+        "crl", "Sign the CRLs and make the CRL file of devices", "pkgsign crl --add root-crl.der --out crls.der",
+        MakeCrlFile, [](Options *options) -> std::vector<Option> {
+            return {
+                {"-o,--out", "FILE",
+                 "the CRL file; the one that is there is replaced when devices take the new one as newer",
+                 &options->out, true},
+                {"--add", "FILE", "CRLs and CA certificates made elsewhere", &options->added},
+                {"--part", "", "only the CRLs of the keys that are here, to be joined elsewhere with --add",
+                 &options->isPart},
+                {"--next-update", "TIME", "when the next CRLs are due; by the folder's cadence", &options->nextUpdate},
+                {"--try", "DIR", "sign nothing, list the packages in DIR whose answer would change",
+                 &options->tryDirectory}};
+        });
 }
 
 } // namespace pkgsign

@@ -1,7 +1,5 @@
 #include "pkgsign/authority/import.h"
 
-#include <memory>
-
 #include "pkgsign/commands/command.h"
 #include "pkgsign/commands/shared.h"
 #include "pkgsign/files/files.h"
@@ -64,17 +62,14 @@ Status Import(const Options &options, Session *session)
 
 Command ImportCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "import";
-    command.summary = "Take certificates and published CRLs into memory";
-    command.example = "pkgsign import signer.pem crls.der";
-    command.options = {{"FILE", "FILE", "certificates and CRLs, PEM or DER", &options->files, true},
-                       {"--new", "",
-                        "make the folder, in the place of one that is lost; among the files is the root's certificate",
-                        &options->isNew}};
-    command.run = [options](Session *session) { return Import(*options, session); };
-    return command;
+    return MakeCommand<Options>(
+        "import", "Take certificates and published CRLs into memory", "pkgsign import signer.pem crls.der", Import,
+        [](Options *options) -> std::vector<Option> {
+            return {{"FILE", "FILE", "certificates and CRLs, PEM or DER", &options->files, true},
+                    {"--new", "",
+                     "make the folder, in the place of one that is lost; among the files is the root's certificate",
+                     &options->isNew}};
+        });
 }
 
 } // namespace pkgsign

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <memory>
 
 #include "pkgsign/authority/import.h"
 #include "pkgsign/authority/requests.h"
@@ -252,30 +251,27 @@ Status Init(const Options &given, Session *session)
 
 Command InitCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "init";
-    command.summary = "Make a PKI folder: a whole PKI, or the part of one machine";
-    command.example = "pkgsign init pki --passphrase-file secret";
-    command.options = {
-        {"DIR", "DIR", "the folder to make", &options->folder, true},
-        {"--only", "ROLE", "make only this: root, or the key and request of an issuing-ca, signer or timestamp",
-         &options->only},
-        {"--root", "FILE", "the root certificate made elsewhere, for --only", &options->rootFile},
-        {"--country", "CC", "country of all names, two letters; DE", &options->country},
-        {"--organization", "TEXT", "organization of all names; Sigkit", &options->organization},
-        {"--root-name", "TEXT", "common name of the root, with the organization 11 to 20 octets; Root CA",
-         &options->rootName},
-        {"--key", "URI", "the key of --only: a path, file: or pkcs11:; else one is made", &options->key.uri},
-        {"--key-bits", "N", "length of new keys but the root's, which has 4096; 3072", &options->key.bits},
-        {"--not-before", "TIME", "beginning of all but the root; now", &options->notBefore},
-        {"--not-after", "TIME", "end of all but the root; by lifetime", &options->notAfter},
-        {"--lifetime", "ROLE=SPAN", "default lifetime of issuing-ca, signer, timestamp or crl: signer=1y",
-         &options->lifetimes},
-        {"--no-encryption", "", "keys in files are not encrypted", &options->key.noEncryption},
-        {"--confirm", "NAME", "set the PKI that is there aside; NAME is that of its root", &options->confirm}};
-    command.run = [options](Session *session) { return Init(*options, session); };
-    return command;
+    return MakeCommand<Options>(
+        "init", "Make a PKI folder: a whole PKI, or the part of one machine",
+        "pkgsign init pki --passphrase-file secret", Init, [](Options *options) -> std::vector<Option> {
+            return {
+                {"DIR", "DIR", "the folder to make", &options->folder, true},
+                {"--only", "ROLE", "make only this: root, or the key and request of an issuing-ca, signer or timestamp",
+                 &options->only},
+                {"--root", "FILE", "the root certificate made elsewhere, for --only", &options->rootFile},
+                {"--country", "CC", "country of all names, two letters; DE", &options->country},
+                {"--organization", "TEXT", "organization of all names; Sigkit", &options->organization},
+                {"--root-name", "TEXT", "common name of the root, with the organization 11 to 20 octets; Root CA",
+                 &options->rootName},
+                {"--key", "URI", "the key of --only: a path, file: or pkcs11:; else one is made", &options->key.uri},
+                {"--key-bits", "N", "length of new keys but the root's, which has 4096; 3072", &options->key.bits},
+                {"--not-before", "TIME", "beginning of all but the root; now", &options->notBefore},
+                {"--not-after", "TIME", "end of all but the root; by lifetime", &options->notAfter},
+                {"--lifetime", "ROLE=SPAN", "default lifetime of issuing-ca, signer, timestamp or crl: signer=1y",
+                 &options->lifetimes},
+                {"--no-encryption", "", "keys in files are not encrypted", &options->key.noEncryption},
+                {"--confirm", "NAME", "set the PKI that is there aside; NAME is that of its root", &options->confirm}};
+        });
 }
 
 } // namespace pkgsign

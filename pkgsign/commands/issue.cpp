@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <memory>
 
 #include "pkgsign/authority/crl_file.h"
 #include "pkgsign/authority/rehearsal.h"
@@ -265,31 +264,31 @@ Status Issue(const Options &options, Session *session)
 
 Command IssueCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "issue";
-    command.summary = "Issue a certificate, from a request, for a key, or in the place of one";
-    command.example = "pkgsign issue --as signer --request signer.csr --out signer.pem";
-    command.options = {
-        {"--as", "ROLE", "issuing-ca, signer or timestamp", &options->role},
-        {"--renew", "CERT", "a certificate to be followed by a new one: name in the folder, or file", &options->renew},
-        {"--request", "FILE", "a request (PKCS #10)", &options->request},
-        {"--key", "URI", "a path, file: or pkcs11:; without it and --request a key is made", &options->key.uri},
-        {"--key-bits", "N", "length of a new key; 3072", &options->key.bits},
-        {"--no-encryption", "", "a new key is not encrypted", &options->key.noEncryption},
-        {"--same-key", "", "--renew keeps the key; a CA keeps its name and its beginning as well", &options->sameKey},
-        {"--name", "NAME", "name in the folder; that of the role", &options->name},
-        {"--common-name", "TEXT", "common name of the certificate", &options->commonName},
-        {"--issuer", "NAME", "the issuing CA, by its name in the folder", &options->issuer},
-        {"--not-before", "TIME", "beginning; now", &options->notBefore},
-        {"--not-after", "TIME", "end; by the lifetime of the role", &options->notAfter},
-        {"--try", "DIR", "issue nothing, list the packages in DIR whose answer a new CA would change",
-         &options->tryDirectory},
-        {"--crl-file", "FILE", "for --try: the CRL file that devices have", &options->crlFile},
-        {"--add", "FILE", "for --try: CRLs made elsewhere", &options->added},
-        {"-o,--out", "FILE", "the certificate (PEM), beside that in the folder", &options->out}};
-    command.run = [options](Session *session) { return Issue(*options, session); };
-    return command;
+    return MakeCommand<Options>(
+        "issue", "Issue a certificate, from a request, for a key, or in the place of one",
+        "pkgsign issue --as signer --request signer.csr --out signer.pem", Issue,
+        [](Options *options) -> std::vector<Option> {
+            return {
+                {"--as", "ROLE", "issuing-ca, signer or timestamp", &options->role},
+                {"--renew", "CERT", "a certificate to be followed by a new one: name in the folder, or file",
+                 &options->renew},
+                {"--request", "FILE", "a request (PKCS #10)", &options->request},
+                {"--key", "URI", "a path, file: or pkcs11:; without it and --request a key is made", &options->key.uri},
+                {"--key-bits", "N", "length of a new key; 3072", &options->key.bits},
+                {"--no-encryption", "", "a new key is not encrypted", &options->key.noEncryption},
+                {"--same-key", "", "--renew keeps the key; a CA keeps its name and its beginning as well",
+                 &options->sameKey},
+                {"--name", "NAME", "name in the folder; that of the role", &options->name},
+                {"--common-name", "TEXT", "common name of the certificate", &options->commonName},
+                {"--issuer", "NAME", "the issuing CA, by its name in the folder", &options->issuer},
+                {"--not-before", "TIME", "beginning; now", &options->notBefore},
+                {"--not-after", "TIME", "end; by the lifetime of the role", &options->notAfter},
+                {"--try", "DIR", "issue nothing, list the packages in DIR whose answer a new CA would change",
+                 &options->tryDirectory},
+                {"--crl-file", "FILE", "for --try: the CRL file that devices have", &options->crlFile},
+                {"--add", "FILE", "for --try: CRLs made elsewhere", &options->added},
+                {"-o,--out", "FILE", "the certificate (PEM), beside that in the folder", &options->out}};
+        });
 }
 
 } // namespace pkgsign

@@ -1,5 +1,3 @@
-#include <memory>
-
 #include "pkgsign/commands/command.h"
 #include "pkgsign/commands/shared.h"
 #include "pkgsign/files/files.h"
@@ -77,16 +75,14 @@ Status SetKey(const Options &options, Session *session)
 
 Command KeyCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "key";
-    command.summary = "Remember where the key of a certificate is, or that it is lost";
-    command.example = "pkgsign key signer --uri 'pkcs11:token=hsm;object=release'";
-    command.options = {{"CERT", "CERT", "the certificate: name in the folder, or file", &options->certificate, true},
-                       {"--uri", "URI", "where its key is: a path, file: or pkcs11:", &options->uri},
-                       {"--lost", "", "the key is gone; the last CRL of a CA stays in the CRL file", &options->isLost}};
-    command.run = [options](Session *session) { return SetKey(*options, session); };
-    return command;
+    return MakeCommand<Options>(
+        "key", "Remember where the key of a certificate is, or that it is lost",
+        "pkgsign key signer --uri 'pkcs11:token=hsm;object=release'", SetKey,
+        [](Options *options) -> std::vector<Option> {
+            return {{"CERT", "CERT", "the certificate: name in the folder, or file", &options->certificate, true},
+                    {"--uri", "URI", "where its key is: a path, file: or pkcs11:", &options->uri},
+                    {"--lost", "", "the key is gone; the last CRL of a CA stays in the CRL file", &options->isLost}};
+        });
 }
 
 } // namespace pkgsign

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <memory>
 
 #include <nlohmann/json.hpp>
 
@@ -220,16 +219,14 @@ Status List(const Options &options, Session *session)
 
 Command ListCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "list";
-    command.summary = "Show certificates, CRLs and revocations";
-    command.example = "pkgsign list --horizon 30";
+    Command command = MakeCommand<Options>(
+        "list", "Show certificates, CRLs and revocations", "pkgsign list --horizon 30", List,
+        [](Options *options) -> std::vector<Option> {
+            return {{"--json", "", "one JSON document", &options->json},
+                    {"--horizon", "DAYS", "exit status 3 when something that a package needs ends within",
+                     &options->horizon}};
+        });
     command.isWriting = false;
-    command.options = {
-        {"--json", "", "one JSON document", &options->json},
-        {"--horizon", "DAYS", "exit status 3 when something that a package needs ends within", &options->horizon}};
-    command.run = [options](Session *session) { return List(*options, session); };
     return command;
 }
 

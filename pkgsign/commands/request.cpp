@@ -1,5 +1,3 @@
-#include <memory>
-
 #include "pkgsign/authority/requests.h"
 #include "pkgsign/commands/command.h"
 #include "pkgsign/commands/shared.h"
@@ -61,20 +59,18 @@ Status Request(const Options &options, Session *session)
 
 Command RequestCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "request";
-    command.summary = "Make a certificate request for a key of this machine";
-    command.example = "pkgsign request --as signer --key 'pkcs11:object=release' --out signer.csr";
-    command.options = {{"--as", "ROLE", "issuing-ca, signer or timestamp", &options->role, true},
-                       {"--name", "NAME", "name in the folder; that of the role", &options->name},
-                       {"--common-name", "TEXT", "common name of the certificate", &options->commonName},
-                       {"--key", "URI", "a path, file: or pkcs11:; else a key is made", &options->key.uri},
-                       {"--key-bits", "N", "length of a new key; 3072", &options->key.bits},
-                       {"--no-encryption", "", "a new key is not encrypted", &options->key.noEncryption},
-                       {"-o,--out", "FILE", "the request; standard output", &options->out}};
-    command.run = [options](Session *session) { return Request(*options, session); };
-    return command;
+    return MakeCommand<Options>(
+        "request", "Make a certificate request for a key of this machine",
+        "pkgsign request --as signer --key 'pkcs11:object=release' --out signer.csr", Request,
+        [](Options *options) -> std::vector<Option> {
+            return {{"--as", "ROLE", "issuing-ca, signer or timestamp", &options->role, true},
+                    {"--name", "NAME", "name in the folder; that of the role", &options->name},
+                    {"--common-name", "TEXT", "common name of the certificate", &options->commonName},
+                    {"--key", "URI", "a path, file: or pkcs11:; else a key is made", &options->key.uri},
+                    {"--key-bits", "N", "length of a new key; 3072", &options->key.bits},
+                    {"--no-encryption", "", "a new key is not encrypted", &options->key.noEncryption},
+                    {"-o,--out", "FILE", "the request; standard output", &options->out}};
+        });
 }
 
 } // namespace pkgsign

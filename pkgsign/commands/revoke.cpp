@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <memory>
 
 #include "pkgsign/authority/crl_file.h"
 #include "pkgsign/authority/trial.h"
@@ -180,23 +179,22 @@ Status Revoke(const Options &options, Session *session)
 
 Command RevokeCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "revoke";
-    command.summary = "Remember, for good, that a certificate is revoked";
-    command.example = "pkgsign revoke pki/certificates/signer.pem --reason keyCompromise --try released";
-    command.options = {
-        {"CERT", "CERT", "the certificate: name in the folder, or file", &options->certificate},
-        {"--serial", "HEX", "its serial number, in the place of CERT", &options->serial},
-        {"--issuer", "NAME", "the CA of --serial; the issuing CA", &options->issuer},
-        {"--reason", "REASON", "as RFC 5280, 5.3.1 names it, for instance keyCompromise or superseded",
-         &options->reason},
-        {"--date", "TIME", "from when it counts; now, and for a signer's keyCompromise its beginning", &options->date},
-        {"--try", "DIR", "change nothing, list the packages in DIR whose answer would change", &options->tryDirectory},
-        {"--crl-file", "FILE", "for --try: the CRL file that devices have", &options->crlFile},
-        {"--add", "FILE", "for --try: CRLs made elsewhere", &options->added}};
-    command.run = [options](Session *session) { return Revoke(*options, session); };
-    return command;
+    return MakeCommand<Options>(
+        "revoke", "Remember, for good, that a certificate is revoked",
+        "pkgsign revoke pki/certificates/signer.pem --reason keyCompromise --try released", Revoke,
+        [](Options *options) -> std::vector<Option> {
+            return {{"CERT", "CERT", "the certificate: name in the folder, or file", &options->certificate},
+                    {"--serial", "HEX", "its serial number, in the place of CERT", &options->serial},
+                    {"--issuer", "NAME", "the CA of --serial; the issuing CA", &options->issuer},
+                    {"--reason", "REASON", "as RFC 5280, 5.3.1 names it, for instance keyCompromise or superseded",
+                     &options->reason},
+                    {"--date", "TIME", "from when it counts; now, and for a signer's keyCompromise its beginning",
+                     &options->date},
+                    {"--try", "DIR", "change nothing, list the packages in DIR whose answer would change",
+                     &options->tryDirectory},
+                    {"--crl-file", "FILE", "for --try: the CRL file that devices have", &options->crlFile},
+                    {"--add", "FILE", "for --try: CRLs made elsewhere", &options->added}};
+        });
 }
 
 } // namespace pkgsign

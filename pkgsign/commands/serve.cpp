@@ -2,7 +2,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
-#include <memory>
 #include <thread>
 
 #include "pkgsign/authority/rehearsal.h"
@@ -240,12 +239,12 @@ Status RunAuthority(const Options &options, const Workplace &place, const Stampe
     return served.ok ? status : served;
 }
 
-Status Serve(const Options &options, const Session &session)
+Status Serve(const Options &options, Session *session)
 {
     ServerOrder order;
     Stamper stamper;
     Numbers numbers;
-    if (std::abs(session.place.now - static_cast<int64_t>(std::time(nullptr))) > 1) {
+    if (std::abs(session->place.now - static_cast<int64_t>(std::time(nullptr))) > 1) {
         return Fail("serve gives out the time of this machine; --now is for the rehearsals of other commands");
     }
     Status status = ParseListen(options.listen, &order);
@@ -253,8 +252,8 @@ Status Serve(const Options &options, const Session &session)
         status = ParseNumbers(options, &numbers);
     }
     if (status.ok) {
-        status = options.key.empty() ? FromFolder(options, session.place, &stamper)
-                                     : FromFiles(options, session.place, &stamper);
+        status = options.key.empty() ? FromFolder(options, session->place, &stamper)
+                                     : FromFiles(options, session->place, &stamper);
     }
     if (!status.ok) {
         return status;
@@ -264,37 +263,36 @@ Status Serve(const Options &options, const Session &session)
     order.policy = options.policy;
     order.connectionsMax = static_cast<size_t>(numbers.connections);
     order.clientSeconds = numbers.timeout;
-    return RunAuthority(options, session.place, stamper, numbers, &order);
+    return RunAuthority(options, session->place, stamper, numbers, &order);
 }
 
 } // namespace
 
 Command ServeCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "serve";
-    command.summary = "Give out timestamps over HTTP (RFC 3161) until SIGTERM";
-    command.example = "pkgsign serve --pki pki --listen 127.0.0.1:3161";
+    Command command = MakeCommand<Options>(
+        "serve", "Give out timestamps over HTTP (RFC 3161) until SIGTERM",
+        "pkgsign serve --pki pki --listen 127.0.0.1:3161", Serve, [](Options *options) -> std::vector<Option> {
+            return {
+                {"--listen", "HOST:PORT", "where to listen; port 0 takes a free one; 127.0.0.1:3161", &options->listen},
+                {"--timestamp", "NAME", "the timestamp authority, by its name in the folder; the one that ends last",
+                 &options->timestamp},
+                {"--key", "URI", "the authority's key, a path, file: or pkcs11:, in the place of the folder's",
+                 &options->key},
+                {"--certificates", "FILE", "for --key: the authority's certificate, its CA's and the root's",
+                 &options->certificates},
+                {"--policy", "OID", "the policy of all tokens", &options->policy},
+                {"--state", "FILE", "the clock's file, one for each server; NAME.clock in the folder", &options->state},
+                {"--max-clock-error", "S",
+                 "give no time when the kernel's clock may be wrong by more than so many seconds", &options->errorMax},
+                {"--workers", "N", "threads that sign, or processes for a key in a token; one per processor",
+                 &options->workers},
+                {"--connections", "N", "connections at a time; of more, the one that idles longest makes room; 1024",
+                 &options->connections},
+                {"--timeout", "S", "seconds that a client may take for its request, its answer and between two; 30",
+                 &options->timeout}};
+        });
     command.isWriting = false;
-    command.options = {
-        {"--listen", "HOST:PORT", "where to listen; port 0 takes a free one; 127.0.0.1:3161", &options->listen},
-        {"--timestamp", "NAME", "the timestamp authority, by its name in the folder; the one that ends last",
-         &options->timestamp},
-        {"--key", "URI", "the authority's key, a path, file: or pkcs11:, in the place of the folder's", &options->key},
-        {"--certificates", "FILE", "for --key: the authority's certificate, its CA's and the root's",
-         &options->certificates},
-        {"--policy", "OID", "the policy of all tokens", &options->policy},
-        {"--state", "FILE", "the clock's file, one for each server; NAME.clock in the folder", &options->state},
-        {"--max-clock-error", "S", "give no time when the kernel's clock may be wrong by more than so many seconds",
-         &options->errorMax},
-        {"--workers", "N", "threads that sign, or processes for a key in a token; one per processor",
-         &options->workers},
-        {"--connections", "N", "connections at a time; of more, the one that idles longest makes room; 1024",
-         &options->connections},
-        {"--timeout", "S", "seconds that a client may take for its request, its answer and between two; 30",
-         &options->timeout}};
-    command.run = [options](Session *session) { return Serve(*options, *session); };
     return command;
 }
 

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 
 #include "pkgsign/authority/packages.h"
 #include "pkgsign/commands/authorities.h"
@@ -326,40 +325,40 @@ Status Sign(const Options &options, Session *session)
 
 Command SignCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "sign";
-    command.summary = "Sign a file: a detached CMS message with a timestamp token";
-    command.example = "pkgsign sign checksums --pki pki --out checksums.cms";
-    command.options = {
-        {"FILE", "FILE", "the content, of any size; - for standard input", &options->content, true},
-        {"-o,--out", "FILE", "the message", &options->out},
-        {"--signer", "NAME", "the signer, by its name in the folder; the one that ends last", &options->signer},
-        {"--certificate", "FILE", "the signer's certificate, in the place of the folder's",
-         &options->files.certificate},
-        {"--key", "URI", "its key: a path, file: or pkcs11:", &options->files.key},
-        {"--root", "FILE", "the root that devices have built in, for --certificate", &options->files.root},
-        {"--chain", "FILE", "CA certificates between both; else the CRL file has them", &options->files.chain},
-        {"--sign-command", "CMD", "a program that signs: raw digest on its standard input, raw signature on its output",
-         &options->program},
-        {"--sign-timeout", "SPAN", "how long it may take; 60s", &options->programTime},
-        {"--request", "FILE", "write what is to be signed elsewhere; with --attach, what was written",
-         &options->request},
-        {"--attach", "RAW", "the raw RSA signature (PKCS #1 v1.5) over it: finish the message", &options->attach},
-        {"--timestamp", "NAME", "the timestamp authority, by its name in the folder; the one that ends last",
-         &options->timestamp},
-        {"--token", "FILE", "a token made elsewhere over the signature, or a timestamp response that holds it",
-         &options->token},
-        {"--no-timestamp", "", "leave the token to pkgsign timestamp; devices refuse the package until then",
-         &options->noTimestamp},
-        {"--crl", "FILE", "the CRL file that devices have: the package is judged with it", &options->crlFile},
-        {"--gen-time", "TIME", "time of the signature and of a local token; now", &options->genTime},
-        {"--digest", "NAME", "sha256, sha384 or sha512", &options->digest},
-        {"--armour", "", "PEM, as devices take it, in the place of DER", &options->armour}};
-    const std::vector<Option> online = OptionsForAuthorities(&options->authorities);
-    command.options.insert(command.options.end(), online.begin(), online.end());
-    command.run = [options](Session *session) { return Sign(*options, session); };
-    return command;
+    return MakeCommand<Options>(
+        "sign", "Sign a file: a detached CMS message with a timestamp token",
+        "pkgsign sign checksums --pki pki --out checksums.cms", Sign, [](Options *options) -> std::vector<Option> {
+            std::vector<Option> list = {
+                {"FILE", "FILE", "the content, of any size; - for standard input", &options->content, true},
+                {"-o,--out", "FILE", "the message", &options->out},
+                {"--signer", "NAME", "the signer, by its name in the folder; the one that ends last", &options->signer},
+                {"--certificate", "FILE", "the signer's certificate, in the place of the folder's",
+                 &options->files.certificate},
+                {"--key", "URI", "its key: a path, file: or pkcs11:", &options->files.key},
+                {"--root", "FILE", "the root that devices have built in, for --certificate", &options->files.root},
+                {"--chain", "FILE", "CA certificates between both; else the CRL file has them", &options->files.chain},
+                {"--sign-command", "CMD",
+                 "a program that signs: raw digest on its standard input, raw signature on its output",
+                 &options->program},
+                {"--sign-timeout", "SPAN", "how long it may take; 60s", &options->programTime},
+                {"--request", "FILE", "write what is to be signed elsewhere; with --attach, what was written",
+                 &options->request},
+                {"--attach", "RAW", "the raw RSA signature (PKCS #1 v1.5) over it: finish the message",
+                 &options->attach},
+                {"--timestamp", "NAME", "the timestamp authority, by its name in the folder; the one that ends last",
+                 &options->timestamp},
+                {"--token", "FILE", "a token made elsewhere over the signature, or a timestamp response that holds it",
+                 &options->token},
+                {"--no-timestamp", "", "leave the token to pkgsign timestamp; devices refuse the package until then",
+                 &options->noTimestamp},
+                {"--crl", "FILE", "the CRL file that devices have: the package is judged with it", &options->crlFile},
+                {"--gen-time", "TIME", "time of the signature and of a local token; now", &options->genTime},
+                {"--digest", "NAME", "sha256, sha384 or sha512", &options->digest},
+                {"--armour", "", "PEM, as devices take it, in the place of DER", &options->armour}};
+            const std::vector<Option> online = OptionsForAuthorities(&options->authorities);
+            list.insert(list.end(), online.begin(), online.end());
+            return list;
+        });
 }
 
 } // namespace pkgsign

@@ -1,5 +1,3 @@
-#include <memory>
-
 #include "pkgsign/authority/packages.h"
 #include "pkgsign/commands/authorities.h"
 #include "pkgsign/commands/command.h"
@@ -250,28 +248,27 @@ Status Timestamp(const Options &options, Session *session)
 
 Command TimestampCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "timestamp";
-    command.summary = "Put a timestamp token into a message, in the place of one that is there";
-    command.example = "pkgsign timestamp checksums.cms --out checksums.cms";
-    command.options = {
-        {"MESSAGE", "FILE", "the message; - for standard input", &options->message, true},
-        {"-o,--out", "FILE", "the message with its token", &options->out},
-        {"--if-missing", "", "leave a message alone that has a token with which devices take it", &options->ifMissing},
-        {"--timestamp", "NAME", "the timestamp authority, by its name in the folder; the one that ends last",
-         &options->timestamp},
-        {"--request", "FILE", "write a timestamp request and stop; with --token: the request that was written",
-         &options->request},
-        {"--token,--response", "FILE", "a timestamp response, or a token alone", &options->token},
-        {"--crl", "FILE", "the CRL file that devices have: the package is judged with it", &options->crlFile},
-        {"--gen-time", "TIME", "time of a local token; now", &options->genTime},
-        {"--digest", "NAME", "sha256, sha384 or sha512", &options->digest},
-        {"--format", "FORMAT", "der or pem", &options->format}};
-    const std::vector<Option> online = OptionsForAuthorities(&options->authorities);
-    command.options.insert(command.options.end(), online.begin(), online.end());
-    command.run = [options](Session *session) { return Timestamp(*options, session); };
-    return command;
+    return MakeCommand<Options>(
+        "timestamp", "Put a timestamp token into a message, in the place of one that is there",
+        "pkgsign timestamp checksums.cms --out checksums.cms", Timestamp, [](Options *options) -> std::vector<Option> {
+            std::vector<Option> list = {
+                {"MESSAGE", "FILE", "the message; - for standard input", &options->message, true},
+                {"-o,--out", "FILE", "the message with its token", &options->out},
+                {"--if-missing", "", "leave a message alone that has a token with which devices take it",
+                 &options->ifMissing},
+                {"--timestamp", "NAME", "the timestamp authority, by its name in the folder; the one that ends last",
+                 &options->timestamp},
+                {"--request", "FILE", "write a timestamp request and stop; with --token: the request that was written",
+                 &options->request},
+                {"--token,--response", "FILE", "a timestamp response, or a token alone", &options->token},
+                {"--crl", "FILE", "the CRL file that devices have: the package is judged with it", &options->crlFile},
+                {"--gen-time", "TIME", "time of a local token; now", &options->genTime},
+                {"--digest", "NAME", "sha256, sha384 or sha512", &options->digest},
+                {"--format", "FORMAT", "der or pem", &options->format}};
+            const std::vector<Option> online = OptionsForAuthorities(&options->authorities);
+            list.insert(list.end(), online.begin(), online.end());
+            return list;
+        });
 }
 
 } // namespace pkgsign

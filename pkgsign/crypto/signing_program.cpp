@@ -13,6 +13,7 @@
 
 #include "pkgsign/crypto/digest.h"
 #include "pkgsign/crypto/keys.h"
+#include "pkgsign/crypto/pointers.h"
 #include "pkgsign/files/files.h"
 #include "pkgsign/files/time.h"
 
@@ -47,16 +48,6 @@ struct Pipe {
         }
     }
 };
-
-std::vector<char *> Pointers(std::vector<std::string> *texts)
-{
-    std::vector<char *> pointers;
-    for (std::string &text : *texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
 
 // This process's environment, with the digest's name in it.
 std::vector<std::string> EnvironmentFor(const EVP_MD *digest)

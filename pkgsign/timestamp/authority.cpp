@@ -22,18 +22,6 @@ constexpr uint8_t REQUEST_VERSION = 1; // RFC 3161, 2.4.1
 constexpr uint8_t GRANTED = 0;         // PKIStatus of RFC 3161, 2.4.2
 constexpr uint8_t REJECTION = 2;
 
-struct FailureText {
-    Failure failure;
-    const char *name;
-};
-constexpr FailureText FAILURES[] = {{Failure::BadAlg, "badAlg"},
-                                    {Failure::BadRequest, "badRequest"},
-                                    {Failure::BadDataFormat, "badDataFormat"},
-                                    {Failure::TimeNotAvailable, "timeNotAvailable"},
-                                    {Failure::UnacceptedPolicy, "unacceptedPolicy"},
-                                    {Failure::UnacceptedExtension, "unacceptedExtension"},
-                                    {Failure::SystemFailure, "systemFailure"}};
-
 Bytes Oid(int nid)
 {
     return EncodeDer(i2d_ASN1_OBJECT, OBJ_nid2obj(nid));
@@ -243,14 +231,14 @@ std::string DescribeToken(TS_REQ *request, const Moment &moment)
            OBJ_nid2sn(OBJ_obj2nid(identifier));
 }
 
-} // namespace
-
 const char *FailureName(Failure failure)
 {
     const auto found = std::find_if(std::begin(FAILURES), std::end(FAILURES),
                                     [&](const FailureText &text) { return text.failure == failure; });
     return found == std::end(FAILURES) ? "" : found->name;
 }
+
+} // namespace
 
 Status PrepareAuthority(const Certificate &certificate, const Certificate &ca, const std::string &policy,
                         Authority *authorityOut)

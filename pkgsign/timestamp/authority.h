@@ -9,6 +9,7 @@
 #include <string>
 
 #include "pkgsign/crypto/types.h"
+#include "pkgsign/timestamp/failure.h"
 
 namespace pkgsign
 {
@@ -18,23 +19,9 @@ inline constexpr int TIMESTAMP_NONCE_SIZE_MAX = 32;        // octets: the longes
 inline constexpr size_t TOKEN_SERIAL_SIZE = 16;            // octets, all of them random
 inline constexpr char TIMESTAMP_POLICY[] = "1.3.6.1.4.1.99999.1";
 
-// PKIFailureInfo of RFC 3161, 2.4.2: the number of the bit.
-enum class Failure : uint8_t {
-    BadAlg = 0,
-    BadRequest = 2,
-    BadDataFormat = 5,
-    TimeNotAvailable = 14,
-    UnacceptedPolicy = 15,
-    UnacceptedExtension = 16,
-    SystemFailure = 25,
-};
-
-// "badAlg" and so on, as the RFC writes them.
-const char *FailureName(Failure failure);
-
 // What each token of an authority says alike, encoded once.
 struct Authority {
-    Bytes certificates;       // its own and its CA's: devices have room for two
+    Bytes certificates;       // its own and its CA's: devices take two
     Bytes issuerAndSerial;    // names the signer
     Bytes signingCertificate; // the attribute of RFC 5035 that pins the signer's certificate
     Bytes policy;

@@ -9,6 +9,7 @@
 
 #include "pkgsign/authority/device.h"
 #include "pkgsign/files/files.h"
+#include "pkgsign/timestamp/failure.h"
 #include "pkgsign/timestamp/token.h"
 
 namespace pkgsign
@@ -154,7 +155,7 @@ Status CheckCertificates(const STACK_OF(X509) * carried)
     const int count = sk_X509_num(carried);
     return count <= static_cast<int>(DEVICE_MESSAGE_CERTIFICATES_MAX)
                ? Status()
-               : FailRule("it carries " + std::to_string(count) + " certificates, and devices have room for " +
+               : FailRule("it carries " + std::to_string(count) + " certificates, and devices take " +
                           std::to_string(DEVICE_MESSAGE_CERTIFICATES_MAX));
 }
 
@@ -198,16 +199,6 @@ struct Named {
 constexpr Named STATUSES[] = {
     {2, "rejection"}, {3, "waiting"}, {4, "revocationWarning"}, {5, "revocationNotification"}};
 
-// PKIFailureInfo, RFC 3161, 2.4.2.
-constexpr Named FAILURES[] = {{0, "badAlg: unrecognized or unsupported algorithm"},
-                              {2, "badRequest: transaction not permitted or supported"},
-                              {5, "badDataFormat: the request has the wrong format"},
-                              {14, "timeNotAvailable: the authority's time source is not available"},
-                              {15, "unacceptedPolicy: the requested policy is not supported"},
-                              {16, "unacceptedExtension: a requested extension is not supported"},
-                              {17, "addInfoNotAvailable: additional information is not understood or not available"},
-                              {25, "systemFailure: the authority has a system failure"}};
-
 std::string StatusName(long number)
 {
     for (const Named &named : STATUSES) {
@@ -221,9 +212,9 @@ std::string StatusName(long number)
 std::string FailureNames(const ASN1_BIT_STRING *bits)
 {
     std::string names;
-    for (const Named &named : FAILURES) {
-        if (bits != nullptr && ASN1_BIT_STRING_get_bit(bits, named.number) == 1) {
-            names += std::string(names.empty() ? "" : ", ") + named.text;
+    for (const FailureText &text : FAILURES) {
+        if (bits != nullptr && ASN1_BIT_STRING_get_bit(bits, static_cast<int>(text.failure)) == 1) {
+            names += std::string(names.empty() ? "" : ", ") + text.name + ": " + text.meaning;
         }
     }
     return names;

@@ -399,7 +399,7 @@ TEST_F(AuthorityOverHttp, WithAFractionOfASecondIsRefused)
 
 TEST_F(AuthorityOverHttp, WithAThirdCertificateIsRefused)
 {
-    ExpectNoToken(Url("/three-certificates"), "device rule: it carries 3 certificates, and devices have room for 2");
+    ExpectNoToken(Url("/three-certificates"), "device rule: it carries 3 certificates, and devices take 2");
 }
 
 TEST_F(AuthorityOverHttp, WithSha1IsRefused)

@@ -257,7 +257,7 @@ TEST_F(TokenFile, WithTwoCertificatesIsPutInAndWithThreeNot)
     ExpectDone(PutIn(request));
     std::filesystem::remove(Path("out"));
     request.certificates.push_back(pki.signer.certificate);
-    ExpectNotPutIn(PutIn(request), "device rule: it carries 3 certificates, and devices have room for 2");
+    ExpectNotPutIn(PutIn(request), "device rule: it carries 3 certificates, and devices take 2");
 }
 
 TEST_F(TokenFile, InWholeSecondsIsPutInAndWithAFractionOrAnotherZoneNot)

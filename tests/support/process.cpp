@@ -10,20 +10,12 @@
 #include <fstream>
 #include <sstream>
 
+#include "pkgsign/crypto/pointers.h"
+
 extern char **environ;
 
 namespace
 {
-
-std::vector<char *> Pointers(std::vector<std::string> *texts)
-{
-    std::vector<char *> pointers;
-    for (std::string &text : *texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
 
 std::string ReadText(const std::string &path)
 {
@@ -49,8 +41,8 @@ pid_t StartProcess(const std::vector<std::string> &command, const std::vector<st
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
     pid_t child = -1;
-    const int failure = posix_spawnp(&child, arguments[0].c_str(), &actions, nullptr, Pointers(&arguments).data(),
-                                     Pointers(&settings).data());
+    const int failure = posix_spawnp(&child, arguments[0].c_str(), &actions, nullptr,
+                                     pkgsign::Pointers(&arguments).data(), pkgsign::Pointers(&settings).data());
     posix_spawn_file_actions_destroy(&actions);
     return failure == 0 ? child : -1;
 }
