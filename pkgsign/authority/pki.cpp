@@ -7,7 +7,7 @@ namespace pkgsign
 namespace
 {
 
-constexpr size_t NAME_SIZE_MAX = 100; // leaves a file system room for what is put before and behind
+constexpr size_t NAME_SIZE_MAX = 100; // a file name holds what is put before and behind as well
 constexpr const char *ROLE_NAMES[] = {"root", "issuing-ca", "signer", "timestamp"};
 
 } // namespace

@@ -287,7 +287,7 @@ Command ServeCommand()
                  "give no time when the kernel's clock may be wrong by more than so many seconds", &options->errorMax},
                 {"--workers", "N", "threads that sign, or processes for a key in a token; one per processor",
                  &options->workers},
-                {"--connections", "N", "connections at a time; of more, the one that idles longest makes room; 1024",
+                {"--connections", "N", "connections at a time; of more, the one that idles longest is closed; 1024",
                  &options->connections},
                 {"--timeout", "S", "seconds that a client may take for its request, its answer and between two; 30",
                  &options->timeout}};

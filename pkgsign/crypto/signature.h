@@ -10,7 +10,7 @@
 namespace pkgsign
 {
 
-// Whoever has a key: gives its raw signature over octets. The key may be in this process, in a program or in a room
+// Whoever has a key: gives its raw signature over octets. The key may be in this process, in a program or on a machine
 // without a network.
 using SignOctets = std::function<Status(const Bytes &octets, Bytes *signatureOut)>;
 

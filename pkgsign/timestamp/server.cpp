@@ -28,7 +28,7 @@ namespace
 {
 
 constexpr size_t CONNECTION_MEMORY = 8192;     // octets for headers; no real client sends a tenth of it
-constexpr unsigned CONNECTIONS_BEYOND = 64;    // are let in while others make room
+constexpr unsigned CONNECTIONS_BEYOND = 64;    // are let in while others are closed
 constexpr size_t OTHER_DESCRIPTORS = 64;       // files, workers, events
 constexpr int64_t ENDING_MILLISECONDS = 10000; // for clients that have begun a request when the server ends
 constexpr int64_t SWEEP_MILLISECONDS = 1000;   // between two looks at how long clients take

@@ -20,7 +20,7 @@ struct ServerOrder {
     std::string policy;
     Clock *clock = nullptr;
     std::vector<SignDigest> signers; // a thread for each
-    size_t connectionsMax = 1024;    // of more, the one that has idled longest makes room
+    size_t connectionsMax = 1024;    // of more, the one that has idled longest is closed
     int64_t clientSeconds = 30;      // that a client may take for a request, for its answer, and between two
 };
 
