@@ -144,12 +144,13 @@ Status SignOne(const Workplace &place, const Key &key, FileCrl *crl)
 
 Status ComposeCrlFile(const Workplace &place, const CrlFileOrder &order, CrlFile *fileOut)
 {
-    CrlSources sources = {place, order, {}, {}, {}};
+    CrlSources sources = {place, order, {}, {}, {}, false};
     CrlFile file;
     Status status = ReadCrlSources(&sources);
     if (!status.ok) {
         return status;
     }
+    file.isDatedAhead = sources.isDatedAhead;
     file.setting.root = sources.authorities[0].certificate;
     for (size_t i = 0; status.ok && i < sources.authorities.size(); ++i) {
         status = AddCrl(&sources, &sources.authorities[i], &file);

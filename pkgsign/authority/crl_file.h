@@ -25,6 +25,7 @@ struct CrlFile {
     std::vector<FileCrl> crls; // the root's first
     Setting setting;           // root, octets of the file, stand-ins of those who sign it
     std::vector<std::string> warnings;
+    bool isDatedAhead = false; // the last CRL of some key of this folder
 };
 
 // Puts a CRL file together: a new CRL of each CA whose key is here and that is not revoked outright; of the others the

@@ -9,8 +9,6 @@ namespace pkgsign
 namespace
 {
 
-constexpr int64_t CLOCK_SKEW_MAX = 3600; // by how much the last CRL may be dated later than now
-
 // What the issuer of a CA has said of it: from memory, from revocations to try, or from the issuer's CRL.
 bool FindInIssuer(const CrlSources &sources, const KnownCa &issuer, const std::string &serial, Revocation *out)
 {
@@ -43,6 +41,17 @@ std::string NextNumber(const PublishedCrl *last, int64_t thisUpdate)
     const std::string next = text == nullptr ? byTime : text;
     OPENSSL_free(text);
     return next;
+}
+
+// By the cadence. A CRL that follows one dated ahead counts from today, and is no longer good than it must be: who has no
+// newer file goes by it until then.
+int64_t NextUpdate(const CrlSources &sources, int64_t thisUpdate, bool isCapped)
+{
+    const int64_t cadence = sources.pki.lifetimes.crl;
+    if (sources.order.nextUpdate != 0 && !isCapped) {
+        return sources.order.nextUpdate;
+    }
+    return isCapped ? thisUpdate + cadence : std::max(sources.place.now + cadence, thisUpdate + SECONDS_PER_DAY);
 }
 
 } // namespace
@@ -88,10 +97,7 @@ Status PlanCrl(const CrlSources &sources, const KnownCa &authority, const Revoca
     fields->issuer = authority.certificate;
     fields->entries = EntriesOf(sources.pki, authority.id);
     fields->thisUpdate = isCapped ? latest : std::max(sources.place.now, std::min(last + 1, latest));
-    fields->nextUpdate = fields->thisUpdate + sources.pki.lifetimes.crl;
-    if (sources.order.nextUpdate != 0 && !isCapped) {
-        fields->nextUpdate = sources.order.nextUpdate;
-    }
+    fields->nextUpdate = NextUpdate(sources, fields->thisUpdate, isCapped);
     fields->number = NextNumber(FindCrl(sources.pki, authority.id), fields->thisUpdate);
     *isNewOut =
         !isCapped || last != latest || !AreSameRevocations(CrlEntries(authority.last.get(), ""), fields->entries);
@@ -99,9 +105,12 @@ Status PlanCrl(const CrlSources &sources, const KnownCa &authority, const Revoca
         return Fail("'" + authority.id + "' ends, or is superseded, before its last CRL, which is dated " +
                     FormatTime(last) + "; devices could not trust that CRL any more");
     }
-    if (last > fields->thisUpdate || (!isCapped && fields->thisUpdate > sources.place.now + CLOCK_SKEW_MAX)) {
+    if (!isCapped && sources.order.datedAhead == DatedAhead::Refused && authority.last != nullptr &&
+        IsDatedAhead(authority.last.get(), sources.place.now)) {
         return Fail("the last CRL of '" + authority.id + "' is dated " + FormatTime(last) + ", and it is " +
-                    FormatTime(sources.place.now) + "; is the clock right?");
+                    FormatTime(sources.place.now) +
+                    "; is the clock right? If it was wrong when that CRL was signed, give --dated-ahead, see 'A CRL "
+                    "dated ahead' in the operations guide");
     }
     if (fields->nextUpdate <= fields->thisUpdate) {
         return Fail("nextUpdate (" + FormatTime(fields->nextUpdate) + ") is not after thisUpdate (" +

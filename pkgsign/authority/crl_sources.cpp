@@ -10,6 +10,13 @@ namespace pkgsign
 namespace
 {
 
+constexpr int64_t CLOCK_SKEW_MAX = 3600; // seconds
+
+bool IsSignedHere(const KnownCa &authority)
+{
+    return !authority.id.empty() && !authority.entry->key.empty();
+}
+
 bool HasSigned(const KnownCa &authority, X509_CRL *crl)
 {
     return X509_NAME_cmp(X509_get_subject_name(authority.certificate.get()), X509_CRL_get_issuer(crl)) == 0 &&
@@ -93,7 +100,7 @@ bool IsNewer(const X509_CRL *crl, const X509_CRL *than)
 // Memory cannot go back: what devices may already know must be known here. Yields what is not; empty: nothing.
 std::string FindForgotten(const CrlSources &sources, const KnownCa &authority, X509_CRL *crl)
 {
-    if (authority.id.empty() || authority.entry->key.empty()) {
+    if (!IsSignedHere(authority)) {
         return {};
     }
     std::string forgotten;
@@ -129,6 +136,12 @@ Status TakeCrls(CrlSources *sources, const Objects &objects, const std::string &
         }
         const std::string missing = FindForgotten(*sources, *authority, crl.get());
         forgotten += (forgotten.empty() || missing.empty() ? "" : "; ") + missing;
+        if (IsSignedHere(*authority) && IsDatedAhead(crl.get(), sources->place.now)) {
+            sources->isDatedAhead = true;
+            if (sources->order.datedAhead == DatedAhead::Unreleased) {
+                continue;
+            }
+        }
         if (authority->last == nullptr || IsNewer(crl.get(), authority->last.get())) {
             authority->last = crl;
         }
@@ -150,19 +163,31 @@ Status ReadSource(CrlSources *sources, const std::string &path, bool mustBeKnown
     return TakeCrls(sources, objects, path, mustBeKnown);
 }
 
+// The file that devices have.
+Status ReadReplaced(CrlSources *sources)
+{
+    const std::string &path = sources->order.replaced;
+    if (path.empty() || path == "-" || !Exists(path)) {
+        return {};
+    }
+    const bool wasDatedAhead = sources->isDatedAhead;
+    sources->isDatedAhead = false;
+    Status status = ReadSource(sources, path, false);
+    if (status.ok && sources->isDatedAhead && sources->order.datedAhead == DatedAhead::Unreleased) {
+        status = Fail("'" + Printable(path) +
+                      "' is dated ahead itself; put the file that devices have in its place, or give another --out");
+    }
+    sources->isDatedAhead = sources->isDatedAhead || wasDatedAhead;
+    return status.ok ? ReadWhole(path, &sources->replaced) : status;
+}
+
 Status ReadSources(CrlSources *sources)
 {
     Status status;
     for (const std::string &path : sources->order.added) {
         status = status.ok ? ReadSource(sources, path, true) : status;
     }
-    if (status.ok && !sources->order.replaced.empty() && sources->order.replaced != "-" &&
-        Exists(sources->order.replaced)) {
-        status = ReadSource(sources, sources->order.replaced, false);
-        if (status.ok) {
-            status = ReadWhole(sources->order.replaced, &sources->replaced);
-        }
-    }
+    status = status.ok ? ReadReplaced(sources) : status;
     for (const KnownCa &authority : sources->authorities) {
         const std::string path = CrlPath(sources->place.folder, authority.id);
         status = status.ok && !authority.id.empty() && Exists(path) ? ReadSource(sources, path, true) : status;
@@ -171,6 +196,11 @@ Status ReadSources(CrlSources *sources)
 }
 
 } // namespace
+
+bool IsDatedAhead(const X509_CRL *crl, int64_t now)
+{
+    return TimeSeconds(X509_CRL_get0_lastUpdate(crl)) > now + CLOCK_SKEW_MAX;
+}
 
 Status ReadCrlSources(CrlSources *sources)
 {

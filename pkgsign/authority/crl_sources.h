@@ -17,6 +17,13 @@ struct NewCa {
     Certificate certificate;
 };
 
+// What to do about CRLs of this folder's keys that are dated ahead, because they were signed under a wrong clock.
+enum class DatedAhead {
+    Refused,    // the clock of today may be the wrong one
+    Released,   // devices may have them, and take only what is later: new ones are dated a second after them
+    Unreleased, // no device has them: they count for nothing but their numbers and entries
+};
+
 struct CrlFileOrder {
     std::vector<std::string> added;  // files with CRLs and certificates of other machines
     std::string replaced;            // path of the file that it will replace; empty or missing: none
@@ -24,6 +31,7 @@ struct CrlFileOrder {
     int64_t nextUpdate = 0;          // 0: by the folder's cadence
     std::vector<Revocation> further; // revocations to try, beside those that are remembered
     const NewCa *newCa = nullptr;    // a CA to try, beside those of the folder or in the place of one of them
+    DatedAhead datedAhead = DatedAhead::Refused;
 };
 
 // A CA that the folder knows, or a file that was given.
@@ -40,7 +48,11 @@ struct CrlSources {
     Pki pki;                          // with the revocations to try
     std::vector<KnownCa> authorities; // the root first
     Bytes replaced;
+    bool isDatedAhead = false; // some CRL of this folder's keys
 };
+
+// Whether a CRL is dated later than clocks differ.
+bool IsDatedAhead(const X509_CRL *crl, int64_t now);
 
 // Reads the folder, the added files and the replaced one. Refuses when a file shows revocations or numbers of a CA of
 // this folder that its memory lacks.

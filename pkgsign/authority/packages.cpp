@@ -327,8 +327,13 @@ Status SignPackage(const PackageOrder &order, const Package &package, const Sign
     return status;
 }
 
-std::string DescribePackage(const PackageOrder &order, const Package &package)
+Status DescribePackage(const PackageOrder &order, const Package &package, std::string *textOut)
 {
+    Bytes attributes;
+    const Status status = EncodeRequest(order, package, &attributes);
+    if (!status.ok) {
+        return status;
+    }
     const Entry &timestamp = package.timestamp.entry;
     const std::string stamp =
         order.tokenSource == TokenSource::Folder
@@ -336,8 +341,9 @@ std::string DescribePackage(const PackageOrder &order, const Package &package)
         : order.tokenSource == TokenSource::Elsewhere
             ? "Timestamp: " + order.tokenOrigin
             : "No timestamp: devices refuse this package until it has one (pkgsign timestamp).";
-    return "Signer: '" + Printable(package.signer.entry.name) + "', " + Printable(package.signer.entry.subject) + "\n" +
-           stamp + "\nDigest of the content: " + HexText(package.contentDigest) + "\n" + HorizonText(order, package);
+    *textOut = "Signer: '" + Printable(package.signer.entry.name) + "', " + Printable(package.signer.entry.subject) +
+               "\n" + stamp + "\n" + DescribeAttributes(attributes) + HorizonText(order, package);
+    return {};
 }
 
 Status StampMessage(const Workplace &place, const StampOrder &order, const Bytes &message, Bytes *messageOut,

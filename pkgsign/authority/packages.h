@@ -69,8 +69,8 @@ Status EncodeRequest(const PackageOrder &order, const Package &package, Bytes *a
 // again, with a throwaway token where it has none, before it is handed out.
 Status SignPackage(const PackageOrder &order, const Package &package, const SignOctets &sign, Bytes *messageOut);
 
-// What is signed, by whom, and the horizon.
-std::string DescribePackage(const PackageOrder &order, const Package &package);
+// What is signed, as text with its digest, by whom, and the horizon.
+Status DescribePackage(const PackageOrder &order, const Package &package, std::string *textOut);
 
 // Puts a token into a message that a signer of this PKI has made: a token of the folder's timestamp key, or `given`,
 // one made elsewhere. The local one is tried with a throwaway token first; the real one is judged again.

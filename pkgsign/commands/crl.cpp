@@ -14,6 +14,7 @@ struct Options {
     std::string out;
     std::string nextUpdate;
     std::string tryDirectory;
+    std::string datedAhead;
     std::vector<std::string> added;
     bool isPart = false;
 };
@@ -50,14 +51,34 @@ Status TryFile(const Options &options, const CrlFile &file, std::string *report)
     return TryPackages(options.tryDirectory, hasBefore ? &before : nullptr, file.setting, report);
 }
 
+Status ParseDatedAhead(const std::string &text, DatedAhead *datedAhead)
+{
+    if (!text.empty() && text != "released" && text != "unreleased") {
+        return FailUsage("--dated-ahead is released or unreleased: whether devices may have the CRLs dated ahead");
+    }
+    *datedAhead = text.empty()         ? DatedAhead::Refused
+                  : text == "released" ? DatedAhead::Released
+                                       : DatedAhead::Unreleased;
+    return {};
+}
+
 Status MakeCrlFile(const Options &options, Session *session)
 {
-    CrlFileOrder order = {options.added, options.out, options.isPart, 0, {}};
+    CrlFileOrder order;
+    order.added = options.added;
+    order.replaced = options.out;
+    order.isPart = options.isPart;
     CrlFile file;
     std::string answers;
     Status status = options.nextUpdate.empty() ? Status() : Usage(ParseTime(options.nextUpdate, &order.nextUpdate));
     if (status.ok) {
+        status = ParseDatedAhead(options.datedAhead, &order.datedAhead);
+    }
+    if (status.ok) {
         status = ComposeCrlFile(session->place, order, &file);
+    }
+    if (status.ok && !options.datedAhead.empty() && !file.isDatedAhead) {
+        status = Fail("no CRL of this folder's keys is dated ahead; leave out --dated-ahead");
     }
     if (status.ok) {
         status = TryFile(options, file, &answers);
@@ -96,6 +117,10 @@ Command CrlCommand()
                 {"--part", "", "only the CRLs of the keys that are here, to be joined elsewhere with --add",
                  &options->isPart},
                 {"--next-update", "TIME", "when the next CRLs are due; by the folder's cadence", &options->nextUpdate},
+                {"--dated-ahead", "WHAT",
+                 "go on after CRLs signed under a clock that was ahead: released, devices may have them and the new "
+                 "ones are dated a second later; unreleased, no device has them",
+                 &options->datedAhead},
                 {"--try", "DIR", "sign nothing, list the packages in DIR whose answer would change",
                  &options->tryDirectory}};
         });

@@ -164,6 +164,7 @@ Status TryCa(const Workplace &place, const Options &options, const Certificate &
     CrlFile after;
     files.added = options.added;
     files.replaced = options.crlFile;
+    files.datedAhead = DatedAhead::Released; // a trial signs nothing
     status = ComposeCrlFile(place, files, &before);
     files.newCa = &newCa;
     if (status.ok) {

@@ -61,7 +61,7 @@ Status CheckSubject(const Pki &pki, const Subject &subject)
 {
     const Entry *const issuer = FindAuthority(pki, subject.issuer);
     if (subject.entry != nullptr && subject.entry->role == Role::Root) {
-        return Fail("a root cannot be revoked: devices trust it because it is built in; see 'Root rotation' in the "
+        return Fail("a root cannot be revoked: devices trust it because it is built in; see 'A new root' in the "
                     "operations guide");
     }
     if (subject.entry != nullptr && subject.entry->state == State::Requested) {
@@ -124,6 +124,7 @@ Status TryRevocation(const Session &session, const Options &options, const Revoc
     CrlFile after;
     order.added = options.added;
     order.replaced = options.crlFile;
+    order.datedAhead = DatedAhead::Released; // a trial signs nothing
     Status status = ComposeCrlFile(session.place, order, &before);
     order.further = {revocation};
     if (status.ok) {

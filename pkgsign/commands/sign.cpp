@@ -310,11 +310,13 @@ Status WriteMessage(const Options &options, const Work &work, Session *session)
 Status Sign(const Options &options, Session *session)
 {
     Work work;
-    const Status status = Prepare(options, *session, &work);
+    Status status = Prepare(options, *session, &work);
+    if (status.ok) {
+        status = DescribePackage(work.order, work.package, &session->out);
+    }
     if (!status.ok) {
         return status;
     }
-    session->out = DescribePackage(work.order, work.package);
     if (IsRequestWritten(options)) {
         return WriteRequest(options, work, session);
     }

@@ -5,6 +5,7 @@
 #include <openssl/err.h>
 
 #include "pkgsign/files/files.h"
+#include "pkgsign/files/time.h"
 
 namespace pkgsign
 {
@@ -46,21 +47,53 @@ bool MakeAttributes(const MessageFields &fields, std::vector<AttributePtr> *attr
     return std::find(attributes->begin(), attributes->end(), nullptr) == attributes->end();
 }
 
+// One of a set of encoded attributes; null when it is none.
+AttributePtr AttributeAt(const ASN1_SEQUENCE_ANY *set, int place)
+{
+    const ASN1_TYPE *const item = sk_ASN1_TYPE_value(set, place);
+    if (item->type != V_ASN1_SEQUENCE) {
+        return nullptr;
+    }
+    const unsigned char *next = ASN1_STRING_get0_data(item->value.sequence);
+    return AttributePtr(d2i_X509_ATTRIBUTE(nullptr, &next, ASN1_STRING_length(item->value.sequence)));
+}
+
 // The attribute of a kind in a set of encoded ones; null when it is not there.
 AttributePtr FindAttribute(const ASN1_SEQUENCE_ANY *set, int nid)
 {
     for (int i = 0; i < sk_ASN1_TYPE_num(set); ++i) {
-        const ASN1_TYPE *const item = sk_ASN1_TYPE_value(set, i);
-        if (item->type != V_ASN1_SEQUENCE) {
-            continue;
-        }
-        const unsigned char *next = ASN1_STRING_get0_data(item->value.sequence);
-        AttributePtr attribute(d2i_X509_ATTRIBUTE(nullptr, &next, ASN1_STRING_length(item->value.sequence)));
+        AttributePtr attribute = AttributeAt(set, i);
         if (attribute != nullptr && OBJ_obj2nid(X509_ATTRIBUTE_get0_object(attribute.get())) == nid) {
             return attribute;
         }
     }
     return nullptr;
+}
+
+std::string ObjectText(const ASN1_OBJECT *object)
+{
+    char text[64] = {};
+    (void)OBJ_obj2txt(text, sizeof(text), object, 0);
+    return text;
+}
+
+// The first value of an attribute: those that are signed have no other.
+std::string ValueText(X509_ATTRIBUTE *attribute)
+{
+    const ASN1_TYPE *const value = X509_ATTRIBUTE_get0_type(attribute, 0);
+    switch (value == nullptr ? V_ASN1_UNDEF : value->type) {
+    case V_ASN1_OBJECT:
+        return ObjectText(value->value.object);
+    case V_ASN1_UTCTIME:
+    case V_ASN1_GENERALIZEDTIME:
+        return FormatTime(TimeSeconds(value->value.asn1_string));
+    case V_ASN1_OCTET_STRING: {
+        const uint8_t *const data = ASN1_STRING_get0_data(value->value.octet_string);
+        return HexText(Bytes(data, data + ASN1_STRING_length(value->value.octet_string)));
+    }
+    default:
+        return "?";
+    }
 }
 
 bool RemoveTokens(CMS_SignerInfo *signer)
@@ -124,6 +157,21 @@ Status DecodeAttributes(const Bytes &der, const std::string &source, MessageFiel
     }
     *fields = std::move(read);
     return {};
+}
+
+std::string DescribeAttributes(const Bytes &der)
+{
+    const unsigned char *next = der.data();
+    const SetPtr set(d2i_ASN1_SET_ANY(nullptr, &next, static_cast<long>(der.size())));
+    std::string text = "Signed attributes, messageDigest being that of the content:\n";
+    for (int i = 0; i < sk_ASN1_TYPE_num(set.get()); ++i) {
+        const AttributePtr attribute = AttributeAt(set.get(), i);
+        if (attribute != nullptr) {
+            text += "    " + ObjectText(X509_ATTRIBUTE_get0_object(attribute.get())) + ": " +
+                    ValueText(attribute.get()) + "\n";
+        }
+    }
+    return text + "SHA-256 of what is signed: " + HexText(Digest(EVP_sha256(), der)) + "\n";
 }
 
 Status MakeMessage(const MessageFields &fields, const Bytes &signature, Bytes *messageOut)

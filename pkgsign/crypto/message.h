@@ -27,6 +27,9 @@ Status EncodeAttributes(const MessageFields &fields, Bytes *derOut);
 // source: for the reason.
 Status DecodeAttributes(const Bytes &der, const std::string &source, MessageFields *fields);
 
+// Such an encoding as text, a line for each attribute, and the SHA-256 digest of its octets.
+std::string DescribeAttributes(const Bytes &der);
+
 // Makes a message over content that is known by its digest. signature: the raw one over its attributes.
 Status MakeMessage(const MessageFields &fields, const Bytes &signature, Bytes *messageOut);
 

@@ -485,4 +485,71 @@ TEST_F(TenYears, EveryPackageIsJudgedAsItShouldAndEveryFileIsNewer)
     EXPECT_EQ(4u, objects.crls.size()); // of the root and of three CAs: the broken one has none
 }
 
+// ---- A CRL dated ahead ----------------------------------------------------------------------------------------------
+
+TEST_F(Drill, ACrlDatedAheadThatDevicesMayHaveIsFollowedByLaterOnesAndNoRevocationIsLost)
+{
+    Release("2026-02-02", "package");
+    MakeCrls("2029-01-01T00:00:00Z"); // the clock was three years ahead
+    const std::string ahead = pkgsign::FindCrl(Memory(), "issuing-ca")->number;
+    ExpectDone(At("2026-03-01", {"revoke", "signer", "--reason", "keyCompromise"}));
+    EXPECT_TRUE(Takes("package"));
+    ExpectRefused(At("2026-03-01", {"crl", "--out", Path("crls")}),
+                  "is the clock right? If it was wrong when that CRL was signed, give --dated-ahead, see 'A CRL dated "
+                  "ahead' in the operations guide");
+    ExpectDone(At("2026-03-01", {"crl", "--out", Path("crls"), "--dated-ahead", "released"})); // newer for a device
+    EXPECT_FALSE(Takes("package"));
+    const pkgsign::PublishedCrl followed = *pkgsign::FindCrl(Memory(), "issuing-ca");
+    EXPECT_EQ("2029-01-01T00:00:01Z", FormatTime(followed.thisUpdate));
+    EXPECT_EQ("2029-01-02T00:00:01Z", FormatTime(followed.nextUpdate)); // no longer than it must be
+    EXPECT_GT(pkgsign::CompareNumbers(followed.number, ahead), 0);
+    Issue("2026-03-02", {"--as", "signer"});
+    Release("2026-03-02", "new");
+    EXPECT_TRUE(Takes("new"));
+    ExpectDone(At("2026-06-01", {"crl", "--out", Path("crls"), "--dated-ahead", "released"})); // until 2029
+    MakeCrls("2029-02-01");
+    EXPECT_FALSE(Takes("package"));
+    EXPECT_TRUE(Takes("new"));
+}
+
+TEST_F(Drill, ACrlDatedAheadThatNoDeviceHasCountsForNothingButItsNumber)
+{
+    Release("2026-02-02", "package");
+    MakeCrls("2026-02-03");
+    std::filesystem::copy(Path("crls"), Path("devices"));
+    MakeCrls("2029-01-01T00:00:00Z");
+    const std::string ahead = pkgsign::FindCrl(Memory(), "root")->number;
+    ExpectDone(At("2026-03-01", {"revoke", "signer", "--reason", "keyCompromise"}));
+    const std::vector<std::string> again = {"crl", "--out", Path("crls"), "--dated-ahead", "unreleased"};
+    ExpectRefused(At("2026-03-01", again), "is dated ahead itself; put the file that devices have in its place");
+    std::filesystem::copy(Path("devices"), Path("crls"), std::filesystem::copy_options::overwrite_existing);
+    ExpectDone(At("2026-03-01T00:00:00Z", again));
+    EXPECT_FALSE(Takes("package"));
+    EXPECT_EQ("2026-03-01T00:00:00Z", FormatTime(pkgsign::FindCrl(Memory(), "root")->thisUpdate));
+    EXPECT_GT(pkgsign::CompareNumbers(pkgsign::FindCrl(Memory(), "root")->number, ahead), 0);
+    MakeCrls("2026-03-02"); // as ever
+}
+
+TEST_F(Drill, ARevocationIsTriedThoughTheLastCrlIsDatedAhead)
+{
+    Release("2026-02-02", "package");
+    MakeCrls("2029-01-01");
+    const Outcome tried = At("2026-03-01", {"revoke", "signer", "--reason", "keyCompromise", "--try", Path("released"),
+                                            "--crl-file", Path("crls")});
+    ExpectDone(tried);
+    EXPECT_TRUE(Contains(tried.out, "1 of 1 packages get another answer")) << tried.out;
+}
+
+TEST_F(Drill, NoCrlGoesOnAfterOneDatedAheadWhereThereIsNone)
+{
+    MakeCrls("2026-02-03");
+    const std::string before = Read("pki/pki.json");
+    for (const char *const what : {"released", "unreleased"}) {
+        ExpectRefused(At("2026-02-04", {"crl", "--out", Path("crls"), "--dated-ahead", what}),
+                      "no CRL of this folder's keys is dated ahead");
+    }
+    ExpectUsage(At("2026-02-04", {"crl", "--out", Path("crls"), "--dated-ahead", "yes"}), "released or unreleased");
+    EXPECT_EQ(before, Read("pki/pki.json"));
+}
+
 } // namespace

@@ -408,4 +408,34 @@ TEST_F(Sign, OptionsThatContradictEachOtherAreRefused)
     }
 }
 
+// ---- What is signed ------------------------------------------------------------------------------------------------
+
+TEST_F(Sign, ADryRunShowsTheAttributesAndTheirDigestThatTheRealRunSigns)
+{
+    const Outcome dry = InPki({"--gen-time", "2026-02-02T03:04:05Z", "--out", Path("out"), "--dry-run"});
+    ExpectDone(dry);
+    EXPECT_FALSE(Made("out"));
+    const std::string content = Openssl({"dgst", "-sha256", "-r", Path("content")}).output.substr(0, 64);
+    EXPECT_TRUE(Contains(dry.out, "    contentType: pkcs7-data\n")) << dry.out;
+    EXPECT_TRUE(Contains(dry.out, "    signingTime: 2026-02-02T03:04:05Z\n")) << dry.out;
+    EXPECT_TRUE(Contains(dry.out, "    messageDigest: " + content + "\n")) << dry.out;
+    ExpectDone(InPki({"--gen-time", "2026-02-02T03:04:05Z", "--request", Path("request")}));
+    const std::string request = Openssl({"dgst", "-sha256", "-r", Path("request")}).output.substr(0, 64);
+    EXPECT_TRUE(Contains(dry.out, "SHA-256 of what is signed: " + request + "\n")) << dry.out;
+    const Outcome real = InPki({"--gen-time", "2026-02-02T03:04:05Z", "--out", Path("out")});
+    EXPECT_EQ(dry.out, real.out);
+    const Outcome later = InPki({"--gen-time", "2026-02-02T03:04:06Z", "--out", Path("later"), "--dry-run"});
+    EXPECT_FALSE(Contains(later.out, request)) << later.out;
+}
+
+TEST_F(Sign, TheDigestOfWhatIsSignedIsSha256WhateverTheContentIsDigestedBy)
+{
+    const Outcome dry = InPki({"--digest", "sha512", "--out", Path("out"), "--dry-run"});
+    ExpectDone(InPki({"--digest", "sha512", "--request", Path("request")}));
+    const std::string content = Openssl({"dgst", "-sha512", "-r", Path("content")}).output.substr(0, 128);
+    const std::string request = Openssl({"dgst", "-sha256", "-r", Path("request")}).output.substr(0, 64);
+    EXPECT_TRUE(Contains(dry.out, "    messageDigest: " + content + "\n")) << dry.out;
+    EXPECT_TRUE(Contains(dry.out, "SHA-256 of what is signed: " + request + "\n")) << dry.out;
+}
+
 } // namespace
