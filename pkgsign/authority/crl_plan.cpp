@@ -43,8 +43,8 @@ std::string NextNumber(const PublishedCrl *last, int64_t thisUpdate)
     return next;
 }
 
-// By the cadence. A CRL that follows one dated ahead counts from today, and is no longer good than it must be: who has no
-// newer file goes by it until then.
+// By the cadence, from today on. A CRL that follows one dated ahead is good no longer than it must be: who has no newer
+// file goes by it until then.
 int64_t NextUpdate(const CrlSources &sources, int64_t thisUpdate, bool isCapped)
 {
     const int64_t cadence = sources.pki.lifetimes.crl;

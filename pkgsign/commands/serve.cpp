@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
@@ -19,6 +20,8 @@ namespace
 constexpr long WORKERS_MAX = 64;
 constexpr long CONNECTIONS_MAX = 65536;
 constexpr long CLIENT_SECONDS_MAX = 3600;
+constexpr size_t PORT_DIGITS_MAX = 5;
+constexpr long PORT_MAX = 65535;
 constexpr char LOOPBACK[] = "127.0.0.1";
 constexpr size_t CHAIN_LENGTH = 3; // authority, issuing CA, root
 
@@ -54,25 +57,28 @@ Status ParseCount(const std::string &option, const std::string &text, long max, 
     char *end = nullptr;
     const long count = std::strtol(text.c_str(), &end, 10);
     if (text.empty() || *end != '\0' || count < 1 || count > max) {
-        return Fail(option + " wants a number from 1 to " + std::to_string(max));
+        return FailUsage(option + " wants a number from 1 to " + std::to_string(max));
     }
     *countOut = count;
     return {};
 }
 
+// An address of IPv6 stands in brackets, so that its colons are not the one before the port.
 Status ParseListen(const std::string &text, ServerOrder *order)
 {
     const size_t colon = text.rfind(':');
     std::string host = text.substr(0, std::min(colon, text.size()));
-    if (colon == std::string::npos || colon + 1 == text.size() ||
-        text.find_first_not_of("0123456789", colon + 1) != std::string::npos) {
-        return Fail("--listen wants HOST:PORT, for instance 127.0.0.1:3161 or [::1]:3161");
+    const std::string port = colon == std::string::npos ? "" : text.substr(colon + 1);
+    const bool isBracketed = host.size() > 2 && host.front() == '[' && host.back() == ']';
+    if (port.empty() || port.size() > PORT_DIGITS_MAX || port.find_first_not_of("0123456789") != std::string::npos ||
+        std::stol(port) > PORT_MAX || (!isBracketed && host.find(':') != std::string::npos)) {
+        return FailUsage("--listen wants HOST:PORT, for instance 127.0.0.1:3161 or [::1]:3161");
     }
-    if (host.size() > 2 && host.front() == '[' && host.back() == ']') {
+    if (isBracketed) {
         host = host.substr(1, host.size() - 2);
     }
     order->host = host.empty() ? LOOPBACK : host;
-    order->port = text.substr(colon + 1);
+    order->port = port;
     return {};
 }
 
@@ -84,7 +90,9 @@ Status ParseErrorMax(const std::string &text, double *secondsOut)
     }
     char *end = nullptr;
     *secondsOut = std::strtod(text.c_str(), &end);
-    return *end == '\0' && *secondsOut > 0 ? Status() : Fail("--max-clock-error wants seconds, for instance 0.5");
+    return *end == '\0' && *secondsOut > 0 && std::isfinite(*secondsOut)
+               ? Status()
+               : FailUsage("--max-clock-error wants seconds, for instance 0.5");
 }
 
 // The authority of the folder.
@@ -129,7 +137,7 @@ Status FromFiles(const Options &options, const Workplace &place, Stamper *stampe
 {
     Objects objects;
     if (options.certificates.empty() || options.state.empty()) {
-        return Fail("--key needs --certificates, with the authority's, its CA's and the root's, and --state");
+        return FailUsage("--key needs --certificates, with the authority's, its CA's and the root's, and --state");
     }
     const Status status = ReadObjects(options.certificates, &objects);
     if (status.ok && objects.certificates.size() != CHAIN_LENGTH) {
@@ -218,7 +226,8 @@ Status RunAuthority(const Options &options, const Workplace &place, const Stampe
     Workers workers;
     Clock clock;
     Authority authority;
-    Status status = PrepareAuthority(stamper.chain.timestamp, stamper.chain.issuingCa, options.policy, &authority);
+    Status status =
+        Usage(PrepareAuthority(stamper.chain.timestamp, stamper.chain.issuingCa, options.policy, &authority));
     order->authority = &authority;
     order->clock = &clock;
     BlockEndingSignals();
@@ -245,7 +254,13 @@ Status Serve(const Options &options, Session *session)
     Stamper stamper;
     Numbers numbers;
     if (std::abs(session->place.now - static_cast<int64_t>(std::time(nullptr))) > 1) {
-        return Fail("serve gives out the time of this machine; --now is for the rehearsals of other commands");
+        return FailUsage("serve gives out the time of this machine; --now is for the rehearsals of other commands");
+    }
+    if (options.key.empty() && !options.certificates.empty()) {
+        return FailUsage("--certificates belongs to --key");
+    }
+    if (!options.key.empty() && !options.timestamp.empty()) {
+        return FailUsage("--timestamp is of the folder, --key of a file; choose one");
     }
     Status status = ParseListen(options.listen, &order);
     if (status.ok) {

@@ -88,7 +88,7 @@ TEST_F(ServerKeys, ThatDevicesWouldNotTakeForTimestampsAreRefusedAtTheStart)
 
 TEST_F(ServerKeys, WithoutTheirCertificatesAreRefused)
 {
-    ExpectNotStarted(ServeCommand({"--key", Path("pki/private/timestamp.key")}), "--key needs --certificates");
+    ExpectNotStarted(ServeCommand({"--key", Path("pki/private/timestamp.key")}), "--key needs --certificates", 2);
     Write("chain", Chain({"timestamp", "issuing-ca"}));
     ExpectNotStarted(ServeCommand({"--key", Path("pki/private/timestamp.key"), "--certificates", Path("chain"),
                                    "--state", Path("clock")}),
@@ -118,15 +118,20 @@ TEST_F(ServerKeys, AreNotTriedWithOptionsThatMakeNoSense)
         {{"--timeout", "0"}, "--timeout wants"},
         {{"--policy", "policy"}, "is no object identifier"},
         {{"--max-clock-error", "-1"}, "--max-clock-error wants seconds"},
-        {{"--state", Path("no/directory")}, "cannot lock"},
-        {{"--timestamp", "signer"}, "'signer' is for the role signer, not timestamp"}};
+        {{"--max-clock-error", "inf"}, "--max-clock-error wants seconds"},
+        {{"--certificates", "chain"}, "--certificates belongs to --key"},
+        {{"--key", "key", "--certificates", "chain", "--state", "clock", "--timestamp", "timestamp"},
+         "--timestamp is of the folder, --key of a file"},
+        {{"--dry-run"}, "--dry-run"}};
     for (const auto &[options, reason] : cases) {
-        ExpectNotStarted(ServeCommand(options), reason);
+        ExpectNotStarted(ServeCommand(options), reason, 2);
     }
-    for (const char *const where : {"127.0.0.1", "127.0.0.1:", "127.0.0.1:x"}) {
+    for (const char *const where : {"127.0.0.1", "127.0.0.1:", "127.0.0.1:x", "::1", "::1:0", "127.0.0.1:99999"}) {
         ExpectNotStarted({PKGSIGN_PROGRAM, "serve", "--listen", where, "--pki", Path("pki")},
-                         "--listen wants HOST:PORT");
+                         "--listen wants HOST:PORT", 2);
     }
+    ExpectNotStarted(ServeCommand({"--state", Path("no/directory")}), "cannot lock");
+    ExpectNotStarted(ServeCommand({"--timestamp", "signer"}), "'signer' is for the role signer, not timestamp");
     ExpectNotStarted({PKGSIGN_PROGRAM, "serve", "--listen", "192.0.2.1:0", "--pki", Path("pki")},
                      "cannot listen at '192.0.2.1:0'");
 }

@@ -258,10 +258,10 @@ std::string Serving::QueryOf(const std::string &name, const std::vector<std::str
     return Read("query");
 }
 
-void Serving::ExpectNotStarted(const std::vector<std::string> &command, const std::string &reason) const
+void Serving::ExpectNotStarted(const std::vector<std::string> &command, const std::string &reason, int status) const
 {
     const ProcessResult result = RunProcess(command, environment);
-    EXPECT_EQ(1, result.exitStatus);
+    EXPECT_EQ(status, result.exitStatus) << reason;
     EXPECT_EQ("", result.output);
     EXPECT_TRUE(Contains(result.errors, reason)) << result.errors;
 }

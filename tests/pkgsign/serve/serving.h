@@ -98,8 +98,8 @@ protected:
     // A request that openssl has made over a file of the directory.
     std::string QueryOf(const std::string &name, const std::vector<std::string> &options = {}) const;
 
-    // A server that is not expected to start.
-    void ExpectNotStarted(const std::vector<std::string> &command, const std::string &reason) const;
+    // A server that is not expected to start. status: 2 when the command line is at fault.
+    void ExpectNotStarted(const std::vector<std::string> &command, const std::string &reason, int status = 1) const;
 
     std::vector<std::string> environment;
     ServerProcess server;
