@@ -265,12 +265,16 @@ struct Descriptor {
 int ListenAt(const struct addrinfo &address)
 {
     const int one = 1;
+    const int zero = 0;
     const int file = socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
     if (file < 0) {
         return -1;
     }
     (void)setsockopt(file, SOL_SOCKET, SO_REUSEADDR, &one, sizeof(one));
     (void)setsockopt(file, IPPROTO_TCP, TCP_NODELAY, &one, sizeof(one)); // accepted sockets inherit it
+    if (address.ai_family == AF_INET6) {                                 // [::] is both, whatever the system's default
+        (void)setsockopt(file, IPPROTO_IPV6, IPV6_V6ONLY, &zero, sizeof(zero));
+    }
     if (bind(file, address.ai_addr, address.ai_addrlen) == 0 && listen(file, SOMAXCONN) == 0) {
         return file;
     }
@@ -292,7 +296,10 @@ Status OpenSocket(const ServerOrder &order, int *socketOut)
         return Fail(where + gai_strerror(failure));
     }
     const std::unique_ptr<struct addrinfo, Deleter<freeaddrinfo>> owned(found);
-    *socketOut = ListenAt(*found);
+    *socketOut = -1;
+    for (const struct addrinfo *address = found; address != nullptr && *socketOut < 0; address = address->ai_next) {
+        *socketOut = ListenAt(*address); // a name may have addresses that this machine lacks
+    }
     return *socketOut >= 0 ? Status() : Fail(where + std::strerror(errno));
 }
 

@@ -1,5 +1,6 @@
 // Whose key a timestamp server signs with, and what it refuses to begin with.
 #include <signal.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <filesystem>
@@ -147,6 +148,65 @@ TEST_F(ServerKeys, ListenOnLoopbackUnlessToldOtherwise)
     const std::string text{std::istreambuf_iterator<char>(table), std::istreambuf_iterator<char>()};
     EXPECT_TRUE(Contains(text, std::string(" 0100007F:") + port + " ")) << text; // 127.0.0.1
     EXPECT_FALSE(Contains(text, std::string(" 00000000:") + port + " ")) << text;
+}
+
+// Whether a client comes through at a URL: a token that openssl can read, put into a package.
+class ServerAddress : public ServerKeys
+{
+protected:
+    // A machine without IPv6 cannot show what is done over it.
+    void SetUp() override
+    {
+        ServerKeys::SetUp();
+        if (access("/proc/net/if_inet6", F_OK) != 0) {
+            GTEST_SKIP() << "this machine has no IPv6";
+        }
+    }
+
+    void ServeAt(const std::string &where)
+    {
+        ASSERT_TRUE(Start({PKGSIGN_PROGRAM, "serve", "--listen", where, "--pki", Path("pki")}, environment, Path("log"),
+                          &server))
+            << Read("log");
+    }
+
+    bool IsReached(const std::string &host)
+    {
+        EXPECT_EQ(0, Pkgsign({"sign", Path("content"), "--no-timestamp", "--out", Path("message")}).exitStatus);
+        const ProcessResult stamped = Pkgsign({"timestamp", Path("message"), "--tsa-url",
+                                               "http://" + host + ":" + server.port, "--out", Path("stamped")});
+        return stamped.exitStatus == 0;
+    }
+};
+
+TEST_F(ServerAddress, MayBeTheLoopbackOfIpv6AndIsThatAlone)
+{
+    ServeAt("[::1]:0");
+    EXPECT_TRUE(Contains(server.announced, "http://[::1]:" + server.port + "/")) << server.announced;
+    EXPECT_TRUE(IsReached("[::1]"));
+    EXPECT_FALSE(IsReached("127.0.0.1"));
+    EXPECT_TRUE(Contains(Read("log"), " ::1 POST / 200 ")) << Read("log");
+}
+
+TEST_F(ServerAddress, OfTheWildcardOfIpv6IsReachedOverBoth)
+{
+    ServeAt("[::]:0");
+    EXPECT_TRUE(IsReached("[::1]"));
+    EXPECT_TRUE(IsReached("127.0.0.1"));
+    EXPECT_EQ(0, End(&server, SIGTERM));
+}
+
+TEST_F(ServerAddress, OfTheWildcardOfIpv4IsReachedOverThatAlone)
+{
+    ServeAt("0.0.0.0:0");
+    EXPECT_TRUE(IsReached("127.0.0.1"));
+    EXPECT_FALSE(IsReached("[::1]"));
+}
+
+TEST_F(ServerAddress, MayBeAName)
+{
+    ServeAt("localhost:0");
+    EXPECT_TRUE(IsReached("localhost"));
 }
 
 // A key in SoftHSM2.

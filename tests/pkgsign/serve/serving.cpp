@@ -89,6 +89,7 @@ bool Start(const std::vector<std::string> &command, const std::vector<std::strin
     if (line.rfind(ANNOUNCEMENT, 0) != 0 || line.back() != '/') {
         return false;
     }
+    server->announced = line;
     server->port = line.substr(colon + 1, line.size() - colon - 2);
     return true;
 }

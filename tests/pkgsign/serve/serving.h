@@ -16,7 +16,8 @@
 struct ServerProcess {
     pid_t process = -1;
     std::string port;
-    std::string log; // the file of its standard error
+    std::string announced; // its line with its address
+    std::string log;       // the file of its standard error
 
     ServerProcess() = default;
     ServerProcess(const ServerProcess &) = delete;
