@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <random>
 
 namespace pkgsign
@@ -179,12 +180,18 @@ Status WriteWhole(const std::string &path, const Bytes &data, mode_t mode)
     if (path == "-") {
         return WriteAll(STDOUT_FILENO, data.data(), data.size()) ? Status() : FailSystem("write to", "standard output");
     }
+    std::error_code failure;
     struct stat found = {};
-    if (stat(path.c_str(), &found) == 0 && !S_ISREG(found.st_mode)) {
+    const bool isLink = lstat(path.c_str(), &found) == 0 && S_ISLNK(found.st_mode);
+    const std::string target = isLink ? std::filesystem::canonical(path, failure).string() : path;
+    if (failure) {
+        return Fail("cannot write '" + Printable(path) + "': it is a link that leads to no file");
+    }
+    if (stat(target.c_str(), &found) == 0 && !S_ISREG(found.st_mode)) {
         return Fail("cannot write '" + Printable(path) +
                     "': it is no regular file; name another, or - for standard output");
     }
-    return Write(path, data.data(), data.size(), mode, g_systemCalls.rename);
+    return Write(target, data.data(), data.size(), mode, g_systemCalls.rename);
 }
 
 Status WriteWhole(const std::string &path, const std::string &text, mode_t mode)

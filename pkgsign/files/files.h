@@ -40,8 +40,8 @@ Status ReadPieces(const std::string &path, const std::function<Status(const uint
                   uint64_t *total = nullptr);
 
 // Writes a file: under a temporary name beside it, to the disk, then renamed, and the directory to the disk. Whatever
-// fails and whenever it ends, the name leads to the earlier file or to the whole new one. "-" is standard output.
-// mode: permission bits before the umask.
+// fails and whenever it ends, the name leads to the earlier file or to the whole new one. A link stays, and the file is
+// replaced that it leads to. "-" is standard output. mode: permission bits before the umask.
 Status WriteWhole(const std::string &path, const Bytes &data, mode_t mode = 0666);
 Status WriteWhole(const std::string &path, const std::string &text, mode_t mode = 0666);
 

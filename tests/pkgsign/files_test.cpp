@@ -113,6 +113,33 @@ TEST_F(Sweep, AFileThatIsNoRegularOneIsNotReplaced)
     EXPECT_FALSE(pkgsign::WriteWhole(Path("missing/file"), data).ok);
 }
 
+TEST_F(Sweep, ThroughALinkTheFileIsReplacedThatItLeadsTo)
+{
+    std::filesystem::create_directory(Path("releases"));
+    Write("releases/1.cms", "old");
+    std::filesystem::create_symlink("releases/1.cms", Path("current"));
+    std::filesystem::create_symlink("current", Path("latest"));
+    ExpectDone(Run({"sign", Path("content"), "--out", Path("latest")}));
+    EXPECT_TRUE(std::filesystem::is_symlink(Path("latest")));
+    EXPECT_EQ("releases/1.cms", std::filesystem::read_symlink(Path("current")));
+    ExpectDone(Run({"crl", "--out", Path("crls")}));
+    EXPECT_TRUE(DeviceTakes("releases/1.cms", "content", "crls"));
+    const auto files = std::filesystem::directory_iterator(Path("releases"));
+    EXPECT_EQ(1, std::distance(begin(files), end(files))); // no temporary file
+}
+
+TEST_F(Sweep, ALinkThatLeadsToNoFileIsNotWrittenThrough)
+{
+    std::filesystem::create_symlink("releases/1.cms", Path("current"));
+    std::filesystem::create_symlink("loop", Path("loop"));
+    std::filesystem::create_symlink("/dev/null", Path("null"));
+    ExpectRefused(Run({"sign", Path("content"), "--out", Path("current")}),
+                  "cannot write '" + Path("current") + "': it is a link that leads to no file");
+    ExpectRefused(Run({"sign", Path("content"), "--out", Path("loop")}), "it is a link that leads to no file");
+    ExpectRefused(Run({"sign", Path("content"), "--out", Path("null")}), "it is no regular file");
+    EXPECT_TRUE(std::filesystem::is_symlink(Path("current")));
+}
+
 TEST_F(Sweep, AFileLargerThanAllowedIsNotRead)
 {
     pkgsign::Bytes data;
