@@ -119,7 +119,7 @@ Status RememberNumbers(const Workplace &place, const CrlFile &file)
             if (crl.isNew && last != nullptr && CompareNumbers(last->number, crl.fields.number) >= 0) {
                 return Fail("another process has just signed a CRL of '" + crl.authority + "'; run this again");
             }
-            if (crl.isNew && !AreSameRevocations(EntriesOf(*pki, crl.authority), crl.fields.entries)) {
+            if (crl.isNew && !AreSameRevocations(RevocationsOf(*pki, crl.authority), crl.fields.entries)) {
                 return Fail("another process has just revoked a certificate of '" + crl.authority +
                             "'; run this again");
             }

@@ -66,17 +66,6 @@ bool FindRevocationOf(const CrlSources &sources, const KnownCa &authority, Revoc
     });
 }
 
-std::vector<Revocation> EntriesOf(const Pki &pki, const std::string &authority)
-{
-    std::vector<Revocation> entries;
-    for (const Revocation &revocation : pki.revocations) {
-        if (revocation.issuer == authority) {
-            entries.push_back(revocation);
-        }
-    }
-    return entries;
-}
-
 bool AreSameRevocations(const std::vector<Revocation> &a, const std::vector<Revocation> &b)
 {
     return std::is_permutation(a.begin(), a.end(), b.begin(), b.end(),
@@ -95,7 +84,7 @@ Status PlanCrl(const CrlSources &sources, const KnownCa &authority, const Revoca
     const bool isCapped = latest < sources.place.now;
     const int64_t last = authority.last == nullptr ? 0 : TimeSeconds(X509_CRL_get0_lastUpdate(authority.last.get()));
     fields->issuer = authority.certificate;
-    fields->entries = EntriesOf(sources.pki, authority.id);
+    fields->entries = RevocationsOf(sources.pki, authority.id);
     fields->thisUpdate = isCapped ? latest : std::max(sources.place.now, std::min(last + 1, latest));
     fields->nextUpdate = NextUpdate(sources, fields->thisUpdate, isCapped);
     fields->number = NextNumber(FindCrl(sources.pki, authority.id), fields->thisUpdate);

@@ -19,9 +19,6 @@ Status PlanCrl(const CrlSources &sources, const KnownCa &authority, const Revoca
 // What the issuer of a CA has said of it; false: nothing.
 bool FindRevocationOf(const CrlSources &sources, const KnownCa &authority, Revocation *out);
 
-// What is remembered of the certificates of an authority.
-std::vector<Revocation> EntriesOf(const Pki &pki, const std::string &authority);
-
 // Whether two lists hold the same revocations, in whatever order.
 bool AreSameRevocations(const std::vector<Revocation> &a, const std::vector<Revocation> &b);
 

@@ -35,13 +35,17 @@ uint32_t Open(const Setting &setting, Context *context)
                                : SigkitVerifyAddCert(context->held, root.data(), static_cast<uint32_t>(root.size()));
 }
 
+uint32_t OpenWithCrls(const Setting &setting, Context *context)
+{
+    const uint32_t status = Open(setting, context);
+    return status != SIGKIT_OK ? status
+                               : SigkitVerifyAddCrl(context->held, setting.crlFile.data(),
+                                                    static_cast<uint32_t>(setting.crlFile.size()));
+}
+
 uint32_t Begin(const Setting &setting, const Bytes &message, Context *context)
 {
-    uint32_t status = Open(setting, context);
-    if (status == SIGKIT_OK) {
-        status =
-            SigkitVerifyAddCrl(context->held, setting.crlFile.data(), static_cast<uint32_t>(setting.crlFile.size()));
-    }
+    uint32_t status = OpenWithCrls(setting, context);
     if (status == SIGKIT_OK) {
         status = SigkitVerifyDetachSignatureBegin(context->held, message.data(), static_cast<uint32_t>(message.size()));
     }
@@ -156,6 +160,19 @@ DeviceAnswer AskDeviceAboutFile(const Setting &setting, const Bytes &message, co
     return answer;
 }
 
+Status CheckLoads(const Setting &setting, const std::string &source)
+{
+    std::string log;
+    const HostScope host(setting.standIns, &log);
+    Context context;
+    const uint32_t status = OpenWithCrls(setting, &context);
+    return status == SIGKIT_OK
+               ? Status()
+               : Fail("'" + Printable(source) +
+                      "' is no CRL file that devices take: CRLs and CA certificates, DER or PEM (code " +
+                      Hexadecimal(status) + ")");
+}
+
 Status CheckCrlFile(const Setting &setting)
 {
     std::string log;
@@ -209,7 +226,8 @@ std::string Explain(const DeviceAnswer &answer)
     const size_t start = line == std::string::npos ? line : line + code.size() + 1;
     const std::string cause =
         line == std::string::npos ? "" : answer.log.substr(start, answer.log.find('\n', start) - start);
-    return "code " + code + (cause.empty() ? "" : " (" + Printable(cause) + ")");
+    const bool isSaid = cause.find_first_not_of(' ') != std::string::npos;
+    return "code " + code + (isSaid ? " (" + Printable(cause) + ")" : "");
 }
 
 } // namespace pkgsign

@@ -42,6 +42,9 @@ DeviceAnswer AskDevice(const Setting &setting, const Bytes &message, const Bytes
 // The same for a content file of any size.
 DeviceAnswer AskDeviceAboutFile(const Setting &setting, const Bytes &message, const std::string &contentPath);
 
+// Refuses what a device does not load as a CRL file at all. source: for the reason.
+Status CheckLoads(const Setting &setting, const std::string &source);
+
 // Refuses a CRL file of which the library does not trust every CRL at its thisUpdate.
 Status CheckCrlFile(const Setting &setting);
 

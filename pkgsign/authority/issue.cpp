@@ -175,6 +175,18 @@ Status SignAndKeep(const Workplace &place, const IssueOrder &order, const Issuer
     return status;
 }
 
+// The certificates of a role, quoted, for reasons.
+std::string NamesIn(const Pki &pki, Role role)
+{
+    std::string names;
+    for (const Entry &entry : pki.certificates) {
+        if (entry.role == role) {
+            names += (names.empty() ? "'" : ", '") + entry.name + "'";
+        }
+    }
+    return names;
+}
+
 } // namespace
 
 Status IssueCertificate(const Workplace &place, IssueOrder *order, Certificate *certificateOut, std::string *reportOut)
@@ -261,6 +273,11 @@ Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int
         } else if (chosen == nullptr || entry.notAfter >= chosen->notAfter) {
             chosen = &entry;
         }
+    }
+    if (chosen == nullptr && !name.empty() && FindEntry(pki, name) == nullptr) {
+        const std::string others = NamesIn(pki, role);
+        return Fail("the folder has no certificate '" + name + "'; of the role " + RoleName(role) + " it has " +
+                    (others.empty() ? "none" : others));
     }
     if (chosen == nullptr) {
         return Fail(std::string("no certificate of the role ") + RoleName(role) + " can be used here" +

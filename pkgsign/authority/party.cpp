@@ -14,14 +14,6 @@ namespace pkgsign
 namespace
 {
 
-std::vector<Revocation> EntriesOf(const Pki &pki, const std::string &authority)
-{
-    std::vector<Revocation> entries;
-    std::copy_if(pki.revocations.begin(), pki.revocations.end(), std::back_inserter(entries),
-                 [&](const Revocation &entry) { return entry.issuer == authority; });
-    return entries;
-}
-
 // RFC 5280, 6.1.3 (a)(1) and (a)(4); the rest of a path's validation is the device's.
 Certificate FindIssuer(const Certificate &certificate, const std::vector<Certificate> &known)
 {
@@ -117,7 +109,8 @@ Status LoadParty(const Workplace &place, const Pki &pki, Role role, const std::s
 Status ChooseCrls(const Workplace &place, const Pki &pki, const std::string &path, int64_t time, Setting *setting)
 {
     if (!path.empty()) {
-        return ReadWhole(path, &setting->crlFile, DEVICE_FILE_SIZE_MAX);
+        const Status status = ReadWhole(path, &setting->crlFile, DEVICE_FILE_SIZE_MAX);
+        return status.ok ? CheckLoads(*setting, path) : status;
     }
     std::vector<MadeUpCrl> crls;
     for (const Entry &entry : pki.certificates) {
@@ -129,7 +122,7 @@ Status ChooseCrls(const Workplace &place, const Pki &pki, const std::string &pat
         if (!status.ok) {
             return status;
         }
-        crls.push_back({ca, EntriesOf(pki, entry.authority)});
+        crls.push_back({ca, RevocationsOf(pki, entry.authority)});
     }
     return MakeUpCrlFile(crls, time, setting);
 }

@@ -63,6 +63,14 @@ const Revocation *FindRevocation(const Pki &pki, const std::string &issuer, cons
     return found == pki.revocations.end() ? nullptr : &*found;
 }
 
+std::vector<Revocation> RevocationsOf(const Pki &pki, const std::string &issuer)
+{
+    std::vector<Revocation> revocations;
+    std::copy_if(pki.revocations.begin(), pki.revocations.end(), std::back_inserter(revocations),
+                 [&](const Revocation &revocation) { return revocation.issuer == issuer; });
+    return revocations;
+}
+
 const PublishedCrl *FindCrl(const Pki &pki, const std::string &authority)
 {
     const auto found = std::find_if(pki.crls.begin(), pki.crls.end(),

@@ -91,6 +91,7 @@ Entry *FindEntry(Pki *pki, const std::string &name);
 // The certificate with this issuer and serial number; null when it is not known.
 const Entry *FindSerial(const Pki &pki, const std::string &issuer, const std::string &serial);
 const Revocation *FindRevocation(const Pki &pki, const std::string &issuer, const std::string &serial);
+std::vector<Revocation> RevocationsOf(const Pki &pki, const std::string &issuer);
 const PublishedCrl *FindCrl(const Pki &pki, const std::string &authority);
 
 // The CA certificate of an authority that ends last; null when there is none.

@@ -192,6 +192,9 @@ Status Checksums(const Options &options, Session *session)
     if (!options.check.empty()) {
         return Check(options, session);
     }
+    if (options.version.empty()) {
+        return FailUsage("--package-version is missing: a number that goes up with each package");
+    }
     if (!IsVersion(options.version)) {
         return FailUsage("--package-version wants a number without leading zeros, which no update step lets go down");
     }

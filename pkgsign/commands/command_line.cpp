@@ -2,9 +2,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <numeric>
 
 #include <CLI/CLI.hpp>
 
@@ -26,6 +28,8 @@ struct Common {
     bool dryRun = false;
 };
 
+constexpr size_t WORD_DISTANCE_MAX = 2; // letters, between what was typed and what was meant
+constexpr size_t WORD_SIZE_MAX = 64;
 constexpr char COMMON[] = "Common options"; // heads them in the help
 
 CLI::Option *AddOption(CLI::App *app, const Option &option)
@@ -139,6 +143,38 @@ int Run(const Command &command, const Common &common)
         status.reason += "; the command has done its work, and only what it prints is lost";
     }
     return status.ok ? session.success : Report(command.name, status);
+}
+
+// How many letters have to be put in, taken out or changed to make one word the other.
+size_t Distance(const std::string &a, const std::string &b)
+{
+    std::vector<size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t i = 1; i <= a.size(); ++i) {
+        size_t diagonal = row[0]++;
+        for (size_t j = 1; j <= b.size(); ++j) {
+            const size_t changed = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+            diagonal = row[j];
+            row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+// What is wrong with a word in the place of the command; nothing when it is one.
+std::string UnknownCommand(const std::string &word, const std::vector<Command> &commands)
+{
+    const Command *nearest = nullptr;
+    size_t least = std::min(WORD_DISTANCE_MAX, word.size() / 2) + 1;
+    for (const Command &command : commands) {
+        const size_t distance = Distance(word.substr(0, WORD_SIZE_MAX), command.name);
+        if (distance == 0) {
+            return {};
+        }
+        nearest = distance < least ? &command : nearest;
+        least = std::min(distance, least);
+    }
+    return "'" + word + "' is no command" + (nearest == nullptr ? "" : "; did you mean " + nearest->name + "?");
 }
 
 std::string FirstLine(const std::string &text)
@@ -283,7 +319,10 @@ int RunCommandLine(int argc, char **argv, const std::vector<Command> &commands)
         const Status status = WriteStandardOutput(text.str());
         return status.ok ? EXIT_DONE : Report("", status);
     } catch (const CLI::ParseError &error) {
-        (void)std::fprintf(stderr, "pkgsign: %s; try pkgsign --help\n", Printable(FirstLine(error.what())).c_str());
+        const bool hasWord = argc > 1 && argv[1][0] != '-' && std::string(argv[1]) != describer.app->get_name();
+        const std::string unknown = hasWord ? UnknownCommand(argv[1], commands) : "";
+        (void)std::fprintf(stderr, "pkgsign: %s; try pkgsign --help\n",
+                           Printable(unknown.empty() ? FirstLine(error.what()) : unknown).c_str());
         return EXIT_COMMAND_LINE;
     }
     if (describer.app->parsed()) {

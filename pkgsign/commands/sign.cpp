@@ -69,8 +69,8 @@ Status CheckOptions(const Options &options)
         bool isWrong;
         const char *reason;
     } rules[] = {
-        {options.out.empty() != IsRequestWritten(options),
-         "--out names the message; with --request and no --attach there is none yet"},
+        {options.out.empty() && !IsRequestWritten(options), "--out is missing: the file for the message"},
+        {!options.out.empty() && IsRequestWritten(options), "--out belongs to the second step, together with --attach"},
         {options.request == "-", "--request wants a file: its digest is written beside it"},
         {!options.attach.empty() && options.request.empty(), "--attach wants the --request that was signed"},
         {hasProgram && !options.request.empty(), "--sign-command does what --request and --attach do; choose one"},

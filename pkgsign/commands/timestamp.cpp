@@ -235,6 +235,10 @@ Status Timestamp(const Options &options, Session *session)
         status = ReadWhole(options.message, &data, DEVICE_FILE_SIZE_MAX);
     }
     const Bytes message = RemoveArmour(data);
+    if (status.ok) {
+        CmsPtr readable;
+        status = DecodeMessage(message, options.message, &readable);
+    }
     if (status.ok && options.ifMissing) {
         status = IsStamped(session->place, order, message, &isStamped, &token);
     }

@@ -21,6 +21,7 @@ struct Asked {
     Secrets *secrets;
     std::string name;
     Status status; // why no passphrase was given
+    bool isGiven = false;
 };
 
 // libcrypto's callback for a passphrase.
@@ -33,6 +34,7 @@ int GivePassphrase(char *buffer, int size, int, void *data)
         return -1;
     }
     std::copy(passphrase.begin(), passphrase.end(), buffer);
+    asked->isGiven = true;
     return static_cast<int>(passphrase.size());
 }
 
@@ -87,12 +89,16 @@ Status LoadKey(const std::string &uri, const std::string &name, Secrets *secrets
 
 Status LoadStoreKey(const std::string &uri, const std::string &name, Secrets *secrets, Key *keyOut)
 {
-    Asked asked = {secrets, name, {}};
+    Asked asked = {secrets, name, {}, false};
     const UiPtr ui(UI_UTIL_wrap_read_pem_callback(GivePassphrase, 0));
     const StorePtr store(OSSL_STORE_open(uri.c_str(), ui.get(), &asked, nullptr, nullptr));
     Key key = store == nullptr ? nullptr : FindKey(store.get());
     if (key == nullptr) {
-        Status status = FailCrypto("cannot load a private key from '" + Printable(uri) + "'");
+        const std::string what = "cannot load a private key from '" + Printable(uri) + "'";
+        const Status status = FailCrypto(what);
+        if (asked.isGiven && strncasecmp(uri.c_str(), "pkcs11:", 7) != 0) { // libcrypto names the cipher's trouble
+            return Fail(what + ": the passphrase for key '" + Printable(name) + "' does not fit it");
+        }
         return asked.status.ok ? status : asked.status;
     }
     ERR_clear_error();

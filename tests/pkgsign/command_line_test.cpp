@@ -33,6 +33,47 @@ TEST_F(CommandLine, ThatIsNotUnderstoodEndsWithTwo)
     ExpectUsage(Run({"sign", "x", "--out", "y", "--out", "z"}), "--out");
 }
 
+TEST_F(CommandLine, WithAnUnknownCommandNamesItAndTheNearest)
+{
+    ExpectUsage(Pkgsign({"sing"}), "pkgsign: 'sing' is no command; did you mean sign?; try pkgsign --help\n");
+    ExpectUsage(Pkgsign({"timstamp", "x", "--out", "y"}), "'timstamp' is no command; did you mean timestamp?");
+    ExpectUsage(Pkgsign({"dance"}), "pkgsign: 'dance' is no command; try pkgsign --help\n");
+    ExpectUsage(Pkgsign({"ls"}), "'ls' is no command; try");
+    ExpectUsage(Pkgsign({"sing\x1b"}), "'sing\\x1B' is no command; did you mean sign?");
+    ExpectUsage(Pkgsign({std::string(5000, 'a')}), "is no command; try");
+}
+
+TEST_F(CommandLine, WithoutAnOptionThatItNeedsNamesThat)
+{
+    std::filesystem::create_directory(Path("package"));
+    Write("package/file", "file\n");
+    ExpectUsage(Run({"sign", Path("content")}), "--out is missing: the file for the message");
+    ExpectUsage(Pkgsign({"checksums", Path("package"), "--out", Path("package/checksums")}),
+                "--package-version is missing: a number that goes up with each package");
+    ExpectUsage(Run({"timestamp", Path("content")}), "--out is missing: the file for the message with its token");
+    ExpectUsage(Run({"crl"}), "--out is required");
+}
+
+TEST_F(CommandLine, WithAnUnknownSignerNamesItAndThoseThatThereAre)
+{
+    ExpectDone(Run({"issue", "--as", "signer", "--key", Path("pki/private/signer.key")}));
+    ExpectRefused(Run({"sign", Path("content"), "--out", Path("out"), "--signer", "singer"}),
+                  "the folder has no certificate 'singer'; of the role signer it has 'signer', 'signer-2'");
+    ExpectRefused(Run({"sign", Path("content"), "--out", Path("out"), "--timestamp", "tsa"}),
+                  "the folder has no certificate 'tsa'; of the role timestamp it has 'timestamp'");
+}
+
+TEST_F(CommandLine, WithAFileOfAnotherKindNamesIt)
+{
+    const std::string wrong = "'" + Path("content") + "' is no ";
+    ExpectDone(Run({"crl", "--out", Path("crls")}));
+    ExpectRefused(Run({"timestamp", Path("content"), "--out", Path("out")}), wrong + "CMS signature of one signer");
+    ExpectRefused(Run({"sign", Path("content"), "--out", Path("out"), "--crl", Path("content")}),
+                  wrong + "CRL file that devices take: CRLs and CA certificates, DER or PEM (code ");
+    ExpectDone(Run({"sign", Path("content"), "--out", Path("out"), "--crl", Path("crls")}));
+    ExpectRefused(Run({"timestamp", Path("out"), "--out", Path("out"), "--crl", Path("content")}), wrong + "CRL file");
+}
+
 TEST_F(CommandLine, WithAValueThatIsNotUnderstoodEndsWithTwo)
 {
     const std::vector<std::vector<std::string>> lines = {

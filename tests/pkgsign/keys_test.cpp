@@ -43,7 +43,8 @@ TEST_F(KeyFiles, ThatAreEncryptedOpenWithTheirPassphraseAlone)
     Encrypt();
     EXPECT_TRUE(Contains(Read("pki/private/signer.key"), "BEGIN ENCRYPTED PRIVATE KEY"));
     ExpectRefused(Sign({}), "key 'signer' needs a passphrase or PIN; use --passphrase-file");
-    ExpectRefused(Sign({"--passphrase-file", Path("wrong")}), "cannot load a private key from");
+    ExpectRefused(Sign({"--passphrase-file", Path("wrong")}),
+                  "signer.key': the passphrase for key 'signer' does not fit it\n");
     ExpectDone(Sign({"--passphrase-file", Path("passphrase")}));
     ExpectDone(Sign({"--passphrase-file", "signer=" + Path("passphrase")}));
     ExpectDone(Sign({"--passphrase-file", Path("wrong"), "--passphrase-file", "signer=" + Path("passphrase")}));

@@ -385,8 +385,8 @@ TEST_F(Sign, OptionsThatContradictEachOtherAreRefused)
         std::vector<std::string> options;
         const char *reason;
     } cases[] = {
-        {{}, "--out names the message"},
-        {{"--out", "x", "--request", "x"}, "--out names the message"},
+        {{}, "--out is missing"},
+        {{"--out", "x", "--request", "x"}, "--out belongs to the second step"},
         {{"--request", "-"}, "--request wants a file"},
         {{"--out", "x", "--attach", "x"}, "--attach wants the --request"},
         {{"--request", "x", "--sign-command", "x"}, "--sign-command does what --request and --attach do"},
