@@ -158,9 +158,10 @@ Status MakeUpCrls(const std::vector<Certificate> &authorities, int64_t time, Set
 Status OpenStamp(const Workplace &place, const StampOrder &order, const Bytes &message, Package *packageOut)
 {
     Package package;
-    Status status = LoadPki(place.folder, &package.pki);
+    Status status = order.root.empty() ? LoadPki(place.folder, &package.pki) : Status();
     if (status.ok) {
-        status = LoadRoot(place, package.pki, &package.root);
+        status = order.root.empty() ? LoadRoot(place, package.pki, &package.root)
+                                    : ReadCertificate(order.root, &package.root);
     }
     package.setting.root = package.root;
     if (status.ok) {
@@ -176,25 +177,54 @@ Status OpenStamp(const Workplace &place, const StampOrder &order, const Bytes &m
     return status;
 }
 
-// The CA that has issued the certificate of a message's signer.
-Status FindSignerCa(const Workplace &place, const Pki &pki, const Bytes &message, Certificate *caOut)
+// The CAs of the folder or, where there is none, all that the files and the message bring.
+Status LoadCas(const Workplace &place, const StampOrder &order, const Bytes &message, const Package &package,
+               std::vector<Certificate> *casOut)
 {
-    NamePtr issuer;
-    Status status = SignerIssuer(message, &issuer);
-    for (const Entry &entry : pki.certificates) {
-        Certificate ca;
-        if (!status.ok || entry.role != Role::IssuingCa || FindAuthority(pki, entry.authority) != &entry) {
-            continue;
+    if (!order.root.empty()) {
+        Objects objects;
+        Status status = DecodeObjects(package.setting.crlFile, order.crlFile, &objects);
+        if (status.ok) {
+            status = CarriedCertificates(message, casOut);
         }
-        status = LoadCertificate(place.folder, entry, &ca);
-        if (status.ok && X509_NAME_cmp(X509_get_subject_name(ca.get()), issuer.get()) == 0) {
-            *caOut = std::move(ca);
-            return {};
+        casOut->push_back(package.root);
+        casOut->insert(casOut->end(), objects.certificates.begin(), objects.certificates.end());
+        return status;
+    }
+    Status status;
+    for (const Entry &entry : package.pki.certificates) {
+        Certificate ca;
+        if (status.ok && entry.role == Role::IssuingCa && FindAuthority(package.pki, entry.authority) == &entry) {
+            status = LoadCertificate(place.folder, entry, &ca);
+            casOut->push_back(std::move(ca));
         }
     }
-    return status.ok ? Fail("the certificate of the CA '" + Printable(NameText(issuer.get())) +
-                            "' is not in the folder; import it")
-                     : status;
+    return status;
+}
+
+// The CA that has issued the certificate of a message's signer.
+Status FindSignerCa(const Workplace &place, const StampOrder &order, const Bytes &message, const Package &package,
+                    Certificate *caOut)
+{
+    NamePtr issuer;
+    std::vector<Certificate> cas;
+    Status status = SignerIssuer(message, &issuer);
+    if (status.ok) {
+        status = LoadCas(place, order, message, package, &cas);
+    }
+    if (!status.ok) {
+        return status;
+    }
+    const auto ca = std::find_if(cas.begin(), cas.end(), [&](const Certificate &candidate) {
+        return X509_NAME_cmp(X509_get_subject_name(candidate.get()), issuer.get()) == 0;
+    });
+    if (ca == cas.end()) {
+        return Fail("the certificate of the CA '" + Printable(NameText(issuer.get())) + "' is " +
+                    (order.root.empty() ? "not in the folder; import it"
+                                        : "neither in '" + Printable(order.crlFile) + "' nor in the message"));
+    }
+    *caOut = *ca;
+    return {};
 }
 
 // Puts in a token of the folder's timestamp key, tried with a throwaway one. In a dry run that stays.
@@ -374,7 +404,7 @@ Status TryStamp(const Workplace &place, const StampOrder &order, const Bytes &me
     Bytes stamped;
     Status status = OpenStamp(place, order, message, &package);
     if (status.ok) {
-        status = FindSignerCa(place, package.pki, message, &ca);
+        status = FindSignerCa(place, order, message, package, &ca);
     }
     if (status.ok) {
         status = StampMadeUp(ca, order.time, order.digest, message, &package.setting, &stamped);

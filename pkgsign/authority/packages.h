@@ -75,6 +75,7 @@ Status DescribePackage(const PackageOrder &order, const Package &package, std::s
 // Puts a token into a message that a signer of this PKI has made: a token of the folder's timestamp key, or `given`,
 // one made elsewhere. The local one is tried with a throwaway token first; the real one is judged again.
 struct StampOrder {
+    std::string root;                    // what devices have built in, a file; empty: the folder's. Wants crlFile
     std::string timestamp;               // name in the folder; empty: chosen
     std::string crlFile;                 // as in PackageOrder
     const CheckedToken *given = nullptr; // null: a local token is made

@@ -18,6 +18,7 @@ struct Options {
     AuthorityOptions authorities;
     std::string request;
     std::string token;
+    std::string root;
     std::string crlFile;
     std::string genTime;
     std::string digest = "sha256";
@@ -49,6 +50,9 @@ Status ChooseSource(const Options &options, Source *sourceOut)
                           : !isOffline            ? Source::Local
                           : options.token.empty() ? Source::Request
                                                   : Source::File;
+    if (!options.root.empty() && (source == Source::Local || options.crlFile.empty())) {
+        return FailUsage("--root stands in for the PKI folder: it wants --crl, and --tsa-url, --request or --token");
+    }
     if ((source == Source::Request) != options.out.empty()) {
         return FailUsage(source == Source::Request ? "--out belongs to the second step, together with --token"
                                                    : "--out is missing: the file for the message with its token");
@@ -60,6 +64,7 @@ Status ChooseSource(const Options &options, Source *sourceOut)
 Status ReadOrder(const Options &options, const Session &session, StampOrder *order)
 {
     order->timestamp = options.timestamp;
+    order->root = options.root;
     order->crlFile = options.crlFile;
     order->time = session.place.now;
     Status status = Usage(FindDigest(options.digest, &order->digest));
@@ -266,6 +271,8 @@ Command TimestampCommand()
                  &options->request},
                 {"--token,--response", "FILE", "a timestamp response, or a token alone", &options->token},
                 {"--crl", "FILE", "the CRL file that devices have: the package is judged with it", &options->crlFile},
+                {"--root", "FILE", "the root that devices have built in, in the place of the PKI folder; with --crl",
+                 &options->root},
                 {"--gen-time", "TIME", "time of a local token; now", &options->genTime},
                 {"--digest", "NAME", "sha256, sha384 or sha512", &options->digest},
                 {"--format", "FORMAT", "der or pem", &options->format}};

@@ -251,6 +251,23 @@ Status SignerIssuer(const Bytes &der, NamePtr *issuerOut)
     return {};
 }
 
+Status CarriedCertificates(const Bytes &der, std::vector<Certificate> *certificatesOut)
+{
+    CmsPtr message;
+    const Status status = DecodeMessage(der, "the message", &message);
+    if (!status.ok) {
+        return status;
+    }
+    STACK_OF(X509) *const carried = CMS_get1_certs(message.get());
+    std::vector<Certificate> certificates;
+    while (sk_X509_num(carried) > 0) {
+        certificates.push_back(ShareCertificate(sk_X509_shift(carried)));
+    }
+    sk_X509_free(carried);
+    *certificatesOut = std::move(certificates);
+    return {};
+}
+
 Status FindToken(const Bytes &der, Bytes *tokenOut)
 {
     CmsPtr message;

@@ -45,6 +45,9 @@ Status SignatureValue(const Bytes &message, Bytes *signatureOut);
 // The issuer of the signer's certificate, by which the message names it.
 Status SignerIssuer(const Bytes &message, NamePtr *issuerOut);
 
+// The certificates that a message carries.
+Status CarriedCertificates(const Bytes &message, std::vector<Certificate> *certificatesOut);
+
 // The token of a message; empty when it has none.
 Status FindToken(const Bytes &message, Bytes *tokenOut);
 

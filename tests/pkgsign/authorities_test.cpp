@@ -203,6 +203,48 @@ TEST_F(AuthorityOverHttp, GivesATokenThatDevicesTake)
     EXPECT_EQ("POST /good application/timestamp-query pkgsign\n", Read("log"));
 }
 
+TEST_F(AuthorityOverHttp, GivesATokenWhereThereIsNoFolderButTheRootAndTheCrlFile)
+{
+    const auto stamp = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), {"timestamp", Path("bare"), "--pki", Path("nowhere"), "--no-input"});
+        return Pkgsign(options);
+    };
+    const std::string root = Path("pki/certificates/root.pem");
+    ExpectRefused(stamp({"--out", Path("out"), "--tsa-url", Url("/good")}), Path("nowhere"));
+    const std::vector<std::string> given = {"--root", root, "--crl", Path("crls"), "--now", NOW};
+    const auto with = [&](std::vector<std::string> options) {
+        options.insert(options.end(), given.begin(), given.end());
+        return stamp(options);
+    };
+    ExpectDone(with({"--out", Path("out"), "--tsa-url", Url("/good")}));
+    EXPECT_TRUE(DeviceTakes("out", "content", "crls"));
+    ExpectDone(with({"--request", Path("request")}));
+    ExpectDone(with({"--out", Path("again"), "--tsa-url", Url("/good"), "--if-missing"}));
+    ExpectUsage(with({"--out", Path("local")}), "--root stands in for the PKI folder");
+    ExpectUsage(stamp({"--out", Path("local"), "--tsa-url", Url("/good"), "--root", root}), "it wants --crl");
+    EXPECT_FALSE(Made("nowhere"));
+}
+
+TEST_F(AuthorityOverHttp, IsNotAskedUnderAnotherRootOrWithoutTheCaOfTheSigner)
+{
+    ASSERT_EQ(0, Openssl({"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/C=DE/O=Other/CN=Root", "-keyout",
+                          Path("other.key"), "-out", Path("other.pem")})
+                     .exitStatus);
+    const auto stamp = [&](const std::string &root, const std::string &crls) {
+        return Pkgsign({"timestamp", Path("bare"), "--out", Path("out"), "--tsa-url", Url("/good"), "--root", root,
+                        "--crl", crls, "--now", NOW});
+    };
+    ExpectRefused(stamp(Path("other.pem"), Path("crls")), "a device would refuse the package: ");
+    ExpectRefused(stamp(Path("content"), Path("crls")), "'" + Path("content") + "' does not hold certificates");
+    ASSERT_EQ(
+        0, Openssl({"cms", "-sign", "-binary", "-in", Path("content"), "-signer", Path("pki/certificates/signer.pem"),
+                    "-inkey", Path("pki/private/signer.key"), "-nocerts", "-outform", "DER", "-out", Path("bare")})
+               .exitStatus);
+    ExpectRefused(stamp(Path("pki/certificates/root.pem"), Path("pki/crls/root.crl")),
+                  "Issuing CA' is neither in '" + Path("pki/crls/root.crl") + "' nor in the message");
+    EXPECT_FALSE(Made("out"));
+}
+
 TEST_F(AuthorityOverHttp, MayNameItsContentTypeInAnyCaseAndWithParameters)
 {
     ExpectToken(Stamp({Url("/parameters")}), Url("/parameters"));
