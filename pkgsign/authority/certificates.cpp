@@ -330,6 +330,18 @@ std::string ContentDigest(const X509_CRL *crl)
     return DigestText(EncodeDer(i2d_re_X509_CRL_tbs, const_cast<X509_CRL *>(crl)));
 }
 
+std::string ContentDigest(X509_REQ *request)
+{
+    return DigestText(EncodeDer(i2d_re_X509_REQ_tbs, request));
+}
+
+std::string ContentText(X509_REQ *request)
+{
+    const BioPtr memory(BIO_new(BIO_s_mem()));
+    (void)X509_REQ_print_ex(memory.get(), request, XN_FLAG_ONELINE, X509_FLAG_NO_SIGDUMP);
+    return TextOf(memory.get());
+}
+
 std::string ContentText(X509 *certificate)
 {
     const BioPtr memory(BIO_new(BIO_s_mem()));

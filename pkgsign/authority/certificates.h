@@ -69,14 +69,16 @@ Status ReadRole(const X509 *certificate, Role *roleOut);
 // What stands in pki.json of a certificate, but for names and authorities.
 Entry DescribeCertificate(const X509 *certificate, Role role);
 
-// SHA-256 of what is signed of a certificate or CRL, hexadecimal. A throwaway signature does not change it.
+// SHA-256 of what is signed of a certificate, CRL or request, hexadecimal. A throwaway signature does not change it.
 std::string ContentDigest(const X509 *certificate);
 std::string ContentDigest(const X509_CRL *crl);
+std::string ContentDigest(X509_REQ *request);
 std::string DigestText(const Bytes &data);
 
-// A certificate or CRL as text, its signature left out.
+// A certificate, CRL or request as text, its signature left out.
 std::string ContentText(X509 *certificate);
 std::string ContentText(X509_CRL *crl);
+std::string ContentText(X509_REQ *request);
 
 } // namespace pkgsign
 

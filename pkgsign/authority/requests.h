@@ -22,8 +22,9 @@ struct RequestOrder {
 std::string RequestPath(const std::string &folder, const std::string &name);
 
 // Signs a request by the key, remembers it and keeps it in the folder until its certificate is imported. Signed for
-// proof of possession only: it is no certificate, so nothing can go wrong with it on a device.
-Status MakeRequest(const Workplace &place, const RequestOrder &order, Bytes *requestOut);
+// proof of possession only: it is no certificate, so nothing can go wrong with it on a device. In a dry run nothing is
+// signed, and the request stays empty. reportOut: what is signed, as text with its digest.
+Status MakeRequest(const Workplace &place, const RequestOrder &order, Bytes *requestOut, std::string *reportOut);
 
 // The entry whose request is for this public key, kept in the folder; null: there is none.
 const Entry *FindRequest(const std::string &folder, const Pki &pki, const EVP_PKEY *key);

@@ -125,7 +125,7 @@ Status MakeWholePki(const Workplace &place, const Options &options, const Lifeti
     return status;
 }
 
-// A machine of its own: a root, or a key and a request under a root made elsewhere. report: what a root signs.
+// A machine of its own: a root, or a key and a request under a root made elsewhere. report: what is signed.
 Status MakePart(const Workplace &place, const Options &options, Role role, std::string *report)
 {
     if (role == Role::Root) {
@@ -148,7 +148,7 @@ Status MakePart(const Workplace &place, const Options &options, Role role, std::
         status = GetKey(place, options.key, order.name, &order.key, &order.keyUri, &order.unsaved);
     }
     Bytes request;
-    return status.ok ? MakeRequest(place, order, &request) : status;
+    return status.ok ? MakeRequest(place, order, &request, report) : status;
 }
 
 Status CheckOptions(const Options &options)
@@ -206,7 +206,7 @@ Status MakeFolder(const Options &options, const Pki &pki, const std::string &asi
     Status status = MakeDirectoryBeside(options.folder, &staging.path);
     Workplace place = session->place;
     place.folder = staging.path;
-    place.dryRun = false; // all that is written goes away again
+    place.dryRun = session->place.dryRun && !options.only.empty(); // else no key signs but new ones that go away again
     if (status.ok) {
         status = CreatePki(place.folder, pki);
     }

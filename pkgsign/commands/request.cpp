@@ -45,10 +45,13 @@ Status Request(const Options &options, Session *session)
     }
     Bytes request;
     if (status.ok) {
-        status = MakeRequest(place, order, &request);
+        status = MakeRequest(place, order, &request, &session->out);
     }
     if (status.ok && !place.dryRun) {
         status = WriteWhole(options.out, request);
+    }
+    if (options.out == "-" && !place.dryRun) {
+        session->out.clear(); // standard output is the request's then
     }
     session->next =
         "on the machine of the CA: pkgsign issue --as " + options.role + " --request FILE --out CERTIFICATE";

@@ -107,10 +107,41 @@ TEST_F(Authority, ADryRunOfARootShowsWhatTheRealRunSigns)
     const std::vector<std::string> init = {"init", Path("fresh"), "--only", "root", "--key", Path("root.key")};
     std::vector<std::string> dry = init;
     dry.push_back("-n");
+    const int signatures = RealSignatures();
     const Outcome tried = Pkgsign(dry);
+    EXPECT_EQ(signatures, RealSignatures());
     EXPECT_FALSE(Made("fresh"));
     EXPECT_TRUE(Contains(tried.out, "SHA-256 of what is signed: ")) << tried.errors;
     EXPECT_EQ(tried.out, Pkgsign(init).out);
+}
+
+TEST_F(Authority, ADryRunOfARequestShowsWhatTheRealRunSigns)
+{
+    ASSERT_EQ(0, Openssl({"genrsa", "-out", Path("key"), "2048"}).exitStatus);
+    const std::vector<std::vector<std::string>> commands = {
+        {"request", "--as", "signer", "--key", Path("key"), "--out", Path("asked.csr"), "--pki", Path("pki")},
+        {"init", Path("fresh"), "--only", "signer", "--key", Path("key"), "--root", Path("pki/certificates/root.pem")}};
+    for (std::vector<std::string> command : commands) {
+        const std::string before = Read("pki/pki.json");
+        const int signatures = RealSignatures();
+        command.push_back("--dry-run");
+        const Outcome tried = Pkgsign(command);
+        ExpectDone(tried);
+        EXPECT_EQ(signatures, RealSignatures());
+        EXPECT_EQ(before, Read("pki/pki.json"));
+        EXPECT_FALSE(Made("asked.csr"));
+        EXPECT_FALSE(Made("fresh"));
+        EXPECT_TRUE(Contains(tried.out, "Subject: C = DE, O = Sigkit, CN = Code Signing")) << tried.out;
+        EXPECT_TRUE(Contains(tried.out, "SHA-256 of what is signed: ")) << tried.out;
+        command.pop_back();
+        EXPECT_EQ(tried.out, Pkgsign(command).out);
+        EXPECT_GT(RealSignatures(), signatures);
+        std::filesystem::remove(Path("asked.csr"));
+    }
+    const Outcome printed = Run({"request", "--as", "timestamp", "--key", Path("key")});
+    EXPECT_EQ(0u, printed.out.rfind("-----BEGIN CERTIFICATE REQUEST-----", 0)) << printed.out;
+    EXPECT_TRUE(Contains(printed.out, "-----END CERTIFICATE REQUEST-----\n"));
+    EXPECT_FALSE(Contains(printed.out, "SHA-256")) << printed.out;
 }
 
 // While keys are made, which takes its time, somebody else is done with the same folder.

@@ -170,6 +170,12 @@ int __wrap_EVP_DigestSignInit(EVP_MD_CTX *ctx, EVP_PKEY_CTX **keyOut, const EVP_
     Note(key);
     return __real_EVP_DigestSignInit(ctx, keyOut, digest, engine, key);
 }
+int __real_X509_REQ_sign(X509_REQ *request, EVP_PKEY *key, const EVP_MD *digest);
+int __wrap_X509_REQ_sign(X509_REQ *request, EVP_PKEY *key, const EVP_MD *digest)
+{
+    Note(key);
+    return __real_X509_REQ_sign(request, key, digest);
+}
 PKCS7_SIGNER_INFO *__real_PKCS7_add_signature(PKCS7 *message, X509 *certificate, EVP_PKEY *key, const EVP_MD *digest);
 PKCS7_SIGNER_INFO *__wrap_PKCS7_add_signature(PKCS7 *message, X509 *certificate, EVP_PKEY *key, const EVP_MD *digest)
 {
