@@ -10,6 +10,7 @@
 #include "pkgsign/crypto/signing_program.h"
 #include "pkgsign/files/files.h"
 #include "pkgsign/files/objects.h"
+#include "pkgsign/timestamp/client.h"
 #include "pkgsign/timestamp/request.h"
 
 namespace pkgsign
@@ -93,6 +94,10 @@ Status CheckOptions(const Options &options)
         if (rule.isWrong) {
             return FailUsage(rule.reason);
         }
+    }
+    const Status urls = CheckUrls(options.authorities.urls);
+    if (!urls.ok) {
+        return urls;
     }
     for (const std::string &path : {options.out, options.request}) {
         if (IsSameFile(path, options.content)) {

@@ -4,6 +4,7 @@
 #include "pkgsign/crypto/message.h"
 #include "pkgsign/files/files.h"
 #include "pkgsign/files/objects.h"
+#include "pkgsign/timestamp/client.h"
 #include "pkgsign/timestamp/request.h"
 
 namespace pkgsign
@@ -58,7 +59,7 @@ Status ChooseSource(const Options &options, Source *sourceOut)
                                                    : "--out is missing: the file for the message with its token");
     }
     *sourceOut = source;
-    return {};
+    return CheckUrls(options.authorities.urls);
 }
 
 Status ReadOrder(const Options &options, const Session &session, StampOrder *order)

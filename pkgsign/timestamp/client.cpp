@@ -260,23 +260,31 @@ Status PostTimestampRequest(const std::string &url, const ClientSettings &settin
     return status.ok ? Post(read, settings, request, answerOut) : status;
 }
 
+Status CheckUrls(const std::vector<std::string> &urls)
+{
+    const Status loaded = urls.empty() ? Status() : LoadLibcurl();
+    for (size_t i = 0; loaded.ok && i < urls.size(); ++i) {
+        UrlPtr read;
+        const Status status = ReadUrl(urls[i], &read);
+        if (!status.ok) {
+            return FailUsage("authority " + std::to_string(i + 1) + ": " + status.reason); // it may hold a password
+        }
+    }
+    return loaded;
+}
+
 Status TokenFromAuthorities(const std::vector<std::string> &urls, const ClientSettings &settings, const EVP_MD *digest,
                             const Bytes &signature, const AcceptToken &accept, std::string *urlOut)
 {
-    const Status loaded = LoadLibcurl();
-    if (!loaded.ok) {
-        return loaded;
-    }
-    std::vector<UrlPtr> read(urls.size());
-    for (size_t i = 0; i < urls.size(); ++i) {
-        const Status status = ReadUrl(urls[i], &read[i]);
-        if (!status.ok) {
-            return Fail("authority " + std::to_string(i + 1) + ": " + status.reason); // it may hold a password
-        }
+    const Status checked = CheckUrls(urls);
+    if (!checked.ok) {
+        return checked;
     }
     std::string reasons;
     for (size_t i = 0; i < urls.size(); ++i) {
-        const Status status = Ask(read[i], settings, digest, signature, accept);
+        UrlPtr url;
+        Status status = ReadUrl(urls[i], &url);
+        status = status.ok ? Ask(url, settings, digest, signature, accept) : status;
         if (status.ok) {
             *urlOut = urls[i];
             return {};

@@ -31,6 +31,9 @@ struct ClientSettings {
 Status PostTimestampRequest(const std::string &url, const ClientSettings &settings, const Bytes &request,
                             Bytes *answerOut);
 
+// Refuses URLs that PostTimestampRequest would refuse, before anything is asked or signed.
+Status CheckUrls(const std::vector<std::string> &urls);
+
 // Asks one authority after the other, each with a request of its own, until `accept` has taken a token. All URLs are
 // read before the first is asked. The reason names every authority that was asked. urlOut: whose token it is.
 Status TokenFromAuthorities(const std::vector<std::string> &urls, const ClientSettings &settings, const EVP_MD *digest,
