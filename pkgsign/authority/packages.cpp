@@ -229,8 +229,9 @@ Status FindSignerCa(const Workplace &place, const StampOrder &order, const Bytes
 
 // Puts in a token of the folder's timestamp key, tried with a throwaway one. In a dry run that stays.
 Status StampLocally(const Workplace &place, const StampOrder &order, const Bytes &message, Package *package,
-                    Bytes *stampedOut)
+                    Bytes *stampedOut, std::string *signedOut)
 {
+    Bytes token;
     Setting trial = package->setting;
     Key throwaway;
     Bytes stamped;
@@ -250,6 +251,10 @@ Status StampLocally(const Workplace &place, const StampOrder &order, const Bytes
         status = status.ok ? Judge(package->setting, *package, stamped) : status;
     }
     if (status.ok) {
+        status = FindToken(stamped, &token);
+    }
+    if (status.ok) {
+        *signedOut = DescribeToken(token);
         *stampedOut = std::move(stamped);
     }
     return status;
@@ -381,17 +386,19 @@ Status StampMessage(const Workplace &place, const StampOrder &order, const Bytes
 {
     Package package;
     Bytes stamped;
+    std::string content; // of a token that is signed here
     Status status = OpenStamp(place, order, message, &package);
     if (status.ok && order.given == nullptr) {
-        status = StampLocally(place, order, message, &package, &stamped);
+        status = StampLocally(place, order, message, &package, &stamped, &content);
     } else if (status.ok) {
         status = AddToken(message, order.given->der, &stamped);
         status = status.ok ? Judge(package.setting, package, stamped) : status;
     }
     if (status.ok) {
-        *reportOut = order.given != nullptr
-                         ? "The token given was put in, of " + FormatTime(order.given->genTime) + ".\n"
-                         : "Timestamp: '" + package.timestamp.entry.name + "', " + FormatTime(order.time) + "\n";
+        *reportOut =
+            order.given != nullptr
+                ? "The token given was put in, of " + FormatTime(order.given->genTime) + ".\n"
+                : "Timestamp: '" + package.timestamp.entry.name + "', " + FormatTime(order.time) + "\n" + content;
         *messageOut = std::move(stamped);
     }
     return status;

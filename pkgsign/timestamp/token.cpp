@@ -3,6 +3,8 @@
 #include <openssl/objects.h>
 #include <openssl/pkcs7.h>
 
+#include "pkgsign/crypto/digest.h"
+
 namespace pkgsign
 {
 namespace
@@ -119,6 +121,26 @@ Status MakeToken(const TokenFields &fields, const Key &key, Bytes *tokenOut)
     }
     *tokenOut = EncodeDer(i2d_PKCS7, token.get());
     return {};
+}
+
+std::string DescribeToken(const Bytes &der)
+{
+    const unsigned char *next = der.data();
+    const Pkcs7Ptr token(d2i_PKCS7(nullptr, &next, static_cast<long>(der.size())));
+    const InfoPtr info(token == nullptr ? nullptr : PKCS7_to_TS_TST_INFO(token.get()));
+    const BioPtr text(BIO_new(BIO_s_mem()));
+    if (info == nullptr || TS_TST_INFO_print_bio(text.get(), info.get()) != 1) {
+        return {};
+    }
+    PKCS7_SIGNER_INFO *const signer = sk_PKCS7_SIGNER_INFO_value(PKCS7_get_signer_info(token.get()), 0);
+    unsigned char *encoded = nullptr; // RFC 5652, 5.4: under the tag of a SET OF
+    const int size =
+        ASN1_item_i2d(reinterpret_cast<ASN1_VALUE *>(signer->auth_attr), &encoded, ASN1_ITEM_rptr(PKCS7_ATTR_SIGN));
+    const Bytes attributes(encoded, encoded + (size > 0 ? size : 0));
+    OPENSSL_free(encoded);
+    const Bytes shown = TakeMemory(text.get());
+    return std::string(shown.begin(), shown.end()) +
+           "SHA-256 of what is signed: " + HexText(Digest(EVP_sha256(), attributes)) + "\n";
 }
 
 Bytes TokenSerial(const Bytes &signature, int64_t genTime)

@@ -28,6 +28,10 @@ struct TokenFields {
 // Makes a token. key: the timestamp authority's, or a throwaway one in its place.
 Status MakeToken(const TokenFields &fields, const Key &key, Bytes *tokenOut);
 
+// What is signed of a token, as text, and the SHA-256 digest of the signed attributes' encoding. A throwaway signature
+// does not change it.
+std::string DescribeToken(const Bytes &token);
+
 // The serial number of a token: 16 octets from the time and the stamped signature, so that a token made again is the
 // same.
 Bytes TokenSerial(const Bytes &signature, int64_t genTime);

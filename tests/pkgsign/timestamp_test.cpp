@@ -144,6 +144,23 @@ TEST_F(TokenFile, IsNotAskedForWhenDevicesRefuseTheMessageWhateverItsToken)
     EXPECT_FALSE(Made("request"));
 }
 
+TEST_F(TokenFile, OfTheFolderIsShownInADryRunAsTheRealRunSignsIt)
+{
+    const std::vector<std::string> options = {"--gen-time", "2026-02-02T03:04:05Z", "--out", Path("out")};
+    std::vector<std::string> dry = options;
+    dry.push_back("--dry-run");
+    const int signatures = RealSignatures();
+    const Outcome tried = Timestamp(dry);
+    EXPECT_EQ(signatures, RealSignatures());
+    EXPECT_FALSE(Made("out"));
+    EXPECT_TRUE(Contains(tried.out, "Time stamp: Feb  2 03:04:05 2026 GMT\n")) << tried.out;
+    EXPECT_TRUE(Contains(tried.out, "SHA-256 of what is signed: ")) << tried.out;
+    EXPECT_EQ(tried.out, Timestamp(options).out);
+    EXPECT_TRUE(Made("out"));
+    const Outcome later = Timestamp({"--gen-time", "2026-02-02T03:04:06Z", "--out", Path("out"), "--dry-run"});
+    EXPECT_FALSE(Contains(later.out, tried.out.substr(tried.out.rfind(": ")))) << later.out;
+}
+
 TEST_F(TokenFile, WithAnotherNonceOrNoneDoesNotAnswerTheRequest)
 {
     Ask();
