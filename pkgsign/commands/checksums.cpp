@@ -193,7 +193,7 @@ Status Checksums(const Options &options, Session *session)
         return Check(options, session);
     }
     if (options.version.empty()) {
-        return FailUsage("--package-version is missing: a number that goes up with each package");
+        return FailUsage("--package-version is missing: it wants a number that goes up with each package");
     }
     if (!IsVersion(options.version)) {
         return FailUsage("--package-version wants a number without leading zeros, which no update step lets go down");

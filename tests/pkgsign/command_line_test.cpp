@@ -49,7 +49,7 @@ TEST_F(CommandLine, WithoutAnOptionThatItNeedsNamesThat)
     Write("package/file", "file\n");
     ExpectUsage(Run({"sign", Path("content")}), "--out is missing: the file for the message");
     ExpectUsage(Pkgsign({"checksums", Path("package"), "--out", Path("package/checksums")}),
-                "--package-version is missing: a number that goes up with each package");
+                "--package-version is missing: it wants a number that goes up with each package");
     ExpectUsage(Run({"timestamp", Path("content")}), "--out is missing: the file for the message with its token");
     ExpectUsage(Run({"crl"}), "--out is required");
 }
