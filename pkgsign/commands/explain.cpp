@@ -111,20 +111,18 @@ Status Explain(const Options &options, Session *session)
 
 Command ExplainCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "explain";
-    command.summary = "Say what a device's answer or log means, and what to do";
-    command.example = "journalctl -t verify_tool | pkgsign explain -";
+    Command command = MakeCommand<Options>(
+        "explain", "Say what a device's answer or log means, and what to do",
+        "journalctl -t verify_tool | pkgsign explain -", Explain, [](Options *options) -> std::vector<Option> {
+            return {{"WHAT", "CODE|LOG",
+                     "an exit status (18), a status (88200012 or -2011168750), or a file with a device's log; - for "
+                     "standard input",
+                     &options->what},
+                    {"--list", "", "all status codes with their exit statuses", &options->list},
+                    {"--json", "", "one JSON document", &options->json}};
+        });
     command.hasFolder = false;
     command.isWriting = false;
-    command.options = {{"WHAT", "CODE|LOG",
-                        "an exit status (18), a status (88200012 or -2011168750), or a file with a device's log; - for "
-                        "standard input",
-                        &options->what},
-                       {"--list", "", "all status codes with their exit statuses", &options->list},
-                       {"--json", "", "one JSON document", &options->json}};
-    command.run = [options](Session *session) { return Explain(*options, session); };
     return command;
 }
 
