@@ -76,6 +76,7 @@ Command CrlCommand();
 Command KeyCommand();
 Command ListCommand();
 Command ImportCommand();
+Command InspectCommand();
 Command ChecksumsCommand();
 Command SignCommand();
 Command TimestampCommand();

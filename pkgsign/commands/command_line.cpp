@@ -285,9 +285,9 @@ int Describe(const Describer &describer, const std::vector<CLI::App *> &commands
 
 std::vector<Command> AllCommands()
 {
-    return {InitCommand(),      RequestCommand(), IssueCommand(),  RevokeCommand(),    CrlCommand(),
-            ListCommand(),      ImportCommand(),  KeyCommand(),    ChecksumsCommand(), SignCommand(),
-            TimestampCommand(), ServeCommand(),   ExplainCommand()};
+    return {InitCommand(),      RequestCommand(), IssueCommand(),   RevokeCommand(),    CrlCommand(),
+            ListCommand(),      ImportCommand(),  KeyCommand(),     ChecksumsCommand(), SignCommand(),
+            TimestampCommand(), ServeCommand(),   InspectCommand(), ExplainCommand()};
 }
 
 int RunCommandLine(int argc, char **argv, const std::vector<Command> &commands)

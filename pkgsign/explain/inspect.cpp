@@ -1,0 +1,393 @@
+#include "pkgsign/explain/inspect.h"
+
+#include <algorithm>
+#include <set>
+
+#include "pkgsign/explain/inspect_armour.h"
+#include "pkgsign/explain/inspect_crl.h"
+#include "pkgsign/explain/inspect_message.h"
+#include "pkgsign/explain/inspect_recognise.h"
+
+namespace pkgsign
+{
+namespace
+{
+
+using namespace inspection;
+
+constexpr size_t DEVICE_SIZE_MAX = 2000000;
+constexpr size_t DEVICE_SIZE_MIN = 38;
+constexpr size_t DEVICE_TAIL_MAX = 32; // octets behind the last object that are dropped
+constexpr size_t DEVICE_CRLS_MAX = 16;
+constexpr size_t DEVICE_CERTIFICATES_MAX = 15; // beside the root
+constexpr size_t DEVICE_BLOCKS_MAX = 15;       // beside the root's octets
+constexpr size_t COMPARED_MAX = 64;            // objects that are compared with each other
+
+// One file while it is read.
+struct FileState {
+    const InspectOptions *options = nullptr;
+    size_t shownMost = 0;
+    Findings findings; // of the file
+    size_t errors = 0; // of its objects
+    size_t objectCount = 0;
+    Report objects = Report::array();
+    std::set<Bytes> crls; // by signature value, as the device tells them apart
+    std::set<Bytes> crlIssuers;
+    std::set<Bytes> certificates;
+    size_t takenBlocks = 0; // that the device has decoded and keeps
+};
+
+const char *KindName(ObjectKind kind)
+{
+    switch (kind) {
+    case ObjectKind::Message:
+        return "message";
+    case ObjectKind::Certificate:
+        return "certificate";
+    case ObjectKind::Crl:
+        return "crl";
+    case ObjectKind::TimestampRequest:
+        return "timestampRequest";
+    case ObjectKind::TimestampAnswer:
+        return "timestampAnswer";
+    case ObjectKind::CertificationRequest:
+        return "certificationRequest";
+    default:
+        return "unknown";
+    }
+}
+
+Report FindingsJson(const Findings &findings)
+{
+    Report list = Report::array();
+    for (const Finding &finding : findings.list) {
+        const RuleText &text = TextOf(finding.rule);
+        list.push_back({{"severity", SeverityName(text.severity)},
+                        {"code", text.code},
+                        {"path", finding.path},
+                        {"offset", finding.offset},
+                        {"citation", finding.citation},
+                        {"text", text.text},
+                        {"detail", finding.detail}});
+    }
+    return list;
+}
+
+// Certificates and CRLs of one file count together, and those that are there twice once.
+void CountObject(FileState *state, InspectContext *context, ObjectKind kind, const Node &node, size_t offset)
+{
+    if (state->objectCount > COMPARED_MAX) {
+        return;
+    }
+    const Bytes signature = ContentOf(*context->data, FindNode(&node, "signatureValue"));
+    const NodePath file;
+    if (kind == ObjectKind::Certificate) {
+        const CertificateFacts facts = ReadFacts(context, node);
+        if (!facts.isSelfSigned) {
+            state->certificates.insert(signature);
+        }
+    } else if (kind == ObjectKind::Crl && state->crls.insert(signature).second) {
+        const Bytes issuer = ContentOf(*context->data, FindNode(&node, "tbsCertList.issuer"));
+        if (!state->crlIssuers.insert(issuer).second) {
+            AddFinding(&state->findings, Rule::CrlTwice, file, offset,
+                       NameText(context, FindNode(&node, "tbsCertList.issuer")));
+        }
+    }
+}
+
+Report DescribeObject(InspectContext *context, ObjectKind kind, const Node &node, std::string *kindName)
+{
+    const NodePath path;
+    *kindName = KindName(kind);
+    switch (kind) {
+    case ObjectKind::Message:
+        if (IsToken(*context->data, node)) {
+            *kindName = "timestampToken";
+            return DescribeToken(context, node, path, nullptr);
+        }
+        return DescribeMessage(context, node, path);
+    case ObjectKind::Certificate:
+        return DescribeCertificate(context, node, path);
+    case ObjectKind::Crl:
+        return DescribeCrl(context, node, path);
+    case ObjectKind::TimestampRequest:
+        return DescribeTimestampRequest(context, node, path);
+    case ObjectKind::TimestampAnswer:
+        return DescribeTimestampAnswer(context, node, path);
+    default:
+        return DescribeCertificationRequest(context, node, path);
+    }
+}
+
+// One object of a known kind. block: of the armour that it is in; null in DER. Returns where it ends.
+size_t AddObject(FileState *state, const Bytes &data, size_t at, ObjectKind kind, const ArmourBlock *block)
+{
+    ++state->objectCount;
+    if (state->objects.size() >= state->shownMost) {
+        return ReadElement(data, at, data.size()).next;
+    }
+    Findings findings;
+    findings.most = state->shownMost;
+    Walk walk = {&data, &findings, {}};
+    Node node;
+    const NodePath path;
+    const size_t end = WalkObject(&walk, *TypeOf(kind), at, {data.size(), false}, path, &node);
+    FinishWalk(&walk);
+    InspectContext context = {&data, &findings, &state->options->issuers, state->shownMost};
+    CountObject(state, &context, kind, node, block == nullptr ? at : block->offset);
+    std::string kindName;
+    const Report content = DescribeObject(&context, kind, node, &kindName);
+    state->objects.push_back({{"kind", kindName},
+                              {"offset", block == nullptr ? at : block->offset},
+                              {"size", end - at},
+                              {"label", block == nullptr ? Report(nullptr) : Report(SafeText(block->label))},
+                              {"content", content},
+                              {"findings", FindingsJson(findings)},
+                              {"findingCount", findings.count}});
+    state->errors += findings.errors;
+    return end;
+}
+
+// What is no object: what stands there, and what it looks like.
+void AddUnknown(FileState *state, const Bytes &data, size_t at, const std::string &hint)
+{
+    const InspectedElement element = ReadElement(data, at, data.size());
+    const NodePath file;
+    AddFinding(&state->findings, Rule::NotRecognised, file, at,
+               "found " + DescribeElement(element) + (hint.empty() ? "" : ": " + hint));
+    if (IsThere(element) && element.isCut) {
+        AddFinding(&state->findings, Rule::LengthBeyond, file, at,
+                   DescribeElement(element) + ", of which " + std::to_string(ContentSize(element)) + " are there");
+    }
+    if (!IsThere(element)) {
+        AddFinding(&state->findings, Rule::ReadTo, file, at, "expected SEQUENCE, found a header that is cut off");
+    }
+}
+
+void CheckCounts(FileState *state, bool isDer)
+{
+    const NodePath file;
+    if (isDer && state->crls.size() > DEVICE_CRLS_MAX) {
+        AddFinding(&state->findings, Rule::CrlsTooMany, file, 0, "there are " + std::to_string(state->crls.size()));
+    }
+    if (state->certificates.size() > DEVICE_CERTIFICATES_MAX) {
+        AddFinding(&state->findings, Rule::StoreFull, file, 0,
+                   "there are " + std::to_string(state->certificates.size()));
+    }
+}
+
+bool IsStored(ObjectKind kind)
+{
+    return kind == ObjectKind::Certificate || kind == ObjectKind::Crl;
+}
+
+void ReadDer(FileState *state, const Bytes &data)
+{
+    const NodePath file;
+    size_t at = 0;
+    while (at < data.size()) {
+        std::string hint;
+        const ObjectKind kind = RecogniseObject(data, at, &hint);
+        const size_t left = data.size() - at;
+        if (at > 0 && left <= DEVICE_TAIL_MAX) {
+            AddFinding(&state->findings, Rule::TailDropped, file, at, std::to_string(left) + " octets");
+            break;
+        }
+        if (at > 0 && !IsStored(kind)) {
+            AddFinding(&state->findings, Rule::TailNotRead, file, at,
+                       "found " + DescribeElement(ReadElement(data, at, data.size())));
+            break;
+        }
+        if (kind == ObjectKind::Unknown) {
+            AddUnknown(state, data, at, hint);
+            break;
+        }
+        const size_t end = AddObject(state, data, at, kind, nullptr);
+        at = std::max(end, at + 1);
+        if (!IsStored(kind)) {
+            if (at < data.size()) {
+                AddFinding(&state->findings, Rule::TrailingOctets, file, at,
+                           std::to_string(data.size() - at) + " octets");
+            }
+            break;
+        }
+    }
+    CheckCounts(state, true);
+}
+
+// The labels under which the device looks for an object.
+bool IsLabelOf(ObjectKind kind, const std::string &label)
+{
+    switch (kind) {
+    case ObjectKind::Message:
+        return label == "CMS" || label == "PKCS7";
+    case ObjectKind::Certificate:
+        return label == "CERTIFICATE";
+    case ObjectKind::Crl:
+        return label == "X509 CRL";
+    default:
+        return true;
+    }
+}
+
+bool IsDeviceLabel(const std::string &label)
+{
+    return label == "CMS" || label == "PKCS7" || label == "CERTIFICATE" || label == "X509 CRL";
+}
+
+// Whether a label is one of objects that this program shows: nothing else is decoded, a key least of all.
+bool IsShownLabel(const std::string &label)
+{
+    std::string upper = label;
+    std::transform(upper.begin(), upper.end(), upper.begin(),
+                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
+    return upper.find("KEY") == std::string::npos && upper.find("PARAMETERS") == std::string::npos;
+}
+
+// What a block holds. isRead: whether the device reads the text here at all.
+void ReadBlock(FileState *state, const Bytes &data, const ArmourBlock &block, bool isRead)
+{
+    const NodePath file;
+    Findings unseen;
+    const auto add = [&](Rule rule, size_t at, const std::string &detail) {
+        AddFinding(&state->findings, rule, file, at, detail);
+    };
+    const std::string label = SafeText(block.label);
+    if (!IsShownLabel(block.label)) {
+        add(Rule::ArmourOther, block.offset, label);
+        return;
+    }
+    const bool isOurs = IsDeviceLabel(block.label);
+    const Bytes octets = DecodeArmour(data, block, isOurs ? &state->findings : &unseen);
+    std::string hint;
+    const ObjectKind kind = RecogniseObject(octets, 0, &hint);
+    const bool isObject = kind != ObjectKind::Unknown;
+    if (!isObject && !isOurs) {
+        add(Rule::ArmourOther, block.offset, label);
+    } else if (!block.hasEnd) {
+        add(Rule::ArmourEnd, block.bodyEnd, label);
+    }
+    if (isObject && !isRead) {
+        add(Rule::ArmourNull, block.offset, label);
+    }
+    if (isObject && !IsLabelOf(kind, block.label)) {
+        add(Rule::ArmourLabel, block.offset, std::string("found a ") + KindName(kind) + " under " + label);
+    }
+    if (!isObject) {
+        if (isOurs && !octets.empty()) {
+            AddUnknown(state, octets, 0, hint);
+        }
+        return;
+    }
+    const size_t end = AddObject(state, octets, 0, kind, &block);
+    if (IsStored(kind) && end < octets.size() && RecogniseObject(octets, end, &hint) != ObjectKind::Unknown) {
+        add(Rule::ArmourSecond, block.offset, label);
+    }
+    state->takenBlocks += IsStored(kind) && IsLabelOf(kind, block.label) ? 1 : 0;
+    if (IsStored(kind) && state->takenBlocks > DEVICE_BLOCKS_MAX) {
+        add(Rule::ArmourImages, block.offset, "");
+    }
+}
+
+void ReadArmour(FileState *state, const Bytes &data)
+{
+    const NodePath file;
+    const size_t null = static_cast<size_t>(std::find(data.begin(), data.end(), 0) - data.begin());
+    ArmourBlock block;
+    size_t from = 0;
+    size_t count = 0;
+    while (FindBlock(data, from, &block)) {
+        if (count++ == 0 && block.offset > 0) {
+            AddFinding(&state->findings, Rule::ArmourTextBefore, file, 0, std::to_string(block.offset) + " octets");
+        }
+        ReadBlock(state, data, block, block.offset < null);
+        if (!block.isClosed) {
+            if (block.hasEnd || !IsDeviceLabel(block.label)) {
+                AddFinding(&state->findings, Rule::ArmourEnd, file, block.offset, SafeText(block.label));
+            }
+            break;
+        }
+        from = block.bodyEnd;
+    }
+    for (size_t at = FindBrokenMarker(data, 0); at < data.size(); at = FindBrokenMarker(data, at + 1)) {
+        AddFinding(&state->findings, Rule::ArmourMarker, file, at, "");
+    }
+    if (state->objectCount == 0 && state->findings.errors == 0) {
+        AddFinding(&state->findings, Rule::NotRecognised, file, 0, "no block holds an object");
+    }
+    CheckCounts(state, false);
+}
+
+} // namespace
+
+InspectOptions::InspectOptions() = default;
+InspectOptions::~InspectOptions() = default;
+
+Status AddIssuers(const std::string &name, const Bytes &data, InspectOptions *options)
+{
+    const bool isArmour = HasArmour(data) && data[0] != 0x30;
+    const size_t before = options->issuers.size();
+    size_t from = 0;
+    ArmourBlock block;
+    while (isArmour ? FindBlock(data, from, &block) : from < data.size()) {
+        Findings unseen;
+        const Bytes decoded = isArmour ? DecodeArmour(data, block, &unseen) : Bytes();
+        const Bytes &octets = isArmour ? decoded : data;
+        const size_t at = isArmour ? 0 : from;
+        std::string hint;
+        if (!isArmour && !IsStored(RecogniseObject(octets, at, &hint))) {
+            break;
+        }
+        Walk walk = {&octets, &unseen, {}};
+        Node node;
+        const size_t end = WalkObject(&walk, TYPE_CERTIFICATE, at, {octets.size(), false}, {}, &node);
+        if (unseen.errors == 0) {
+            const std::vector<InspectIssuer> none;
+            InspectContext context = {&octets, &unseen, &none, 0};
+            const CertificateFacts facts = ReadFacts(&context, node);
+            options->issuers.push_back({facts.subject, facts.key, facts.subjectText});
+        }
+        from = isArmour ? std::max(block.bodyEnd, block.offset + 1) : std::max(end, from + 1);
+    }
+    return options->issuers.size() > before
+               ? Status()
+               : Fail("'" + SafeText(name) + "' holds no certificate, as PEM or DER, that a device could read");
+}
+
+Report InspectFile(const std::string &name, const Bytes &data, const InspectOptions &options)
+{
+    FileState state;
+    state.options = &options;
+    state.shownMost = options.all ? INSPECT_SHOWN_WITH_ALL : INSPECT_SHOWN;
+    state.findings.most = state.shownMost;
+    const NodePath file;
+    const bool isArmour = HasArmour(data) && data[0] != 0x30;
+    if (data.empty()) {
+        AddFinding(&state.findings, Rule::FileEmpty, file, 0, "");
+    } else if (data.size() < DEVICE_SIZE_MIN) {
+        AddFinding(&state.findings, Rule::FileTooShort, file, 0, std::to_string(data.size()) + " octets");
+    } else if (data.size() > DEVICE_SIZE_MAX) {
+        AddFinding(&state.findings, Rule::FileTooLarge, file, 0, std::to_string(data.size()) + " octets");
+    }
+    if (isArmour) {
+        ReadArmour(&state, data);
+    } else {
+        ReadDer(&state, data);
+    }
+    return {{"file", SafeText(name)},
+            {"size", data.size()},
+            {"form", isArmour ? "PEM" : "DER"},
+            {"errors", state.findings.errors + state.errors},
+            {"objects", state.objects},
+            {"objectCount", state.objectCount},
+            {"findings", FindingsJson(state.findings)},
+            {"findingCount", state.findings.count}};
+}
+
+std::string InspectionJson(const Report &files)
+{
+    const Report document = {{"version", INSPECT_VERSION}, {"files", files}};
+    return document.dump(2, ' ', false, Report::error_handler_t::replace) + "\n";
+}
+
+} // namespace pkgsign

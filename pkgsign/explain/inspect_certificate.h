@@ -1,0 +1,45 @@
+// Certificates and requests for them, described.
+#ifndef PKGSIGN_EXPLAIN_INSPECT_CERTIFICATE_H
+#define PKGSIGN_EXPLAIN_INSPECT_CERTIFICATE_H
+
+#include "pkgsign/explain/inspect_context.h"
+
+namespace pkgsign::inspection
+{
+
+// What the device goes by when it uses a certificate.
+struct CertificateFacts {
+    const Node *node = nullptr;
+    Bytes issuer; // the Name's content
+    Bytes subject;
+    Bytes serial; // without a leading zero
+    RsaNumbers key;
+    unsigned keyUsage = 0; // with the device's weights: 0x80 digitalSignature, 4 keyCertSign, 2 cRLSign
+    bool isDigitalSignature = false;
+    std::string firstPurpose; // dotted
+    bool isCa = false;
+    bool isSelfSigned = false; // its own key holds for it
+    std::optional<int64_t> notBefore;
+    std::optional<int64_t> notAfter;
+    std::string subjectText;
+};
+
+CertificateFacts ReadFacts(InspectContext *context, const Node &certificate);
+
+// The signature of a certificate, CRL or request over its first member.
+SignedOctets SignatureOf(const Bytes &data, const Node &object, const Node *signedPart, const char *valueName);
+
+// Whether the device computes an object's signature, and whether it names its algorithm alike in both places. inner:
+// within what is signed; null where there is none.
+void CheckAlgorithms(InspectContext *context, const Node &object, const Node *inner, const NodePath &path);
+
+Report DescribeCertificate(InspectContext *context, const Node &certificate, const NodePath &path);
+Report DescribeCertificationRequest(InspectContext *context, const Node &request, const NodePath &path);
+
+// Extensions by identifier and name; findings for those that are there twice, or critical and not in `read`.
+Report DescribeExtensions(InspectContext *context, const Node *extensions, const NodePath &path,
+                          const std::vector<std::string> &read);
+
+} // namespace pkgsign::inspection
+
+#endif

@@ -1,0 +1,79 @@
+// What the descriptions of objects share.
+#ifndef PKGSIGN_EXPLAIN_INSPECT_CONTEXT_H
+#define PKGSIGN_EXPLAIN_INSPECT_CONTEXT_H
+
+#include <optional>
+
+#include <nlohmann/json.hpp>
+
+#include "pkgsign/explain/inspect_value.h"
+#include "pkgsign/explain/inspect_walk.h"
+
+namespace pkgsign::inspection
+{
+
+using Report = nlohmann::ordered_json;
+
+// As the device reads it: without a leading zero.
+struct RsaNumbers {
+    Bytes modulus;
+    Bytes exponent;
+};
+
+// A certificate that was given to verify others with.
+struct InspectIssuer {
+    Bytes subject; // the Name's content
+    RsaNumbers key;
+    std::string text;
+};
+
+// How many signatures of one file are verified at most: each costs an RSA operation.
+inline constexpr size_t SIGNATURE_CHECKS_MAX = 256;
+
+struct InspectContext {
+    const Bytes *data = nullptr;
+    Findings *findings = nullptr;
+    const std::vector<InspectIssuer> *issuers = nullptr;
+    size_t entriesMost = 0; // entries of a CRL that are shown
+    size_t checksLeft = SIGNATURE_CHECKS_MAX;
+};
+
+// A signature as it stands in an object: over octets, with an algorithm, both as the device reads them.
+struct SignedOctets {
+    std::vector<Bytes> pieces;
+    std::string digest; // "SHA-256"; empty for one that the device does not compute
+    Bytes signature;
+};
+
+// Whether a signature holds, by the device's own check. Nothing when that cannot be said.
+std::optional<bool> CheckSignature(InspectContext *context, const RsaNumbers &key, const SignedOctets &octets);
+
+// Who of the issuers at hand has signed: {"state", "by"}. Adds a finding when one of that name has not.
+Report VerifyByIssuer(InspectContext *context, const Bytes &issuerName, const SignedOctets &octets,
+                      const NodePath &path, size_t offset);
+
+// The whole encoding of a node.
+Bytes EncodingOf(const Bytes &data, const Node *node);
+
+// An INTEGER as the device reads it: one leading zero is dropped.
+Bytes NumberOf(const Bytes &data, const Node *node);
+
+// The dotted identifier of an AlgorithmIdentifier; of a node that was not looked into as well.
+std::string AlgorithmOf(const Bytes &data, const Node *node);
+
+// Names as the device's log has them and in the order of the encoding: {"text", "hex"}; hex where text is not exact.
+Report DescribeName(InspectContext *context, const Node *node, const NodePath &path);
+std::string NameText(InspectContext *context, const Node *node);
+
+// A time as text, null where it is none; findings say why. isUsed: whether the device reads it.
+Report DescribeTime(InspectContext *context, const Node *node, const NodePath &path, bool isUsed,
+                    std::optional<int64_t> *secondsOut = nullptr);
+
+// A serial number as text, with what is unusual about it.
+Report DescribeSerial(InspectContext *context, const Node *node, const NodePath &path);
+
+Report TextOrNull(const std::string &text);
+
+} // namespace pkgsign::inspection
+
+#endif

@@ -1,0 +1,139 @@
+#include "pkgsign/explain/inspect_crl.h"
+
+#include <iterator>
+
+#include "pkgsign/explain/inspect_certificate.h"
+
+namespace pkgsign::inspection
+{
+namespace
+{
+
+// RFC 5280, 5.3.1.
+constexpr const char *REASONS[] = {"unspecified",   "keyCompromise",        "cACompromise",    "affiliationChanged",
+                                   "superseded",    "cessationOfOperation", "certificateHold", nullptr,
+                                   "removeFromCRL", "privilegeWithdrawn",   "aACompromise"};
+
+const Node *FindReason(const Node &entry)
+{
+    const Node *const extensions = FindNode(&entry, "crlEntryExtensions");
+    const Node *found = nullptr;
+    for (size_t i = 0; extensions != nullptr && i < extensions->children.size(); ++i) {
+        const Node *const reason = FindNode(&extensions->children[i], "reasonCode");
+        found = reason == nullptr ? found : reason;
+    }
+    return found;
+}
+
+Report DescribeReason(const Bytes &data, const Node &entry)
+{
+    const Node *const reason = FindReason(entry);
+    if (reason == nullptr) {
+        return nullptr;
+    }
+    const Bytes content = ContentOf(data, reason, 4);
+    const bool isNamed = content.size() == 1 && content[0] < std::size(REASONS) && REASONS[content[0]] != nullptr;
+    return isNamed ? std::string(REASONS[content[0]]) : "reason " + ShownHex(content);
+}
+
+// The entries, one by one and kept as far as they are shown: there may be millions.
+Report DescribeEntries(InspectContext *context, const Node *list, const NodePath &path)
+{
+    Report shown = Report::array();
+    if (list == nullptr) {
+        return shown;
+    }
+    const Bytes &data = *context->data;
+    size_t at = list->element.content;
+    for (size_t i = 0; at < list->element.end && i < list->total; ++i) {
+        Findings unseen; // the walk through the whole has reported them
+        unseen.most = 0;
+        Walk walk = {&data, &unseen, {}};
+        Node entry;
+        const NodePath here = {&path, nullptr, i};
+        at = WalkObject(&walk, TYPE_CRL_ENTRY, at, {list->element.end, list->element.isCut}, here, &entry);
+        const Node *const date = FindNode(&entry, "revocationDate");
+        Report dateText = DescribeTime(context, date, {&here, "revocationDate", 0}, true);
+        if (shown.size() < context->entriesMost) {
+            const NodePath serialPath = {&here, "userCertificate", 0};
+            shown.push_back({{"serial", DescribeSerial(context, FindNode(&entry, "userCertificate"), serialPath)},
+                             {"date", std::move(dateText)},
+                             {"reason", DescribeReason(data, entry)}});
+        }
+    }
+    return shown;
+}
+
+bool IsTrue(const Bytes &data, const Node *flag)
+{
+    const Bytes content = ContentOf(data, flag, 2);
+    return content.size() == 1 && content[0] == 0xFF;
+}
+
+// RFC 5280, 5.2.4 and 5.2.5: what the device does not read of them.
+void CheckScope(InspectContext *context, const Node &entry, const NodePath &path)
+{
+    const Bytes &data = *context->data;
+    const std::string identifier = DottedIdentifier(ContentOf(data, FindNode(&entry, "extnID"), IDENTIFIER_OCTETS_MAX));
+    const Node *const point = FindNode(&entry, "issuingDistributionPoint");
+    const bool isPart = point != nullptr && (IsTrue(data, FindNode(point, "onlyContainsUserCerts")) ||
+                                             IsTrue(data, FindNode(point, "onlyContainsCACerts")) ||
+                                             IsTrue(data, FindNode(point, "onlyContainsAttributeCerts")) ||
+                                             FindNode(point, "onlySomeReasons") != nullptr);
+    if (isPart || identifier == OID_DELTA_CRL) {
+        AddFinding(context->findings, Rule::CrlScope, path, entry.element.offset, IdentifierText(identifier));
+    }
+}
+
+Report DescribeNumber(const Bytes &data, const Node *extensions)
+{
+    for (size_t i = 0; extensions != nullptr && i < extensions->children.size(); ++i) {
+        const Node &entry = extensions->children[i];
+        const Node *const value = FindNode(&entry, "extnValue");
+        if (value == nullptr ||
+            DottedIdentifier(ContentOf(data, FindNode(&entry, "extnID"), IDENTIFIER_OCTETS_MAX)) != OID_CRL_NUMBER) {
+            continue;
+        }
+        Node number;
+        number.element = ReadElement(data, value->element.content, value->element.end);
+        return ShownHex(NumberOf(data, &number));
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Report DescribeCrl(InspectContext *context, const Node &crl, const NodePath &path)
+{
+    const Bytes &data = *context->data;
+    const Node *const tbs = FindNode(&crl, "tbsCertList");
+    const NodePath inner = {&path, "tbsCertList", 0};
+    const auto at = [&](const char *name) { return NodePath{&inner, name, 0}; };
+    const auto part = [&](const char *name) { return tbs == nullptr ? nullptr : FindNode(tbs, name); };
+    const Node *const entries = part("revokedCertificates");
+    const Node *const extensions = part("crlExtensions");
+    const NodePath extensionsPath = at("crlExtensions");
+    bool isIndirect = false;
+    for (size_t i = 0; extensions != nullptr && i < extensions->children.size(); ++i) {
+        const Node *const point = FindNode(&extensions->children[i], "issuingDistributionPoint");
+        isIndirect = point == nullptr ? isIndirect : IsTrue(data, FindNode(point, "indirectCRL"));
+        CheckScope(context, extensions->children[i], {&extensionsPath, nullptr, i});
+    }
+    Report report;
+    report["issuer"] = DescribeName(context, part("issuer"), at("issuer"));
+    report["number"] = DescribeNumber(data, extensions);
+    report["thisUpdate"] = DescribeTime(context, part("thisUpdate"), at("thisUpdate"), false);
+    report["nextUpdate"] = DescribeTime(context, part("nextUpdate"), at("nextUpdate"), true);
+    report["indirect"] = isIndirect;
+    report["entryCount"] = entries == nullptr ? 0 : entries->total;
+    report["entries"] = DescribeEntries(context, entries, at("revokedCertificates"));
+    report["signatureAlgorithm"] = TextOrNull(IdentifierText(AlgorithmOf(data, FindNode(&crl, "signatureAlgorithm"))));
+    report["verified"] = VerifyByIssuer(context, ContentOf(data, part("issuer")),
+                                        SignatureOf(data, crl, tbs, "signatureValue"), path, crl.element.offset);
+    report["extensions"] =
+        DescribeExtensions(context, extensions, extensionsPath, {OID_ISSUING_DISTRIBUTION_POINT, OID_DELTA_CRL});
+    CheckAlgorithms(context, crl, part("signature"), path);
+    return report;
+}
+
+} // namespace pkgsign::inspection
