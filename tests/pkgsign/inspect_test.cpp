@@ -1,0 +1,342 @@
+// pkgsign inspect: what it shows, and what it finds.
+#include "pkgsign/explain/inspect.h"
+
+#include <map>
+#include <set>
+
+#include <nlohmann/json.hpp>
+
+#include "pkgsign/explain/inspect_rules.h"
+#include "pkgsign/files/files.h"
+#include "pkgsign/files/objects.h"
+#include "tests/pkgsign/inspect_departures.h"
+#include "tests/pkgsign/support.h"
+#include "tests/support/timestamp_requests.h"
+
+namespace
+{
+
+using Json = nlohmann::ordered_json;
+using pkgsign::Bytes;
+
+const std::string VECTORS = std::string(PKGSIGN_SOURCES) + "/vectors/";
+
+Bytes ReadVector(const std::string &name)
+{
+    Bytes data;
+    EXPECT_TRUE(pkgsign::ReadWhole(VECTORS + name, &data).ok) << name;
+    return data;
+}
+
+Json Inspect(const Bytes &data, bool all = false)
+{
+    pkgsign::InspectOptions options;
+    options.all = all;
+    return pkgsign::InspectFile("file", data, options);
+}
+
+// "code@path" of all findings, those of one severity when that is given.
+std::set<std::string> FindingsOf(const Json &file, const std::string &severity = "", bool hasPath = false)
+{
+    std::set<std::string> codes;
+    const auto add = [&](const Json &findings) {
+        for (const Json &finding : findings) {
+            if (severity.empty() || finding["severity"] == severity) {
+                codes.insert(finding["code"].get<std::string>() +
+                             (hasPath ? "@" + finding["path"].get<std::string>() : ""));
+            }
+        }
+    };
+    add(file["findings"]);
+    for (const Json &object : file["objects"]) {
+        add(object["findings"]);
+    }
+    return codes;
+}
+
+std::string Join(const std::set<std::string> &codes)
+{
+    std::string text;
+    for (const std::string &code : codes) {
+        text += code + " ";
+    }
+    return text;
+}
+
+Bytes Text(const std::string &text)
+{
+    return {text.begin(), text.end()};
+}
+
+// ---- Public vectors ------------------------------------------------------------------------------------------------
+
+// Statuses with which a device refuses what a file is, not what the files are together.
+const std::set<std::string> STRUCTURAL = {"88000002", "88000104", "88000106", "88000301", "88100001", "88200007",
+                                          "88200016", "88200102", "88200305", "88200308", "88200309", "88200312",
+                                          "88200402", "88200403", "88300001", "88300003", "88300401"};
+
+// Good files in each other's place: nothing is wrong with either.
+const std::set<std::string> SWAPPED = {"encoding::message_that_is_the_crl_file", "encoding::crls_that_are_the_message"};
+
+Bytes PaddedVector(const Json &one, const std::string &kind)
+{
+    Bytes data = ReadVector(one["files"][kind].get<std::string>());
+    if (one["padding"].is_object() && one["padding"]["file"] == kind) {
+        data.resize(one["padding"]["size"].get<size_t>(), one["padding"]["octet"].get<uint8_t>());
+    }
+    return data;
+}
+
+TEST(InspectVectors, HaveAnErrorWhereADeviceRefusesAFileForWhatItIsAndNoneWhereItAcceptsThePackage)
+{
+    const Bytes text = ReadVector("vectors.json");
+    const Json set = Json::parse(text.begin(), text.end());
+    size_t refused = 0;
+    size_t accepted = 0;
+    for (const Json &one : set["cases"]) {
+        const std::string id = one["id"].get<std::string>();
+        std::set<std::string> errors;
+        for (const char *const kind : {"crls", "signature"}) {
+            errors.merge(FindingsOf(Inspect(PaddedVector(one, kind)), "error"));
+        }
+        const Json &answer = one["verify_tool"];
+        const bool isRefused = answer["answer"] == "refuse";
+        const bool isArmour = one["group"] == "armour" && isRefused;
+        if (!isRefused) {
+            ++accepted;
+            EXPECT_TRUE(errors.empty()) << id << ": " << Join(errors);
+        } else if ((isArmour || STRUCTURAL.count(answer["status"].get<std::string>()) > 0) && SWAPPED.count(id) == 0) {
+            ++refused;
+            EXPECT_FALSE(errors.empty()) << id;
+        }
+    }
+    EXPECT_GT(refused, 150U);
+    EXPECT_GT(accepted, 200U);
+}
+
+// ---- Broken octets -------------------------------------------------------------------------------------------------
+
+void ExpectErrorAtEveryCut(const Bytes &whole)
+{
+    for (size_t size = 0; size < whole.size(); ++size) {
+        const Json file = Inspect(Bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size)));
+        ASSERT_FALSE(FindingsOf(file, "error").empty()) << size;
+        for (const Json &object : file["objects"]) {
+            for (const Json &finding : object["findings"]) {
+                ASSERT_LE(finding["offset"].get<size_t>(), size);
+            }
+        }
+    }
+}
+
+TEST(InspectTruncated, MessagesHaveAnErrorWhereverTheyEnd)
+{
+    ExpectErrorAtEveryCut(ReadVector("files/signature/good.signature"));
+}
+
+TEST(InspectTruncated, CrlsAndCertificatesHaveAnErrorWhereverTheyEnd)
+{
+    const Bytes crls = ReadVector("files/signature/good.crls");
+    ExpectErrorAtEveryCut(Bytes(crls.begin(), crls.begin() + 686)); // the first of three
+    ExpectErrorAtEveryCut(ReadVector("files/root"));
+}
+
+TEST(InspectTruncated, SayHowFarTheyCouldBeReadAndWhatWasExpectedThere)
+{
+    const Bytes crls = ReadVector("files/signature/good.crls");
+    const Json file = Inspect(Bytes(crls.begin(), crls.begin() + 300));
+    const std::string text = pkgsign::InspectionText(Json::array({file}));
+    EXPECT_TRUE(Contains(text, "error length-beyond")) << text;
+    EXPECT_TRUE(Contains(text, "error read-to: it can be read as far as here")) << text;
+    EXPECT_TRUE(Contains(text, "octet 300: expected ")) << text;
+    EXPECT_TRUE(Contains(text, "CN=Root CA")) << text; // what was there is shown
+}
+
+TEST(InspectBounds, ShowFiftyEntriesOfManyAndAllWhenAsked)
+{
+    const Bytes entry = der::RevokedEntry(der::Integer(0x1234));
+    der::TbsCertList list;
+    list.revokedCertificates = der::Tlv(der::SEQUENCE, der::Repeat(5000, entry));
+    const Bytes crl = der::CertificateListOf(list);
+    const Json some = Inspect(crl);
+    EXPECT_EQ(5000, some["objects"][0]["content"]["entryCount"]);
+    EXPECT_EQ(50U, some["objects"][0]["content"]["entries"].size());
+    EXPECT_TRUE(Contains(pkgsign::InspectionText(Json::array({some})), "and 4950 more; --all shows them"));
+    EXPECT_EQ(5000U, Inspect(crl, true)["objects"][0]["content"]["entries"].size());
+}
+
+TEST(InspectBounds, HoldForOctetsThatNestOrRepeatWithoutEnd)
+{
+    for (const Bytes &part : {Bytes{0x00}, Bytes{0x30, 0x80}, Bytes{0x30, 0x05, 0x30, 0x03, 0xA0, 0x01, 0x00},
+                              Text("-----BEGIN CMS-----\n"), Text("-----BEGIN CMS-----\nMIIA\n-----END CMS-----\n")}) {
+        const Json file = Inspect(der::Repeat(100000, part));
+        EXPECT_GT(file["errors"].get<size_t>(), 0U);
+        EXPECT_LE(file["objects"].size(), pkgsign::INSPECT_SHOWN);
+        EXPECT_LE(file["findings"].size(), pkgsign::INSPECT_SHOWN);
+    }
+}
+
+// ---- Each finding -------------------------------------------------------------------------------------------------
+
+TEST(InspectFindings, AreMadeForEachDepartureAtItsPlace)
+{
+    for (const Departure &departure : AllDepartures()) {
+        const Json file = Inspect(departure.octets);
+        EXPECT_EQ(1U, FindingsOf(file, "", true).count(departure.code + "@" + departure.path))
+            << departure.code << "@" << departure.path << ": " << Join(FindingsOf(file, "", true));
+        EXPECT_FALSE(Contains(file.dump(), "\"the type\"")) << departure.code;
+    }
+}
+
+// Real signatures are needed for these.
+std::map<std::string, std::string> VectorDepartures()
+{
+    return {{"root-dropped", "files/path/ca_that_signed_itself.signature"},
+            {"signer-self-signed", "files/path/signer_that_signed_itself.signature"},
+            {"signer-not-valid", "files/path/signer_valid_until_the_last_second.signature"}};
+}
+
+TEST(InspectFindings, AreMadeForEachDepartureOfSignedFiles)
+{
+    for (const auto &[code, file] : VectorDepartures()) {
+        const Json inspected = Inspect(ReadVector(file));
+        EXPECT_EQ(1U, FindingsOf(inspected).count(code)) << code << ": " << Join(FindingsOf(inspected));
+    }
+}
+
+TEST(InspectFindings, HaveATestForEachCodeAndNoCodeTwice)
+{
+    std::set<std::string> tested = {"issuer-signature"}; // of the command with --issuer
+    for (const Departure &departure : AllDepartures()) {
+        tested.insert(departure.code);
+    }
+    for (const auto &[code, file] : VectorDepartures()) {
+        tested.insert(code);
+    }
+    std::set<std::string> codes;
+    for (const pkgsign::inspection::RuleText &rule : pkgsign::inspection::InspectRules()) {
+        EXPECT_TRUE(codes.insert(rule.code).second) << rule.code;
+        EXPECT_EQ(1U, tested.count(rule.code)) << rule.code;
+    }
+}
+
+TEST(InspectFindings, AreNoneForFilesAsDevicesWantThem)
+{
+    for (const char *const file : {"files/signature/good.signature", "files/signature/good.crls", "files/root"}) {
+        EXPECT_EQ("", Join(FindingsOf(Inspect(ReadVector(file))))) << file;
+    }
+}
+
+// ---- What is shown -------------------------------------------------------------------------------------------------
+
+TEST(InspectNames, WithControlCharactersAndOctetsOfNoTextAreEscapedAndGivenInHexadecimal)
+{
+    const Bytes certificate =
+        CertificateWith([](auto *c) { c->subject = der::NameOf("\x1B]0;owned\x07\r\n\xC2\x9B\xE2\x80\xAE\xFF"); });
+    const Json file = Inspect(certificate);
+    const std::string text = pkgsign::InspectionText(Json::array({file}));
+    EXPECT_TRUE(Contains(text, "CN=\\x1B]0;owned\\x07\\x0D\\x0A\\u{9B}\\u{202E}\\xFF")) << text;
+    for (const char character : text) {
+        EXPECT_TRUE(character == '\n' || (static_cast<unsigned char>(character) >= 0x20 && character != 0x7F));
+    }
+    EXPECT_TRUE(file["objects"][0]["content"]["subject"]["hex"].is_string());
+    EXPECT_TRUE(file["objects"][0]["content"]["issuer"]["hex"].is_null());
+}
+
+TEST(InspectObjects, OfEveryKindAreRecognised)
+{
+    const Bytes csr = der::Sequence(
+        {der::Sequence({der::Integer(0), der::NameOf("x"), der::SubjectPublicKeyInfo(), der::Implicit(0, true, {})}),
+         der::AlgorithmIdentifier("1.2.840.113549.1.1.11"), der::BitString(0, der::Fill(256, 1))});
+    const Bytes token = TokenWith([](auto *) {});
+    const std::pair<const char *, Bytes> cases[] = {
+        {"message", MessageWith([](auto *, auto *) {})},
+        {"timestampToken", token},
+        {"certificate", der::CertificateOf({})},
+        {"crl", der::CertificateListOf({})},
+        {"timestampRequest", timestamp_requests::Encode(timestamp_requests::FieldShapes()[0])},
+        {"timestampAnswer", der::Sequence({der::Sequence({der::Integer(0)}), token})},
+        {"certificationRequest", csr}};
+    for (const auto &[kind, octets] : cases) {
+        for (const Bytes &form : {octets, Text(pkgsign::AddArmour("ANYTHING", octets))}) {
+            const Json file = Inspect(form);
+            ASSERT_EQ(1U, file["objects"].size()) << kind;
+            EXPECT_EQ(kind, file["objects"][0]["kind"]);
+        }
+    }
+}
+
+TEST(InspectArmour, NeverShowsAPrivateKey)
+{
+    const std::string pem = pkgsign::AddArmour("PRIVATE KEY", der::CertificateOf({}));
+    EXPECT_TRUE(Inspect(Text(pem))["objects"].empty());
+}
+
+// ---- The command ---------------------------------------------------------------------------------------------------
+
+class InspectCommandTest : public InFolder
+{
+};
+
+TEST_F(InspectCommandTest, FollowsItsClosedSchemaWhateverTheOctets)
+{
+    Json files = Json::array();
+    for (const Departure &departure : AllDepartures()) {
+        files.push_back(Inspect(departure.octets));
+    }
+    const Bytes text = ReadVector("vectors.json");
+    for (const Json &one : Json::parse(text.begin(), text.end())["cases"]) {
+        files.push_back(Inspect(ReadVector(one["files"]["signature"].get<std::string>())));
+        files.push_back(Inspect(ReadVector(one["files"]["crls"].get<std::string>())));
+    }
+    const Bytes whole = ReadVector("files/signature/good.signature");
+    for (size_t size = 0; size < whole.size(); size += 7) {
+        files.push_back(Inspect(Bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size))));
+    }
+    for (const timestamp_requests::Refusal &refusal : timestamp_requests::Refusals()) {
+        files.push_back(Inspect(refusal.octets));
+    }
+    Write("out.json", pkgsign::InspectionJson(files));
+    const ProcessResult checked =
+        RunProcess({PYTHON_PROGRAM, INSPECTION_CHECK,
+                    std::string(PKGSIGN_SOURCES) + "/docs/pkgsign-inspect.schema.json", Path("out.json")});
+    EXPECT_EQ(0, checked.exitStatus) << checked.output << checked.errors;
+}
+
+TEST_F(InspectCommandTest, ShowsSeveralFilesAndFailsForNoFinding)
+{
+    const Outcome outcome = Pkgsign(
+        {"inspect", VECTORS + "files/signature/good.signature", VECTORS + "files/limits/crl_of_21_entries.crls"});
+    ExpectDone(outcome);
+    EXPECT_TRUE(Contains(outcome.out, "good.signature: ")) << outcome.out;
+    EXPECT_TRUE(Contains(outcome.out, "nothing that a device refuses by itself")) << outcome.out;
+    EXPECT_TRUE(Contains(outcome.out, "error entries-too-many")) << outcome.out;
+    EXPECT_TRUE(Contains(outcome.out, "tbsCertList.revokedCertificates, octet ")) << outcome.out;
+}
+
+TEST_F(InspectCommandTest, FailsForAFileThatCannotBeReadAndForNone)
+{
+    ExpectRefused(Pkgsign({"inspect", Path("none")}), "cannot read");
+    EXPECT_EQ(2, Pkgsign({"inspect"}).status);
+}
+
+TEST_F(InspectCommandTest, VerifiesUnderTheIssuersThatAreGivenAndSaysNotVerifiedOtherwise)
+{
+    const std::string crls = VECTORS + "files/signature/good.crls";
+    const Outcome without = Pkgsign({"inspect", crls});
+    EXPECT_TRUE(Contains(without.out, "CN=Root CA  [not verified]")) << without.out;
+    const Outcome with = Pkgsign({"inspect", crls, "--root", VECTORS + "files/root"});
+    EXPECT_TRUE(Contains(with.out, "CN=Root CA  [verified, by ")) << with.out;
+    EXPECT_TRUE(Contains(with.out, "CN=Signing CA  [not verified]")) << with.out;
+    const std::string message = VECTORS + "files/signature/good.signature";
+    EXPECT_TRUE(Contains(Pkgsign({"inspect", message}).out, "(certificates[0], not verified)"));
+    const Outcome signer = Pkgsign({"inspect", message, "--issuer",
+                                    VECTORS + "files/signature/certificate_of_the_authority_in_the_crl_file.crls"});
+    EXPECT_TRUE(Contains(signer.out, "(certificates[0], verified, by C=XX, O=Sigkit, CN=Signing CA)")) << signer.out;
+    const Outcome wrong = Pkgsign(
+        {"inspect", VECTORS + "files/crl/of_the_root_with_a_turned_bit.crls", "--root", VECTORS + "files/root"});
+    EXPECT_TRUE(Contains(wrong.out, "error issuer-signature")) << wrong.out;
+    ExpectRefused(Pkgsign({"inspect", crls, "--issuer", crls}), "holds no certificate");
+}
+
+} // namespace
