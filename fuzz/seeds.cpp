@@ -212,6 +212,24 @@ void AddTimestampRequests(std::vector<Seed> *seeds)
     }
 }
 
+// Every kind of object that pkgsign shows, and files of several.
+void AddInspected(std::vector<Seed> *seeds)
+{
+    const std::vector<Seed> others = *seeds;
+    for (const Seed &seed : others) {
+        const std::string target = seed.target;
+        const bool isFew = target == "add_crl" || target == "signed_data" || target == "timestamp_answer";
+        if (isFew || seed.name == "openssl_sha256" || seed.name == "certificate0" || seed.name == "crl0") {
+            seeds->push_back({"inspect", target + "_" + seed.name, seed.octets});
+        }
+    }
+    const forge::Bytes message = FuzzMessage(FuzzMessageRequest(Text("checksum")));
+    seeds->push_back({"inspect", "message_in_armour", FuzzArmour("CMS", message, false)});
+    seeds->push_back(
+        {"inspect", "streamed",
+         forge::Bytes{0x30, 0x80, 0x06, 0x01, 0x2A, 0xA0, 0x80, 0x30, 0x80, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00}});
+}
+
 } // namespace
 
 std::vector<Seed> MakeSeeds()
@@ -230,5 +248,6 @@ std::vector<Seed> MakeSeeds()
     AddComparisons(&seeds);
     AddCommandLines(&seeds);
     AddTimestampRequests(&seeds);
+    AddInspected(&seeds);
     return seeds;
 }
