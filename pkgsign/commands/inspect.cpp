@@ -61,23 +61,21 @@ Status Inspect(const Options &options, Session *session)
 
 Command InspectCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "inspect";
-    command.summary = "Show what is in files, and what of it a device would not take";
-    command.example = "pkgsign inspect checksums.cms crls.der";
+    Command command = MakeCommand<Options>(
+        "inspect", "Show what is in files, and what of it a device would not take",
+        "pkgsign inspect checksums.cms crls.der", Inspect, [](Options *options) -> std::vector<Option> {
+            return {
+                {"FILE", "FILE",
+                 "signatures, CRLs, certificates, timestamp tokens, requests and answers, DER or PEM; - is standard "
+                 "input; what is found does not change the exit status",
+                 &options->files, true},
+                {"--root", "FILE", "a root certificate: signatures under it are verified", &options->roots},
+                {"--issuer", "FILE", "certificates of further issuers, likewise", &options->issuers},
+                {"--all", "", "show up to a million entries, objects and findings instead of 50", &options->all},
+                {"--json", "", "one JSON document (pkgsign-inspect.schema.json)", &options->json}};
+        });
     command.hasFolder = false;
     command.isWriting = false;
-    command.options = {{"FILE", "FILE",
-                        "signatures, CRLs, certificates, timestamp tokens, requests and answers, DER or PEM; - is "
-                        "standard input; what "
-                        "is found does not change the exit status",
-                        &options->files, true},
-                       {"--root", "FILE", "a root certificate: signatures under it are verified", &options->roots},
-                       {"--issuer", "FILE", "certificates of further issuers, likewise", &options->issuers},
-                       {"--all", "", "show up to a million entries, objects and findings instead of 50", &options->all},
-                       {"--json", "", "one JSON document (pkgsign-inspect.schema.json)", &options->json}};
-    command.run = [options](Session *session) { return Inspect(*options, session); };
     return command;
 }
 

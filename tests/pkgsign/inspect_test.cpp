@@ -330,8 +330,8 @@ TEST_F(InspectCommandTest, VerifiesUnderTheIssuersThatAreGivenAndSaysNotVerified
     EXPECT_TRUE(Contains(with.out, "CN=Signing CA  [not verified]")) << with.out;
     const std::string message = VECTORS + "files/signature/good.signature";
     EXPECT_TRUE(Contains(Pkgsign({"inspect", message}).out, "(certificates[0], not verified)"));
-    const Outcome signer = Pkgsign({"inspect", message, "--issuer",
-                                    VECTORS + "files/signature/certificate_of_the_authority_in_the_crl_file.crls"});
+    const Outcome signer = Pkgsign(
+        {"inspect", message, "--issuer", VECTORS + "files/signature/certificate_of_the_ca_in_the_crl_file.crls"});
     EXPECT_TRUE(Contains(signer.out, "(certificates[0], verified, by C=XX, O=Sigkit, CN=Signing CA)")) << signer.out;
     const Outcome wrong = Pkgsign(
         {"inspect", VECTORS + "files/crl/of_the_root_with_a_turned_bit.crls", "--root", VECTORS + "files/root"});
