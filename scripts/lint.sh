@@ -7,6 +7,7 @@ scripts/bootstrap.sh build test lint
 
 scripts/files.sh '*.cpp' '*.h' '*.c' '*.def' | xargs clang-format --dry-run --Werror
 tests/check_rules.py
+scripts/files.sh 'docs/examples/*.sh' | xargs shellcheck
 
 cmake --preset release >/dev/null
 # It counts what it does not show; all else that it says stays to be seen.

@@ -71,7 +71,7 @@ protected:
             SCOPED_TRACE(act + " at call " + std::to_string(call) + ": " + result.errors);
             check(result);
         }
-        EXPECT_GT(call, 50);
+        EXPECT_GT(call, 40);
     }
 
     // Whatever was interrupted: a run with nothing in its way ends as it always ends.

@@ -449,4 +449,70 @@ TEST_F(UpdateInC, BoundsHowDeepDirectoriesLie)
     EXPECT_TRUE(Contains(result.errors, "the directories are too deep")) << result.errors;
 }
 
+// Replaces what the examples' texts name by what is here.
+std::string Here(std::string text, const std::vector<std::pair<std::string, std::string>> &places)
+{
+    for (const auto &[there, here] : places) {
+        for (size_t at = text.find(there); at != std::string::npos; at = text.find(there, at + here.size())) {
+            text.replace(at, there.size(), here);
+        }
+    }
+    return text;
+}
+
+std::string Between(const std::string &text, const std::string &begin, const std::string &end)
+{
+    const size_t from = text.find(begin);
+    EXPECT_NE(std::string::npos, from);
+    const size_t to = text.find(end, from + begin.size());
+    return text.substr(from + begin.size(), to - from - begin.size());
+}
+
+std::string ReadSource(const std::string &name)
+{
+    forge::Bytes data;
+    EXPECT_TRUE(forge::ReadFile(UPDATE_EXAMPLE "/" + name, &data).ok);
+    return std::string(data.begin(), data.end());
+}
+
+TEST_F(UpdateInC, WorksAsItsUnitStartsIt)
+{
+    const std::string command = Here(Between(ReadSource("update.service"), "\nExecStart=", "\n# A package"),
+                                     {{"/usr/libexec/update ", UPDATE_PROGRAM " "},
+                                      {"${STATE_DIRECTORY}", directory.File("state")},
+                                      {"/etc/sigkit/root.der", root},
+                                      {"/var/spool/update", directory.path},
+                                      {"ExecStartPost=+", ""},
+                                      {"/usr/libexec/install-package", "\ntest -f"},
+                                      {"/var/lib/update/verified", directory.File("state/verified/firmware.bin")}});
+    const ProcessResult result = RunProcess({"/bin/sh", "-ec", command});
+    EXPECT_EQ(0, result.exitStatus) << command << result.errors;
+    EXPECT_EQ("version 12\n", ReadText("state/version"));
+}
+
+TEST_F(UpdateInC, WorksAsItsDocumentShows)
+{
+    WriteText("install-package", "#!/bin/sh\ntest -f firmware.bin && touch ../../installed");
+    fs::permissions(directory.File("install-package"), fs::perms::owner_all);
+    const std::string commands =
+        Here(Between(ReadSource("README.md"), "```\n", "```"), {{"\nupdate ", "\n" UPDATE_PROGRAM " "},
+                                                                {"/var/lib/update", directory.File("new")},
+                                                                {"/etc/sigkit/root.der", root},
+                                                                {"/usr/libexec", directory.path}});
+    const ProcessResult result = RunProcess({"/bin/sh", "-ec", "cd " + directory.path + "\n" + commands});
+    EXPECT_EQ(0, result.exitStatus) << commands << result.errors;
+    EXPECT_EQ("version 12\n", ReadText("new/version"));
+    EXPECT_TRUE(IsThere("installed"));
+}
+
+TEST_F(UpdateInC, BuildsByItselfAsC11WithoutWarnings)
+{
+    fs::copy(UPDATE_EXAMPLE, directory.File("example"));
+    const std::string warnings = "-O2 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Werror";
+    const ProcessResult result =
+        RunProcess({"make", "-C", directory.File("example"), "CC=" C_COMPILER, "CFLAGS=" + warnings, "update"});
+    EXPECT_EQ(0, result.exitStatus) << result.errors;
+    EXPECT_EQ(2, RunProcess({directory.File("example/update")}).exitStatus);
+}
+
 } // namespace

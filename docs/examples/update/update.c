@@ -59,13 +59,16 @@ struct Update {
     struct Checksums checksums;
 };
 
-// Runs one of the two programs in the directory `incoming`, with nothing of the environment. Returns its exit status;
-// -1 when it has none.
-static int Run(const char *const *command)
+// Runs one of the two programs in a directory, with nothing of the environment. Returns its exit status; -1 when it has
+// none. This program stays in the directory: no relative path of its command line is used any more.
+static int Run(int directory, const char *const *command)
 {
     char *const environment[] = {NULL};
     pid_t child = -1;
     int state = 0;
+    if (fchdir(directory) != 0) {
+        return -1;
+    }
     const int failure = posix_spawn(&child, command[0], NULL, NULL, (char *const *)(uintptr_t)command, environment);
     if (failure != 0) {
         (void)Refuse("%s: %s", command[0], strerror(failure));
@@ -91,8 +94,7 @@ static bool Begin(struct Update *update)
     }
     if (mkdirat(update->state, INCOMING, 0700) != 0 ||
         (update->incoming = OpenDirectory(update->state, INCOMING)) < 0 ||
-        mkdirat(update->incoming, FILES, 0700) != 0 || (update->files = OpenDirectory(update->incoming, FILES)) < 0 ||
-        fchdir(update->incoming) != 0) {
+        mkdirat(update->incoming, FILES, 0700) != 0 || (update->files = OpenDirectory(update->incoming, FILES)) < 0) {
         return Refuse("%s: %s", INCOMING, strerror(errno));
     }
     return true;
@@ -109,7 +111,7 @@ static bool KeepNewestCrls(const struct Update *update)
         return false;
     }
     const char *const compare[] = {CRL_COMPARE, "--root", update->root, "../" CRLS, CRLS, NULL};
-    switch (Run(compare)) {
+    switch (Run(update->incoming, compare)) {
     case SECOND_IS_NEWER:
         return Publish(update->incoming, CRLS, update->state, CRLS);
     case FIRST_STAYS:
@@ -138,7 +140,7 @@ static bool VerifyChecksums(struct Update *update)
     // Short names: verify_tool cuts a path to 127 characters.
     const char *const verify[] = {VERIFY_TOOL, "-f", "CHECK_PKG_INTEGRITY", "-h", SIGNATURE, "-e", CHECKSUMS, "-c",
                                   "../" CRLS,  NULL};
-    return Run(verify) == 0 || Refuse("the package is not authentic");
+    return Run(update->incoming, verify) == 0 || Refuse("the package is not authentic");
 }
 
 static bool CheckVersion(const struct Update *update)

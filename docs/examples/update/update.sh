@@ -24,7 +24,8 @@ done
 # Nobody else may write, through another name of a file either.
 others='( ! -type d ! -type f ) -o ! -user '$(id -u)' -o -perm -020 -o -perm -002 -o ( -type f -links +1 )'
 # shellcheck disable=SC2086 # words of find
-[ -z "$(find "$state" "$package" "$crls" $others | head -n 1)" ] || fail "there are links, devices or files of others"
+found=$(find "$state" "$package" "$crls" $others)
+[ -z "$found" ] || fail "there are links, devices or files of others"
 
 work=$state/incoming
 rm -rf "$work"
@@ -71,7 +72,8 @@ fi
 
 # What is there is what is listed. Names are looked at before they become lines.
 cd "$package"
-[ -z "$(find . ! -name . \( -name '*[!A-Za-z0-9._+-]*' -o -name '[.-]*' \) | head -n 1)" ] || fail "a name is not listed"
+found=$(find . ! -name . \( -name '*[!A-Za-z0-9._+-]*' -o -name '[.-]*' \))
+[ -z "$found" ] || fail "a name is not listed"
 find . -type f ! -path ./checksums ! -path ./checksums.cms | cut -c 3- | sort | cmp -s - "$work/names" ||
   fail "files are missing, or not listed"
 
