@@ -19,6 +19,8 @@ RUNS = 10  # of each command in a round, for what takes milliseconds
 OWN_INSTRUCTIONS = 164000  # of the tool and the library for the small package; lower it when it falls
 SMALL = 20000  # octets of the small package's checksum file
 LARGE = 1000000000
+STATIC_INSTRUCTIONS = 10300000  # of the static tool for the small package
+STATIC_SIZE = 5000000  # octets of the static tool
 SIGNING_MEMORY = 8000000 / 1024  # KiB
 ENVIRONMENT = os.environ | {"QZLOG": "/dev/null"}
 
@@ -80,6 +82,7 @@ class Package:
                          pki / "certificates" / "issuing-ca.pem", "-out", directory / "signed"]
         self.ours = [build / "src" / "verify_tool", "-f", "CHECK_PKG_INTEGRITY", "-e", self.content, "-h", self.message,
                      "-c", self.crls]
+        self.static = [build / "static" / "src" / "verify_tool", *self.ours[1:]]
         self.cms = ["openssl", "cms", "-verify", "-inform", "DER", "-in", self.message, "-content", self.content,
                     "-binary", "-CAfile", self.authorities, "-crl_check_all", "-purpose", "any", "-out", "/dev/null"]
         self.ts = ["openssl", "ts", "-verify", "-token_in", "-in", self.token, "-data", self.signature,
@@ -146,7 +149,7 @@ def benchmarks(scratch: pathlib.Path, program: pathlib.Path, *options: str) -> d
 
 
 def process_rows(build: pathlib.Path, scratch: pathlib.Path, small: Package) -> list[Row]:
-    ours, cms, ts = time_commands(scratch, [small.ours, small.cms, small.ts], g_rounds, RUNS)
+    ours, static, cms, ts = time_commands(scratch, [small.ours, small.static, small.cms, small.ts], g_rounds, RUNS)
     rows = []
     for index, kind in ((0, "wall time"), (1, "CPU time")):
         mine, verify, both = (value[index] * 1e3 for value in (ours, cms, (cms[0] + ts[0], cms[1] + ts[1])))
@@ -154,6 +157,8 @@ def process_rows(build: pathlib.Path, scratch: pathlib.Path, small: Package) -> 
                         f"{verify:.2f} ms", mine / verify, 0.60))
         rows.append(Row(f"small package, {kind}", f"{mine:.2f} ms", "the same, then `openssl ts -verify`",
                         f"{both:.2f} ms", mine / both, 0.35))
+    rows.append(Row("static tool, small package, wall time", f"{static[0] * 1e3:.2f} ms",
+                    "`openssl cms -verify -crl_check_all`", f"{cms[0] * 1e3:.2f} ms", static[0] / cms[0], 0.42))
     return rows
 
 
@@ -161,6 +166,7 @@ def instruction_rows(build: pathlib.Path, scratch: pathlib.Path, small: Package)
     """Counts, which other than times are the same on a busy machine."""
     checks, alone = least_work(build, scratch, small)
     mine, own = instructions(scratch, small.ours)
+    static, _ = instructions(scratch, small.static)
     least, _ = instructions(scratch, alone)
     # The least: each certificate below the root and each CRL under its issuer's key, the root under its own, the token
     # and the message.
@@ -169,6 +175,8 @@ def instruction_rows(build: pathlib.Path, scratch: pathlib.Path, small: Package)
                 f"{least / 1e6:.2f} million", mine / least, 1.10),
             Row("of these the tool's and the library's own", f"{own / 1e6:.3f} million", "the recorded count",
                 f"{OWN_INSTRUCTIONS / 1e6:.3f} million", own / OWN_INSTRUCTIONS, 1.10),
+            Row("static tool, small package, instructions", f"{static / 1e6:.2f} million", "10.3 million",
+                f"{STATIC_INSTRUCTIONS / 1e6:.2f} million", static / STATIC_INSTRUCTIONS, 1.0),
             Row("small package, RSA operations", str(checks), "what its answer needs", str(needed), checks / needed, 1)]
 
 
@@ -191,6 +199,9 @@ def content_rows(build: pathlib.Path, scratch: pathlib.Path, small: Package) -> 
         rows.append(Row(f"{name}, peak memory", f"{mine:.0f} KiB", "`openssl cms -verify`", f"{theirs:.0f} KiB",
                         mine / theirs, 0.60))
     _, alone = least_work(build, scratch, small)
+    mine, theirs = peak_memory(small.static), peak_memory(small.cms)
+    rows.append(Row("static tool, small package, peak memory", f"{mine:.0f} KiB", "`openssl cms -verify`",
+                    f"{theirs:.0f} KiB", mine / theirs, 0.55))
     mine, theirs = memory["small package"], peak_memory(alone)
     rows.append(Row("small package, peak memory", f"{mine:.0f} KiB", "a program of its digests and RSA alone",
                     f"{theirs:.0f} KiB", mine / theirs, None))
@@ -227,8 +238,11 @@ def stripped_size(scratch: pathlib.Path, program: pathlib.Path) -> int:
 def size_rows(build: pathlib.Path, scratch: pathlib.Path, _: Package) -> list[Row]:
     library = stripped_size(scratch, build / "shared" / "sigkit" / "libsigkit.so.2")
     tool = stripped_size(scratch, build / "src" / "verify_tool")
+    static = stripped_size(scratch, build / "static" / "src" / "verify_tool")
     return [Row("library, stripped", f"{library / 1024:.1f} KiB", "64 KiB", "64.0 KiB", library / 65536, 1.0),
-            Row("tool, stripped", f"{tool / 1024:.1f} KiB", "", "", None, None)]
+            Row("tool, stripped", f"{tool / 1024:.1f} KiB", "", "", None, None),
+            Row("static tool, stripped", f"{static / 1e6:.2f} MB", "5 MB", f"{STATIC_SIZE / 1e6:.2f} MB",
+                static / STATIC_SIZE, 1.0)]
 
 
 GROWTH = (("Crls", "crls", "CRLs in the store", ""),

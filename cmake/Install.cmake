@@ -89,12 +89,15 @@ endif()
 function(sigkit_install_program program component search_path)
   set(installed installed_${program})
   add_executable(${installed} $<TARGET_OBJECTS:${program}>)
-  foreach(property LINK_LIBRARIES LINK_OPTIONS LINKER_LANGUAGE)
+  foreach(property LINK_LIBRARIES LINK_OPTIONS LINKER_LANGUAGE SIGKIT_STATIC)
     get_target_property(value ${program} ${property})
     if(value)
       set_target_properties(${installed} PROPERTIES ${property} "${value}")
     endif()
   endforeach()
+  if(SIGKIT_STATIC_TOOL AND NOT program STREQUAL "pkgsign")
+    set_property(TARGET ${installed} PROPERTY POSITION_INDEPENDENT_CODE) # as sigkit_make_static says
+  endif()
   set_target_properties(${installed} PROPERTIES
     OUTPUT_NAME ${program}
     RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/installed${CMAKE_INSTALL_FULL_BINDIR}
@@ -103,7 +106,7 @@ function(sigkit_install_program program component search_path)
   install(TARGETS ${installed} DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${component})
 endfunction()
 
-sigkit_install_program(verify_tool tool "${from_program_to_library}")
+sigkit_install_program(verify_tool tool "$<$<NOT:$<BOOL:${SIGKIT_STATIC_TOOL}>>:${from_program_to_library}>")
 if(TARGET pkgsign)
   sigkit_install_program(pkgsign pkgsign "${from_program_to_library}")
 endif()

@@ -35,10 +35,21 @@ scripts/bootstrap.sh build bench
 build=build/bench
 cmake --log-level=WARNING -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DSIGKIT_BENCH=ON >/dev/null
 cmake --build "$build" -j "$(nproc)" >/dev/null
-if [[ " ${tables[*]} " == *" costs "* ]]; then
-  cmake --log-level=WARNING -S . -B "$build/shared" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON \
+
+# build_beside NAME TARGET OPTION...: another kind of build, under the same root.
+build_beside() {
+  local directory=$build/$1 target=$2
+  shift 2
+  cmake --log-level=WARNING -S . -B "$directory" -DCMAKE_BUILD_TYPE=Release -DSIGKIT_RELEASE_SIDE=OFF "$@" \
     -DSIGKIT_TRUST_ANCHOR="$PWD/$build/development-pki/certificates/root.der" >/dev/null
-  cmake --build "$build/shared" -j "$(nproc)" --target sigkit >/dev/null
+  cmake --build "$directory" -j "$(nproc)" --target "$target" >"$directory.log" 2>&1 ||
+    { cat "$directory.log" >&2; return 1; }
+}
+if [[ " ${tables[*]} " == *" costs "* ]]; then
+  build_beside shared sigkit -DBUILD_SHARED_LIBS=ON
+fi
+if [[ " ${tables[*]} " == *" costs "* || " ${tables[*]} " == *" instructions "* ]]; then
+  build_beside static verify_tool -DSIGKIT_STATIC_TOOL=ON
 fi
 
 measure() {
