@@ -34,15 +34,14 @@ else()
   unset(CMAKE_REQUIRED_LINK_OPTIONS)
 endif()
 
-# Makes a program static where SIGKIT_STATIC_TOOL says so. CMake's own -pie, which would stand beside -static-pie, makes a
-# dynamic program: so the property that asks for it is taken away.
+# Makes a program static where SIGKIT_STATIC_TOOL says so. CMake's own -pie, which would stand beside -static-pie, makes
+# a dynamic program: so the property that asks for it is taken away.
 function(sigkit_make_static target)
   if(SIGKIT_STATIC_TOOL)
     set_target_properties(${target} PROPERTIES SIGKIT_STATIC ON)
     set_property(TARGET ${target} PROPERTY POSITION_INDEPENDENT_CODE)
     target_compile_options(${target} PRIVATE $<$<BOOL:${SIGKIT_HAS_STATIC_PIE}>:-fPIE>)
     target_link_options(${target} PRIVATE $<IF:$<BOOL:${SIGKIT_HAS_STATIC_PIE}>,-static-pie,-static>
-                                          $<$<BOOL:${SIGKIT_HAS_PACKED_RELOCATIONS}>:LINKER:-z,pack-relative-relocs>
-                                          LINKER:--gc-sections)
+      $<$<BOOL:${SIGKIT_HAS_PACKED_RELOCATIONS}>:LINKER:-z,pack-relative-relocs> LINKER:--gc-sections)
   endif()
 endfunction()

@@ -10,7 +10,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-all=(install consumers shared device trust-anchor packages reproducible release openssl-1.1.1 aarch64 s390x
+all=(install consumers shared static device trust-anchor packages reproducible release openssl-1.1.1 aarch64 s390x
   fresh-machine)
 out=build/release-check
 COULD_NOT=77 # exit status of a step that lacked something from the network

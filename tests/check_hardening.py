@@ -2,6 +2,7 @@
 """Checks what is built into programs. Usage:
     check_hardening.py PROGRAM ARCHIVE...
     check_hardening.py --needed PROGRAM...
+    check_hardening.py --static PROGRAM...
     check_hardening.py --search-paths DIRECTORY...
     check_hardening.py --no-search-paths DIRECTORY...
 
@@ -9,7 +10,8 @@ The first form is for a shipped program. It reads the ELF file: position indepen
 segments that are not executable or writable together, stack protector, fortified functions, and that it needs no more
 than it should: no run-time library of C++, no clock, no network. Control-flow protection is looked for in the objects
 of the archives that the program is made of: the program itself only carries the mark when the C library's start-up
-objects do too. With --needed each program is only looked at for the libraries that it needs.
+objects do too. With --needed each program is only looked at for the libraries that it needs, with --static for what it
+has instead of them: no dynamic linker and no libraries, and a layout as hard as that of the others.
 
 The other forms read every program and shared library below a directory, which is a build tree or an installed one. With
 --search-paths each may look for libraries in its own tree and where nobody but its owner can put one: no entry of its
@@ -55,7 +57,7 @@ def needed_faults(dynamic: str) -> list[str]:
     return [] if needed == {"libcrypto", "libc"} else [f"needs {sorted(needed)}"]
 
 
-def faults(program: str) -> list[str]:
+def layout_faults(program: str) -> list[str]:
     found = []
     header, segments, dynamic = (readelf(program, option) for option in ("-h", "-l", "-d"))
     if not re.search(r"Type:\s+DYN", header) or not re.search(r"FLAGS_1.*\bPIE\b", dynamic):
@@ -71,7 +73,20 @@ def faults(program: str) -> list[str]:
         found.append("no word about the stack")
     if re.search(r"RPATH|RUNPATH", dynamic):
         found.append("a library search path of its own")
-    found += needed_faults(dynamic)
+    return found
+
+
+def static_faults(program: str) -> list[str]:
+    found = layout_faults(program)
+    if re.search(r"^\s+INTERP\b", readelf(program, "-l"), re.M):
+        found.append("needs a dynamic linker")
+    if "(NEEDED)" in readelf(program, "-d"):
+        found.append("needs libraries")
+    return found
+
+
+def faults(program: str) -> list[str]:
+    found = layout_faults(program) + needed_faults(readelf(program, "-d"))
     wanted = imports(program)
     if "__stack_chk_fail" not in wanted:
         found.append("no stack protector")
@@ -145,6 +160,8 @@ def main() -> int:
     first, *others = sys.argv[1:]
     if first == "--needed":
         found = [f"{program} {fault}" for program in others for fault in needed_faults(readelf(program, "-d"))]
+    elif first == "--static":
+        found = [f"{program}: {fault}" for program in others for fault in static_faults(program)]
     elif first in ("--search-paths", "--no-search-paths"):
         found = [fault for tree in others for fault in tree_faults(tree, first == "--search-paths")]
     else:

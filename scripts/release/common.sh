@@ -49,25 +49,45 @@ inside() {
     sh -c 'mount -t devpts -o newinstance,ptmxmode=0666 devpts /dev/pts; exec "$@"' sh "$@"
 }
 
-# fetch_debian DIRECTORY RELEASE ARCHITECTURE PACKAGE...: unpacks packages of another release or machine into DIRECTORY,
-# beside the system's own state of packages. False when they are out of reach.
-fetch_debian() {
-  local directory=$1 release=$2 architecture=$3 apt=$1/apt
+# other_archive DIRECTORY KIND RELEASE [OPTION...]: lets `apt` ask for packages (deb) or sources (deb-src) of a release,
+# beside the system's own state of packages, in an empty DIRECTORY. False when the archive is out of reach.
+other_archive() {
+  local directory=$1 kind=$2 release=$3
   shift 3
   rm -rf "$directory"
-  mkdir -p "$apt"/{state/lists,cache/archives}/partial
-  : >"$apt/status"
-  echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $(debian_mirror) $release main" >"$apt/sources"
-  local options=(-q -o APT::Architecture="$architecture" -o APT::Architectures="$architecture"
-    -o Dir::Etc::sourcelist="$apt/sources" -o Dir::Etc::sourceparts=/dev/null -o Dir::State="$apt/state"
-    -o Dir::State::status="$apt/status" -o Dir::Cache="$apt/cache" -o APT::Sandbox::User=
-    -o APT::Update::Error-Mode=any)
-  apt-get "${options[@]}" update || return 1
-  (cd "$apt" && apt-get "${options[@]}" download "$@") || return 1
+  mkdir -p "$directory"/{state/lists,cache/archives}/partial
+  : >"$directory/status"
+  echo "$kind [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $(debian_mirror) $release main" \
+    >"$directory/sources"
+  apt=(apt-get -q "$@" -o Dir::Etc::sourcelist="$directory/sources" -o Dir::Etc::sourceparts=/dev/null
+    -o Dir::State="$directory/state" -o Dir::State::status="$directory/status" -o Dir::Cache="$directory/cache"
+    -o APT::Sandbox::User= -o APT::Update::Error-Mode=any)
+  "${apt[@]}" update
+}
+
+# fetch_debian DIRECTORY RELEASE ARCHITECTURE PACKAGE...: unpacks packages of another release or machine into DIRECTORY.
+# False when they are out of reach.
+fetch_debian() {
+  local directory=$1 release=$2 architecture=$3 apt
+  shift 3
+  rm -rf "$directory"
+  other_archive "$directory/apt" deb "$release" -o APT::Architecture="$architecture" \
+    -o APT::Architectures="$architecture" || return 1
+  (cd "$directory/apt" && "${apt[@]}" download "$@") || return 1
   local package
-  for package in "$apt"/*.deb; do
+  for package in "$directory/apt"/*.deb; do
     dpkg-deb -x "$package" "$directory" || return 1
   done
+}
+
+# fetch_debian_source DIRECTORY PACKAGE: unpacks the sources of a package of this machine's release, with Debian's
+# patches, into DIRECTORY. False when they are out of reach.
+fetch_debian_source() {
+  local directory=$1 package=$2 apt
+  rm -rf "$directory"
+  other_archive "$directory.apt" deb-src "$(debian_release)" || return 1
+  (cd "$directory.apt" && "${apt[@]}" source --download-only "$package") || return 1
+  dpkg-source -x "$directory.apt"/*.dsc "$directory"
 }
 
 # Ends the step: packages that it needs cannot be had.

@@ -8,6 +8,8 @@
 //   HOOK_STATE     the directory on that disk
 //   HOOK_STRUCK    a file that is made when it acts
 //
+// In every case a file or directory may only get another name when all of it, and the name that it has, is on the disk.
+//
 // What the disk holds: a file's content or a directory's names as of its last fsync, whatever was done since. Kinds:
 //   synced         nothing else
 //   names          all names, but contents as of the last fsync: empty for a file that had none
@@ -54,7 +56,8 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr int POWER_CUT = 77; // exit status
+constexpr int POWER_CUT = 77; // exit statuses
+constexpr int NOT_ON_DISK = 78;
 
 // A file or directory, as of its last fsync.
 struct Node {
@@ -238,6 +241,33 @@ bool Step(bool isChange)
     return act == "fail";
 }
 
+bool IsOnDisk(const fs::path &path)
+{
+    const Node &node = g_nodes[g_nodeOf.at(NumberOf(path))];
+    if (!node.isDirectory) {
+        return node.content == ReadAll(path);
+    }
+    for (const fs::directory_entry &entry : fs::directory_iterator(path)) {
+        if (!IsOnDisk(entry.path())) {
+            return false;
+        }
+    }
+    return node.names == NamesIn(path);
+}
+
+void ExpectNamedOnDisk(const fs::path &path)
+{
+    if (g_nodes.empty() || NumberOf(path) == 0) {
+        return;
+    }
+    const std::map<std::string, size_t> &names = g_nodes[g_nodeOf.at(NumberOf(path.parent_path()))].names;
+    const auto name = names.find(path.filename());
+    if (name == names.end() || name->second != g_nodeOf.at(NumberOf(path)) || !IsOnDisk(path)) {
+        (void)fprintf(stderr, "%s is not on the disk\n", path.c_str());
+        _exit(NOT_ON_DISK);
+    }
+}
+
 std::string PathOf(int directory, const char *name)
 {
     return directory == AT_FDCWD ? name
@@ -295,7 +325,11 @@ int __wrap_mkdirat(int directory, const char *name, mode_t mode)
 
 int __wrap_renameat(int from, const char *name, int to, const char *other)
 {
-    return Step(true) ? -1 : __real_renameat(from, name, to, other);
+    if (Step(true)) {
+        return -1;
+    }
+    ExpectNamedOnDisk(PathOf(from, name));
+    return __real_renameat(from, name, to, other);
 }
 
 int __wrap_unlinkat(int directory, const char *name, int flags)

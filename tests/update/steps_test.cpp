@@ -206,7 +206,7 @@ TEST_F(UpdateStep, NothingButWhatWasSignedIsHandedOverWhileAnotherProcessSwaps)
     const pid_t other = StartProcess({"setsid", "/bin/sh", "-c", swap}, {}, null, null);
     ASSERT_GT(other, 0);
     int refused = 0;
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 100; ++i) {
         fs::remove_all(directory.File("installed"));
         const ProcessResult result = RunProgram(UPDATE_PROGRAM);
         refused += result.exitStatus == 0 ? 0 : 1;
