@@ -59,19 +59,30 @@ struct Update {
     struct Checksums checksums;
 };
 
-// Runs one of the two programs in a directory, with nothing of the environment. Returns its exit status; -1 when it has
-// none. This program stays in the directory: no relative path of its command line is used any more.
-static int Run(int directory, const char *const *command)
+// Starts one of the two programs, with nothing of the environment. Standard output stays COMMAND's own.
+static bool Start(const char *const *command, pid_t *childOut)
 {
     char *const environment[] = {NULL};
+    posix_spawn_file_actions_t actions;
+    int failure = posix_spawn_file_actions_init(&actions);
+    if (failure != 0) {
+        return Refuse("%s: %s", command[0], strerror(failure));
+    }
+    failure = posix_spawn_file_actions_adddup2(&actions, STDERR_FILENO, STDOUT_FILENO);
+    if (failure == 0) {
+        failure = posix_spawn(childOut, command[0], &actions, NULL, (char *const *)(uintptr_t)command, environment);
+    }
+    (void)posix_spawn_file_actions_destroy(&actions);
+    return failure == 0 || Refuse("%s: %s", command[0], strerror(failure));
+}
+
+// Runs one of the two programs in a directory. Returns its exit status; -1 when it has none. This program stays in the
+// directory: no relative path of its command line is used any more.
+static int Run(int directory, const char *const *command)
+{
     pid_t child = -1;
     int state = 0;
-    if (fchdir(directory) != 0) {
-        return -1;
-    }
-    const int failure = posix_spawn(&child, command[0], NULL, NULL, (char *const *)(uintptr_t)command, environment);
-    if (failure != 0) {
-        (void)Refuse("%s: %s", command[0], strerror(failure));
+    if (fchdir(directory) != 0 || !Start(command, &child)) {
         return -1;
     }
     while (waitpid(child, &state, 0) < 0) {

@@ -42,7 +42,7 @@ publish() {
 }
 
 status=0
-env -i PATH="$PATH" crl_compare --root "$root" ../crls.der crls.der >/dev/null || status=$?
+env -i PATH="$PATH" crl_compare --root "$root" ../crls.der crls.der >&2 || status=$?
 case $status in
   1) publish crls.der ;;
   0 | 2) ;;
@@ -51,7 +51,7 @@ esac
 
 # A message without a signer is authentic over nothing.
 [ -s checksums ] || fail "the checksum file is empty"
-env -i PATH="$PATH" verify_tool -f CHECK_PKG_INTEGRITY -h checksums.cms -e checksums -c ../crls.der ||
+env -i PATH="$PATH" verify_tool -f CHECK_PKG_INTEGRITY -h checksums.cms -e checksums -c ../crls.der >&2 ||
   fail "the package is not authentic"
 
 # Lines that can be read in one way only: of these characters alone, each one whole, of one form, in order.
