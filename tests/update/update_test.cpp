@@ -255,6 +255,15 @@ TEST_P(Update, RefusesFilesThatAreNotListedWhateverTheirNames)
     ExpectHandedOver();
 }
 
+// Printed, its name is the lines of two files that are missing.
+TEST_P(Update, RefusesANameOfTwoLinesThatLooksLikeTwoFiles)
+{
+    fs::remove(directory.File("package/boot/kernel.img"));
+    fs::remove(directory.File("package/firmware.bin"));
+    WriteText("package/boot/kernel.img\n./firmware.bin", "a decoy");
+    ExpectRefused("kernel.img?./firmware.bin is not listed", "a file is not as it was signed");
+}
+
 TEST_P(Update, PrintsNamesWithoutControlCharacters)
 {
     WriteText("package/\x1b]0;accepted\x07\nupdate: fine", "a decoy");
