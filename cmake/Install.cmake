@@ -158,7 +158,7 @@ install(FILES docs/host-guide.md docs/install.md docs/operations.md docs/perform
 install(FILES docs/troubleshooting.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT tool)
 install(DIRECTORY docs/pictures DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development
   FILES_MATCHING PATTERN "growth-*.svg")
-install(DIRECTORY docs/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development USE_SOURCE_PERMISSIONS)
+install(DIRECTORY docs/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
 
 # ---- Out again -----------------------------------------------------------------------------------------------------
 
