@@ -15,7 +15,8 @@ packages_for() {
     docs) echo doxygen graphviz mandoc python3 ;;
     bench) echo libbenchmark-dev hyperfine valgrind gnuplot-nox time python3 wrk ;;
     release) echo debhelper debootstrap dpkg-dev lintian ;;
-    cross) echo g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user ;;
+    cross) echo g++-i686-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu g++-riscv64-linux-gnu \
+                g++-s390x-linux-gnu qemu-user ;;
     *) echo "bootstrap.sh: unknown set '$1'" >&2; exit 2 ;;
   esac
 }

@@ -198,7 +198,7 @@ typedef struct SigkitCrlInfo {
 
 /// What the CRLs of a file say: one summary for each CRL, in the order of the file.
 typedef struct SigkitCrlBundle {
-    uint64_t size;           ///< sizeof(SigkitCrlBundle), 208 where pointers have 64 bits
+    uint64_t size;           ///< sizeof(SigkitCrlBundle): 208, or 144 where pointers have 32 bits
     SigkitCrlInfo *crls[16]; ///< owned; null where a CRL could not be summarised, and behind the last CRL
     int32_t count;           ///< slots that are not null
     uint8_t reserved[68];    ///< zero

@@ -75,8 +75,10 @@ bool SetSerial(X509 *certificate, const Bytes &serial)
 
 bool SetTimes(X509 *certificate, int64_t notBefore, int64_t notAfter)
 {
-    return ASN1_TIME_set(X509_getm_notBefore(certificate), static_cast<time_t>(notBefore)) != nullptr &&
-           ASN1_TIME_set(X509_getm_notAfter(certificate), static_cast<time_t>(notAfter)) != nullptr;
+    const TimePtr first = MakeTime(notBefore);
+    const TimePtr last = MakeTime(notAfter);
+    return first != nullptr && last != nullptr && X509_set1_notBefore(certificate, first.get()) == 1 &&
+           X509_set1_notAfter(certificate, last.get()) == 1;
 }
 
 bool AddAttribute(X509_NAME *name, const char *type, const std::string &value)

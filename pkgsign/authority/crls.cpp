@@ -29,11 +29,6 @@ const Reason *FindReason(const std::string &name)
     return found == std::end(REASONS) ? nullptr : &*found;
 }
 
-TimePtr MakeTime(int64_t seconds)
-{
-    return TimePtr(ASN1_TIME_set(nullptr, static_cast<time_t>(seconds)));
-}
-
 // RFC 5280, 5.3.1: the reason is left out rather than given as unspecified.
 bool AddReason(X509_REVOKED *entry, const std::string &name)
 {

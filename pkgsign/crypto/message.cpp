@@ -33,7 +33,7 @@ using SetPtr = std::unique_ptr<ASN1_SEQUENCE_ANY, Deleter<FreeSet>>;
 // RFC 5652, 11.1 to 11.3. libcrypto takes the content's digest from a stream; here the content was read before.
 bool MakeAttributes(const MessageFields &fields, std::vector<AttributePtr> *attributes)
 {
-    const TimePtr time(ASN1_TIME_set(nullptr, static_cast<time_t>(fields.signingTime)));
+    const TimePtr time = MakeTime(fields.signingTime);
     if (time == nullptr) {
         return false;
     }

@@ -6,6 +6,28 @@
 
 namespace pkgsign
 {
+namespace
+{
+
+static_assert(sizeof(time_t) == 8, "certificates outlive 2038: glibc of 32-bit machines wants 2.34 and _TIME_BITS=64");
+
+TimePtr MakeTimeOf(int64_t seconds, bool isShort)
+{
+    const time_t instant = seconds;
+    struct tm parts = {};
+    char text[64] = {};
+    if (gmtime_r(&instant, &parts) == nullptr) {
+        return nullptr;
+    }
+    const bool hasTwoDigits = isShort && 1950 - 1900 <= parts.tm_year && parts.tm_year < 2050 - 1900;
+    TimePtr time(ASN1_TIME_new());
+    const bool made = time != nullptr &&
+                      strftime(text, sizeof(text), hasTwoDigits ? "%y%m%d%H%M%SZ" : "%Y%m%d%H%M%SZ", &parts) != 0 &&
+                      ASN1_TIME_set_string(time.get(), text) == 1;
+    return made ? std::move(time) : nullptr;
+}
+
+} // namespace
 
 Status FailCrypto(const std::string &what)
 {
@@ -45,6 +67,16 @@ int64_t TimeSeconds(const ASN1_TIME *time)
 {
     struct tm parts = {};
     return time != nullptr && ASN1_TIME_to_tm(time, &parts) == 1 ? static_cast<int64_t>(timegm(&parts)) : 0;
+}
+
+TimePtr MakeTime(int64_t seconds)
+{
+    return MakeTimeOf(seconds, true);
+}
+
+TimePtr MakeGeneralizedTime(int64_t seconds)
+{
+    return MakeTimeOf(seconds, false);
 }
 
 bool SamePublicKey(const EVP_PKEY *a, const EVP_PKEY *b)

@@ -81,6 +81,13 @@ Bytes TakeMemory(BIO *memory);
 // Seconds since 1970; 0 for what is no time.
 int64_t TimeSeconds(const ASN1_TIME *time);
 
+// A time as RFC 5280, 4.1.2.5 wants it: UTCTime before 2050, GeneralizedTime from then on. Null for a year of more than
+// four digits, and without memory. No time_t goes to libcrypto: on 32-bit machines its own may be smaller than ours.
+TimePtr MakeTime(int64_t seconds);
+
+// The same as GeneralizedTime of whatever year.
+TimePtr MakeGeneralizedTime(int64_t seconds);
+
 // Whether two keys have the same public half.
 bool SamePublicKey(const EVP_PKEY *a, const EVP_PKEY *b);
 

@@ -25,7 +25,7 @@ InfoPtr MakeInfo(const TokenFields &fields)
     const std::unique_ptr<ASN1_OBJECT, Deleter<ASN1_OBJECT_free>> policy(OBJ_txt2obj(fields.policy.c_str(), 1));
     const BnPtr number(BN_bin2bn(fields.serial.data(), static_cast<int>(fields.serial.size()), nullptr));
     const IntegerPtr serial(number == nullptr ? nullptr : BN_to_ASN1_INTEGER(number.get(), nullptr));
-    const StringPtr time(ASN1_GENERALIZEDTIME_set(nullptr, static_cast<time_t>(fields.genTime)));
+    const TimePtr time = MakeGeneralizedTime(fields.genTime);
     const bool made = info != nullptr && imprint != nullptr && policy != nullptr && serial != nullptr &&
                       time != nullptr && TS_TST_INFO_set_version(info.get(), TST_INFO_VERSION) == 1 &&
                       TS_TST_INFO_set_policy_id(info.get(), policy.get()) == 1 &&
@@ -59,7 +59,7 @@ bool AddAttribute(PKCS7_SIGNER_INFO *signer, int nid, int type, StringPtr value)
 // RFC 3161, 2.4.2, and the signing time: libcrypto would add the machine's own, and no token could be made again.
 bool AddAttributes(PKCS7_SIGNER_INFO *signer, const TokenFields &fields)
 {
-    StringPtr time(ASN1_TIME_set(nullptr, static_cast<time_t>(fields.genTime)));
+    StringPtr time(MakeTime(fields.genTime).release());
     const int type = time == nullptr ? V_ASN1_UNDEF : ASN1_STRING_type(time.get());
     return PKCS7_add_signed_attribute(signer, NID_pkcs9_contentType, V_ASN1_OBJECT,
                                       OBJ_nid2obj(NID_id_smime_ct_TSTInfo)) == 1 &&

@@ -1,15 +1,16 @@
-# Toolchain file: builds for the machine SIGKIT_CROSS_MACHINE (aarch64, s390x) with Debian's cross compiler, against the
-# packages unpacked in SIGKIT_CROSS_SYSTEM, and runs what a build or a test has to run with qemu.
-set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES SIGKIT_CROSS_MACHINE SIGKIT_CROSS_SYSTEM)
+# Toolchain file: builds for the machine SIGKIT_CROSS_MACHINE (a name of machines.sh) with Debian's cross
+# compiler SIGKIT_CROSS_COMPILER, against the packages unpacked in SIGKIT_CROSS_SYSTEM, and runs what a build or a test
+# has to run with qemu.
+set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES SIGKIT_CROSS_MACHINE SIGKIT_CROSS_COMPILER SIGKIT_CROSS_TRIPLET
+                                         SIGKIT_CROSS_SYSTEM)
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR ${SIGKIT_CROSS_MACHINE})
-set(triplet ${SIGKIT_CROSS_MACHINE}-linux-gnu)
-set(CMAKE_C_COMPILER ${triplet}-gcc)
-set(CMAKE_CXX_COMPILER ${triplet}-g++)
-set(CMAKE_LIBRARY_ARCHITECTURE ${triplet})
+set(CMAKE_C_COMPILER ${SIGKIT_CROSS_COMPILER}-gcc)
+set(CMAKE_CXX_COMPILER ${SIGKIT_CROSS_COMPILER}-g++)
+set(CMAKE_LIBRARY_ARCHITECTURE ${SIGKIT_CROSS_TRIPLET})
 set(CMAKE_FIND_ROOT_PATH ${SIGKIT_CROSS_SYSTEM})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 foreach(kind LIBRARY INCLUDE PACKAGE)
   set(CMAKE_FIND_ROOT_PATH_MODE_${kind} ONLY)
 endforeach()
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-${SIGKIT_CROSS_MACHINE} -L /usr/${triplet})
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-${SIGKIT_CROSS_MACHINE} -L /usr/${SIGKIT_CROSS_COMPILER})

@@ -1,27 +1,27 @@
 # shellcheck shell=bash
-# The step for one other machine; aarch64.sh and s390x.sh source it.
+# The step for one other machine; those that are named after machines source it.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+source scripts/release/machines.sh
 
-# prepare_machine MACHINE ARCHITECTURE: the cross compiler, qemu, and the machine's libcrypto and GoogleTest.
+# prepare_machine MACHINE: the cross compiler, qemu, and the machine's libcrypto and GoogleTest.
 prepare_machine() {
-  machine=$1
+  machine_names "$1"
   system=$out/$machine-system
   scripts/bootstrap.sh cross || could_not "the cross compiler or qemu cannot be installed"
-  fetch_debian "$system" "$(debian_release)" "$2" libssl-dev libssl3 libgtest-dev libgmock-dev libcli11-dev \
+  fetch_debian "$system" "$(debian_release)" "$architecture" libssl-dev libssl3 libgtest-dev libgmock-dev libcli11-dev \
     nlohmann-json3-dev libcurl4-openssl-dev libcurl4 libmicrohttpd-dev ||
     could_not "the packages of $machine cannot be fetched"
   # OpenSSL's headers that differ from machine to machine.
-  cp "$system/usr/include/$machine-linux-gnu/openssl/"*.h "$system/usr/include/openssl/"
+  cp "$system/usr/include/$triplet/openssl/"*.h "$system/usr/include/openssl/"
 }
-
-emulate() { "qemu-$machine" -L "/usr/$machine-linux-gnu" "$@"; }
 
 # check_machine ORDER: builds everything for the machine, whose numbers lie in this order ("little" or "big" endian),
 # and runs tests and tools.
 check_machine() {
   local order=$1 built=$out/$machine
   build_tree "$machine" "$root" -DCMAKE_TOOLCHAIN_FILE="$root/scripts/release/cross.cmake" \
-    -DSIGKIT_CROSS_MACHINE="$machine" -DSIGKIT_CROSS_SYSTEM="$system"
+    -DSIGKIT_CROSS_MACHINE="$machine" -DSIGKIT_CROSS_COMPILER="$compiler" -DSIGKIT_CROSS_TRIPLET="$triplet" \
+    -DSIGKIT_CROSS_SYSTEM="$system"
   readelf -h "$built/src/verify_tool" | grep "Data:.*$order endian"
 
   # Packages of this machine are judged there, and packages made there are judged here.

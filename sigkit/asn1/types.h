@@ -87,8 +87,9 @@ enum : uint16_t {
     SIGKIT_ASN_FLAG_IGNORE = 0x20,   // parsed and dropped, by the functions that can (see SigkitAsnDecodeFunc)
 };
 
-// In the record of a SET OF, octets from the position of the count to the first element.
-inline constexpr uint32_t SIGKIT_ASN_ARRAY_OFFSET = 8;
+// In the record of a SET OF, octets from the position of the count to the first element, which begins with a view or is
+// one: where a compiler puts a field that is aligned as pointers are.
+inline constexpr uint32_t SIGKIT_ASN_ARRAY_OFFSET = sizeof(void *);
 
 // One member of a SEQUENCE, the element of a SET OF, or one known member of a map.
 struct SigkitAsnTemplate {

@@ -17,6 +17,9 @@ inline constexpr uint64_t SIGKIT_VERIFY_CTX_SIZE = 384;
 // Leading size of the creation parameters.
 inline constexpr uint64_t SIGKIT_CREATE_PARAM_SIZE = 72;
 
+// Octets behind the last field: a context has the same size where pointers are smaller.
+inline constexpr size_t CONTEXT_RESERVED = sizeof(void *) == 8 ? 52 : 200;
+
 struct SigkitVerifyCtx {
     uint64_t size;                      // SIGKIT_VERIFY_CTX_SIZE while the context lives
     SigkitList buffers;                 // owned images: octets that stored records point into
@@ -30,12 +33,13 @@ struct SigkitVerifyCtx {
     uint32_t hostFailure;               // first failure of the host that a search passed over, see InternalPassOver
     uint32_t skippedCrls;               // PEM blocks of CRLs that loading has skipped
     uint32_t decodedCrls;               // CRLs of the last data to be summarised, those without a summary included
-    uint8_t reserved[52];               // zero
+    uint8_t reserved[CONTEXT_RESERVED]; // zero
 };
 
 static_assert(sizeof(SigkitVerifyCtx) == SIGKIT_VERIFY_CTX_SIZE, "the size tag is the record's own size");
 static_assert(sizeof(SigkitVerifyCreateParam) == SIGKIT_CREATE_PARAM_SIZE, "hosts fill in 72 octets");
-static_assert(offsetof(SigkitVerifyCtx, verifyTime) == 296, "fields lie where the documented layout has them");
+static_assert(offsetof(SigkitVerifyCtx, verifyTime) == (sizeof(void *) == 8 ? 296 : 152),
+              "fields lie where the documented layout has them");
 
 // Returns whether a status comes from the machine (memory, a callback, a bounds-checked function) and not from what a
 // file says: the library's own codes about files begin with 88.

@@ -14,7 +14,7 @@
 #include "x509/name.h"
 #include "x509/time.h"
 
-static_assert(sizeof(void *) != 8 || sizeof(SigkitCrlBundle) == 208, "the size tag that hosts know");
+static_assert(sizeof(SigkitCrlBundle) == (sizeof(void *) == 8 ? 208 : 144), "the size tag that hosts know");
 static_assert(sizeof(SigkitCrlBundle::reserved) == 68, "all that stands behind the count");
 static_assert(sizeof(SigkitCrlBundle::crls) / sizeof(SigkitCrlInfo *) == SIGKIT_LIST_CAPACITY, "a slot for each CRL");
 static_assert(sizeof(SigkitCrlInfo::issuerName) >= SIGKIT_NAME_TEXT_SIZE, "no name of a file makes the copy fail");

@@ -10,20 +10,23 @@
 
 // A digest in progress.
 struct SigkitMdCtx {
-    uint32_t size;     // sizeof(SigkitMdCtx), 24
+    uint32_t size;     // CONTEXT_SIZE
     EVP_MD_CTX *mdCtx; // owned; null until SigkitMdInit
     void *spare;       // not used: the record has the shape of SigkitCryptoCtx
 };
 
 // A signature check in progress.
 struct SigkitCryptoCtx {
-    uint32_t size;     // sizeof(SigkitCryptoCtx), 24
+    uint32_t size;     // CONTEXT_SIZE
     EVP_MD_CTX *mdCtx; // owned; the digest of the signed data, null until SigkitCryptoVerifyInit
     EVP_PKEY *pkey;    // owned; the signer's public key, null when there is none
 };
 
-// The tag at the head of both records is their own size.
+// Octets allocated for either record, and the tag at its head: the same on machines with smaller pointers.
 inline constexpr uint32_t CONTEXT_SIZE = 24;
-static_assert(sizeof(SigkitMdCtx) == CONTEXT_SIZE && sizeof(SigkitCryptoCtx) == CONTEXT_SIZE);
+static_assert(sizeof(SigkitMdCtx) <= CONTEXT_SIZE && sizeof(SigkitCryptoCtx) <= CONTEXT_SIZE,
+              "each record has the octets that are allocated for it");
+static_assert(sizeof(void *) != 8 || (sizeof(SigkitMdCtx) == CONTEXT_SIZE && sizeof(SigkitCryptoCtx) == CONTEXT_SIZE),
+              "with 64-bit pointers the tag is the record's own size");
 
 #endif

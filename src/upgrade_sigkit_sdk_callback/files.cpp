@@ -24,10 +24,11 @@ alignas(64) char g_fileBuffer[FILE_BUFFER_SIZE];
 std::atomic<bool> g_isBufferTaken{false};
 std::atomic<FILE *> g_bufferedStream{nullptr};
 
-// Positions of files are 32-bit numbers to the library.
+// Positions of files are 32-bit numbers to the library, of whatever size long is: ftell of a 32-bit machine would fail
+// where that of another cuts.
 int32_t Position(FILE *stream)
 {
-    return static_cast<int32_t>(ftell(stream));
+    return static_cast<int32_t>(ftello(stream));
 }
 
 } // namespace
@@ -82,9 +83,9 @@ size_t SigkitFileGetSize(void *file)
     if (position < 0) {
         return 0;
     }
-    (void)fseek(stream, 0, SEEK_END);
+    (void)fseeko(stream, 0, SEEK_END);
     const int32_t size = Position(stream);
-    (void)fseek(stream, position, SEEK_SET);
+    (void)fseeko(stream, position, SEEK_SET);
     // A size that its 32 bits make negative becomes a huge one here, which the library refuses.
     return static_cast<size_t>(size);
 }

@@ -86,11 +86,14 @@ int32_t DropKey(SigkitCryptoCtx *ctx)
 // Returns 0 with libcrypto's result, or -1 when there is no memory for the padded signature.
 int32_t VerifyPadded(SigkitCryptoCtx *ctx, const uint8_t *signature, uint32_t len, uint64_t padded, int *result)
 {
-    void *block = nullptr;
-    if (padded > UINT_MAX || SigkitMalloc(&block, padded) != SIGKIT_OK) { // libcrypto counts in an unsigned int
+    if (padded > UINT_MAX) { // libcrypto counts in an unsigned int
         return FAILURE;
     }
     const unsigned int size = static_cast<unsigned int>(padded);
+    void *block = nullptr;
+    if (SigkitMalloc(&block, size) != SIGKIT_OK) {
+        return FAILURE;
+    }
     uint8_t *const buffer = static_cast<uint8_t *>(block);
     (void)memset_s(buffer, size, 0, size);
     (void)memcpy_s(buffer + (size - len), len, signature, len);

@@ -14,10 +14,10 @@ constexpr uint32_t kCapacity = 4;
 struct Record {
     uint64_t before;
     uint32_t count;
-    uint32_t items[kCapacity + 2]; // the first begins 4 octets behind the 8 that the count takes
+    uint32_t items[kCapacity + 2]; // the decoder's first is one pointer behind the count's position
 };
 
-// Records of the list's elements, 8 octets behind the count.
+// Records of the list's elements.
 struct Views {
     uint32_t count;
     SigkitAsnOcts items[3];
@@ -59,10 +59,11 @@ protected:
         return Decode(SigkitDecodeSetof, input_, &record, &entry);
     }
 
-    // The element `index` of the record: elements begin 8 octets behind the position of the count.
+    // The element `index` of the record: elements begin one pointer behind the position of the count.
     uint32_t Stored(uint32_t index) const
     {
-        const auto *start = reinterpret_cast<const uint8_t *>(&record.count) + 8 + index * sizeof(uint32_t);
+        const auto *start =
+            reinterpret_cast<const uint8_t *>(&record.count) + sizeof(void *) + index * sizeof(uint32_t);
         uint32_t value = 0;
         for (size_t octet = 0; octet < sizeof(value); ++octet) {
             reinterpret_cast<uint8_t *>(&value)[octet] = start[octet];

@@ -85,8 +85,8 @@ TEST_F(Crl, IsOfVersionTwoWithBothUpdates)
 {
     const DecodedCrl decoded = Decode(Make(Request(TestPki().root)));
     EXPECT_EQ(ENCODED_VERSION_2, X509_CRL_get_version(decoded.get()));
-    EXPECT_EQ(0, ASN1_TIME_cmp_time_t(X509_CRL_get0_lastUpdate(decoded.get()), THIS_UPDATE));
-    EXPECT_EQ(0, ASN1_TIME_cmp_time_t(X509_CRL_get0_nextUpdate(decoded.get()), NEXT_UPDATE));
+    EXPECT_EQ(THIS_UPDATE, SecondsOf(X509_CRL_get0_lastUpdate(decoded.get())));
+    EXPECT_EQ(NEXT_UPDATE, SecondsOf(X509_CRL_get0_nextUpdate(decoded.get())));
 }
 
 TEST_F(Crl, NamesItsIssuerAsTheIssuersCertificateDoes)

@@ -54,8 +54,8 @@ TEST_F(Pki, SubordinatesLiveAsLongAsAsked)
     ASSERT_TRUE(forge::MakePki(request, &pki).ok);
     for (const forge::Identity *identity : {&pki.issuingCa, &pki.signer, &pki.timestamp}) {
         const DecodedCertificate decoded = DecodeCertificate(identity->certificate);
-        EXPECT_EQ(0, ASN1_TIME_cmp_time_t(X509_get0_notBefore(decoded.get()), request.notBefore));
-        EXPECT_EQ(0, ASN1_TIME_cmp_time_t(X509_get0_notAfter(decoded.get()), request.notAfter));
+        EXPECT_EQ(request.notBefore, SecondsOf(X509_get0_notBefore(decoded.get())));
+        EXPECT_EQ(request.notAfter, SecondsOf(X509_get0_notAfter(decoded.get())));
     }
 }
 

@@ -27,13 +27,6 @@ protected:
     DecodedCertificate decoded = DecodedCertificate(nullptr, X509_free);
 };
 
-time_t Seconds(const ASN1_TIME *time)
-{
-    std::tm broken = {};
-    EXPECT_EQ(1, ASN1_TIME_to_tm(time, &broken));
-    return timegm(&broken);
-}
-
 TEST_F(RootCertificate, HasExactly1363Octets)
 {
     EXPECT_EQ(1363u, der.size());
@@ -65,8 +58,8 @@ TEST_F(RootCertificate, HoldsAnRsaKeyOf4096BitsWithExponent65537)
 
 TEST_F(RootCertificate, IsValidFrom2015To2050)
 {
-    EXPECT_EQ(1444896530, Seconds(X509_get0_notBefore(decoded.get())));
-    EXPECT_EQ(2549434130, Seconds(X509_get0_notAfter(decoded.get())));
+    EXPECT_EQ(1444896530, SecondsOf(X509_get0_notBefore(decoded.get())));
+    EXPECT_EQ(2549434130, SecondsOf(X509_get0_notAfter(decoded.get())));
     EXPECT_EQ(V_ASN1_UTCTIME, X509_get0_notBefore(decoded.get())->type);
     EXPECT_EQ(V_ASN1_GENERALIZEDTIME, X509_get0_notAfter(decoded.get())->type);
 }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <ctime>
 
 namespace
 {
@@ -80,6 +81,13 @@ DecodedCertificate DecodeCertificate(const forge::Bytes &der)
     DecodedCertificate decoded(d2i_X509(nullptr, &cursor, static_cast<long>(der.size())), X509_free);
     EXPECT_EQ(der.data() + der.size(), cursor) << "octets left over behind the certificate";
     return decoded;
+}
+
+int64_t SecondsOf(const ASN1_TIME *time)
+{
+    std::tm parts = {};
+    EXPECT_EQ(1, ASN1_TIME_to_tm(time, &parts));
+    return timegm(&parts);
 }
 
 bool IsSelfSigned(X509 *certificate)

@@ -28,6 +28,9 @@ bool Contains(const forge::Bytes &whole, const forge::Bytes &part);
 using DecodedCertificate = std::unique_ptr<X509, decltype(&X509_free)>;
 DecodedCertificate DecodeCertificate(const forge::Bytes &der);
 
+// Seconds since 1970. Libcrypto's functions with a time_t are no help: on a 32-bit machine theirs may be another one.
+int64_t SecondsOf(const ASN1_TIME *time);
+
 // Whether the certificate names itself as issuer and its own key verifies it.
 bool IsSelfSigned(X509 *certificate);
 

@@ -100,7 +100,7 @@ TEST_F(Files, BehindTwoGigabytesReportNoSize)
     const std::string path = Write("large", 1);
     ASSERT_EQ(0, truncate(path.c_str(), 0x80000001));
     void *const file = SigkitFileOpen(path.c_str(), "rb");
-    ASSERT_EQ(0, fseek(static_cast<FILE *>(file), 0x80000000, SEEK_SET));
+    ASSERT_EQ(0, fseeko(static_cast<FILE *>(file), 0x80000000, SEEK_SET));
     EXPECT_EQ(0u, SigkitFileGetSize(file));
     EXPECT_EQ(0, SigkitFileClose(file));
 }

@@ -82,7 +82,8 @@ TEST_F(FileReading, AnUnknownSizeIsNoSize)
 
 TEST_F(FileReading, SizesAreComparedBeforeAnythingIsAllocated)
 {
-    for (const size_t size : {size_t{2000001}, size_t{0x80000000}, (size_t{1} << 32) + 4, ~size_t{0}}) {
+    const size_t beyond32Bits = sizeof(size_t) == 8 ? static_cast<size_t>(UINT64_C(0x100000004)) : SIZE_MAX - 1;
+    for (const size_t size : {size_t{2000001}, size_t{0x80000000}, beyond32Bits, SIZE_MAX}) {
         ResetRecordings();
         g_recordingHost.claimedFileSize = size;
         EXPECT_STATUS(SIGKIT_ERR_FILE_TOO_BIG, FailToRead());
