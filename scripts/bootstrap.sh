@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing and says which. Usage: scripts/bootstrap.sh [SET]...
-# Sets: build test fuzz coverage lint docs bench release cross
+# Sets: build test fuzz coverage lint docs bench release cross replay
 set -euo pipefail
 
 packages_for() {
@@ -17,6 +17,7 @@ packages_for() {
     release) echo debhelper debootstrap dpkg-dev lintian ;;
     cross) echo g++-i686-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu g++-riscv64-linux-gnu \
                 g++-s390x-linux-gnu qemu-user ;;
+    replay) echo clang-14 clang-16 g++-11 g++-12 lld-14 lld-16 musl-tools ;;
     *) echo "bootstrap.sh: unknown set '$1'" >&2; exit 2 ;;
   esac
 }

@@ -1,0 +1,83 @@
+#include "tests/replay/alterations.h"
+
+#include <stdlib.h>
+#include <string.h>
+
+namespace
+{
+
+constexpr uint32_t RANGE_MAX = 32; // octets that are cut out or doubled at a time
+
+// Octets that mean something in DER: boolean values, ends of the forms of length, common tags.
+constexpr uint8_t TELLING[] = {0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x0A, 0x17, 0x18,
+                               0x30, 0x31, 0x7F, 0x80, 0x81, 0x82, 0x84, 0xA0, 0xA1, 0xFF};
+
+void AlterOctet(uint8_t *octet, uint64_t *state)
+{
+    switch (Draw(state, 3)) {
+    case 0:
+        *octet = static_cast<uint8_t>(*octet ^ 1u << Draw(state, 8));
+        break;
+    case 1:
+        *octet = TELLING[Draw(state, sizeof(TELLING))];
+        break;
+    default:
+        *octet = static_cast<uint8_t>(*octet + (Draw(state, 2) == 0 ? 1u : 0xFFu));
+        break;
+    }
+}
+
+// Puts another copy of a range behind it.
+void Double(Octets *octets, size_t at, size_t range)
+{
+    memmove(octets->data + at + range, octets->data + at, octets->size - at);
+    octets->size += range;
+}
+
+void CutOut(Octets *octets, size_t at, size_t range)
+{
+    memmove(octets->data + at, octets->data + at + range, octets->size - at - range);
+    octets->size -= range;
+}
+
+} // namespace
+
+uint32_t Draw(uint64_t *state, uint32_t limit)
+{
+    *state += 0x9e3779b97f4a7c15;
+    uint64_t mixed = *state;
+    mixed = (mixed ^ mixed >> 30) * 0xbf58476d1ce4e5b9;
+    mixed = (mixed ^ mixed >> 27) * 0x94d049bb133111eb;
+    return static_cast<uint32_t>((mixed ^ mixed >> 31) >> 32) % limit;
+}
+
+Octets Alter(const Octets &octets, uint64_t *state)
+{
+    Octets altered = {static_cast<uint8_t *>(malloc(octets.size + RANGE_MAX + 1)), octets.size};
+    if (altered.data == nullptr) {
+        abort();
+    }
+    if (octets.size == 0) {
+        altered.data[altered.size++] = static_cast<uint8_t>(Draw(state, 256));
+        return altered;
+    }
+    memcpy(altered.data, octets.data, octets.size);
+    const uint32_t size = static_cast<uint32_t>(octets.size);
+    const uint32_t at = Draw(state, size);
+    const uint32_t range = 1 + Draw(state, size - at < RANGE_MAX ? size - at : RANGE_MAX);
+    switch (Draw(state, 8)) {
+    case 0:
+        CutOut(&altered, at, range);
+        break;
+    case 1:
+        Double(&altered, at, range);
+        break;
+    case 2:
+        altered.size = at;
+        break;
+    default: // most structures survive this alone
+        AlterOctet(altered.data + at, state);
+        break;
+    }
+    return altered;
+}
