@@ -10,6 +10,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <paths.h>
+#include <pthread.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -74,11 +75,15 @@ size_t Escape(const char *text, char *line)
     return written;
 }
 
-// One write, so that lines of several processes that append to one file do not mix. A line that cannot be written is
-// lost: the log has nowhere to complain to.
+pthread_mutex_t g_lineLock = PTHREAD_MUTEX_INITIALIZER;
+
+// One write, so that lines of several processes that append to one file do not mix; a pipe takes a long line in pieces,
+// so those of other threads wait. A line that cannot be written is lost: the log has nowhere to complain to.
 void WriteLine(int descriptor, const char *line, size_t length)
 {
+    (void)pthread_mutex_lock(&g_lineLock);
     const ssize_t written = write(descriptor, line, length);
+    (void)pthread_mutex_unlock(&g_lineLock);
     (void)written;
 }
 

@@ -52,10 +52,11 @@ build() {
 # run NAME COMMAND...: what the program says, which must be what the first one said.
 first=
 run() {
-  local name=$1 began=$SECONDS
+  local name=$1 TIMEFORMAT=%U
   shift
-  "$@" "$out/$name/replay" <"$out/list" >"$out/$name/said" || { echo "$name: it failed" >&2 && exit 1; }
-  seconds=$((SECONDS - began))
+  { time "$@" "$out/$name/replay" <"$out/list" >"$out/$name/said" 2>&3; } 2>"$out/$name/seconds" 3>&2 ||
+    { echo "$name: it failed" >&2 && exit 1; }
+  seconds=$(<"$out/$name/seconds")
   [ -n "$first" ] || first=$name
   if ! cmp -s "$out/$first/said" "$out/$name/said"; then
     echo "$name says otherwise than $first: $(cat "$out/$name/said"), not $(cat "$out/$first/said")" >&2
@@ -84,12 +85,12 @@ try() {
     # shellcheck disable=SC2086 # words
     build "$name" "$cxx" "$cc" "${extra[@]}" $options || { echo "$name: it does not build" >&2 && exit 1; }
     run "$name" "${runner[@]}"
-    [ "$seconds" -le "$longest" ] || longest=$seconds
+    longest=$(printf '%s\n' "$longest" "$seconds" | sort -n | tail -n 1)
     done+=("\`$options\`")
     echo "$name: $(cut -d ' ' -f 1 "$out/$name/said"), $seconds s" >&2
   done
   [ ${#done[@]} -eq 0 ] || rows+=("| $machine | $(version "$cxx")${extra[*]:+, musl $(dpkg-query -Wf '${Version}' musl-tools)} | \
-$(printf '%s, ' "${done[@]}" | sed 's/, $//') | ${runner[0]:-} | $longest |")
+$(printf '%s, ' "${done[@]}" | sed 's/, $//') | ${runner[0]:-itself} | $longest |")
 }
 
 here=$(uname -m)
@@ -105,7 +106,7 @@ done
 
 table=$out/table.md
 {
-  echo "| machine | compiler | options | run by | seconds at most |"
+  echo "| machine | compiler | options | run by | processor seconds at most |"
   echo "|---|---|---|---|---|"
   printf '%s\n' "${rows[@]}"
   echo

@@ -35,6 +35,7 @@ void SigkitLogPrint(int level, const char *file, int line, const char *function,
                     const char *message)
 {
     const char *const text = message == nullptr ? "(null)" : message;
+    flockfile(stdout); // a line is printed in pieces: those of other threads wait
     if (level >= 0 && level < LOG_LEVEL_COUNT) {
         const LogLevel &row = LOG_LEVELS[level];
         (void)printf("%s", row.prefix);
@@ -46,4 +47,5 @@ void SigkitLogPrint(int level, const char *file, int line, const char *function,
     }
     (void)puts("\r");
     (void)fflush(stdout); // lines are few, and none may be lost if the process dies
+    funlockfile(stdout);
 }

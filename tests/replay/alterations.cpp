@@ -6,11 +6,72 @@
 namespace
 {
 
-constexpr uint32_t RANGE_MAX = 32; // octets that are cut out or doubled at a time
+constexpr uint32_t RANGE_MAX = 32;    // octets that are cut out or doubled at a time
+constexpr uint8_t CONSTRUCTED = 0x20; // in an identifier octet (X.690, 8.1.2.5)
+constexpr uint8_t LONG_FORM = 0x80;   // in the first octet of a length (X.690, 8.1.3.5)
+constexpr size_t LENGTH_OCTETS_MAX = 4;
 
 // Octets that mean something in DER: boolean values, ends of the forms of length, common tags.
 constexpr uint8_t TELLING[] = {0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x0A, 0x17, 0x18,
                                0x30, 0x31, 0x7F, 0x80, 0x81, 0x82, 0x84, 0xA0, 0xA1, 0xFF};
+
+// Where an element lies in octets.
+struct Element {
+    size_t at;
+    size_t content;
+    size_t end;
+};
+
+// False where octets from `at` up to `end` do not begin with a whole element.
+bool ReadElement(const uint8_t *data, size_t at, size_t end, Element *element)
+{
+    if (end - at < 2) {
+        return false;
+    }
+    const size_t octets = (data[at + 1] & LONG_FORM) == 0 ? 0 : data[at + 1] & ~LONG_FORM;
+    size_t length = octets == 0 ? data[at + 1] : 0;
+    if (octets > LENGTH_OCTETS_MAX || end - at - 2 < octets) {
+        return false;
+    }
+    for (size_t i = 0; i < octets; ++i) {
+        length = length << 8 | data[at + 2 + i];
+    }
+    const size_t content = at + 2 + octets;
+    *element = {at, content, content + length};
+    return length <= end - content;
+}
+
+// One of the elements that stand side by side, each as likely as the others. False where there is none.
+bool DrawElement(const uint8_t *data, size_t at, size_t end, uint64_t *state, Element *drawn)
+{
+    uint32_t count = 0;
+    Element element = {};
+    for (; at < end && ReadElement(data, at, end, &element); at = element.end) {
+        if (Draw(state, ++count) == 0) {
+            *drawn = element;
+        }
+    }
+    return count > 0;
+}
+
+// Where to alter: the identifier, the length or the first content octet of some element of DER, however deep it lies, so
+// that short ones are found as easily as keys and signatures; anywhere in other octets.
+uint32_t DrawPlace(const Octets &octets, uint64_t *state)
+{
+    const uint32_t size = static_cast<uint32_t>(octets.size);
+    Element element = {};
+    if (Draw(state, 4) == 0 || !DrawElement(octets.data, 0, octets.size, state, &element)) {
+        return Draw(state, size);
+    }
+    Element inner = element;
+    while ((octets.data[element.at] & CONSTRUCTED) != 0 && Draw(state, 8) != 0 &&
+           DrawElement(octets.data, element.content, element.end, state, &inner)) {
+        element = inner;
+    }
+    const size_t places[] = {element.at, element.content - 1, element.content, element.content};
+    const size_t place = places[Draw(state, sizeof(places) / sizeof(places[0]))];
+    return place < size ? static_cast<uint32_t>(place) : size - 1;
+}
 
 void AlterOctet(uint8_t *octet, uint64_t *state)
 {
@@ -63,7 +124,7 @@ Octets Alter(const Octets &octets, uint64_t *state)
     }
     memcpy(altered.data, octets.data, octets.size);
     const uint32_t size = static_cast<uint32_t>(octets.size);
-    const uint32_t at = Draw(state, size);
+    const uint32_t at = DrawPlace(octets, state);
     const uint32_t range = 1 + Draw(state, size - at < RANGE_MAX ? size - at : RANGE_MAX);
     switch (Draw(state, 8)) {
     case 0:

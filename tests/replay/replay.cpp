@@ -17,7 +17,7 @@
 namespace
 {
 
-constexpr uint32_t ALTERATIONS = 12; // of each input
+constexpr uint32_t ALTERATIONS = 16; // of each input
 constexpr size_t LINE_SIZE = 2048;   // octets of a line of the list, its NUL included
 constexpr size_t FLAG_OCTETS = 4;    // at the head of a container
 constexpr size_t LENGTH_OCTETS = 4;  // before each of its parts

@@ -1,3 +1,9 @@
+#include <map>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 #include "sigkit/sigkit_host.h"
@@ -58,4 +64,35 @@ TEST(LogPrint, ALongMessageIsPrintedWhole)
 {
     const std::string message(5000, 'm');
     EXPECT_EQ("[ERROR]sigkit_log.log(12):(Function):" + message + "\r\n", Printed(0, 0, message.c_str()));
+}
+
+TEST(LogPrint, LinesOfThreadsDoNotMix)
+{
+    constexpr int threadCount = 4;
+    constexpr int lineCount = 10000; // of each thread
+    ResetRecordingPlatform();
+    testing::internal::CaptureStdout();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < threadCount; ++i) {
+        threads.emplace_back([i] {
+            const std::string message(40, static_cast<char>('a' + i));
+            for (int n = 0; n < lineCount; ++n) {
+                SigkitLogPrint(0, "sigkit_log.log", 12, "Function", 0x88000001, message.c_str());
+            }
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    std::istringstream lines(testing::internal::GetCapturedStdout());
+    std::map<std::string, int> counts;
+    for (std::string line; std::getline(lines, line);) {
+        counts[line] += 1;
+    }
+    std::map<std::string, int> expected;
+    for (int i = 0; i < threadCount; ++i) {
+        const std::string message(40, static_cast<char>('a' + i));
+        expected["[ERROR]sigkit_log.log(12):(Function):" + message + "(err:88000001)\r"] = lineCount;
+    }
+    EXPECT_EQ(expected, counts);
 }
