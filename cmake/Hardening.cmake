@@ -22,5 +22,6 @@ target_compile_options(sigkit_hardening INTERFACE
   -fstack-protector-strong
   $<$<BOOL:${SIGKIT_HAS_CF_PROTECTION}>:-fcf-protection=full>
   $<$<BOOL:${SIGKIT_HAS_BRANCH_PROTECTION}>:-mbranch-protection=standard>
-  $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=${fortify}>)
+  # A parent project may have no build type, which optimises nothing: the C library would warn in every file.
+  $<$<AND:$<BOOL:$<CONFIG>>,$<NOT:$<CONFIG:Debug>>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=${fortify}>)
 target_link_options(sigkit_hardening INTERFACE LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)

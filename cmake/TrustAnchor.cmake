@@ -22,7 +22,7 @@ if(NOT "${SIGKIT_TRUST_ANCHOR}" STREQUAL "")
   set(SIGKIT_DEVELOPMENT_PKI "")
   set(sigkit_trust_anchor_file ${SIGKIT_TRUST_ANCHOR})
 else()
-  set(SIGKIT_DEVELOPMENT_PKI ${CMAKE_BINARY_DIR}/development-pki)
+  set(SIGKIT_DEVELOPMENT_PKI ${PROJECT_BINARY_DIR}/development-pki)
   set(sigkit_trust_anchor_file ${SIGKIT_DEVELOPMENT_PKI}/certificates/root.der)
   message(NOTICE
     "** SIGKIT_TRUST_ANCHOR is not set: verify_tool will trust a development root, made in ${SIGKIT_DEVELOPMENT_PKI}.\n"
@@ -39,8 +39,8 @@ else()
 endif()
 
 # At every build, whatever the dates of the files: another root may be older than the one that was built in.
-set(sigkit_trust_anchor_source ${CMAKE_BINARY_DIR}/generated/trust_anchor_data.cpp)
-file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/generated)
+set(sigkit_trust_anchor_source ${PROJECT_BINARY_DIR}/generated/trust_anchor_data.cpp)
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/generated)
 add_custom_target(trust_anchor_source
   COMMAND trust_anchor_embed ${sigkit_trust_anchor_file} ${sigkit_trust_anchor_source}
   BYPRODUCTS ${sigkit_trust_anchor_source}
