@@ -2,7 +2,8 @@
 # Checks what a release promises beyond its tests: that it installs, that others can build against it, that its packages
 # work on a clean system, that its builds can be repeated, that other versions of OpenSSL and other machines do, and
 # that the README's commands pass on a fresh machine.
-# Usage: scripts/release-check.sh [step...]; without an argument all steps, from an empty build/release-check.
+# Usage: scripts/release-check.sh [--write] [step...]; without a step all steps, from an empty build/release-check. With
+# --write the steps that passed and what they saw also become the table in docs/install.md.
 #
 # Each step prints one line with what was seen; what it ran is in build/release-check/<step>.log.
 # Exit status: 0 every step passed, 1 a step failed and the rest was not run, 3 no step failed but some could not be
@@ -10,11 +11,16 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-all=(install consumers shared static device trust-anchor packages reproducible release openssl-1.1.1 aarch64 s390x
-  fresh-machine)
+all=(install consumers shared static device trust-anchor packages reproducible release openssl-1.1.1 i386 armhf aarch64
+  s390x replay fresh-machine)
 out=build/release-check
 COULD_NOT=77 # exit status of a step that lacked something from the network
 
+write=false
+if [ "${1:-}" = --write ]; then
+  write=true
+  shift
+fi
 if [ $# -eq 0 ]; then
   rm -rf "$out"
   set -- "${all[@]}"
@@ -22,10 +28,10 @@ fi
 mkdir -p "$out"
 scripts/bootstrap.sh build test
 
-left_out=()
+left_out=() rows=()
 for step in "$@"; do
   program=scripts/release/$step.sh
-  [ "$step" != fresh-machine ] || program=scripts/fresh-machine.sh
+  case $step in fresh-machine | replay) program=scripts/$step.sh ;; esac
   if [ ! -x "$program" ]; then
     echo "release-check.sh: no step '$step'; there are: ${all[*]}" >&2
     exit 2
@@ -34,7 +40,7 @@ for step in "$@"; do
   "$program" >"$log" 2>&1 || status=$?
   report=$(tail -n 1 "$log")
   case $status in
-    0) word=ok ;;
+    0) word=ok rows+=("| $step | $report |") ;;
     "$COULD_NOT") word='NOT CHECKED' left_out+=("$step") ;;
     *) word=FAILED report="see $log" ;;
   esac
@@ -44,6 +50,9 @@ for step in "$@"; do
     exit 1
   fi
 done
+if $write && [ ${#rows[@]} -gt 0 ]; then
+  { printf '%s\n' '| step | what was seen |' '|---|---|' "${rows[@]}"; } | scripts/write_table.py docs/install.md steps
+fi
 if [ ${#left_out[@]} -gt 0 ]; then
   echo "No step failed, but these were not checked: ${left_out[*]}"
   exit 3

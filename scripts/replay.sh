@@ -40,9 +40,10 @@ build() {
   shift 3
   rm -rf "$directory"
   mkdir -p "$directory"
+  # shellcheck disable=SC2016,SC2086 # $ is the inner shell's; a launcher may be none
   printf '%s\n' "${sources[@]}" |
     xargs -P "$(nproc)" -I {} sh -c 'output=$1/$(echo "$2" | tr / _).o && shift 2 && exec "$@" -o "$output"' sh \
-      "$directory" {} "$cxx" "${flags[@]}" "$@" -c {} || return 1
+      "$directory" {} ${CMAKE_CXX_COMPILER_LAUNCHER:-} "$cxx" "${flags[@]}" "$@" -c {} || return 1
   local -a how=("$@")
   [ "$cc" != musl-gcc ] || how=()
   [[ $cc != clang* ]] || how+=("-fuse-ld=lld${cc#clang}")
@@ -89,8 +90,10 @@ try() {
     done+=("\`$options\`")
     echo "$name: $(cut -d ' ' -f 1 "$out/$name/said"), $seconds s" >&2
   done
-  [ ${#done[@]} -eq 0 ] || rows+=("| $machine | $(version "$cxx")${extra[*]:+, musl $(dpkg-query -Wf '${Version}' musl-tools)} | \
-$(printf '%s, ' "${done[@]}" | sed 's/, $//') | ${runner[0]:-itself} | $longest |")
+  [ ${#done[@]} -gt 0 ] || return 0
+  local with=
+  [ "$cc" != musl-gcc ] || with=", musl $(dpkg-query -Wf '${Version}' musl-tools)"
+  rows+=("| $machine | $(version "$cxx")$with | $(IFS=, && echo "${done[*]}") | ${runner[0]:-itself} | $longest |")
 }
 
 here=$(uname -m)
@@ -110,6 +113,7 @@ table=$out/table.md
   echo "|---|---|---|---|---|"
   printf '%s\n' "${rows[@]}"
   echo
+  # shellcheck disable=SC2016 # quotes of Markdown
   sed 's/^\([0-9a-f]*\)  \([0-9]* inputs\), \(.*\)$/Each of these builds printed `\1`: \2, \3./' "$out/$first/said"
 } | tee "$table"
 if $write; then

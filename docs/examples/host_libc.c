@@ -1,4 +1,5 @@
 // Memory, files and log over the C library.
+#define _FILE_OFFSET_BITS 64 // content of 2 GiB and more on machines of 32 bits
 #include <stdio.h>
 #include <stdlib.h>
 

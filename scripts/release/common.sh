@@ -114,6 +114,17 @@ release_pki() {
   "$out/static/pkgsign/pkgsign" init "$pki" --no-encryption
 }
 
+# test_keys: makes, once, the RSA keys of the tests, for machines that take long for them.
+test_keys() {
+  keys=$out/keys
+  [ ! -e "$keys/complete" ] || return 0
+  release_pki
+  configure static "$root" -DBUILD_TESTING=ON
+  cmake --build "$out/static" -j "$jobs" --target rsa_keys
+  rm -rf "$keys"
+  cp -r "$out/static/tests/support/keys" "$keys"
+}
+
 # build_tree NAME SOURCE [OPTION...]: configures and builds everything into $out/NAME. No program of any such tree may
 # look for libraries where others can put one.
 build_tree() {

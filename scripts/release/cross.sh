@@ -23,8 +23,24 @@ check_machine() {
     -DSIGKIT_CROSS_MACHINE="$machine" -DSIGKIT_CROSS_COMPILER="$compiler" -DSIGKIT_CROSS_TRIPLET="$triplet" \
     -DSIGKIT_CROSS_SYSTEM="$system"
   readelf -h "$built/src/verify_tool" | grep "Data:.*$order endian"
+  check_packages "$built"
+  check_late_time "$built"
 
-  # Packages of this machine are judged there, and packages made there are judged here.
+  # With this machine's keys and PKI: whole packages aside, no test makes any.
+  test_keys
+  configure "$machine" "$root" -DBUILD_TESTING=ON -DSIGKIT_TEST_KEYS="$keys"
+  tests=0
+  local layer
+  for layer in core asn1 x509 pki verify; do
+    run_tests "$layer" "${layer}_test"
+  done
+  run_tests tool callbacks_test
+  libcrypto=$(sed -n 's/^# define OPENSSL_VERSION_STR "\(.*\)"/\1/p' "$system/usr/include/openssl/opensslv.h")
+}
+
+# check_packages TREE: packages of this machine are judged there, and packages made there are judged here.
+check_packages() {
+  local built=$1
   static_tree
   sign_package "$out/static/pkgsign/pkgsign" "$out/package"
   sign_package "emulated_pkgsign" "$out/package-$machine"
@@ -33,23 +49,32 @@ check_machine() {
   try_tool "$out/package-$machine" emulate "$built/src/verify_tool"
   expect 0 emulate "$built/crltool/crl_compare" --root "$pki/certificates/root.der" \
     "$out/package/crls.der" "$out/package/crls.der"
+}
 
-  configure_tests "$machine"
-  tests=0
-  local layer
-  for layer in asn1 x509; do
-    run_tests "$layer"
-  done
+# check_late_time TREE: a time that 32 bits do not hold is written and read as it is.
+check_late_time() {
+  local built=$1 late=$out/package-$machine/late.der
+  emulated_pkgsign crl --pki "$out/package-$machine/pki" --next-update 2050-01-02 --out "$late"
+  emulate "$built/crltool/crl_compare" --root "$pki/certificates/root.der" "$late" "$late" | tee "$out/$machine.late"
+  grep 2050-01-02 "$out/$machine.late" || fail "crl_compare does not say 2050-01-02"
 }
 
 emulated_pkgsign() { emulate "$out/$machine/pkgsign/pkgsign" "$@"; }
 
-# run_tests LAYER: builds and runs the tests of one layer of the library, and counts them.
+# run_tests DIRECTORY PROGRAM: builds and runs a program of tests and counts them, but for random stores by the
+# thousands, which are the same on every machine and take long on an emulated one.
 run_tests() {
-  local layer=$1 log=$out/$machine.$1.tests passed
-  cmake --build "$out/$machine" -j "$jobs" --target "$1_test"
-  (cd "$out/$machine/tests/$layer" && emulate "./${layer}_test" --gtest_brief=1) | tee "$log"
+  local directory=$1 program=$2 log=$out/$machine.$2.tests passed
+  cmake --build "$out/$machine" -j "$jobs" --target "$program"
+  (cd "$out/$machine/tests/$directory" && emulate "./$program" --gtest_brief=1 --gtest_filter='-ManyRandomStores.*') |
+    tee "$log"
   passed=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) tests.*/\1/p' "$log")
-  [ "${passed:-0}" -gt 0 ] || fail "no test of $layer was run"
+  [ "${passed:-0}" -gt 0 ] || fail "no test of $program was run"
   tests=$((tests + passed))
+}
+
+# what_was_seen: the step's last line.
+what_was_seen() {
+  echo "under qemu, OpenSSL $libcrypto: $tests tests of library and callbacks pass; packages made here and there are" \
+    "judged alike in both places"
 }

@@ -54,8 +54,8 @@ bool DrawElement(const uint8_t *data, size_t at, size_t end, uint64_t *state, El
     return count > 0;
 }
 
-// Where to alter: the identifier, the length or the first content octet of some element of DER, however deep it lies, so
-// that short ones are found as easily as keys and signatures; anywhere in other octets.
+// Where to alter: the identifier, the length or the first content octet of some element of DER, however deep it lies,
+// so that short ones are found as easily as keys and signatures; anywhere in other octets.
 uint32_t DrawPlace(const Octets &octets, uint64_t *state)
 {
     const uint32_t size = static_cast<uint32_t>(octets.size);

@@ -5,8 +5,8 @@
 namespace
 {
 
-// The first 64 bits of the fractions of the square roots of the first 16 primes: the initial values of SHA-512 and, from
-// the ninth on, of SHA-384. Those of SHA-256 are the high halves of the first eight (FIPS 180-4, 5.3).
+// The first 64 bits of the fractions of the square roots of the first 16 primes: the initial values of SHA-512 and,
+// from the ninth on, of SHA-384. Those of SHA-256 are the high halves of the first eight (FIPS 180-4, 5.3).
 constexpr uint64_t ROOTS_2[] = {
     0x6a09e667f3bcc908, 0xbb67ae8584caa73b, 0x3c6ef372fe94f82b, 0xa54ff53a5f1d36f1,
     0x510e527fade682d1, 0x9b05688c2b3e6c1f, 0x1f83d9abfb41bd6b, 0x5be0cd19137e2179,

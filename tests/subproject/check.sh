@@ -9,7 +9,7 @@ cmake -S "$project/tests/subproject" -B "$build" -DSIGKIT_SOURCE="$project"
 cmake --build "$build" -j 2 --target parent
 status=0
 "$build/parent" >"$build/parent.said" 2>&1 || status=$?
-[ "$status" -eq 2 ] || { echo "the parent's program ends with $status instead of 2 when it is given nothing" && exit 1; }
+[ "$status" -eq 2 ] || { echo "given nothing the parent's program ends with $status instead of 2" && exit 1; }
 
 # All of it lies in the directory that the parent gave.
 found=$(cd "$build" && find . -mindepth 1 -maxdepth 1 ! -name 'CMake*' ! -name Makefile ! -name cmake_install.cmake \

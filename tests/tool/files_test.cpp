@@ -105,6 +105,18 @@ TEST_F(Files, BehindTwoGigabytesReportNoSize)
     EXPECT_EQ(0, SigkitFileClose(file));
 }
 
+TEST_F(Files, AreReadBeyondTwoGigabytes)
+{
+    const std::string path = Write("large", 1);
+    ASSERT_EQ(0, truncate(path.c_str(), 0x80000010));
+    void *const file = SigkitFileOpen(path.c_str(), "rb");
+    ASSERT_NE(nullptr, file);
+    ASSERT_EQ(0, fseeko(static_cast<FILE *>(file), 0x7FFFFFF0, SEEK_SET));
+    char buffer[64];
+    EXPECT_EQ(32u, SigkitFileRead(buffer, sizeof(buffer), file));
+    EXPECT_EQ(0, SigkitFileClose(file));
+}
+
 TEST_F(Files, NullIsNoFile)
 {
     EXPECT_EQ(0u, SigkitFileGetSize(nullptr));

@@ -1,0 +1,7 @@
+#!/usr/bin/env bash
+# The same on a machine of 32 bits that aligns every number by its size.
+source "$(dirname "$0")/cross.sh"
+
+prepare_machine arm
+check_machine little
+what_was_seen

@@ -1,0 +1,7 @@
+#!/usr/bin/env bash
+# The same on a machine of 32 bits that aligns numbers of 64 bits as those of 32.
+source "$(dirname "$0")/cross.sh"
+
+prepare_machine i386
+check_machine little
+what_was_seen
