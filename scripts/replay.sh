@@ -25,7 +25,8 @@ scripts/bootstrap.sh cross replay || { echo "the compilers cannot be installed" 
 out=build/replay
 mkdir -p "$out"
 tests/replay/inputs.py >"$out/list"
-mapfile -t sources < <(scripts/files.sh 'sigkit/*.cpp' platform/annexk.cpp 'tests/replay/*.cpp')
+mapfile -t sources < <(scripts/files.sh 'sigkit/*.cpp' platform/annexk.cpp 'tests/replay/*.cpp' \
+  src/upgrade_sigkit_sdk_callback/memory_and_strings.cpp)
 flags=(-std=c++20 -fno-exceptions -fno-rtti -fno-threadsafe-statics -D_FILE_OFFSET_BITS=64 -D_TIME_BITS=64 -I. -Isigkit
   -Iplatform -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Werror)
 musl=/usr/lib/$(uname -m)-linux-musl/musl-gcc.specs

@@ -21,8 +21,7 @@ TimePtr MakeTimeOf(int64_t seconds, bool isShort)
     }
     const bool hasTwoDigits = isShort && 1950 - 1900 <= parts.tm_year && parts.tm_year < 2050 - 1900;
     TimePtr time(ASN1_TIME_new());
-    const bool made = time != nullptr &&
-                      strftime(text, sizeof(text), "%Y%m%d%H%M%SZ", &parts) != 0 &&
+    const bool made = time != nullptr && strftime(text, sizeof(text), "%Y%m%d%H%M%SZ", &parts) != 0 &&
                       ASN1_TIME_set_string(time.get(), hasTwoDigits ? text + 2 : text) == 1;
     return made ? std::move(time) : nullptr;
 }

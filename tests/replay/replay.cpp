@@ -1,6 +1,6 @@
 // Runs inputs through the library, as they are, altered and with failing allocations, and prints one number for all
-// that it said: builds and machines that print the same number behave alike. It needs neither libcrypto nor a library of
-// C++.
+// that it said: builds and machines that print the same number behave alike. It needs neither libcrypto nor a C++
+// library.
 //
 // Usage: replay [--each] <LIST; a line of the list is the name of an operation and the paths of its files. With --each
 // the number stands behind every line as well, so that two machines' outputs show where they part.

@@ -3,7 +3,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "sigkit/sigkit.h"
+#include "qzosax.h"
 #include "sigkit/sigkit_host.h"
 #include "tests/replay/digest.h"
 #include "tests/replay/record_hash.h"
@@ -102,60 +102,24 @@ bool Holds(const SigkitCryptoCtx &ctx, const uint8_t *signature, uint32_t len)
 
 extern "C" {
 
-// ---- Memory and strings --------------------------------------------------------------------------------------------
+// ---- The platform's memory, below the tool's callbacks for memory and strings --------------------------------------
 
-uint32_t SigkitMalloc(void **out, size_t size)
+void *qzax_mallocsubstandard(uint32_t /*moduleId*/, size_t size, uint32_t /*flags*/, const char * /*function*/,
+                             int /*line*/)
 {
-    if (out == nullptr) {
-        return SIGKIT_ERR_PARAM;
-    }
-    *out = nullptr;
-    if (size == 0) {
-        return SIGKIT_OK;
-    }
     if (Fails()) {
-        return SIGKIT_ERR_NO_MEMORY;
+        return nullptr;
     }
-    *out = Need(malloc(size));
-    memset(*out, 0xA5, size); // nothing may rely on the content
+    void *const block = Need(malloc(size));
+    memset(block, 0xA5, size); // nothing may rely on the content
     g_standInHost.liveBlocks += 1;
-    return SIGKIT_OK;
+    return block;
 }
 
-void SigkitFree(void *block)
+void qzax_freesub(void *block, const char * /*function*/, int /*line*/)
 {
-    g_standInHost.liveBlocks -= block == nullptr ? 0 : 1;
+    g_standInHost.liveBlocks -= 1;
     free(block);
-}
-
-int SigkitMemCmp(const void *a, const void *b, size_t n)
-{
-    return a == nullptr || b == nullptr ? FAILURE : memcmp(a, b, n);
-}
-
-int SigkitStrNCmp(const char *a, const char *b, size_t n)
-{
-    return a == nullptr || b == nullptr ? FAILURE : strncmp(a, b, n);
-}
-
-int SigkitStrCmp(const char *a, const char *b)
-{
-    return a == nullptr || b == nullptr ? FAILURE : strcmp(a, b);
-}
-
-const char *SigkitStrStr(const char *haystack, const char *needle)
-{
-    return haystack == nullptr || needle == nullptr ? nullptr : strstr(haystack, needle);
-}
-
-const char *SigkitStrChr(const char *text, int character)
-{
-    return text == nullptr ? nullptr : strchr(text, static_cast<unsigned char>(character));
-}
-
-uint32_t SigkitStrlen(const char *text)
-{
-    return text == nullptr ? 0 : static_cast<uint32_t>(strlen(text));
 }
 
 // ---- Files and log -------------------------------------------------------------------------------------------------
