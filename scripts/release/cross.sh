@@ -75,6 +75,6 @@ run_tests() {
 
 # what_was_seen: the step's last line.
 what_was_seen() {
-  echo "under qemu, OpenSSL $libcrypto: $tests tests of library and callbacks pass; packages made here and there are" \
+  echo "$machine, OpenSSL $libcrypto: $tests tests of library and callbacks pass; packages made here and there are" \
     "judged alike in both places"
 }

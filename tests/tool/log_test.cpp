@@ -69,7 +69,7 @@ TEST(LogPrint, ALongMessageIsPrintedWhole)
 TEST(LogPrint, LinesOfThreadsDoNotMix)
 {
     constexpr int threadCount = 4;
-    constexpr int lineCount = 10000; // of each thread
+    constexpr int lineCount = 3000; // of each thread
     ResetRecordingPlatform();
     testing::internal::CaptureStdout();
     std::vector<std::thread> threads;
