@@ -1,5 +1,6 @@
 #include "asn1/decode.h"
 #include "asn1/header.h"
+#include "core/trace.h"
 #include "sigkit/sigkit.h"
 
 namespace
@@ -77,6 +78,7 @@ uint32_t DecodeMembers(SigkitDecodeBuf *buf, uint8_t *record, uint32_t length, c
         const uint32_t status = DecodeMember(buf, record, member);
         if (status != SIGKIT_OK) {
             if ((member.flags & MAY_BE_ABSENT) == 0) {
+                SIGKIT_TRACE(MEMBER_REFUSED, buf, &member, status);
                 return status;
             }
             buf->pos = start + used;

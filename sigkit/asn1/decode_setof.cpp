@@ -2,6 +2,7 @@
 
 #include "asn1/decode.h"
 #include "asn1/header.h"
+#include "core/trace.h"
 #include "sigkit/sigkit.h"
 
 namespace
@@ -14,11 +15,13 @@ bool DecodeElements(SigkitDecodeBuf *buf, uint8_t *counter, uint32_t length, con
     uint32_t used = 0;
     while (used < length) {
         if (count == element.maxCount) {
+            SIGKIT_TRACE(ELEMENT_TOO_MANY, buf, &element, element.maxCount);
             return false;
         }
         uint8_t *const slot = counter + SIGKIT_ASN_ARRAY_OFFSET + size_t{count} * element.item->recordSize;
         uint32_t consumed = 0;
         if (InternalDecodeWith(*element.item, SIGKIT_ERR_ASN_SET, buf, slot, &consumed, &element) != SIGKIT_OK) {
+            SIGKIT_TRACE(ELEMENT_REFUSED, buf, &element, SIGKIT_ERR_ASN_SET);
             return false;
         }
         used += consumed;

@@ -1,6 +1,7 @@
 #include "asn1/header.h"
 
 #include "core/log.h"
+#include "core/trace.h"
 #include "sigkit/sigkit.h"
 
 namespace
@@ -39,6 +40,7 @@ uint32_t InternalDecLen(SigkitDecodeBuf *buf, uint32_t *length)
     if ((octet & LENGTH_LONG_FORM) != 0) {
         const uint32_t octets = octet & ~LENGTH_LONG_FORM & 0xFFU;
         if (octets == 0 || octets > MAX_LENGTH_OCTETS) {
+            SIGKIT_TRACE(LENGTH_INDEFINITE, buf, nullptr, octets);
             SIGKIT_WARN(SIGKIT_ERR_ASN_LENGTH, "indefinit length not supported.");
             return SIGKIT_ERR_ASN_LENGTH;
         }
@@ -52,6 +54,7 @@ uint32_t InternalDecLen(SigkitDecodeBuf *buf, uint32_t *length)
         }
     }
     if (value > InternalBufRemaining(*buf)) {
+        SIGKIT_TRACE(LENGTH_OVERFLOW, buf, nullptr, value);
         return SIGKIT_FAIL(SIGKIT_ERR_ASN_LENGTH, "overflow length.");
     }
     *length = value;

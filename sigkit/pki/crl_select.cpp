@@ -2,6 +2,7 @@
 
 #include "core/log.h"
 #include "core/memory.h"
+#include "core/trace.h"
 #include "pki/chain.h"
 #include "pki/revocation.h"
 #include "pki/store.h"
@@ -29,11 +30,20 @@ bool IsInReach(SigkitVerifyCtx *ctx, SigkitX509Crl &crl, const SigkitX509Cert &c
     // any will do. (b)(2): skipped, a CRL for some certificates counts for all. (c), (h), (i): skipped, deltas are not
     // used. Widened: a delta CRL, as any with unknown critical extensions, counts as a complete one (5.2, 5.2.4).
     if (cert.tbsCertificate.issuer.count == 0 || (!SameIssuer(crl, cert) && !IsIndirect(crl))) {
+        SIGKIT_TRACE(CRL_OTHER_ISSUER, &crl, &cert, 0);
         return false;
     }
     // (f), second sentence: one trust anchor for both. The path itself is validated when the CRL is tried.
     SigkitX509Cert *const issuer = SigkitPkiFindCrlIssuer(ctx, &crl);
-    return issuer != nullptr && InternalFindCertRoot(ctx, issuer, 0) == root;
+    if (issuer == nullptr) {
+        SIGKIT_TRACE(CRL_NO_ISSUER, &crl, &cert, 0);
+        return false;
+    }
+    if (InternalFindCertRoot(ctx, issuer, 0) != root) {
+        SIGKIT_TRACE(CRL_OTHER_ROOT, &crl, &cert, 0);
+        return false;
+    }
+    return true;
 }
 
 uint32_t AddCandidate(SigkitList *candidates, uint32_t score, SigkitX509Crl *crl)
@@ -63,6 +73,7 @@ uint32_t CollectCandidates(SigkitVerifyCtx *ctx, const SigkitX509Cert &cert, con
             continue;
         }
         const uint32_t score = InternalCrlGetScore(*crl, cert, ctx->verifyTime, &ctx->pki->memory);
+        SIGKIT_TRACE(CRL_SCORE, crl, &cert, score);
         if (score == 0) {
             continue;
         }
@@ -107,12 +118,14 @@ uint32_t InternalCrlGetScore(const SigkitX509Crl &crl, const SigkitX509Cert &cer
     // RFC 5280, 6.3.3 (a)(1). Narrowed: without nextUpdate a CRL is of no use (5.1.2.5 leaves that open).
     uint64_t nextUpdate = 0;
     if (SigkitConvertDatetimeToTime(&crl.tbsCertList.nextUpdate, &nextUpdate) != SIGKIT_OK) {
+        SIGKIT_TRACE(CRL_NO_NEXT_UPDATE, &crl, &cert, 0);
         return 0;
     }
     if (verifyTime <= static_cast<int64_t>(nextUpdate)) {
         return score | SIGKIT_CRL_SCORE_CURRENT;
     }
     // (a)(1)(ii) fetches a current one instead. Widened: the expired CRL may still prove a revocation.
+    SIGKIT_TRACE(CRL_EXPIRED, &crl, &cert, listed ? 1 : 0);
     if (InternalMayWarn(memory)) {
         SIGKIT_WARN(SIGKIT_ERR_CRL_EXPIRED, "Found an expired CRL, it most likely cause NO CRL error.");
     }

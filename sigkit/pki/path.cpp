@@ -2,6 +2,7 @@
 
 #include "core/context.h"
 #include "core/log.h"
+#include "core/trace.h"
 #include "pki/chain.h"
 #include "pki/crl_select.h"
 #include "pki/revocation.h"
@@ -35,6 +36,7 @@ uint32_t CheckOne(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRev
 {
     // RFC 5280, 6.1.3 (a)(2), at a time in the past, as 6.1 permits. Narrowed: a trust anchor's dates must hold, too.
     uint32_t status = InternalVerifyCertificate(*cert, ctx->verifyTime);
+    SIGKIT_TRACE(VALIDITY, cert, nullptr, status);
     if (status != SIGKIT_OK) {
         return status;
     }
@@ -42,14 +44,17 @@ uint32_t CheckOne(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRev
     uint32_t isSelfSigned = 0;
     status = SigkitX509IsSelfSigned(cert, &isSelfSigned);
     if (status != SIGKIT_OK) {
+        SIGKIT_TRACE(ANCHOR_ERROR, cert, nullptr, status);
         return status;
     }
+    SIGKIT_TRACE(ANCHOR, cert, nullptr, isSelfSigned);
     if (isSelfSigned == 1) {
         *step = Step::TRUSTED; // trust anchors alone get into the store self-signed
         return SIGKIT_OK;
     }
     // 6.1.3 (a)(1), (a)(4), for the whole chain: the CRLs below are chosen by its root.
     const SigkitX509Cert *const root = InternalFindCertRoot(ctx, cert, 0);
+    SIGKIT_TRACE(ROOT, cert, root, 0);
     if (root == nullptr) {
         ctx->pathError = SIGKIT_ERR_NO_ROOT;
         return SIGKIT_ERR_NO_ROOT;
@@ -57,14 +62,17 @@ uint32_t CheckOne(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRev
     // 6.1.3 (a)(3), by 6.3. Narrowed: CRLs are the only way, so a certificate for which there is none is refused.
     InternalCrlChoice choice = {};
     status = InternalSelectCrl(ctx, *cert, root, strictRevocation, &choice);
+    SIGKIT_TRACE(CRL_CHOSEN, cert, choice.crl, status);
     if (status != SIGKIT_OK) {
         return status;
     }
     status = InternalCheckCrlOfCert(*cert, *choice.crl, ctx->verifyTime, strictRevocation);
+    SIGKIT_TRACE(REVOCATION, cert, choice.crl, status);
     if (status != SIGKIT_OK) {
         return status;
     }
     *step = CoversChainAbove(ctx, choice, cert) ? Step::TRUSTED : Step::NEXT_ISSUER;
+    SIGKIT_TRACE(COVERED, cert, choice.issuer, *step == Step::TRUSTED ? 1 : 0);
     return SIGKIT_OK;
 }
 
@@ -74,7 +82,9 @@ uint32_t WalkUp(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t strictRevoc
 {
     while (cert != nullptr) {
         Step step = Step::NEXT_ISSUER;
+        SIGKIT_TRACE(CERT_BEGIN, cert, nullptr, ctx->pathDepth);
         const uint32_t status = CheckOne(ctx, cert, strictRevocation, &step);
+        SIGKIT_TRACE(CERT_END, cert, nullptr, status);
         if (status != SIGKIT_OK || step == Step::TRUSTED) {
             return status;
         }
@@ -90,6 +100,7 @@ uint32_t ValidateNested(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, uint32_t str
     const int32_t depth = ctx->pathDepth;
     const InternalPathOutcome *const known = InternalRecallOutcome(memory, cert->storeIndex, depth);
     if (known != nullptr) {
+        SIGKIT_TRACE(CERT_RECALLED, cert, nullptr, known->status);
         ctx->pathError = known->pathError != SIGKIT_OK ? known->pathError : ctx->pathError;
         return known->status;
     }
@@ -122,8 +133,10 @@ uint32_t SigkitPkiVerifyCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, int32_t
         status = WalkUp(ctx, cert, strictRevocation);
         ctx->pathDepth -= 1;
         // What a failing host made a search pass over may be the CRL that revokes.
+        SIGKIT_TRACE(HOST_FAILURE, cert, nullptr, status == SIGKIT_OK ? ctx->hostFailure : SIGKIT_OK);
         status = status == SIGKIT_OK ? ctx->hostFailure : status;
     } else if (ctx->pathDepth > SIGKIT_PATH_DEPTH_MAX) {
+        SIGKIT_TRACE(CERT_TOO_DEEP, cert, nullptr, ctx->pathDepth);
         SIGKIT_ERROR(SIGKIT_OK, "The path of certificate is too deep.");
         return SIGKIT_ERR_PATH_TOO_DEEP;
     } else {
@@ -186,6 +199,7 @@ uint32_t InternalFindBestCrlOfCert(SigkitVerifyCtx *ctx, const SigkitList &candi
         // (f): the issuer's path. That it ends at the certificate's own trust anchor was seen when the CRL was ranked.
         uint32_t ok = 0;
         last = SigkitPkiVerifyCert(ctx, issuer, 0, strictRevocation, &ok);
+        SIGKIT_TRACE(CRL_ISSUER_JUDGED, crl, issuer, last);
         // (d), (e), (l): skipped. Widened: each CRL counts for all reasons, so the first one ends the search.
         if (last == SIGKIT_OK && ok == 1) {
             *best = {crl, issuer};

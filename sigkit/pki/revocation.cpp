@@ -1,6 +1,7 @@
 #include "pki/revocation.h"
 
 #include "core/log.h"
+#include "core/trace.h"
 #include "sigkit/sigkit.h"
 #include "x509/crl.h"
 #include "x509/oid.h"
@@ -21,9 +22,11 @@ bool IsOrdinaryEnd(uint32_t reasonCode)
 uint32_t JudgeEntry(const SigkitX509RevokeEntry &entry, bool dateMayExcuse, int64_t verifyTime, bool *revoked)
 {
     if (!dateMayExcuse && !IsOrdinaryEnd(entry.crlEntryExtensions.reasonCode)) {
+        SIGKIT_TRACE(ENTRY_DATE, &entry, nullptr, 0);
         *revoked = true;
         return SIGKIT_OK;
     }
+    SIGKIT_TRACE(ENTRY_DATE, &entry, nullptr, 1);
     uint64_t revocationDate = 0;
     const uint32_t status = SigkitConvertDatetimeToTime(&entry.revocationDate, &revocationDate);
     if (status == SIGKIT_OK) {
@@ -61,6 +64,7 @@ uint32_t InternalCheckCrlOfCert(const SigkitX509Cert &cert, const SigkitX509Crl 
         }
         bool revoked = false;
         const uint32_t status = JudgeEntry(entry, dateMayExcuse, verifyTime, &revoked);
+        SIGKIT_TRACE(ENTRY, &cert, &entry, revoked ? 1 : 0);
         if (status != SIGKIT_OK) {
             return status;
         }

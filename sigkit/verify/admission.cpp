@@ -1,6 +1,7 @@
 #include "verify/admission.h"
 
 #include "core/log.h"
+#include "core/trace.h"
 #include "pki/store.h"
 #include "sigkit/sigkit.h"
 #include "x509/cert.h"
@@ -18,14 +19,17 @@ uint32_t InternalAddCertToStore(SigkitVerifyCtx *ctx, const SigkitList &certs, u
             uint32_t isSelfSigned = 0;
             const uint32_t status = SigkitX509IsSelfSigned(cert, &isSelfSigned);
             if (status != SIGKIT_OK) {
+                SIGKIT_TRACE(CERT_ADMITTED, cert, nullptr, status);
                 return SIGKIT_FAIL(status, "Failed to check self sign for certificate.");
             }
             if (isSelfSigned == 1) {
+                SIGKIT_TRACE(CERT_SELF_SIGNED, cert, nullptr, 0);
                 SIGKIT_WARN(SIGKIT_OK, "There is a root certificate, which is not allowed when add crl or cms.");
                 continue;
             }
         }
         const uint32_t status = SigkitPkiStoreAddCert(ctx, cert);
+        SIGKIT_TRACE(CERT_ADMITTED, cert, nullptr, status);
         if (status != SIGKIT_OK && status != SIGKIT_ERR_CERT_DUPLICATE) {
             return SIGKIT_FAIL(status, "Failed to add certificate into PKI context.");
         }
@@ -37,6 +41,7 @@ uint32_t InternalAddCrlToStore(SigkitVerifyCtx *ctx, const SigkitList &crls)
 {
     for (uint32_t i = 0; i < crls.count; ++i) {
         const uint32_t status = SigkitPkiStoreAddCrl(ctx, static_cast<SigkitX509Crl *>(crls.items[i]));
+        SIGKIT_TRACE(CRL_ADMITTED, crls.items[i], nullptr, status);
         if (status != SIGKIT_OK && status != SIGKIT_ERR_CRL_DUPLICATE) {
             return SIGKIT_TRAIL(status);
         }

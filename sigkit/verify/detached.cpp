@@ -2,6 +2,7 @@
 
 #include "asn1/decode.h"
 #include "core/log.h"
+#include "core/trace.h"
 #include "pki/store.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
@@ -64,6 +65,7 @@ uint32_t FinishDigestCheck(SigkitMdInfo *check, bool *matches)
     uint32_t digestLen = 0;
     const int32_t status = SigkitMdFinal(check->md, digest, &digestLen, check);
     *matches = status == 0 && InternalDigestMatches(*check, digest, digestLen);
+    SIGKIT_TRACE(CONTENT_DIGEST, check, digest, digestLen);
     return static_cast<uint32_t>(status);
 }
 
@@ -90,6 +92,7 @@ uint32_t FinishChecks(const SigkitList &handles, uint32_t *verdict)
         bool matches = false;
         const uint32_t status =
             isDigestCheck ? FinishDigestCheck(check, &matches) : FinishSignatureCheck(check, &matches);
+        SIGKIT_TRACE(CONTENT_MATCHES, check, nullptr, matches ? 1 : 0);
         if (status != SIGKIT_OK) {
             *verdict = 0;
             return status;
@@ -110,10 +113,12 @@ uint32_t JudgeMessage(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_t len)
 {
     InternalMessageGuard message;
     if (InternalDecodeMessage(ctx, data, len, &message.held) != SIGKIT_OK || message.held == nullptr) {
+        SIGKIT_TRACE(MESSAGE, nullptr, nullptr, SIGKIT_ERR_CMS_DECODE);
         return SIGKIT_ERR_CMS_DECODE; // whatever the cause was
     }
     // RFC 5652, 5.1. Skipped: crls, which come from the CRL file alone, and versions. 5.2: skipped, the content type,
     // and content inside the message. Without a signer (5.2, last paragraph) nothing is judged, and no check is opened.
+    SIGKIT_TRACE(MESSAGE, message.held, nullptr, SIGKIT_OK);
     const SigkitPkcs7SignedData &signedData = message.held->content;
     uint32_t status = SIGKIT_OK;
     if (signedData.certificates.count != 0) {
@@ -157,8 +162,10 @@ uint32_t InternalVerifyCms(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo &si
     // RFC 5652, 5.3. Narrowed: by issuerAndSerialNumber alone.
     SigkitX509Cert *const cert = SigkitPkiFindCertByIssuerSn(ctx, &signer.sid.issuer, &signer.sid.serialNumber);
     if (cert == nullptr) {
+        SIGKIT_TRACE(SIGNER, &signer, nullptr, SIGKIT_ERR_SIGNER_NOT_FOUND);
         return SIGKIT_TRAIL(SIGKIT_ERR_SIGNER_NOT_FOUND);
     }
+    SIGKIT_TRACE(SIGNER, &signer, cert, SIGKIT_OK);
     // 5.6 leaves to us what makes the key trustworthy: the path, and RFC 3161, appendix B, B (4) to (6).
     status = InternalVerifyIssuerCert(ctx, cert, SIGKIT_EXKU_CODE_SIGNING);
     if (status != SIGKIT_OK) {
@@ -168,11 +175,14 @@ uint32_t InternalVerifyCms(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo &si
     // messageDigest that 5.3 asks of them, and then they are not covered.
     if (!InternalHasMessageDigest(signer)) {
         status = InternalCreateVerifyHandle(ctx, signer, *cert);
+        SIGKIT_TRACE(CHECK_OPENED, &signer, nullptr, status);
         return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
     }
     status = InternalRequireSignedAttributes(signer, *cert);
+    SIGKIT_TRACE(CONTENT_ATTRIBUTES, &signer, cert, status);
     if (status == SIGKIT_OK) {
         status = InternalAddSignerInfoToVerifyProcess(ctx, signer);
+        SIGKIT_TRACE(CHECK_OPENED, &signer, nullptr, status);
     }
     return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
 }

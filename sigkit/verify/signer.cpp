@@ -2,6 +2,7 @@
 
 #include "asn1/decode.h"
 #include "core/log.h"
+#include "core/trace.h"
 #include "pki/path.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
@@ -46,12 +47,15 @@ uint32_t InternalVerifyIssuerCert(SigkitVerifyCtx *ctx, SigkitX509Cert *cert, ui
     // ask for a purpose. Narrowed: it must be the first. Widened: RFC 3161, 2.3, wants timeStamping alone.
     const SigkitX509CertExts &extensions = cert->tbsCertificate.extensions;
     if (!InternalHasDigitalSignature(extensions.keyUsage) || (extensions.extKeyUsage & usage) == 0) {
+        SIGKIT_TRACE(USAGE, cert, nullptr, SIGKIT_ERR_CERT_USAGE);
         return SIGKIT_TRAIL(SIGKIT_ERR_CERT_USAGE);
     }
+    SIGKIT_TRACE(USAGE, cert, nullptr, SIGKIT_OK);
     // RFC 3161, 4, items 1 and 2: what a stolen timestamp key signs can bear any date.
     const uint32_t strictRevocation = usage == SIGKIT_EXKU_TIME_STAMPING ? 1 : 0;
     uint32_t ok = 0;
     const uint32_t status = SigkitPkiVerifyCert(ctx, cert, 1, strictRevocation, &ok);
+    SIGKIT_TRACE(PATH, cert, nullptr, status);
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }

@@ -3,6 +3,7 @@
 #include "asn1/decode.h"
 #include "core/guard.h"
 #include "core/log.h"
+#include "core/trace.h"
 #include "pki/store.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
@@ -48,6 +49,7 @@ uint32_t InternalVerifyTstInfo(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo
     uint32_t consumed = 0;
     uint32_t status =
         SigkitAsnDecode(encoded.data, encoded.len, &g_itemSigkitTimestampInfo, 0, &record.held, &consumed);
+    SIGKIT_TRACE(TST_INFO, record.held, nullptr, status);
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }
@@ -55,14 +57,17 @@ uint32_t InternalVerifyTstInfo(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo
     bool matches = false;
     status = CheckImprint(info.messageImprint, signer.signature, &matches);
     if (status != SIGKIT_OK) {
+        SIGKIT_TRACE(IMPRINT, &info, &signer, status);
         return SIGKIT_TRAIL(status);
     }
+    SIGKIT_TRACE(IMPRINT, &info, &signer, matches ? SIGKIT_OK : SIGKIT_ERR_TIMESTAMP_IMPRINT);
     if (!matches) {
         return SIGKIT_FAIL(SIGKIT_ERR_TIMESTAMP_IMPRINT, "the timestamp not match with target cms.");
     }
     // 2.4.2. Narrowed: without a fraction of a second.
     SigkitDateTime genTime = {};
     status = SigkitConvertFromTime(&info.genTime, &genTime);
+    SIGKIT_TRACE(TOKEN_TIME, &info, nullptr, status);
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }
@@ -70,6 +75,7 @@ uint32_t InternalVerifyTstInfo(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo
     // the device's clock is never asked. Nothing trusts it yet: a token that turns out bad ends the verification, and
     // the next one sets the time anew.
     ctx->verifyTime = static_cast<int64_t>(SigkitMktime(&genTime));
+    SIGKIT_TRACE(VERIFY_TIME, &info, nullptr, ctx->verifyTime);
     return SIGKIT_OK;
 }
 
@@ -79,6 +85,7 @@ uint32_t InternalVerifyAttributeSign(const SigkitPkcs7SignedInfo &tokenSigner, c
                                      const SigkitAsnOcts &tstInfo)
 {
     uint32_t status = InternalRequireSignedAttributes(tokenSigner, cert);
+    SIGKIT_TRACE(TOKEN_ATTRIBUTES, &tokenSigner, &cert, status);
     if (status != SIGKIT_OK) {
         return SIGKIT_TRAIL(status);
     }
@@ -95,6 +102,7 @@ uint32_t InternalVerifyAttributeSign(const SigkitPkcs7SignedInfo &tokenSigner, c
         return SIGKIT_FAIL(status, "verify timestamp digest failed.");
     }
     if (!InternalDigestMatches(*expected.held, digest, digestLen)) {
+        SIGKIT_TRACE(TOKEN_DIGEST, expected.held, digest, 0);
         return SIGKIT_FAIL(SIGKIT_ERR_TIMESTAMP_SIGNATURE, "verify timestamp signature failed.");
     }
     return SIGKIT_OK;
@@ -110,8 +118,10 @@ uint32_t InternalVerifyTsSignerInfo(SigkitVerifyCtx *ctx, const SigkitPkcs7Signe
     SigkitX509Cert *const cert =
         SigkitPkiFindCertByIssuerSn(ctx, &tokenSigner.sid.issuer, &tokenSigner.sid.serialNumber);
     if (cert == nullptr) {
+        SIGKIT_TRACE(AUTHORITY, &tokenSigner, nullptr, SIGKIT_ERR_TIMESTAMP_SIGNER);
         return SIGKIT_TRAIL(SIGKIT_ERR_TIMESTAMP_SIGNER);
     }
+    SIGKIT_TRACE(AUTHORITY, &tokenSigner, cert, SIGKIT_OK);
     // RFC 3161, 2.3; its certificate is judged at genTime, too. 4, item 3: skipped, a token does not age with its key.
     uint32_t status = InternalVerifyIssuerCert(ctx, cert, SIGKIT_EXKU_TIME_STAMPING);
     if (status != SIGKIT_OK) {
@@ -119,6 +129,7 @@ uint32_t InternalVerifyTsSignerInfo(SigkitVerifyCtx *ctx, const SigkitPkcs7Signe
     }
     if (InternalHasMessageDigest(tokenSigner)) {
         status = InternalVerifyAttributeSign(tokenSigner, *cert, tstInfo);
+        SIGKIT_TRACE(TOKEN_SIGNATURE, &tokenSigner, cert, status);
         return status == SIGKIT_OK ? status : SIGKIT_TRAIL(status);
     }
     // RFC 5652, 5.4: the signature is over the TSTInfo. Widened: 5.3 wants signed attributes, as it is not id-data.
@@ -127,8 +138,10 @@ uint32_t InternalVerifyTsSignerInfo(SigkitVerifyCtx *ctx, const SigkitPkcs7Signe
                                     &cert->tbsCertificate.subjectPublicKeyInfo.subjectPublicKey.rsaPublicKey,
                                     &tokenSigner.digestAlgorithm.algorithm, &verified);
     if (status != SIGKIT_OK) {
+        SIGKIT_TRACE(TOKEN_SIGNATURE, &tokenSigner, cert, status);
         return SIGKIT_TRAIL(status);
     }
+    SIGKIT_TRACE(TOKEN_SIGNATURE, &tokenSigner, cert, verified == 1 ? SIGKIT_OK : SIGKIT_ERR_TIMESTAMP_SIGNATURE);
     if (verified != 1) {
         return SIGKIT_FAIL(SIGKIT_ERR_TIMESTAMP_SIGNATURE, "verify timestamp signature failed.");
     }
@@ -144,6 +157,7 @@ uint32_t VerifyToken(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedInfo &signer, 
     const SigkitAsnOcts &eContent = token.encapContentInfo.eContent;
     uint32_t status = SigkitAsnDecode(eContent.data, eContent.len, &g_itemSigkitAsnOcts, 0, &record.held, &consumed);
     if (status != SIGKIT_OK) {
+        SIGKIT_TRACE(TST_INFO, nullptr, nullptr, status);
         return status;
     }
     const SigkitAsnOcts &tstInfo = *static_cast<const SigkitAsnOcts *>(record.held);
@@ -166,6 +180,7 @@ uint32_t InternalVerifyTimeStamp(SigkitVerifyCtx *ctx, const SigkitPkcs7SignedIn
     InternalMessageGuard token;
     uint32_t consumed = 0;
     uint32_t status = SigkitPkcs7DecodeSigned(encoded.data, encoded.len, &token.held, &consumed);
+    SIGKIT_TRACE(TOKEN, token.held, &signer, status);
     if (status == SIGKIT_OK) {
         status = VerifyToken(ctx, signer, token.held->content);
     }

@@ -1,6 +1,7 @@
 #include "x509/issuer.h"
 
 #include "core/context.h"
+#include "core/trace.h"
 #include "sigkit/sigkit.h"
 #include "x509/name.h"
 #include "x509/pubkey.h"
@@ -49,6 +50,7 @@ uint32_t IsIssuedBy(const Signed &record, const SigkitX509Cert &issuer, uint32_t
     // and 5.2.1: skipped, an authority key identifier is not read, so each certificate of the name is tried.
     uint32_t verified = 0;
     if (SigkitCompareX509Name(&issuer.tbsCertificate.subject, &record.issuer) == 0) {
+        SIGKIT_TRACE(NAME_AGREES, &record.issuer, &issuer, 0);
         const uint32_t status = SigkitX509PubKeyVerify(
             record.encoded.data, record.encoded.len, record.signature.data, record.signature.len,
             &issuer.tbsCertificate.subjectPublicKeyInfo.subjectPublicKey.rsaPublicKey, &record.algorithm, &verified);

@@ -2,6 +2,7 @@
 
 #include "asn1/decode.h"
 #include "core/log.h"
+#include "core/trace.h"
 #include "sigkit/sigkit.h"
 #include "x509/cert.h"
 
@@ -21,6 +22,7 @@ uint32_t InternalDecodeCert(const SigkitAsnOcts &encoded, SigkitList *certs)
     uint32_t consumed = 0;
     if (!IsCertShaped(encoded) || SigkitX509DecodeCert(encoded.data, encoded.len, &cert.held, &consumed) != SIGKIT_OK ||
         SigkitListAdd(certs, cert.held) != SIGKIT_OK) {
+        SIGKIT_TRACE(MESSAGE_CERT, &encoded, nullptr, SIGKIT_ERR_SIGNED_DATA);
         return SIGKIT_TRAIL(SIGKIT_ERR_SIGNED_DATA);
     }
     (void)cert.Take(); // the list's

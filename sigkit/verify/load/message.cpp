@@ -3,6 +3,7 @@
 #include "core/guard.h"
 #include "core/log.h"
 #include "core/memory.h"
+#include "core/trace.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
 #include "verify/load/armour.h"
@@ -50,11 +51,13 @@ uint32_t InternalPemDecodeCms(SigkitVerifyCtx *ctx, const uint8_t *data, uint32_
     const char *const start = reinterpret_cast<const char *>(text.held);
     const Armour *const armour = FindArmour(start);
     if (armour == nullptr) {
+        SIGKIT_TRACE(ARMOUR_REFUSED, start, nullptr, SIGKIT_ERR_ARMOUR);
         return SIGKIT_TRAIL(SIGKIT_ERR_ARMOUR);
     }
     const char *const body = start + armour->beginLen;
     const char *const end = SigkitStrStr(body, armour->end);
     if (end == nullptr) {
+        SIGKIT_TRACE(ARMOUR_REFUSED, start, nullptr, armour->endMissing);
         return SIGKIT_TRAIL(armour->endMissing);
     }
     InternalBytesGuard der;

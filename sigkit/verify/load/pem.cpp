@@ -4,6 +4,7 @@
 #include "core/guard.h"
 #include "core/log.h"
 #include "core/memory.h"
+#include "core/trace.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
 #include "verify/load/armour.h"
@@ -97,11 +98,13 @@ void InternalPemDecodeCert(Walk *walk, const char *start, const char *next)
         status = SigkitListAdd(&walk->ctx->buffers, der.held);
     }
     if (status != SIGKIT_OK) {
+        SIGKIT_TRACE(BLOCK_SKIPPED, start, nullptr, status);
         InternalPassOver(walk->ctx, status);
         (void)SIGKIT_TRAIL(status);
         return;
     }
     if (SigkitListAdd(walk->certs, cert.held) != SIGKIT_OK) {
+        SIGKIT_TRACE(BLOCK_SKIPPED, start, nullptr, SIGKIT_ERR_LIST_FULL);
         walk->ctx->buffers.count -= 1; // a block that is dropped keeps no image
         return;
     }
@@ -126,6 +129,7 @@ void InternalPemDecodeCrl(Walk *walk, const char *start, const char *next)
         status = SigkitListAdd(&walk->ctx->buffers, der.held);
     }
     if (status != SIGKIT_OK) {
+        SIGKIT_TRACE(BLOCK_SKIPPED, start, nullptr, status);
         walk->ctx->skippedCrls += 1;
         InternalPassOver(walk->ctx, status);
         (void)SIGKIT_TRAIL(status);
@@ -133,6 +137,7 @@ void InternalPemDecodeCrl(Walk *walk, const char *start, const char *next)
     }
     status = SigkitListAdd(walk->crls, crl.held);
     if (status != SIGKIT_OK) {
+        SIGKIT_TRACE(BLOCK_SKIPPED, start, nullptr, status);
         walk->ctx->skippedCrls += 1;
         walk->ctx->buffers.count -= 1; // a block that is dropped keeps no image
         (void)SIGKIT_TRAIL(status);
