@@ -17,9 +17,9 @@ namespace pkgsign
 // Exit statuses of all commands.
 enum Exit : int {
     EXIT_DONE = 0,
-    EXIT_NOT_DONE = 1,     // a line on standard error says why; nothing was written
+    EXIT_NOT_DONE = 1,     // a line on standard error says why; nothing was written. check: a device refuses
     EXIT_COMMAND_LINE = 2, // the command line is not understood
-    EXIT_ENDS_SOON = 3,    // list --horizon: something that a package needs ends soon
+    EXIT_ENDS_SOON = 3,    // --horizon: something that a package needs ends soon
 };
 
 using Target = std::variant<bool *, std::string *, std::vector<std::string> *>;
@@ -82,6 +82,7 @@ Command SignCommand();
 Command TimestampCommand();
 Command ServeCommand();
 Command ExplainCommand();
+Command CheckCommand();
 
 std::vector<Command> AllCommands();
 

@@ -287,7 +287,7 @@ std::vector<Command> AllCommands()
 {
     return {InitCommand(),      RequestCommand(), IssueCommand(),   RevokeCommand(),    CrlCommand(),
             ListCommand(),      ImportCommand(),  KeyCommand(),     ChecksumsCommand(), SignCommand(),
-            TimestampCommand(), ServeCommand(),   InspectCommand(), ExplainCommand()};
+            TimestampCommand(), ServeCommand(),   InspectCommand(), CheckCommand(),     ExplainCommand()};
 }
 
 int RunCommandLine(int argc, char **argv, const std::vector<Command> &commands)
@@ -297,7 +297,7 @@ int RunCommandLine(int argc, char **argv, const std::vector<Command> &commands)
     std::vector<CLI::App *> subcommands;
     app.set_version_flag("-V,--version", "pkgsign " PKGSIGN_VERSION);
     app.require_subcommand(1);
-    app.footer("Exit status: 0 done, 1 not done, 2 command line, 3 ends soon (list --horizon).\n"
+    app.footer("Exit status: 0 done, 1 not done, 2 command line, 3 ends soon (--horizon).\n"
                "Example: pkgsign init pki");
     for (size_t i = 0; i < commands.size(); ++i) {
         CLI::App *const sub = app.add_subcommand(commands[i].name, commands[i].summary);

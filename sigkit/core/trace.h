@@ -88,7 +88,7 @@ struct SigkitTraceRecord {
     int64_t value;
 };
 
-// Takes the records of a thread. It may not call the library.
+// Takes the records of a thread. It calls nothing of the library that has trace points.
 struct SigkitTraceSink {
     void (*take)(void *context, const SigkitTraceRecord &record);
     void *context;

@@ -1,0 +1,26 @@
+// What to do about each cause.
+#ifndef PKGSIGN_EXPLAIN_CAUSE_ROWS_H
+#define PKGSIGN_EXPLAIN_CAUSE_ROWS_H
+
+#include <string>
+
+#include "pkgsign/explain/check.h"
+
+namespace pkgsign
+{
+
+struct CauseRow {
+    const char *code;
+    const char *remedy;
+    const char *next; // a command; %f, %r, %c, %s: content, root, CRL file, signature file
+};
+
+// The row of a code, which must be one of the table's.
+const CauseRow &FindCauseRow(const std::string &code);
+
+// A command with the paths of a check in it, quoted for a shell.
+std::string FillPaths(const std::string &command, const Check &check);
+
+} // namespace pkgsign
+
+#endif

@@ -1,0 +1,31 @@
+// Content that would fit a signature, where the given one does not.
+#ifndef PKGSIGN_EXPLAIN_CHECK_CONTENT_H
+#define PKGSIGN_EXPLAIN_CHECK_CONTENT_H
+
+#include "pkgsign/explain/check_run.h"
+
+struct SigkitVerifyCtx;
+
+namespace pkgsign
+{
+
+// A verify context, freed with its scope. Wants a HostScope around it.
+struct VerifyContext {
+    SigkitVerifyCtx *held = nullptr;
+
+    VerifyContext() = default;
+    VerifyContext(const VerifyContext &) = delete;
+    VerifyContext &operator=(const VerifyContext &) = delete;
+    ~VerifyContext();
+};
+
+// A new context with the root of an order. The result is the library's status.
+uint32_t OpenContext(const CheckOrder &order, VerifyContext *context);
+
+// Asks the library about the content with other line ends, with or without a byte order mark or a last newline, and
+// about the files of the directory that the order names.
+void FindFittingContent(const CheckOrder &order, Check *check);
+
+} // namespace pkgsign
+
+#endif

@@ -1,0 +1,116 @@
+#include "pkgsign/explain/check_seen.h"
+
+#include "pkgsign/authority/certificates.h"
+#include "pkgsign/crypto/digest.h"
+#include "x509/oid.h"
+#include "x509/time.h"
+
+namespace pkgsign
+{
+namespace
+{
+
+constexpr char NOT_READABLE[] = "(a name that cannot be shown)";
+
+void AppendHeader(uint8_t tag, size_t length, Bytes *out)
+{
+    out->push_back(tag);
+    if (length >= 0x80) {
+        out->push_back(0x84);
+        for (int shift = 24; shift > 0; shift -= 8) {
+            out->push_back(static_cast<uint8_t>(length >> shift));
+        }
+    }
+    out->push_back(static_cast<uint8_t>(length));
+}
+
+// What is signed, with an algorithm and a signature that mean nothing, so that libcrypto reads it.
+Bytes WrapSigned(const SigkitAsnOcts &encoded)
+{
+    static const uint8_t unsignedTail[] = {0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
+                                           0x01, 0x01, 0x0B, 0x05, 0x00, 0x03, 0x02, 0x00, 0x00};
+    Bytes der;
+    AppendHeader(0x30, encoded.len + sizeof(unsignedTail), &der);
+    der.insert(der.end(), encoded.data, encoded.data + encoded.len);
+    der.insert(der.end(), unsignedTail, unsignedTail + sizeof(unsignedTail));
+    return der;
+}
+
+std::string SerialOf(const SigkitAsnOcts &serial)
+{
+    std::string text = HexText(OctetsOf(serial));
+    for (char &digit : text) {
+        digit = static_cast<char>(digit >= 'a' ? digit - 'a' + 'A' : digit);
+    }
+    return text.empty() ? "00" : text; // the library drops a leading zero
+}
+
+std::string NameOrNot(const X509_NAME *name)
+{
+    const std::string text = name == nullptr ? "" : NameText(name);
+    return text.empty() ? NOT_READABLE : text;
+}
+
+} // namespace
+
+Bytes OctetsOf(const SigkitAsnOcts &view)
+{
+    return view.data == nullptr ? Bytes() : Bytes(view.data, view.data + view.len);
+}
+
+MaybeTime ReadTime(const SigkitAsnOcts &view)
+{
+    uint64_t seconds = 0;
+    return SigkitConvertDatetimeToTime(&view, &seconds) == 0 ? MaybeTime(static_cast<int64_t>(seconds)) : std::nullopt;
+}
+
+size_t SeeCertificate(const SigkitX509Cert &record, Step source, SeenRecords *seen, Check *check)
+{
+    const auto [entry, isNew] = seen->certificates.try_emplace(
+        {OctetsOf(record.encoded), OctetsOf(record.signatureValue)}, check->certificates.size());
+    if (!isNew) {
+        return entry->second;
+    }
+    const SigkitX509CertInfo &info = record.tbsCertificate;
+    const Bytes der = WrapSigned(record.encoded);
+    const unsigned char *octets = der.data();
+    SeenCertificate certificate;
+    certificate.decoded = ShareCertificate(d2i_X509(nullptr, &octets, static_cast<long>(der.size())));
+    const X509 *const decoded = certificate.decoded.get();
+    certificate.subject = NameOrNot(decoded == nullptr ? nullptr : X509_get_subject_name(decoded));
+    certificate.issuer = NameOrNot(decoded == nullptr ? nullptr : X509_get_issuer_name(decoded));
+    certificate.serial = SerialOf(info.serialNumber);
+    certificate.notBefore = ReadTime(info.validity.notBefore);
+    certificate.notAfter = ReadTime(info.validity.notAfter);
+    certificate.source = source;
+    certificate.isCa = info.extensions.basicConstraints.cA == 1;
+    certificate.stampsTime = (info.extensions.extKeyUsage & SIGKIT_EXKU_TIME_STAMPING) != 0;
+    certificate.signsCode = (info.extensions.extKeyUsage & SIGKIT_EXKU_CODE_SIGNING) != 0;
+    check->certificates.push_back(std::move(certificate));
+    check->rejected.emplace_back();
+    check->issuers.push_back(NONE);
+    return entry->second;
+}
+
+size_t SeeCrl(const SigkitX509Crl &record, SeenRecords *seen, Check *check)
+{
+    const auto [entry, isNew] =
+        seen->crls.try_emplace({OctetsOf(record.encoded), OctetsOf(record.signatureValue)}, check->crls.size());
+    if (!isNew) {
+        return entry->second;
+    }
+    const SigkitX509CrlInfo &info = record.tbsCertList;
+    const Bytes der = WrapSigned(record.encoded);
+    const unsigned char *octets = der.data();
+    const CrlPtr decoded(d2i_X509_CRL(nullptr, &octets, static_cast<long>(der.size())));
+    SeenCrl crl;
+    crl.issuer = NameOrNot(decoded == nullptr ? nullptr : X509_CRL_get_issuer(decoded.get()));
+    crl.thisUpdate = ReadTime(info.thisUpdate);
+    crl.nextUpdate = ReadTime(info.nextUpdate);
+    crl.entries = info.revokedCertificates.count;
+    crl.isIndirect = info.crlExtensions.issuingDistributionPoint.indirectCRL == 1;
+    check->crls.push_back(std::move(crl));
+    return entry->second;
+}
+
+} // namespace pkgsign

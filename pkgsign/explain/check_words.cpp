@@ -1,0 +1,86 @@
+#include "pkgsign/explain/check_words.h"
+
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+
+#include <openssl/err.h>
+
+#include "pkgsign/authority/device.h"
+#include "pkgsign/files/files.h"
+#include "pkgsign/files/objects.h"
+#include "pkgsign/files/time.h"
+
+namespace pkgsign
+{
+
+namespace
+{
+
+constexpr int64_t LAST_SECOND = 253402300799;  // 9999-12-31T23:59:59Z
+constexpr int64_t FIRST_SECOND = -30610224000; // 1000-01-01T00:00:00Z
+
+} // namespace
+
+bool IsWritable(const MaybeTime &time)
+{
+    return time.has_value() && *time >= FIRST_SECOND && *time <= LAST_SECOND;
+}
+
+std::string TimeText(const MaybeTime &time)
+{
+    return IsWritable(time) ? FormatTime(*time) : "(a time that cannot be read)";
+}
+
+std::string ReasonText(uint32_t reason)
+{
+    static constexpr const char *REASONS[] = {"no reason",          "keyCompromise",    "cACompromise",
+                                              "affiliationChanged", "superseded",       "cessationOfOperation",
+                                              "certificateHold",    "unknown reason 7", "removeFromCRL",
+                                              "privilegeWithdrawn", "aACompromise"};
+    return reason < std::size(REASONS) ? REASONS[reason] : "unknown reason " + std::to_string(reason);
+}
+
+std::string WhereItStopped(const ReadProblem &problem)
+{
+    if (problem.kind == ReadProblem::Kind::None) {
+        return "";
+    }
+    char octet[32] = " (the end)";
+    if (problem.octet >= 0) {
+        (void)std::snprintf(octet, sizeof(octet), " (%02x)", static_cast<unsigned>(problem.octet));
+    }
+    return ": the decoder stopped at octet " + std::to_string(problem.offset) + octet;
+}
+
+bool StartsLikeText(const std::string &path)
+{
+    Bytes data;
+    if (!ReadWhole(path, &data, DEVICE_FILE_SIZE_MAX).ok || data.empty() || data[0] == 0x30) {
+        return false; // an encoded SEQUENCE begins with the digit 0
+    }
+    const std::string text(data.begin(), data.end());
+    return text.rfind("-----BEGIN ", 0) != 0 &&
+           (text.find("-----BEGIN ") != std::string::npos || text.find('\0') == std::string::npos);
+}
+
+bool IsSignedWithPss(const std::string &path)
+{
+    Bytes data;
+    if (!ReadWhole(path, &data, DEVICE_FILE_SIZE_MAX).ok) {
+        return false;
+    }
+    const Bytes der = RemoveArmour(data);
+    const unsigned char *octets = der.data();
+    const CmsPtr message(d2i_CMS_ContentInfo(nullptr, &octets, static_cast<long>(der.size())));
+    ERR_clear_error();
+    STACK_OF(CMS_SignerInfo) *const signers = message == nullptr ? nullptr : CMS_get0_SignerInfos(message.get());
+    if (signers == nullptr || sk_CMS_SignerInfo_num(signers) != 1) {
+        return false;
+    }
+    X509_ALGOR *algorithm = nullptr;
+    CMS_SignerInfo_get0_algs(sk_CMS_SignerInfo_value(signers, 0), nullptr, nullptr, nullptr, &algorithm);
+    return algorithm != nullptr && OBJ_obj2nid(algorithm->algorithm) == NID_rsassaPss;
+}
+
+} // namespace pkgsign

@@ -1,0 +1,32 @@
+// Words for what a check has found.
+#ifndef PKGSIGN_EXPLAIN_CHECK_WORDS_H
+#define PKGSIGN_EXPLAIN_CHECK_WORDS_H
+
+#include <string>
+
+#include "pkgsign/explain/check.h"
+
+namespace pkgsign
+{
+
+// "2026-01-31T12:00:00Z", or that it cannot be read.
+std::string TimeText(const MaybeTime &time);
+
+// Whether a time can be written in four digits of a year.
+bool IsWritable(const MaybeTime &time);
+
+// "keyCompromise": RFC 5280, 5.3.1.
+std::string ReasonText(uint32_t reason);
+
+// ", at octet 12 (30)", or nothing.
+std::string WhereItStopped(const ReadProblem &problem);
+
+// Whether a file is text that does not begin with PEM armour.
+bool StartsLikeText(const std::string &path);
+
+// Whether the signer of a message names RSASSA-PSS, which the library does not read.
+bool IsSignedWithPss(const std::string &path);
+
+} // namespace pkgsign
+
+#endif

@@ -1,0 +1,181 @@
+// The time line of a check: what was valid when the token was made.
+#include <algorithm>
+#include <cstdio>
+
+#include "pkgsign/explain/check_words.h"
+#include "pkgsign/explain/report.h"
+#include "pkgsign/files/time.h"
+
+namespace pkgsign
+{
+namespace
+{
+
+// A span of time with what happened in it.
+struct Bar {
+    std::string label;
+    std::string color; // a name of the page's style
+    int64_t from = 0;
+    int64_t to = 0;
+    std::vector<int64_t> revocations;
+    bool endsFirst = false;
+};
+
+// The part of time that is shown. Roots live for decades and CRLs for weeks: what would make everything else too narrow
+// to see goes beyond the edges.
+struct Window {
+    int64_t from = 0;
+    int64_t to = 0;
+};
+
+double Share(const Window &window, int64_t time)
+{
+    const double share = (static_cast<double>(time) - static_cast<double>(window.from)) * 100.0 /
+                         (static_cast<double>(window.to) - static_cast<double>(window.from));
+    return std::clamp(share, 0.0, 100.0);
+}
+
+std::string Percent(double share)
+{
+    char text[32] = {};
+    (void)std::snprintf(text, sizeof(text), "%.2f%%", share);
+    return text;
+}
+
+bool IsEndOf(const Check &check, const std::string &what, int64_t time)
+{
+    return check.endsTime == time && check.endsWhat.find(what) != std::string::npos;
+}
+
+std::vector<Bar> CertificateBars(const Check &check)
+{
+    std::vector<Bar> bars;
+    for (size_t i = 0; i < check.certificates.size(); ++i) {
+        const SeenCertificate &seen = check.certificates[i];
+        if (!IsWritable(seen.notBefore) || !IsWritable(seen.notAfter) || *seen.notAfter <= *seen.notBefore) {
+            continue;
+        }
+        Bar bar = {"'" + seen.subject + "'", seen.isCa ? "--ca" : "--bar", *seen.notBefore, *seen.notAfter, {}, false};
+        bar.endsFirst = IsEndOf(check, "certificate", bar.to) && IsEndOf(check, seen.subject, bar.to);
+        for (const PathFinding *path : {&check.signerPath, &check.authorityPath}) {
+            for (const Judgement &judgement : path->judgements) {
+                for (const EntryFinding &entry : judgement.entries) {
+                    if (judgement.certificate == i && IsWritable(entry.date)) {
+                        bar.revocations.push_back(*entry.date);
+                    }
+                }
+            }
+        }
+        bars.push_back(bar);
+    }
+    return bars;
+}
+
+std::vector<Bar> CrlBars(const Check &check)
+{
+    std::vector<Bar> bars;
+    for (const SeenCrl &crl : check.crls) {
+        if (IsWritable(crl.thisUpdate) && IsWritable(crl.nextUpdate) && *crl.nextUpdate > *crl.thisUpdate) {
+            Bar bar = {"CRL of '" + crl.issuer + "'", "--crl", *crl.thisUpdate, *crl.nextUpdate, {}, false};
+            bar.endsFirst = IsEndOf(check, "CRL", bar.to) && IsEndOf(check, crl.issuer, bar.to);
+            bars.push_back(bar);
+        }
+    }
+    return bars;
+}
+
+// Around the token's time, the CRLs, and the certificates of those that signed.
+Window FindWindow(const Check &check, const std::vector<Bar> &bars)
+{
+    std::vector<int64_t> times;
+    for (const Bar &bar : bars) {
+        if (bar.color != "--ca") {
+            times.insert(times.end(), {bar.from, bar.to});
+            times.insert(times.end(), bar.revocations.begin(), bar.revocations.end());
+        }
+    }
+    if (times.empty()) {
+        for (const Bar &bar : bars) {
+            times.insert(times.end(), {bar.from, bar.to});
+        }
+    }
+    if (IsWritable(check.time)) {
+        times.push_back(*check.time);
+    }
+    const auto [first, last] = std::minmax_element(times.begin(), times.end());
+    const int64_t margin = std::max<int64_t>((*last - *first) / 20, SECONDS_PER_DAY);
+    return {*first - margin, *last + margin};
+}
+
+std::string Diamond(const Window &window, int64_t time)
+{
+    return "<svg x=\"" + Percent(Share(window, time)) +
+           "\" y=\"2\" overflow=\"visible\"><path d=\"M0 0 L7 9 L0 18 L-7 9 Z\" fill=\"var(--bad)\"/></svg>";
+}
+
+std::string Drawing(const Check &check, const Window &window, const Bar &bar)
+{
+    const double from = Share(window, bar.from);
+    const double to = Share(window, bar.to);
+    const double width = std::max(to - from, 0.4);
+    std::string svg = "<svg height=\"22\" aria-hidden=\"true\"><rect x=\"0\" y=\"10\" width=\"100%\" height=\"2\" "
+                      "fill=\"var(--line)\"/><rect x=\"" +
+                      Percent(std::min(from, 99.6)) + "\" y=\"5\" width=\"" + Percent(width) +
+                      "\" height=\"12\" rx=\"2\" fill=\"var(" + bar.color + ")\"/>";
+    if (IsWritable(check.time)) {
+        svg += "<rect x=\"" + Percent(Share(window, *check.time)) +
+               "\" y=\"0\" width=\"2\" height=\"22\" fill=\"var(--now)\"/>";
+    }
+    for (const int64_t time : bar.revocations) {
+        svg += Diamond(window, time);
+    }
+    return svg + "</svg>";
+}
+
+std::string BarHtml(const Check &check, const Window &window, const Bar &bar)
+{
+    std::string dates = FormatTime(bar.from) + " to " + FormatTime(bar.to);
+    for (const int64_t time : bar.revocations) {
+        dates += "; entry of a CRL: " + FormatTime(time);
+    }
+    if (bar.from < window.from || bar.to > window.to) {
+        dates += "; reaches beyond the picture";
+    }
+    return "<div class=\"bar\"><bdi>" + EscapeHtml(Showable(bar.label)) + "</bdi>" +
+           (bar.endsFirst ? " <strong>ends first</strong>" : "") + "<span class=\"detail\">" + dates + "</span>" +
+           Drawing(check, window, bar) + "</div>\n";
+}
+
+std::string Swatch(const char *color, const char *text)
+{
+    return std::string("<span class=\"key\" style=\"background: var(") + color + ")\"></span>" + text;
+}
+
+} // namespace
+
+std::string Picture(const Check &check)
+{
+    std::vector<Bar> bars = CertificateBars(check);
+    const std::vector<Bar> crls = CrlBars(check);
+    bars.insert(bars.end(), crls.begin(), crls.end());
+    if (bars.empty()) {
+        return "";
+    }
+    const Window window = FindWindow(check, bars);
+    std::string html = "<section>\n<h2>Time line</h2>\n<figure>\n";
+    for (const Bar &bar : bars) {
+        html += BarHtml(check, window, bar);
+    }
+    html += "<div class=\"axis\"><svg height=\"20\" role=\"img\" aria-label=\"From " + FormatTime(window.from) +
+            " to " + FormatTime(window.to) + "\"><text x=\"0\" y=\"15\">" + FormatTime(window.from).substr(0, 10) +
+            "</text><text x=\"100%\" y=\"15\" text-anchor=\"end\">" + FormatTime(window.to).substr(0, 10) +
+            "</text></svg></div>\n<figcaption>" + Swatch("--bar", "certificate") + Swatch("--ca", "CA certificate") +
+            Swatch("--crl", "CRL, from thisUpdate to nextUpdate");
+    html += IsWritable(check.time) ? Swatch("--now", "the token's time, ") + FormatTime(*check.time) : "";
+    const bool hasRevocation =
+        std::any_of(bars.begin(), bars.end(), [](const Bar &bar) { return !bar.revocations.empty(); });
+    html += hasRevocation ? Swatch("--bad", "revocation") : "";
+    return html + "</figcaption>\n</figure>\n</section>\n";
+}
+
+} // namespace pkgsign

@@ -1,0 +1,57 @@
+// A check as a report for people: what text and HTML have in common.
+#ifndef PKGSIGN_EXPLAIN_REPORT_H
+#define PKGSIGN_EXPLAIN_REPORT_H
+
+#include <string>
+#include <vector>
+
+#include "pkgsign/explain/check.h"
+
+namespace pkgsign
+{
+
+enum class Mark { None, Good, Bad, Open };
+
+// All texts are fit to be shown: see Showable.
+struct ReportRow {
+    Mark mark = Mark::None;
+    std::string word; // "passed"
+    std::string text;
+    std::string detail;
+    bool isInner = false; // belongs to the row before
+};
+
+struct ReportSection {
+    std::string title;
+    std::vector<ReportRow> rows;
+};
+
+struct Report {
+    Mark verdict = Mark::Bad;
+    std::string headline; // "checksums: refused, 88200012"
+    std::string meaning;
+    std::vector<ReportRow> answer; // cause, remedy, next command, token's time
+    std::vector<ReportSection> sections;
+};
+
+Report MakeReport(const Check &check);
+
+// A text of a file as it may be shown: valid UTF-8, with control characters and those that turn the direction of
+// writing as \xHH or \u{HHHH}.
+std::string Showable(const std::string &text);
+
+std::string StatusDigits(uint32_t status); // eight, lower case
+
+std::string TextReport(const Check &check);
+std::string JsonReport(const Check &check);
+std::string HtmlReport(const Check &check);
+
+// The time line of the page.
+std::string Picture(const Check &check);
+
+// `text` between tags or in an attribute.
+std::string EscapeHtml(const std::string &text);
+
+} // namespace pkgsign
+
+#endif
