@@ -4,59 +4,17 @@
 
 #include <string>
 
-#include "fuzz/support/armour.h"
 #include "fuzz/support/container.h"
 #include "fuzz/support/mutate.h"
 #include "fuzz/support/oracle.h"
+#include "fuzz/support/package_input.h"
 #include "fuzz/support/pki.h"
 #include "fuzz/support/store_check.h"
 
 namespace
 {
 
-// The input as it goes into the library.
-struct Package {
-    forge::Bytes message;
-    forge::Bytes crls;
-    forge::Bytes content;
-    uint8_t flags;
-};
-
-Package MakePackage(const FuzzContainer &container)
-{
-    const uint8_t flags = container.flags[0];
-    const bool carriageReturn = (flags & FUZZ_CARRIAGE_RETURN) != 0;
-    Package package = {container.parts[FUZZ_PART_MESSAGE], container.parts[FUZZ_PART_CRLS],
-                       container.parts[FUZZ_PART_CONTENT], flags};
-    if ((flags & (FUZZ_ARMOUR_CMS | FUZZ_ARMOUR_PKCS7)) != 0) {
-        const bool isCms = (flags & FUZZ_ARMOUR_CMS) != 0;
-        package.message = FuzzArmour(isCms ? forge::LABEL_CMS : forge::LABEL_PKCS7, package.message, carriageReturn);
-    }
-    if ((flags & FUZZ_ARMOUR_CRLS) != 0) {
-        package.crls = FuzzArmourObjects(package.crls, carriageReturn);
-    }
-    if ((flags & FUZZ_ALTERED) != 0) {
-        package.content.push_back(0x21);
-    }
-    return package;
-}
-
-uint32_t Feed(SigkitVerifyCtx *ctx, const Package &package)
-{
-    static const uint8_t nothing = 0;
-    const forge::Bytes &content = package.content;
-    const uint8_t *const data = content.empty() ? &nothing : content.data();
-    if ((package.flags & FUZZ_IN_PIECES) == 0) {
-        return SigkitVerifyDetachSignatureUpdate(ctx, data, static_cast<uint32_t>(content.size()));
-    }
-    uint32_t status = SigkitVerifyDetachSignatureUpdate(ctx, &nothing, 0);
-    for (size_t i = 0; i < content.size() && status == SIGKIT_OK; ++i) {
-        status = SigkitVerifyDetachSignatureUpdate(ctx, data + i, 1);
-    }
-    return status;
-}
-
-void Verify(SigkitVerifyCtx *ctx, const Package &package)
+void Verify(SigkitVerifyCtx *ctx, const FuzzPackageInput &package)
 {
     uint32_t verdict = 0;
     uint32_t status = SIGKIT_OK;
@@ -66,7 +24,7 @@ void Verify(SigkitVerifyCtx *ctx, const Package &package)
     }
     FuzzTally(status);
     if (status == SIGKIT_OK) {
-        status = Feed(ctx, package);
+        status = FuzzFeed(ctx, package);
     }
     if (status == SIGKIT_OK) {
         status = SigkitVerifyDetachSignatureFinal(ctx, &verdict);
@@ -87,7 +45,7 @@ void Verify(SigkitVerifyCtx *ctx, const Package &package)
 }
 
 // Fills the context; false when memory has run out.
-bool Load(SigkitVerifyCtx *ctx, const Package &package)
+bool Load(SigkitVerifyCtx *ctx, const FuzzPackageInput &package)
 {
     const forge::Bytes &root = FuzzRootCertificate();
     if ((package.flags & FUZZ_NO_ROOT) == 0 &&
@@ -107,7 +65,7 @@ bool Load(SigkitVerifyCtx *ctx, const Package &package)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const FuzzContainer container = FuzzUnpack(data, size);
-    const Package package = MakePackage(container);
+    const FuzzPackageInput package = FuzzMakePackageInput(container);
     FuzzBegin();
     g_fuzzHost.failAt = FuzzFailAt(container);
     SigkitVerifyCtx *const ctx = FuzzCreateContext();

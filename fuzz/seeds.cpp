@@ -230,6 +230,17 @@ void AddInspected(std::vector<Seed> *seeds)
          forge::Bytes{0x30, 0x80, 0x06, 0x01, 0x2A, 0xA0, 0x80, 0x30, 0x80, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00}});
 }
 
+// A check explains what the verification comes to: its seeds are the packages that the verification has.
+void AddChecks(std::vector<Seed> *seeds)
+{
+    const std::vector<Seed> all = *seeds;
+    for (const Seed &seed : all) {
+        if (seed.target == "detached") {
+            seeds->push_back({"check", seed.name, seed.octets});
+        }
+    }
+}
+
 } // namespace
 
 std::vector<Seed> MakeSeeds()
@@ -245,6 +256,7 @@ std::vector<Seed> MakeSeeds()
     AddTexts(&seeds);
     AddFiles(&seeds);
     AddDetachedSeeds(&seeds);
+    AddChecks(&seeds);
     AddComparisons(&seeds);
     AddCommandLines(&seeds);
     AddTimestampRequests(&seeds);

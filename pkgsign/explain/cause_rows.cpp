@@ -25,6 +25,8 @@ constexpr CauseRow ROWS[] = {
     {"message-cut", "Copy the signature file again; it ends before it should.", "pkgsign inspect %s"},
     {"message-certificates", "Leave in the signer's certificate and its CA's; the CRL file carries the others.",
      "pkgsign inspect %s"},
+    {"message-certificate", "Leave in RSA certificates of version 3 alone, the signer's and its CA's.",
+     "pkgsign inspect %s"},
     {"message-signers", "Sign with one signer; a second one belongs into a signature file of its own.",
      "pkgsign inspect %s"},
     {"message-key-identifier", "Sign again, with issuer and serial number (leave out openssl cms -keyid).",

@@ -201,6 +201,7 @@ struct Check {
     std::vector<std::string> notes;
     ReadProblem problem; // of the file that could not be read
     bool isArmourRefused = false;
+    bool isCertificateRefused = false; // in the message or the token
     ContentFinding content;
     Cause cause;
 

@@ -44,13 +44,15 @@ const char *MessageCode(const Check &check)
     case ReadProblem::Kind::Indefinite:
         return "message-streamed";
     case ReadProblem::Kind::Overflow:
-        return "message-cut";
+        return check.isCertificateRefused ? "message-certificate" : "message-cut";
     case ReadProblem::Kind::TooManyCertificates:
         return "message-certificates";
     case ReadProblem::Kind::TooManySigners:
         return "message-signers";
     default:
-        return check.problem.isSignerId ? "message-key-identifier" : "message-malformed";
+        return check.isCertificateRefused ? "message-certificate"
+               : check.problem.isSignerId ? "message-key-identifier"
+                                          : "message-malformed";
     }
 }
 
@@ -77,6 +79,11 @@ void CauseOfMessage(Check *check, bool isToken)
             file + " carries more than two certificates");
     } else if (code == "message-signers") {
         Set(check, "message-signers", file + " has more than one signer");
+    } else if (code == "message-certificate") {
+        Set(check, "message-certificate",
+            file + " carries a certificate that devices do not read" + WhereItStopped(check->problem));
+    } else if (code == "message-cut" && !isToken) {
+        Set(check, "message-cut", file + " ends before its own lengths say so");
     } else if (isToken) {
         Set(check, "token-malformed", file + " cannot be read" + WhereItStopped(check->problem));
     } else {

@@ -15,7 +15,7 @@ ReadProblem::Kind KindOf(const SigkitTraceRecord &record)
     const SigkitAsnTemplate *const entry = static_cast<const SigkitAsnTemplate *>(record.object);
     switch (record.point) {
     case SIGKIT_TRACE_LENGTH_INDEFINITE:
-        return ReadProblem::Kind::Indefinite;
+        return record.value == 0 ? ReadProblem::Kind::Indefinite : ReadProblem::Kind::Member;
     case SIGKIT_TRACE_LENGTH_OVERFLOW:
         return ReadProblem::Kind::Overflow;
     case SIGKIT_TRACE_ELEMENT_TOO_MANY:
@@ -42,7 +42,7 @@ void TakeProblem(TraceCollector *collector, const SigkitTraceRecord &record)
     known.kind = KindOf(record);
     known.offset = buffer.pos;
     known.octet = buffer.pos < buffer.size ? buffer.data[buffer.pos] : -1;
-    known.isSignerId = known.kind == ReadProblem::Kind::Member && entry->item == &g_itemSigkitPkcs7IssuerAndSerial;
+    known.isSignerId = record.point == SIGKIT_TRACE_MEMBER_REFUSED && entry->item == &g_itemSigkitPkcs7IssuerAndSerial;
 }
 
 std::string WhyRejected(TraceCollector *collector, const SigkitTraceRecord &record, const SigkitX509Name *issuerName,
@@ -126,7 +126,7 @@ bool TakeReading(TraceCollector *collector, const SigkitTraceRecord &record)
         collector->check->isArmourRefused = true;
         return true;
     case SIGKIT_TRACE_MESSAGE_CERT:
-        collector->check->notes.emplace_back("a certificate in the message or in its token cannot be read");
+        collector->check->isCertificateRefused = true;
         return true;
     default:
         return false;

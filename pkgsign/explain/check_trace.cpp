@@ -64,7 +64,11 @@ void TakeAdmission(TraceCollector *collector, const SigkitTraceRecord &record)
     }
     if (step == Step::MessageCertificates || step == Step::TokenCertificates) {
         const bool isGood = certificate.isAdmitted || certificate.isSelfSigned;
-        Judge(collector, step, isGood ? SIGKIT_OK : record.value, certificate.subject);
+        StepFinding &finding = check->steps[static_cast<size_t>(step)];
+        const bool isFirst = finding.state == StepState::NotReached || !isGood;
+        Judge(collector, step, isGood ? SIGKIT_OK : record.value,
+              (isFirst ? "" : finding.detail + "; ") + certificate.subject +
+                  (certificate.isSelfSigned ? ", left out as self-signed" : ""));
     }
 }
 

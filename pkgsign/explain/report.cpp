@@ -225,10 +225,11 @@ void AddAnswer(const Check &check, Report *report)
                                   "", false});
     }
     if (!check.endsWhat.empty()) {
-        report->answer.push_back(
-            {check.endsSoon ? Mark::Bad : Mark::None, "ends first",
-             check.endsWhat + ", at " + TimeText(check.endsTime) + (check.endsSoon ? ": within the horizon" : ""), "",
-             false});
+        report->answer.push_back({check.endsSoon ? Mark::Bad : Mark::None, "ends first",
+                                  check.endsWhat + ", at " + TimeText(check.endsTime) +
+                                      (check.endsTime < check.now ? " (past)" : "") +
+                                      (check.endsSoon ? ": within the horizon" : ""),
+                                  "", false});
     }
 }
 

@@ -11,13 +11,13 @@ import pathlib
 import re
 import sys
 
-TYPES = {"object": dict, "array": list, "string": str, "integer": int, "null": type(None)}
+TYPES = {"object": dict, "array": list, "string": str, "integer": int, "boolean": bool, "null": type(None)}
 LARGEST_SET = 3_000_000  # octets of files and description
 SILENT = {"$schema", "title", "description", "definitions"}
 
 
 def is_of(value, name: str) -> bool:
-    return isinstance(value, TYPES[name]) and not isinstance(value, bool)
+    return isinstance(value, TYPES[name]) and isinstance(value, bool) == (name == "boolean")
 
 
 class Validator:

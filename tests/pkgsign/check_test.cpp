@@ -1,0 +1,389 @@
+// What pkgsign check says about a package: the public vectors, and packages of a folder.
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include <nlohmann/json.hpp>
+#include <openssl/pkcs7.h>
+
+#include "pkgsign/crypto/types.h"
+#include "pkgsign/explain/report.h"
+#include "pkgsign/explain/text_variant.h"
+#include "pkgsign/files/files.h"
+#include "tests/pkgsign/support.h"
+
+namespace
+{
+
+using Json = nlohmann::json;
+
+std::string Vector(const std::string &name)
+{
+    return std::string(VECTORS) + "/files/" + name;
+}
+
+// The arguments for a good package of the vectors, with one file replaced. role: "--crl", "--signature" or "content".
+std::vector<std::string> CheckWith(const std::string &role, const std::string &path)
+{
+    const auto choose = [&](const std::string &which, const std::string &good) {
+        return which == role ? path : Vector("signature/good." + good);
+    };
+    return {"check",       choose("content", "content"),
+            "--root",      Vector("root"),
+            "--crl",       choose("--crl", "crls"),
+            "--signature", choose("--signature", "signature"),
+            "--no-input",  "--now",
+            "2026-01-20"};
+}
+
+std::vector<std::string> With(std::vector<std::string> arguments, const std::vector<std::string> &further)
+{
+    arguments.insert(arguments.end(), further.begin(), further.end());
+    return arguments;
+}
+
+void WriteFile(const std::string &path, const std::string &text)
+{
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+std::string ReadFile(const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string WithCarriageReturns(const std::string &text)
+{
+    std::string result;
+    for (const char octet : text) {
+        result += octet == '\n' ? std::string("\r\n") : std::string(1, octet);
+    }
+    return result;
+}
+
+// A message of the vectors without its certificates.
+void WriteWithoutCertificates(const std::string &path)
+{
+    const std::string der = ReadFile(Vector("signature/good.signature"));
+    const unsigned char *octets = reinterpret_cast<const unsigned char *>(der.data());
+    const pkgsign::Pkcs7Ptr message(d2i_PKCS7(nullptr, &octets, static_cast<long>(der.size())));
+    ASSERT_NE(message, nullptr);
+    sk_X509_pop_free(message->d.sign->cert, X509_free);
+    message->d.sign->cert = nullptr;
+    const pkgsign::Bytes encoded = pkgsign::EncodeDer(i2d_PKCS7, message.get());
+    WriteFile(path, std::string(encoded.begin(), encoded.end()));
+}
+
+// ---- Refusals as they come from the field ---------------------------------------------------------------------------
+
+struct Refusal {
+    const char *name;
+    const char *role;
+    const char *file; // of the vectors; empty: made by the test
+    const char *status;
+    const char *step;
+    const char *code;
+    const char *text; // part of the cause
+    const char *remedy;
+};
+
+const Refusal REFUSALS[] = {
+    {"CrlOlderThanTheToken", "--crl", "crl/of_the_ca_of_the_signer_until_the_last_second.crls", "88200012",
+     "signer-path", "crl-expired",
+     "the CRL of 'C = XX, O = Sigkit, CN = Signing CA' ended at 2026-01-15T11:59:59Z, before the token's time, "
+     "2026-01-15T12:00:00Z",
+     "Take the CRL file that belongs to the package, or make a new one."},
+    {"NoCrlOfTheRoot", "--crl", "crl/of_the_root_missing.crls", "88200012", "authority-path", "crl-of-root-missing",
+     "the CRL file has no CRL of the root 'C = XX, O = Sigkit, CN = Root CA'",
+     "Put the root's CRL into the CRL file: each CA of the path needs one, the root included."},
+    {"TokenOfAnotherSignature", "--signature", "signature/signature_with_a_turned_bit.signature", "88200402",
+     "token-imprint", "token-of-another-signature", "the timestamp token was made for another signature",
+     "Timestamp this signature value anew; each signing makes another, and no token fits two."},
+    {"StreamedEncoding", "--signature", "encoding/message_with_an_indefinite_length.signature", "88200308",
+     "signature-file", "message-streamed", "is written in the streamed encoding (BER)",
+     "Write DER: leave out openssl cms -stream, or convert the file; the signature stays good."},
+    {"AuthoritysCertificateAsSigner", "--signature", "signature/purpose_of_timestamps.signature", "88200007",
+     "signer-usage", "signer-is-authority",
+     "a timestamp authority's certificate: its purpose is timeStamping, not codeSigning",
+     "Sign with the code signing certificate; the authority's is for timestamps."},
+    {"NoCertificates", "--signature", "", "88200301", "signer", "message-without-certificates",
+     "carries no certificates, so the signer's is not at hand",
+     "Sign again with the certificates inside (openssl cms without -nocerts)."},
+    {"TextBeforeTheArmour", "--signature", "armour/message_with_text_before.signature", "88200308", "signature-file",
+     "message-armour", "has text before its armour",
+     "Let the file begin with -----BEGIN CMS----- or -----BEGIN PKCS7-----, with nothing before it, or use DER."},
+    {"ConvertedLineEnds", "content", "", "ffffffff", "content", "content-converted",
+     "was changed on its way: with LF line ends it is what was signed",
+     "Bring the file again as it is, in binary mode."},
+    {"ExpiredCertificate", "--signature", "path/signer_valid_until_the_last_second.signature", "88200014",
+     "signer-path", "certificate-expired",
+     "the signer's certificate 'C = XX, O = Sigkit, CN = Signer' ended at 2026-01-15T11:59:59Z, and the token's time "
+     "is 2026-01-15T12:00:00Z",
+     "Renew the certificate, then sign and timestamp again. What was timestamped before stays good."},
+    {"KeyIdentifier", "--signature", "signature/sid_by_key_identifier.signature", "88200308", "signature-file",
+     "message-key-identifier", "names the signer by a key identifier, not by issuer and serial",
+     "Sign again, with issuer and serial number (leave out openssl cms -keyid)."},
+    {"ThreeCertificates", "--signature", "limits/message_of_3_certificates.signature", "88200308", "signature-file",
+     "message-certificates", "carries more than two certificates",
+     "Leave in the signer's certificate and its CA's; the CRL file carries the others."},
+    {"RsaPss", "--signature", "signature/by_pss.signature", "88200309", "signature", "signature-pss",
+     "the signature is of the kind RSA-PSS; devices read RSASSA-PKCS1-v1_5 alone",
+     "Sign again without RSA-PSS (leave out rsa_padding_mode:pss)."},
+};
+
+class CheckOfARefusal : public testing::TestWithParam<Refusal>
+{
+};
+
+TEST_P(CheckOfARefusal, NamesStepCauseAndRemedyInOneScreen)
+{
+    const Refusal &refusal = GetParam();
+    const TemporaryDirectory directory;
+    std::string file = Vector(refusal.file);
+    if (refusal.file[0] == '\0') {
+        file = directory.File("made");
+        if (refusal.role == std::string("content")) {
+            WriteFile(file, WithCarriageReturns(ReadFile(Vector("signature/good.content"))));
+        } else {
+            WriteWithoutCertificates(file);
+        }
+    }
+    const std::vector<std::string> arguments = CheckWith(refusal.role, file);
+    const Outcome asJson = Pkgsign(With(arguments, {"--json"}));
+    EXPECT_EQ(1, asJson.status);
+    const Json json = Json::parse(asJson.out);
+    EXPECT_EQ(refusal.status, json["status"]);
+    EXPECT_EQ(refusal.step, json["failedStep"]);
+    EXPECT_EQ(refusal.code, json["causeCode"]);
+    EXPECT_TRUE(Contains(json["cause"], refusal.text)) << json["cause"];
+    EXPECT_EQ(refusal.remedy, json["remedy"]);
+    EXPECT_FALSE(json["next"].get<std::string>().empty());
+
+    const Outcome asText = Pkgsign(arguments);
+    const std::string answer = asText.out.substr(0, asText.out.find("\n\n"));
+    EXPECT_LE(std::count(answer.begin(), answer.end(), '\n'), 12) << answer;
+    for (const char *const word : {refusal.status, "\ncause ", "\nremedy ", "\nnext "}) {
+        EXPECT_TRUE(Contains(answer, word)) << answer;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Field, CheckOfARefusal, testing::ValuesIn(REFUSALS),
+                         [](const auto &one) { return std::string(one.param.name); });
+
+// ---- Answers and exit statuses --------------------------------------------------------------------------------------
+
+TEST(Check, SaysThatAGoodPackageIsAuthentic)
+{
+    const Outcome outcome = Pkgsign(With(CheckWith("", ""), {"--json"}));
+    EXPECT_EQ(0, outcome.status);
+    const Json json = Json::parse(outcome.out);
+    EXPECT_EQ("00000000", json["status"]);
+    EXPECT_EQ(0, json["exitStatus"]);
+    EXPECT_EQ(true, json["authentic"]);
+    EXPECT_EQ("2026-01-15T12:00:00Z", json["time"]);
+    EXPECT_TRUE(json["cause"].is_null());
+    EXPECT_EQ(18u, json["steps"].size());
+    for (const Json &step : json["steps"]) {
+        EXPECT_EQ("passed", step["state"]) << step;
+    }
+}
+
+TEST(Check, TicksNothingThatWasNotReached)
+{
+    const Outcome outcome =
+        Pkgsign(With(CheckWith("--signature", Vector("signature/signature_with_a_turned_bit.signature")), {"--json"}));
+    bool hasFailed = false;
+    const Json json = Json::parse(outcome.out);
+    for (const Json &step : json["steps"]) {
+        EXPECT_EQ(hasFailed ? "not reached" : step["name"] == "token-imprint" ? "failed" : "passed", step["state"]);
+        hasFailed = hasFailed || step["state"] == "failed";
+    }
+    EXPECT_TRUE(hasFailed);
+}
+
+TEST(Check, EndsWithThreeWhenSomethingEndsWithinTheHorizon)
+{
+    const Outcome soon = Pkgsign(With(CheckWith("", ""), {"--horizon", "60"}));
+    EXPECT_EQ(3, soon.status);
+    EXPECT_TRUE(Contains(soon.out, "ends first  the CRL of 'C = XX, O = Sigkit, CN = Root CA', at "
+                                   "2026-03-16T12:00:00Z: within the\n            horizon"))
+        << soon.out;
+    EXPECT_EQ(0, Pkgsign(With(CheckWith("", ""), {"--horizon", "50"})).status);
+    const std::string refused = Vector("signature/signature_with_a_turned_bit.signature");
+    EXPECT_EQ(1, Pkgsign(With(CheckWith("--signature", refused), {"--horizon", "60"})).status);
+}
+
+TEST(Check, RefusesACommandLineThatItDoesNotUnderstand)
+{
+    ExpectUsage(Pkgsign(With(CheckWith("", ""), {"--horizon", "soon"})), "soon");
+    ExpectUsage(Pkgsign(With(CheckWith("", ""), {"--candidates", Vector("root")})), "--candidates wants a directory");
+    ExpectUsage(Pkgsign({"check", "a", "--crl", "b", "--signature", "c", "--pki", "nowhere"}), "--root is missing");
+    EXPECT_EQ(2, Pkgsign({"check", "a", "--root", "b"}).status);
+}
+
+TEST(Check, ShowsACrlThatIsOutrankedAndOneThatRevokes)
+{
+    const Outcome outcome = Pkgsign(CheckWith("--crl", Vector("crl/two_of_one_issuer_the_older_revokes.crls")));
+    EXPECT_EQ(1, outcome.status);
+    EXPECT_TRUE(Contains(outcome.out, "2026-03-16T12:00:00Z: lists the certificate, in date")) << outcome.out;
+    EXPECT_TRUE(Contains(outcome.out, "\n    outranked ")) << outcome.out;
+    EXPECT_TRUE(
+        Contains(outcome.out, "\n    revokes          entry of 2026-01-14T12:00:00Z, no reason: its date counts"))
+        << outcome.out;
+}
+
+TEST(Check, ReportsAFileThatIsNotThereAsTheDeviceDoes)
+{
+    const Json json = Json::parse(Pkgsign(With(CheckWith("content", "/nowhere/content"), {"--json"})).out);
+    EXPECT_EQ("88000101", json["status"]);
+    EXPECT_EQ("content", json["failedStep"]);
+    EXPECT_EQ("file-unreadable", json["causeCode"]);
+}
+
+// ---- The content ----------------------------------------------------------------------------------------------------
+
+TEST(Check, NamesTheFileThatASignatureFits)
+{
+    const TemporaryDirectory directory;
+    WriteFile(directory.File("a.img"), "another one");
+    WriteFile(directory.File("b.img"), ReadFile(Vector("signature/good.content")));
+    const Json json = Json::parse(
+        Pkgsign(With(CheckWith("content", directory.File("a.img")), {"--candidates", directory.path, "--json"})).out);
+    EXPECT_EQ("content-other-file", json["causeCode"]);
+    EXPECT_EQ(Json::array({directory.File("b.img")}), json["content"]["candidates"]);
+    EXPECT_NE(json["content"]["digest"], json["content"]["signedDigest"]);
+}
+
+TEST(Check, TriesNoLineEndsWhereTheContentIsNoText)
+{
+    const TemporaryDirectory directory;
+    WriteFile(directory.File("content"), WithCarriageReturns(ReadFile(Vector("signature/good.content"))) + '\0');
+    const Outcome outcome = Pkgsign(CheckWith("content", directory.File("content")));
+    EXPECT_TRUE(Contains(outcome.out, "the content is no text: no line ends were tried")) << outcome.out;
+}
+
+struct Conversion {
+    pkgsign::LineEnds lineEnds;
+    pkgsign::Presence mark;
+    pkgsign::Presence lastNewline;
+    const char *text;
+    const char *result;
+};
+
+TEST(TextVariant, ConvertsATextHoweverItIsCut)
+{
+    using pkgsign::LineEnds;
+    using pkgsign::Presence;
+    const Conversion conversions[] = {
+        {LineEnds::AsIs, Presence::AsIs, Presence::AsIs, "a\r\nb\n\r", "a\r\nb\n\r"},
+        {LineEnds::Lf, Presence::AsIs, Presence::AsIs, "a\r\n\r\r\nb\r", "a\n\r\nb\r"},
+        {LineEnds::CrLf, Presence::AsIs, Presence::AsIs, "a\nb\r\n\n", "a\r\nb\r\n\r\n"},
+        {LineEnds::AsIs, Presence::Without, Presence::AsIs,
+         "\xEF\xBB\xBF"
+         "a",
+         "a"},
+        {LineEnds::AsIs, Presence::Without, Presence::AsIs, "\xEF\xBB", "\xEF\xBB"},
+        {LineEnds::AsIs, Presence::With, Presence::AsIs, "a",
+         "\xEF\xBB\xBF"
+         "a"},
+        {LineEnds::AsIs, Presence::With, Presence::AsIs, "", "\xEF\xBB\xBF"},
+        {LineEnds::AsIs, Presence::AsIs, Presence::Without, "a\n\n", "a\n"},
+        {LineEnds::AsIs, Presence::AsIs, Presence::Without, "a\r\n", "a"},
+        {LineEnds::AsIs, Presence::AsIs, Presence::Without, "a\r", "a\r"},
+        {LineEnds::AsIs, Presence::AsIs, Presence::With, "a", "a\n"},
+        {LineEnds::AsIs, Presence::AsIs, Presence::With, "a\n", "a\n"},
+        {LineEnds::CrLf, Presence::AsIs, Presence::With, "a\nb", "a\r\nb\r\n"},
+    };
+    for (const Conversion &conversion : conversions) {
+        const std::string text = conversion.text;
+        for (size_t piece = 1; piece <= text.size() + 1; ++piece) {
+            pkgsign::TextVariant variant;
+            variant.lineEnds = conversion.lineEnds;
+            variant.mark = conversion.mark;
+            variant.lastNewline = conversion.lastNewline;
+            std::string result;
+            for (size_t i = 0; i < text.size(); i += piece) {
+                const std::string part = text.substr(i, piece);
+                const pkgsign::Bytes out = variant.Convert(reinterpret_cast<const uint8_t *>(part.data()), part.size());
+                result.append(out.begin(), out.end());
+            }
+            const pkgsign::Bytes rest = variant.Finish();
+            result.append(rest.begin(), rest.end());
+            EXPECT_EQ(conversion.result, result) << text << " in pieces of " << piece;
+        }
+    }
+}
+
+TEST(TextVariant, ComesWithTheFewestChangesFirst)
+{
+    const std::vector<pkgsign::TextVariant> variants = pkgsign::TextVariants();
+    EXPECT_EQ(26u, variants.size());
+    EXPECT_EQ("with a newline at its end", variants.front().Describe());
+    EXPECT_EQ("with CRLF line ends, without its byte order mark and without its last newline",
+              variants.back().Describe());
+}
+
+// ---- The page -------------------------------------------------------------------------------------------------------
+
+TEST(CheckPage, ShowsHostileNamesAsText)
+{
+    pkgsign::Check check;
+    pkgsign::SeenCertificate certificate;
+    certificate.subject = "<script>alert(1)</script>&\"'\x01\xFF\xE2\x80\xAE";
+    certificate.notBefore = 0;
+    certificate.notAfter = 1000000000;
+    check.certificates.push_back(certificate);
+    check.rejected.push_back({{0, "</ul>"}});
+    check.issuers.push_back(pkgsign::NONE);
+    check.contentPath = "<b>\"";
+    check.notes.emplace_back("<i>");
+    const std::string html = pkgsign::HtmlReport(check);
+    for (const char *const tag : {"<script", "<b>", "<i>", "\x01", "\xFF", "\xE2\x80\xAE"}) {
+        EXPECT_FALSE(Contains(html, tag)) << tag;
+    }
+    EXPECT_TRUE(Contains(html, "&lt;script&gt;alert(1)&lt;/script&gt;&amp;&quot;&#39;\\x01\\xFF\\u{202E}")) << html;
+    EXPECT_TRUE(Contains(pkgsign::TextReport(check), "'\\x01\\xFF\\u{202E}"));
+    EXPECT_FALSE(Json::parse(pkgsign::JsonReport(check)).empty());
+}
+
+TEST(CheckPage, KeepsLettersOfAllLanguages)
+{
+    const std::string text = "Prüfstelle 検証 \U0001F512";
+    EXPECT_EQ(text, pkgsign::Showable(text));
+    EXPECT_EQ("\\xC0\\xAF\\xED\\xA0\\x80\\xF4\\x90\\x80\\x80\\xE2\\x82", pkgsign::Showable("\xC0\xAF\xED\xA0\x80"
+                                                                                           "\xF4\x90\x80\x80\xE2\x82"));
+}
+
+TEST(CheckPage, StandsForItself)
+{
+    const TemporaryDirectory directory;
+    const std::string page = directory.File("page.html");
+    EXPECT_EQ(0, Pkgsign(With(CheckWith("", ""), {"--html", page})).status);
+    const std::string html = ReadFile(page);
+    for (const char *const part : {"<!DOCTYPE html>", "prefers-color-scheme: dark", "@media print", "Time line", "<svg",
+                                   "ends first", "Steps, in the order of the verification", "</html>"}) {
+        EXPECT_TRUE(Contains(html, part)) << part;
+    }
+    for (const char *const part : {"<script", "http", "url(", "@import", "src="}) {
+        EXPECT_FALSE(Contains(html, part)) << part;
+    }
+}
+
+// ---- A folder -------------------------------------------------------------------------------------------------------
+
+class CheckInFolder : public InFolder
+{
+};
+
+TEST_F(CheckInFolder, TakesTheRootOfThePkiFolder)
+{
+    ExpectDone(Run({"crl", "--out", Path("crls")}));
+    Write("content", "content\n");
+    ExpectDone(Run({"sign", Path("content"), "--out", Path("message"), "--crl", Path("crls")}));
+    const Outcome outcome = Run({"check", Path("content"), "--crl", Path("crls"), "--signature", Path("message")});
+    EXPECT_EQ(0, outcome.status) << outcome.out << outcome.errors;
+    EXPECT_TRUE(Contains(outcome.out, ": authentic (verify_tool ends with 0)\n"));
+}
+
+} // namespace
