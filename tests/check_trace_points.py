@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Shows that trace points are nothing on a device: every source of the library gives the same object code with its trace
-points, switched off, as without them.
+"""Shows that trace points are nothing on a device: every source of the library gives the same object code with its
+trace points, switched off, as without them.
 
 Usage: check_trace_points.py COMPILE_COMMANDS, where COMPILE_COMMANDS is the build's compile_commands.json. Each source
 that has trace points is compiled as the build compiles it, once as it is and once with the points blanked out, line by
-line, because the log has line numbers. The sections that a device loads must agree. It tries itself, too: a header whose
-macro evaluates an argument must be found out. Exits with 1 and names what differs.
+line, because the log has line numbers. The sections that a device loads must agree. It tries itself, too: a header
+whose macro evaluates an argument must be found out. Exits with 1 and names what differs.
 """
 import concurrent.futures
 import json

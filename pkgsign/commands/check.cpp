@@ -93,7 +93,7 @@ Command CheckCommand()
     command.example = "pkgsign check checksums --root root.der --crl crls.der --signature checksums.cms";
     command.isWriting = false;
     command.options = {
-        {"FILE", "", "the content that was signed", &options->content, true},
+        {"FILE", "FILE", "the content that was signed, of any size", &options->content, true},
         {"--root", "FILE", "the root certificate of the devices; else the PKI folder's", &options->root},
         {"--crl", "FILE", "the CRL file of the devices", &options->crls, true},
         {"--signature", "FILE", "the signature file", &options->signature, true},

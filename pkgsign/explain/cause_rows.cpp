@@ -53,7 +53,7 @@ constexpr CauseRow ROWS[] = {
     {"signer-missing",
      "Put the signer's certificate into the message. A self-signed one is left out: signers need a CA.",
      "pkgsign inspect %s"},
-    {"signer-usage", "Sign with a certificate for codeSigning, or issue one.", "pkgsign issue signer"},
+    {"signer-usage", "Sign with a certificate for codeSigning, or issue one.", "pkgsign issue --as signer"},
     {"signer-is-authority", "Sign with the code signing certificate; the authority's is for timestamps.",
      "pkgsign sign %f --out fixed.cms"},
     {"signature-wrong", "The message was altered, or the certificate is not the signing key's: sign again.",

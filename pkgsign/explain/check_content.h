@@ -2,7 +2,7 @@
 #ifndef PKGSIGN_EXPLAIN_CHECK_CONTENT_H
 #define PKGSIGN_EXPLAIN_CHECK_CONTENT_H
 
-#include "pkgsign/explain/check_run.h"
+#include "pkgsign/explain/check_order.h"
 
 struct SigkitVerifyCtx;
 

@@ -156,9 +156,8 @@ void TakeContent(TraceCollector *collector, const SigkitTraceRecord &record)
     }
 }
 
-bool TakeVerification(TraceCollector *collector, const SigkitTraceRecord &record)
+bool TakeMessageRecord(TraceCollector *collector, const SigkitTraceRecord &record)
 {
-    const bool isAuthority = collector->path == &collector->check->authorityPath;
     switch (record.point) {
     case SIGKIT_TRACE_CERT_ADMITTED:
     case SIGKIT_TRACE_CERT_SELF_SIGNED:
@@ -183,6 +182,15 @@ bool TakeVerification(TraceCollector *collector, const SigkitTraceRecord &record
     case SIGKIT_TRACE_VERIFY_TIME:
         TakeTime(collector, record);
         return true;
+    default:
+        return false;
+    }
+}
+
+bool TakeSignerRecord(TraceCollector *collector, const SigkitTraceRecord &record)
+{
+    const bool isAuthority = collector->path == &collector->check->authorityPath;
+    switch (record.point) {
     case SIGKIT_TRACE_AUTHORITY:
     case SIGKIT_TRACE_SIGNER:
         TakeParty(collector, record);
@@ -223,7 +231,8 @@ bool TakeVerification(TraceCollector *collector, const SigkitTraceRecord &record
 void Take(void *context, const SigkitTraceRecord &record)
 {
     TraceCollector *const collector = static_cast<TraceCollector *>(context);
-    if (!TakeVerification(collector, record) && !TakeReading(collector, record) && !TakeCandidate(collector, record)) {
+    if (!TakeMessageRecord(collector, record) && !TakeSignerRecord(collector, record) &&
+        !TakeReading(collector, record) && !TakeCandidate(collector, record)) {
         TakePath(collector, record);
         if (record.point == SIGKIT_TRACE_PATH) {
             const bool isAuthority = collector->path == &collector->check->authorityPath;

@@ -141,14 +141,15 @@ std::string BarHtml(const Check &check, const Window &window, const Bar &bar)
     if (bar.from < window.from || bar.to > window.to) {
         dates += "; reaches beyond the picture";
     }
-    return "<div class=\"bar\"><bdi>" + EscapeHtml(Showable(bar.label)) + "</bdi>" +
-           (bar.endsFirst ? " <strong>ends first</strong>" : "") + "<span class=\"detail\">" + dates + "</span>" +
-           Drawing(check, window, bar) + "</div>\n";
+    return "<div class=\"bar\">" + HtmlText(Showable(bar.label)) +
+           (bar.endsFirst ? " <strong>ends first</strong>" : "") + "<span class=\"detail\">" + HtmlText(dates) +
+           "</span>" + Drawing(check, window, bar) + "</div>\n";
 }
 
-std::string Swatch(const char *color, const char *text)
+std::string Swatch(const char *color, const std::string &text)
 {
-    return std::string("<span class=\"key\" style=\"background: var(") + color + ")\"></span>" + text;
+    return std::string("<span><span class=\"key\" style=\"background: var(") + color + ")\"></span>" + text +
+           "</span> ";
 }
 
 } // namespace
@@ -171,7 +172,7 @@ std::string Picture(const Check &check)
             "</text><text x=\"100%\" y=\"15\" text-anchor=\"end\">" + FormatTime(window.to).substr(0, 10) +
             "</text></svg></div>\n<figcaption>" + Swatch("--bar", "certificate") + Swatch("--ca", "CA certificate") +
             Swatch("--crl", "CRL, from thisUpdate to nextUpdate");
-    html += IsWritable(check.time) ? Swatch("--now", "the token's time, ") + FormatTime(*check.time) : "";
+    html += IsWritable(check.time) ? Swatch("--now", "the token's time, " + FormatTime(*check.time)) : "";
     const bool hasRevocation =
         std::any_of(bars.begin(), bars.end(), [](const Bar &bar) { return !bar.revocations.empty(); });
     html += hasRevocation ? Swatch("--bad", "revocation") : "";

@@ -52,6 +52,9 @@ std::string Picture(const Check &check);
 // `text` between tags or in an attribute.
 std::string EscapeHtml(const std::string &text);
 
+// `text` of any direction of writing, as text of the page; times in it are not broken.
+std::string HtmlText(const std::string &text);
+
 } // namespace pkgsign
 
 #endif

@@ -31,13 +31,15 @@ li.plain { grid-template-columns: 1fr; }
 .good > .word { color: var(--good); }
 .bad > .word { color: var(--bad); }
 .detail { display: block; color: var(--dim); }
+.time { white-space: nowrap; }
 code { font-family: ui-monospace, monospace; font-size: 0.95em; }
 figure { margin: 1rem 0; }
 figcaption { color: var(--dim); margin: 0.5rem 0; }
+figcaption > span { display: inline-block; margin-right: 0.8rem; }
 .bar { padding: 0.3rem 0; break-inside: avoid; }
 .bar svg, .axis svg { display: block; width: 100%; }
 svg text { fill: var(--dim); font: 0.8rem system-ui, sans-serif; }
-.key { display: inline-block; width: 0.8rem; height: 0.8rem; vertical-align: -0.1rem; margin: 0 0.3rem 0 0.8rem; }
+.key { display: inline-block; width: 0.8rem; height: 0.8rem; vertical-align: -0.1rem; margin: 0 0.3rem 0 0; }
 @media (max-width: 40rem) {
   body { padding: 0.75rem; }
   dl, li { grid-template-columns: 1fr; }
@@ -51,17 +53,11 @@ const char *ClassOf(Mark mark)
     return mark == Mark::Good ? "good" : mark == Mark::Bad ? "bad" : mark == Mark::Open ? "open" : "none";
 }
 
-// Names of files and certificates may be of any direction of writing: each text is a world of its own.
-std::string Isolated(const std::string &text)
-{
-    return "<bdi>" + EscapeHtml(text) + "</bdi>";
-}
-
 std::string Answer(const Report &report)
 {
     std::string html = "<dl>\n";
     for (const ReportRow &row : report.answer) {
-        const std::string text = Isolated(row.text);
+        const std::string text = HtmlText(row.text);
         html += "<dt>" + EscapeHtml(row.word) + "</dt><dd>" +
                 (row.word == "next" ? "<code>" + text + "</code>" : text) + "</dd>\n";
     }
@@ -75,9 +71,9 @@ std::string Row(const ReportRow &row)
     if (!row.word.empty()) {
         html += "<span class=\"word\">" + EscapeHtml(row.word) + "</span>";
     }
-    html += "<span>" + Isolated(row.text);
+    html += "<span>" + HtmlText(row.text);
     if (!row.detail.empty()) {
-        html += "<span class=\"detail\">" + Isolated(row.detail) + "</span>";
+        html += "<span class=\"detail\">" + HtmlText(row.detail) + "</span>";
     }
     return html + "</span></li>\n";
 }
@@ -90,7 +86,7 @@ std::string HtmlReport(const Check &check)
     std::string html = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
                        "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>" +
                        EscapeHtml(report.headline) + "</title>\n<style>" + STYLE + "</style>\n</head>\n<body>\n" +
-                       "<div class=\"verdict " + ClassOf(report.verdict) + "\">\n<h1>" + Isolated(report.headline) +
+                       "<div class=\"verdict " + ClassOf(report.verdict) + "\">\n<h1>" + HtmlText(report.headline) +
                        "</h1>\n";
     html += (report.meaning.empty() ? "" : "<p>" + EscapeHtml(report.meaning) + "</p>\n") + std::string("</div>\n");
     html += Answer(report) + Picture(check);
