@@ -1,5 +1,7 @@
 #include "pkgsign/explain/check.h"
 
+#include <algorithm>
+
 namespace pkgsign
 {
 namespace
@@ -41,6 +43,13 @@ const char *StepName(Step step)
 const char *StepTitle(Step step)
 {
     return STEPS[static_cast<size_t>(step)].title;
+}
+
+void AddNote(Check *check, const std::string &note)
+{
+    if (std::find(check->notes.begin(), check->notes.end(), note) == check->notes.end()) {
+        check->notes.push_back(note);
+    }
 }
 
 std::optional<Step> FailedStep(const Check &check)

@@ -216,6 +216,9 @@ struct Check {
 const char *StepName(Step step);
 const char *StepTitle(Step step);
 
+// Adds a note that is not there yet: a file of broken blocks has thousands of one kind.
+void AddNote(Check *check, const std::string &note);
+
 // The first step that failed.
 std::optional<Step> FailedStep(const Check &check);
 

@@ -200,15 +200,15 @@ bool TakePath(TraceCollector *collector, const SigkitTraceRecord &record)
         return true;
     case SIGKIT_TRACE_HOST_FAILURE:
         if (record.value != SIGKIT_OK) {
-            check->notes.push_back(std::string("nothing is trusted any more, as the machine has failed: ") +
-                                   SigkitStatusText(static_cast<uint32_t>(record.value)));
+            AddNote(check, std::string("nothing is trusted any more, as the machine has failed: ") +
+                               SigkitStatusText(static_cast<uint32_t>(record.value)));
         }
         return true;
     case SIGKIT_TRACE_CERT_TOO_DEEP:
-        check->notes.emplace_back("the issuers of indirect CRLs cover each other, more than 10 deep");
+        AddNote(check, "the issuers of indirect CRLs cover each other, more than 10 deep");
         return true;
     case SIGKIT_TRACE_ROOT_TOO_DEEP:
-        check->notes.emplace_back("a path has more than 11 certificates");
+        AddNote(check, "a path has more than 11 certificates");
         return true;
     default:
         if (!collector->open.empty()) {

@@ -119,8 +119,8 @@ bool TakeReading(TraceCollector *collector, const SigkitTraceRecord &record)
         TakeProblem(collector, record);
         return true;
     case SIGKIT_TRACE_BLOCK_SKIPPED:
-        collector->check->notes.push_back(std::string("a PEM block of the file is skipped: ") +
-                                          SigkitStatusText(static_cast<uint32_t>(record.value)));
+        AddNote(collector->check, std::string("a PEM block of the file is skipped: ") +
+                                      SigkitStatusText(static_cast<uint32_t>(record.value)));
         return true;
     case SIGKIT_TRACE_ARMOUR_REFUSED:
         collector->check->isArmourRefused = true;

@@ -59,8 +59,7 @@ void TakeAdmission(TraceCollector *collector, const SigkitTraceRecord &record)
     } else if (status == SIGKIT_OK || status == SIGKIT_ERR_CERT_DUPLICATE) {
         certificate.isAdmitted = true;
     } else {
-        check->notes.push_back("the certificate '" + certificate.subject +
-                               "' is left out: " + SigkitStatusText(status));
+        AddNote(check, "the certificate '" + certificate.subject + "' is left out: " + SigkitStatusText(status));
     }
     if (step == Step::MessageCertificates || step == Step::TokenCertificates) {
         const bool isGood = certificate.isAdmitted || certificate.isSelfSigned;
