@@ -82,7 +82,6 @@ def check(command: dict, directory: pathlib.Path) -> tuple[int, list[str]]:
     if points == 0:
         return 0, []
     problems = [f"{path}: {section} differs" for section in differing(command, text, directory / path.name)]
-    (directory / "evaluating.h").write_text(EVALUATING)
     spoilt = INCLUDE.sub(f'#include "{directory}/evaluating.h"', text)
     if not differing(command, spoilt, directory / ("spoilt_" + path.name)):
         problems.append(f"{path}: a trace point that evaluates its arguments is not noticed")
@@ -97,6 +96,7 @@ def main() -> int:
     if any("SIGKIT_TRACED" in command["command"] for command in commands):
         sys.exit("the device's library is compiled with its trace points on")
     with tempfile.TemporaryDirectory() as name:
+        (pathlib.Path(name) / "evaluating.h").write_text(EVALUATING)
         with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
             results = list(pool.map(lambda command: check(command, pathlib.Path(name)), commands))
     points = sum(count for count, _ in results)

@@ -245,12 +245,12 @@ void Take(void *context, const SigkitTraceRecord &record)
 TraceScope::TraceScope(Check *check) : collector(std::make_unique<TraceCollector>())
 {
     collector->check = check;
-    InternalSetTraceSink({Take, collector.get()});
+    g_traceSink = {Take, collector.get()};
 }
 
 TraceScope::~TraceScope()
 {
-    InternalSetTraceSink({});
+    g_traceSink = {};
 }
 
 void TraceScope::Begin(Step stage)

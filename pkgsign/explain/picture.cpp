@@ -47,6 +47,17 @@ bool IsEndOf(const Check &check, const std::string &what, int64_t time)
     return check.endsTime == time && check.endsWhat.find(what) != std::string::npos;
 }
 
+void AddRevocations(const PathFinding &path, size_t certificate, Bar *bar)
+{
+    for (const Judgement &judgement : path.judgements) {
+        for (const EntryFinding &entry : judgement.entries) {
+            if (judgement.certificate == certificate && IsWritable(entry.date)) {
+                bar->revocations.push_back(*entry.date);
+            }
+        }
+    }
+}
+
 std::vector<Bar> CertificateBars(const Check &check)
 {
     std::vector<Bar> bars;
@@ -57,15 +68,8 @@ std::vector<Bar> CertificateBars(const Check &check)
         }
         Bar bar = {"'" + seen.subject + "'", seen.isCa ? "--ca" : "--bar", *seen.notBefore, *seen.notAfter, {}, false};
         bar.endsFirst = IsEndOf(check, "certificate", bar.to) && IsEndOf(check, seen.subject, bar.to);
-        for (const PathFinding *path : {&check.signerPath, &check.authorityPath}) {
-            for (const Judgement &judgement : path->judgements) {
-                for (const EntryFinding &entry : judgement.entries) {
-                    if (judgement.certificate == i && IsWritable(entry.date)) {
-                        bar.revocations.push_back(*entry.date);
-                    }
-                }
-            }
-        }
+        AddRevocations(check.signerPath, i, &bar);
+        AddRevocations(check.authorityPath, i, &bar);
         bars.push_back(bar);
     }
     return bars;

@@ -94,10 +94,15 @@ struct SigkitTraceSink {
     void *context;
 };
 
-// Names the sink of this thread; a null `take` ends the tracing.
-void InternalSetTraceSink(const SigkitTraceSink &sink);
+// The sink of this thread; a null `take` ends the tracing.
+inline constinit thread_local SigkitTraceSink g_traceSink = {};
 
-void InternalTrace(const SigkitTraceRecord &record);
+inline void InternalTrace(const SigkitTraceRecord &record)
+{
+    if (g_traceSink.take != nullptr) {
+        g_traceSink.take(g_traceSink.context, record);
+    }
+}
 
 #define SIGKIT_TRACE(point, subject, object, value)                                                                    \
     InternalTrace({SIGKIT_TRACE_##point, (subject), (object), static_cast<int64_t>(value)})
