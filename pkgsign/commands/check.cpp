@@ -3,6 +3,7 @@
 
 #include "pkgsign/authority/party.h"
 #include "pkgsign/commands/command.h"
+#include "pkgsign/commands/shared.h"
 #include "pkgsign/explain/check_run.h"
 #include "pkgsign/explain/report.h"
 #include "pkgsign/files/files.h"
@@ -56,14 +57,8 @@ Status ReadOrder(const Options &options, const Session &session, CheckOrder *ord
     if (!options.candidates.empty() && !std::filesystem::is_directory(options.candidates, ignored)) {
         return FailUsage("--candidates wants a directory");
     }
-    if (!options.horizon.empty()) {
-        const bool isNumber = options.horizon.find_first_not_of("0123456789") == std::string::npos;
-        const Status status = Usage(ParseSpan(isNumber ? options.horizon + "d" : options.horizon, &order->horizon));
-        if (!status.ok) {
-            return status;
-        }
-    }
-    return ReadRoot(options, session, order);
+    const Status status = ReadHorizon(options.horizon, &order->horizon);
+    return status.ok ? ReadRoot(options, session, order) : status;
 }
 
 Status RunCheckCommand(const Options &options, Session *session)

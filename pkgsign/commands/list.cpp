@@ -4,6 +4,7 @@
 
 #include "pkgsign/authority/crls.h"
 #include "pkgsign/commands/command.h"
+#include "pkgsign/commands/shared.h"
 #include "pkgsign/files/files.h"
 #include "pkgsign/files/objects.h"
 
@@ -195,9 +196,8 @@ Status List(const Options &options, Session *session)
     int64_t horizon = 0;
     const int64_t now = session->place.now;
     Status status = LoadPki(session->place.folder, &pki);
-    if (status.ok && !options.horizon.empty()) {
-        const bool isNumber = options.horizon.find_first_not_of("0123456789") == std::string::npos;
-        status = Usage(ParseSpan(isNumber ? options.horizon + "d" : options.horizon, &horizon));
+    if (status.ok) {
+        status = ReadHorizon(options.horizon, &horizon);
     }
     if (!status.ok) {
         return status;

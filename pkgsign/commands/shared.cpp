@@ -50,6 +50,15 @@ Status GetKey(const Workplace &place, const KeyOptions &options, const std::stri
     return MakeNewKey(place, name, static_cast<int>(bits), !options.noEncryption, keyOut, uriOut, unsavedOut);
 }
 
+Status ReadHorizon(const std::string &text, int64_t *secondsOut)
+{
+    if (text.empty()) {
+        return {};
+    }
+    const bool isNumber = text.find_first_not_of("0123456789") == std::string::npos;
+    return Usage(ParseSpan(isNumber ? text + "d" : text, secondsOut));
+}
+
 Status ChooseName(const Workplace &place, const Pki &pki, const std::string &asked, Role role, std::string *nameOut)
 {
     if (!asked.empty() && !IsName(asked)) {

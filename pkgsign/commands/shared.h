@@ -32,6 +32,9 @@ struct Staging {
 Status GetKey(const Workplace &place, const KeyOptions &options, const std::string &name, Key *keyOut,
               std::string *uriOut, UnsavedKey *unsavedOut);
 
+// Reads the value of --horizon: days, or a span with its unit. Empty: nothing is written.
+Status ReadHorizon(const std::string &text, int64_t *secondsOut);
+
 // The name of a new certificate: the one asked for, or a free one after its role.
 Status ChooseName(const Workplace &place, const Pki &pki, const std::string &asked, Role role, std::string *nameOut);
 
