@@ -227,23 +227,6 @@ void CauseOfUsage(Check *check, bool isAuthority)
             (isAuthority ? "timeStamping" : "codeSigning"));
 }
 
-void CauseOfSignature(Check *check)
-{
-    const uint32_t status = check->steps[static_cast<size_t>(Step::Signature)].status;
-    if (IsSignedWithPss(check->signaturePath)) {
-        Set(check, "signature-pss", "the signature is of the kind RSA-PSS; devices read RSASSA-PKCS1-v1_5 alone");
-    } else if (status == SIGKIT_ERR_SIGNED_DATA) {
-        Set(check, "signature-attributes", "the message has a digest, and no signed attributes that hold it");
-    } else if (status == SIGKIT_ERR_SIGNATURE || status == UINT32_MAX) {
-        Set(check, "signature-wrong",
-            "the signature does not hold under the key of the signer's certificate " +
-                Quoted(check->certificates[check->signer].subject));
-    } else {
-        Set(check, "signature-unsupported",
-            std::string("the signature cannot be checked: ") + SigkitStatusText(status));
-    }
-}
-
 void CauseOfContent(Check *check)
 {
     const ContentFinding &content = check->content;
@@ -259,6 +242,29 @@ void CauseOfContent(Check *check)
         Set(check, "content-converted", file + " was changed on its way: " + content.fits + " it is what was signed");
     } else {
         Set(check, "content-differs", file + " is not what was signed: its digest is another one");
+    }
+}
+
+void CauseOfSignature(Check *check)
+{
+    const uint32_t status = check->steps[static_cast<size_t>(Step::Signature)].status;
+    if (IsSignedWithPss(check->signaturePath)) {
+        Set(check, "signature-pss", "the signature is of the kind RSA-PSS; devices read RSASSA-PKCS1-v1_5 alone");
+    } else if (status == SIGKIT_ERR_SIGNED_DATA) {
+        Set(check, "signature-attributes", "the message has a digest, and no signed attributes that hold it");
+    } else if (status == UINT32_MAX && (!check->content.fits.empty() || !check->content.candidates.empty())) {
+        CauseOfContent(check);
+    } else if (status == UINT32_MAX) {
+        Set(check, "signature-wrong",
+            "the signature, which is over the content itself, does not hold for " + Quoted(check->contentPath) +
+                ": one of the two was altered");
+    } else if (status == SIGKIT_ERR_SIGNATURE) {
+        Set(check, "signature-wrong",
+            "the signature does not hold under the key of the signer's certificate " +
+                Quoted(check->certificates[check->signer].subject));
+    } else {
+        Set(check, "signature-unsupported",
+            std::string("the signature cannot be checked: ") + SigkitStatusText(status));
     }
 }
 

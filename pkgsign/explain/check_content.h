@@ -22,8 +22,8 @@ struct VerifyContext {
 // A new context with the root of an order. The result is the library's status.
 uint32_t OpenContext(const CheckOrder &order, VerifyContext *context);
 
-// Asks the library about the content with other line ends, with or without a byte order mark or a last newline, and
-// about the files of the directory that the order names.
+// Where the content does not fit: asks the library about it with other line ends, with or without a byte order mark or
+// a last newline, and about the files of the directory that the order names.
 void FindFittingContent(const CheckOrder &order, Check *check);
 
 } // namespace pkgsign

@@ -87,9 +87,7 @@ void RunCheck(const CheckOrder &order, Check *check)
         check->status = Verify(order, &context, &trace);
     }
     check->isAuthentic = check->status == SIGKIT_OK;
-    if (check->content.isCompared || FailedStep(*check) == Step::Signature || FailedStep(*check) == Step::Content) {
-        FindFittingContent(order, check);
-    }
+    FindFittingContent(order, check);
     FindEnd(order, check);
     FindCause(check);
 }

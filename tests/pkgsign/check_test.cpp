@@ -255,6 +255,26 @@ TEST(Check, NamesTheFileThatASignatureFits)
     EXPECT_NE(json["content"]["digest"], json["content"]["signedDigest"]);
 }
 
+TEST(Check, TriesLineEndsWhereTheSignatureIsOverTheContentItself)
+{
+    const TemporaryDirectory directory;
+    const std::string message = Vector("signature/without_signed_attributes.signature");
+    const auto check = [&](const std::string &content) {
+        WriteFile(directory.File("content"), content);
+        return Json::parse(Pkgsign({"check", directory.File("content"), "--root", Vector("root"), "--crl",
+                                    Vector("signature/good.crls"), "--signature", message, "--json"})
+                               .out);
+    };
+    const std::string good = ReadFile(Vector("signature/good.content"));
+    EXPECT_EQ(true, check(good)["authentic"]);
+    const Json converted = check(WithCarriageReturns(good));
+    EXPECT_EQ("ffffffff", converted["status"]);
+    EXPECT_EQ("signature", converted["failedStep"]);
+    EXPECT_EQ("content-converted", converted["causeCode"]);
+    EXPECT_TRUE(converted["content"]["signedDigest"].is_null());
+    EXPECT_EQ("signature-wrong", check("something else")["causeCode"]);
+}
+
 TEST(Check, TriesNoLineEndsWhereTheContentIsNoText)
 {
     const TemporaryDirectory directory;
