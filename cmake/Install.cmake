@@ -153,7 +153,7 @@ string(REGEX REPLACE "\n[^\n]*CONTRIBUTING\\.md[^\n]*" "" readme "${readme}")
 file(CONFIGURE OUTPUT ${generated}/README.md CONTENT "${readme}" @ONLY)
 install(FILES ${generated}/README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(FILES docs/host-guide.md docs/install.md docs/operations.md docs/performance.md docs/release.md docs/security.md
-              docs/troubleshooting.md
+              docs/troubleshooting.md docs/pkgsign-check.schema.json docs/pkgsign-inspect.schema.json
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development)
 install(FILES docs/troubleshooting.md DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT tool)
 install(DIRECTORY docs/pictures DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT development

@@ -81,22 +81,22 @@ Status RunCheckCommand(const Options &options, Session *session)
 
 Command CheckCommand()
 {
-    const auto options = std::make_shared<Options>();
-    Command command;
-    command.name = "check";
-    command.summary = "Say what a device answers to a package, and why";
-    command.example = "pkgsign check checksums --root root.der --crl crls.der --signature checksums.cms";
+    Command command = MakeCommand<Options>(
+        "check", "Say what a device answers to a package, and why",
+        "pkgsign check checksums --root root.der --crl crls.der --signature checksums.cms", RunCheckCommand,
+        [](Options *options) -> std::vector<Option> {
+            return {{"FILE", "FILE", "the content that was signed, of any size", &options->content, true},
+                    {"--root", "FILE", "the root certificate of the devices; else the PKI folder's", &options->root},
+                    {"--crl", "FILE", "the CRL file of the devices", &options->crls, true},
+                    {"--signature", "FILE", "the signature file", &options->signature, true},
+                    {"--candidates", "DIR", "if the content does not fit: say which file in DIR does",
+                     &options->candidates},
+                    {"--horizon", "DAYS", "exit status 3 when something that the package needs ends within",
+                     &options->horizon},
+                    {"--json", "", "one JSON document (pkgsign-check.schema.json)", &options->json},
+                    {"--html", "FILE", "write the report as a page for a browser, too", &options->html}};
+        });
     command.isWriting = false;
-    command.options = {
-        {"FILE", "FILE", "the content that was signed, of any size", &options->content, true},
-        {"--root", "FILE", "the root certificate of the devices; else the PKI folder's", &options->root},
-        {"--crl", "FILE", "the CRL file of the devices", &options->crls, true},
-        {"--signature", "FILE", "the signature file", &options->signature, true},
-        {"--candidates", "DIR", "if the content does not fit: say which file in DIR does", &options->candidates},
-        {"--horizon", "DAYS", "exit status 3 when something that the package needs ends within", &options->horizon},
-        {"--json", "", "one JSON document", &options->json},
-        {"--html", "FILE", "write the report as a page for a browser, too", &options->html}};
-    command.run = [options](Session *session) { return RunCheckCommand(*options, session); };
     return command;
 }
 

@@ -169,7 +169,7 @@ struct ContentFinding {
 };
 
 // What happened, in one sentence, and what to do.
-struct Cause {
+struct RefusalCause {
     std::string code; // stable, for programs
     std::string text;
     std::string remedy;
@@ -203,7 +203,7 @@ struct Check {
     bool isArmourRefused = false;
     bool isCertificateRefused = false; // in the message or the token
     ContentFinding content;
-    Cause cause;
+    RefusalCause cause;
 
     // --horizon
     int64_t now = 0;

@@ -1,7 +1,6 @@
 #include "pkgsign/explain/report.h"
 
-#include <cstdio>
-
+#include "pkgsign/explain/cause_text.h"
 #include "pkgsign/explain/check_words.h"
 #include "pkgsign/files/files.h"
 #include "sigkit/sigkit.h"
@@ -234,13 +233,6 @@ void AddAnswer(const Check &check, Report *report)
 }
 
 } // namespace
-
-std::string StatusDigits(uint32_t status)
-{
-    char text[16] = {};
-    (void)std::snprintf(text, sizeof(text), "%08x", status);
-    return text;
-}
 
 Report MakeReport(const Check &check)
 {

@@ -40,7 +40,6 @@ Report MakeReport(const Check &check);
 // writing as \xHH or \u{HHHH}.
 std::string Showable(const std::string &text);
 
-std::string StatusDigits(uint32_t status); // eight, lower case
 
 std::string TextReport(const Check &check);
 std::string JsonReport(const Check &check);

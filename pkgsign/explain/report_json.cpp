@@ -1,6 +1,7 @@
-// A check as JSON, in the closed form of check.schema.json.
+// A check as JSON, in the closed form of docs/pkgsign-check.schema.json.
 #include <nlohmann/json.hpp>
 
+#include "pkgsign/explain/cause_text.h"
 #include "pkgsign/explain/check_words.h"
 #include "pkgsign/explain/report.h"
 #include "sigkit/sigkit.h"
@@ -134,7 +135,7 @@ Json ContentJson(const ContentFinding &content)
             {"candidates", candidates}};
 }
 
-Json CauseText(const Cause &cause, const std::string &text)
+Json CauseText(const RefusalCause &cause, const std::string &text)
 {
     return cause.code.empty() ? Json() : Json(text);
 }

@@ -36,13 +36,13 @@ check_links() {
 static_tree
 check_tree static
 shared_tree
-check_tree shared "usr/lib/$multiarch"/{libsigkit.so{,.2,.2.*},libsigkit_status.a}
+check_tree shared "usr/lib/$multiarch"/{libsigkit.so"{,.2,.2.$release}",libsigkit_status.a}
 
 tree=$out/static-root/usr
 documents=$tree/share/doc/sigkit
 {
   printf '%s\n' {README,CHANGELOG,SECURITY}.md docs/pictures/growth-*.svg \
-    docs/{host-guide,install,operations,performance,release,security,troubleshooting}.md
+    docs/{host-guide,install,operations,performance,release,security,troubleshooting}.md docs/pkgsign-*.json
   scripts/files.sh 'docs/examples/*'
 } | LC_ALL=C sort >"$out/documents.expected"
 (cd "$documents" && find . -type f -printf '%P\n' | LC_ALL=C sort) >"$out/documents.installed"

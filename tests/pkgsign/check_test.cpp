@@ -19,7 +19,7 @@ using Json = nlohmann::json;
 
 std::string Vector(const std::string &name)
 {
-    return std::string(VECTORS) + "/files/" + name;
+    return std::string(PKGSIGN_SOURCES) + "/vectors/files/" + name;
 }
 
 // The arguments for a good package of the vectors, with one file replaced. role: "--crl", "--signature" or "content".
