@@ -149,7 +149,8 @@ Status SignAndKeep(const Workplace &place, const IssueOrder &order, const Issuer
 {
     Entry entry;
     Certificate certificate;
-    Status status = Begin(place, order, issuer, trial, &entry);
+    Status status = CheckWritable(CertificatePath(place.folder, order.name));
+    status = status.ok ? Begin(place, order, issuer, trial, &entry) : status;
     if (status.ok) {
         status = MakeCertificate(order.fields, signingKey.get(), &certificate);
     }
@@ -259,6 +260,8 @@ Status ChooseCertificate(const Pki &pki, Role role, const std::string &name, int
         const std::string quoted = "'" + entry.name + "'";
         if (entry.role != role) {
             why = quoted + " is for the role " + RoleName(entry.role) + ", not " + RoleName(role);
+        } else if (entry.state == State::Begun) {
+            why = "the issuing of " + quoted + " was begun and did not end; run the same pkgsign issue again";
         } else if (entry.state != State::Issued) {
             why = quoted + " is requested, not issued; import its certificate";
         } else if (needsKey && entry.key.empty()) {

@@ -198,7 +198,10 @@ Status Checksums(const Options &options, Session *session)
     if (!IsVersion(options.version)) {
         return FailUsage("--package-version wants a number without leading zeros, which no update step lets go down");
     }
-    Status status = FindFiles(options, &names);
+    Status status = CheckWritable(options.out);
+    if (status.ok) {
+        status = FindFiles(options, &names);
+    }
     if (status.ok) {
         status = ComputeLines(options, names, &lines);
     }

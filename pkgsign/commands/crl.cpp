@@ -74,6 +74,9 @@ Status MakeCrlFile(const Options &options, Session *session)
     if (status.ok) {
         status = ParseDatedAhead(options.datedAhead, &order.datedAhead);
     }
+    if (status.ok && options.tryDirectory.empty()) {
+        status = CheckWritable(options.out);
+    }
     if (status.ok) {
         status = ComposeCrlFile(session->place, order, &file);
     }

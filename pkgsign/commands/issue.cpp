@@ -234,6 +234,9 @@ Status Issue(const Options &options, Session *session)
     Pki pki;
     Status status = LoadPki(place.folder, &pki);
     if (status.ok) {
+        status = CheckWritable(options.out);
+    }
+    if (status.ok) {
         status = ReadSources(place, pki, options, &sources);
     }
     if (!status.ok) {

@@ -28,6 +28,9 @@ Status Request(const Options &options, Session *session)
     if (status.ok) {
         status = LoadPki(place.folder, &pki);
     }
+    if (status.ok) {
+        status = CheckWritable(options.out);
+    }
     if (!status.ok) {
         return status;
     }

@@ -103,6 +103,10 @@ Status CheckOptions(const Options &options)
         if (IsSameFile(path, options.content)) {
             return Fail("'" + Printable(path) + "' is the content, which would be lost");
         }
+        const Status writable = CheckWritable(path);
+        if (!writable.ok) {
+            return writable;
+        }
     }
     return {};
 }

@@ -238,6 +238,9 @@ Status Timestamp(const Options &options, Session *session)
         status = ReadOrder(options, *session, &order);
     }
     if (status.ok) {
+        status = CheckWritable(source == Source::Request ? options.request : options.out);
+    }
+    if (status.ok) {
         status = ReadWhole(options.message, &data, DEVICE_FILE_SIZE_MAX);
     }
     const Bytes message = RemoveArmour(data);

@@ -120,6 +120,35 @@ Status Write(const std::string &path, const uint8_t *data, size_t size, mode_t m
     return SyncDirectory(DirectoryOf(path)) ? Status() : FailSystem("keep on disk the directory of", path);
 }
 
+// The file that a path leads to, through links.
+Status FindTarget(const std::string &path, std::string *targetOut)
+{
+    std::error_code failure;
+    struct stat found = {};
+    const bool isLink = lstat(path.c_str(), &found) == 0 && S_ISLNK(found.st_mode);
+    const std::string target = isLink ? std::filesystem::canonical(path, failure).string() : path;
+    if (failure) {
+        return Fail("cannot write '" + Printable(path) + "': it is a link that leads to no file");
+    }
+    if (stat(target.c_str(), &found) == 0 && !S_ISREG(found.st_mode)) {
+        return Fail("cannot write '" + Printable(path) +
+                    "': it is no regular file; name another, or - for standard output");
+    }
+    *targetOut = target;
+    return {};
+}
+
+// Whether files can be made in a directory, asked by one without a name: nothing is left, not by a crash either.
+bool TakesFiles(const std::string &directory)
+{
+    const int file = g_systemCalls.open(directory.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0600);
+    if (file >= 0) {
+        return g_systemCalls.close(file) == 0;
+    }
+    const bool isUnknown = errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL; // of some file systems
+    return isUnknown && access(directory.c_str(), W_OK | X_OK) == 0;
+}
+
 } // namespace
 
 SystemCalls g_systemCalls = {Open, write, fsync, close, rename, RenameNew, unlink, mkdir, Exchange};
@@ -180,18 +209,22 @@ Status WriteWhole(const std::string &path, const Bytes &data, mode_t mode)
     if (path == "-") {
         return WriteAll(STDOUT_FILENO, data.data(), data.size()) ? Status() : FailSystem("write to", "standard output");
     }
-    std::error_code failure;
-    struct stat found = {};
-    const bool isLink = lstat(path.c_str(), &found) == 0 && S_ISLNK(found.st_mode);
-    const std::string target = isLink ? std::filesystem::canonical(path, failure).string() : path;
-    if (failure) {
-        return Fail("cannot write '" + Printable(path) + "': it is a link that leads to no file");
-    }
-    if (stat(target.c_str(), &found) == 0 && !S_ISREG(found.st_mode)) {
-        return Fail("cannot write '" + Printable(path) +
-                    "': it is no regular file; name another, or - for standard output");
+    std::string target;
+    const Status status = FindTarget(path, &target);
+    if (!status.ok) {
+        return status;
     }
     return Write(target, data.data(), data.size(), mode, g_systemCalls.rename);
+}
+
+Status CheckWritable(const std::string &path)
+{
+    std::string target;
+    const Status status = path.empty() || path == "-" ? Status() : FindTarget(path, &target);
+    if (!status.ok || target.empty() || TakesFiles(DirectoryOf(target))) {
+        return status;
+    }
+    return FailSystem("write '" + Printable(path) + "': no file can be made in", DirectoryOf(target));
 }
 
 Status WriteWhole(const std::string &path, const std::string &text, mode_t mode)

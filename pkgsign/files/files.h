@@ -45,7 +45,11 @@ Status ReadPieces(const std::string &path, const std::function<Status(const uint
 Status WriteWhole(const std::string &path, const Bytes &data, mode_t mode = 0666);
 Status WriteWhole(const std::string &path, const std::string &text, mode_t mode = 0666);
 
-// The same for a file that must not be there yet, whichever process makes it.
+// Whether WriteWhole could write there, to be asked before a key signs what is to be written. Leaves nothing behind.
+// Empty, where no file is asked for, and "-" will do.
+Status CheckWritable(const std::string &path);
+
+// As WriteWhole, for a file that must not be there yet, whichever process makes it.
 Status WriteNew(const std::string &path, const void *data, size_t size, mode_t mode);
 
 // Writes to standard output, or says why it took less than all.

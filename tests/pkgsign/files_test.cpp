@@ -140,6 +140,61 @@ TEST_F(Sweep, ALinkThatLeadsToNoFileIsNotWrittenThrough)
     EXPECT_TRUE(std::filesystem::is_symlink(Path("current")));
 }
 
+// A signature that exists cannot be taken back.
+TEST_F(Sweep, NoKeySignsForAnOutputThatCannotBeWritten)
+{
+    ExpectDone(Run({"sign", Path("content"), "--no-timestamp", "--out", Path("bare")}));
+    std::filesystem::create_symlink("releases/1.cms", Path("dangling"));
+    const std::string before = Read("pki/pki.json");
+    const int signatures = RealSignatures();
+    const std::vector<std::vector<std::string>> commands = {
+        {"sign", Path("content")},
+        {"sign", Path("content"), "--no-timestamp"},
+        {"timestamp", Path("bare")},
+        {"request", "--as", "signer", "--key", Path("pki/private/signer.key")},
+        {"issue", "--as", "signer", "--no-encryption", "--key-bits", "2048"},
+        {"crl"}};
+    const std::vector<std::string> outputs = {Path("missing/out"), Path("content/out"), Path("dangling"), Path("pki")};
+    for (const std::vector<std::string> &command : commands) {
+        for (const std::string &output : outputs) {
+            std::vector<std::string> arguments = command;
+            arguments.insert(arguments.end(), {"--out", output});
+            ExpectRefused(Run(arguments), "cannot write '" + output + "': ");
+            EXPECT_EQ(signatures, RealSignatures()) << command[0] << " " << output;
+        }
+    }
+    EXPECT_EQ(before, Read("pki/pki.json"));
+    EXPECT_FALSE(Made("pki/private/signer-2.key"));
+    ExpectRefused(Run({"sign", Path("content"), "--out", Path("missing/out")}),
+                  "no file can be made in '" + Path("missing") + "': No such file or directory");
+}
+
+TEST_F(Sweep, NoKeySignsACrlThatTheFolderCannotKeep)
+{
+    std::filesystem::remove_all(Path("pki/crls"));
+    ExpectDone(Run({"crl", "--out", Path("crls")})); // version control keeps no empty directory
+    std::filesystem::remove_all(Path("pki/crls"));
+    Write("pki/crls", "in the way");
+    const std::string before = Read("pki/pki.json");
+    const int signatures = RealSignatures();
+    EXPECT_EQ(1, At("2026-03-01T00:00:00Z", {"crl", "--out", Path("crls")}).status);
+    EXPECT_EQ(signatures, RealSignatures());
+    EXPECT_EQ(before, Read("pki/pki.json"));
+}
+
+TEST_F(Sweep, AskingWhetherAFileCanBeWrittenLeavesNothing)
+{
+    const auto files = [&] { return std::distance(std::filesystem::directory_iterator(Path("pki")), {}); };
+    const auto before = files();
+    EXPECT_TRUE(pkgsign::CheckWritable(Path("pki/new")).ok);
+    EXPECT_TRUE(pkgsign::CheckWritable(Path("pki/pki.json")).ok);
+    EXPECT_TRUE(pkgsign::CheckWritable("-").ok);
+    EXPECT_EQ(before, files());
+    EXPECT_EQ(old, Read("pki/pki.json"));
+    const Fault fault(1, false); // a directory that takes no file
+    EXPECT_FALSE(pkgsign::CheckWritable(Path("pki/new")).ok);
+}
+
 TEST_F(Sweep, AFileLargerThanAllowedIsNotRead)
 {
     pkgsign::Bytes data;
