@@ -12,8 +12,7 @@ namespace
 {
 
 constexpr long STATUS_OK = 200;
-constexpr long STATUS_TOO_MANY_REQUESTS = 429;   // RFC 6585, 4
-constexpr long STATUS_SERVICE_UNAVAILABLE = 503; // RFC 9110, 15.6.4
+constexpr long STATUS_SERVICE_UNAVAILABLE = 503; // RFC 9110, 15.6.4: the one error that says it will pass
 constexpr char ANSWER_TYPE[] = "application/timestamp-reply";
 
 // Frees what libcurl has made, by one of its calls.
@@ -198,8 +197,7 @@ Status Exchange(const UrlPtr &url, const ClientSettings &settings, const Bytes &
     (void)g_libcurl.curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);
     (void)g_libcurl.curl_easy_getinfo(curl.get(), CURLINFO_RETRY_AFTER, &retry);
     if (status >= STATUS_OK && status != STATUS_OK) { // whatever became of its body
-        const bool mayRetry = status == STATUS_TOO_MANY_REQUESTS || status == STATUS_SERVICE_UNAVAILABLE;
-        *retryOut = mayRetry && retry <= settings.waitMax ? static_cast<long>(retry) : 0;
+        *retryOut = status == STATUS_SERVICE_UNAVAILABLE && retry <= settings.waitMax ? static_cast<long>(retry) : 0;
         return FailStatus(curl.get(), status);
     }
     if (incoming.isTooLarge) {

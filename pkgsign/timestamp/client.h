@@ -13,7 +13,7 @@ namespace pkgsign
 // Octets that are taken of one answer, headers and body together. A token with two certificates has a tenth of it.
 inline constexpr size_t ANSWER_SIZE_MAX = 65536;
 
-// How often one authority is asked, when it answers 429 or 503 and says when to come back.
+// How often one authority is asked, when it answers 503 and says when to come back.
 inline constexpr int ATTEMPTS_MAX = 3;
 
 struct ClientSettings {

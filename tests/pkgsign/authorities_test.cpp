@@ -473,9 +473,9 @@ TEST_F(AuthorityOverHttp, ThatDevicesDoNotTrustIsRefused)
 TEST_F(AuthorityOverHttp, ThatSaysWhenToComeBackIsAskedAgainThen)
 {
     const auto start = std::chrono::steady_clock::now();
-    ExpectToken(Stamp({Url("/later/once/1")}), Url("/later/once/1"));
+    ExpectToken(Stamp({Url("/later/503/once/1")}), Url("/later/503/once/1"));
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
-    EXPECT_EQ(2, Asked("/later/once/1"));
+    EXPECT_EQ(2, Asked("/later/503/once/1"));
 }
 
 TEST_F(AuthorityOverHttp, MaySayWhenToComeBackByADate)
@@ -483,23 +483,33 @@ TEST_F(AuthorityOverHttp, MaySayWhenToComeBackByADate)
     const std::time_t then = std::time(nullptr) + 2;
     char date[64] = {};
     ASSERT_NE(0u, std::strftime(date, sizeof(date), "%a,%%20%d%%20%b%%20%Y%%20%H:%M:%S%%20GMT", std::gmtime(&then)));
-    const std::string path = std::string("/later/once/") + date;
+    const std::string path = std::string("/later/503/once/") + date;
     ExpectToken(Stamp({Url(path)}), Url(path));
     EXPECT_EQ(2, Asked(path));
 }
 
 TEST_F(AuthorityOverHttp, IsAskedThreeTimesAtMost)
 {
-    ExpectNoToken(Url("/later/ever/1"), "HTTP status 429");
-    EXPECT_EQ(3, Asked("/later/ever/1"));
+    ExpectNoToken(Url("/later/503/ever/1"), "HTTP status 503");
+    EXPECT_EQ(3, Asked("/later/503/ever/1"));
+}
+
+// RFC 9110, 15.5: the error is the client's, and the same request again would be the same error.
+TEST_F(AuthorityOverHttp, ThatRefusesTheClientIsNotAskedAgainWhateverItSays)
+{
+    for (const char *const status : {"400", "408", "429"}) {
+        const std::string path = std::string("/later/") + status + "/once/1";
+        ExpectNoToken(Url(path), std::string("HTTP status ") + status);
+        EXPECT_EQ(1, Asked(path)) << status;
+    }
 }
 
 TEST_F(AuthorityOverHttp, ThatWantsToBeAskedMuchLaterIsNotWaitedFor)
 {
     const auto start = std::chrono::steady_clock::now();
-    ExpectNoToken(Url("/later/ever/61"), "HTTP status 429");
+    ExpectNoToken(Url("/later/503/ever/61"), "HTTP status 503");
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
-    EXPECT_EQ(1, Asked("/later/ever/61"));
+    EXPECT_EQ(1, Asked("/later/503/ever/61"));
 }
 
 TEST_F(AuthorityOverHttp, ThatDripsIsLeftWhenTheTimeIsUp)

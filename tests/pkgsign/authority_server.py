@@ -104,10 +104,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
             self.answer(int(path.removeprefix("/status/")), b"no")
         elif path == "/redirect":
             self.answer(307, b"", Location="/good")
-        elif path.startswith("/later/"):  # once or ever; what Retry-After says
-            _, _, times, after = path.split("/", 3)
+        elif path.startswith("/later/"):  # the status, once or ever; what Retry-After says
+            _, _, status, times, after = path.split("/", 4)
             if times == "ever" or attempts[path] == 1:
-                self.answer(429 if times == "ever" else 503, b"", Retry_After=urllib.parse.unquote(after))
+                self.answer(int(status), b"", Retry_After=urllib.parse.unquote(after))
             else:
                 self.answer(200, reply(query))
         else:
