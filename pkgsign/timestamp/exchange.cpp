@@ -1,6 +1,8 @@
 #include "pkgsign/timestamp/exchange.h"
 
+#include <arpa/inet.h>
 #include <netdb.h>
+#include <netinet/in.h>
 #include <strings.h>
 #include <sys/socket.h>
 
@@ -25,6 +27,7 @@ constexpr char QUERY_TYPE[] = "application/timestamp-query"; // RFC 3161, 3.4
 constexpr char REPLY_TYPE[] = "application/timestamp-reply";
 constexpr char TEXT_TYPE[] = "text/plain";
 constexpr char CERTIFICATE_TYPE[] = "application/pem-certificate-chain"; // RFC 8555, 9.1
+constexpr size_t MAPPED_IPV4 = 12;   // where an address of IPv4 stands in its form for IPv6 (RFC 4291, 2.5.5.2)
 constexpr size_t EXCESS_MAX = 65536; // octets that are read and dropped of a body without a length
 
 // What goes to the client.
@@ -141,7 +144,10 @@ std::string ClientOf(MHD_Connection *connection)
     const MHD_ConnectionInfo *const info =
         g_libmicrohttpd.MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
     char host[NI_MAXHOST] = "-";
-    if (info != nullptr) {
+    const auto *const address = info == nullptr ? nullptr : reinterpret_cast<struct sockaddr_in6 *>(info->client_addr);
+    if (address != nullptr && address->sin6_family == AF_INET6 && IN6_IS_ADDR_V4MAPPED(&address->sin6_addr)) {
+        (void)inet_ntop(AF_INET, &address->sin6_addr.s6_addr[MAPPED_IPV4], host, sizeof(host));
+    } else if (info != nullptr) {
         (void)getnameinfo(info->client_addr, sizeof(struct sockaddr_in6), host, sizeof(host), nullptr, 0,
                           NI_NUMERICHOST);
     }

@@ -194,6 +194,8 @@ TEST_F(ServerAddress, OfTheWildcardOfIpv6IsReachedOverBoth)
     EXPECT_TRUE(IsReached("[::1]"));
     EXPECT_TRUE(IsReached("127.0.0.1"));
     EXPECT_EQ(0, End(&server, SIGTERM));
+    EXPECT_TRUE(Contains(Read("log"), " ::1 POST / 200 ")) << Read("log");
+    EXPECT_TRUE(Contains(Read("log"), " 127.0.0.1 POST / 200 ")) << Read("log"); // as every other log has it
 }
 
 TEST_F(ServerAddress, OfTheWildcardOfIpv4IsReachedOverThatAlone)
