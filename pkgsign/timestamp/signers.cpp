@@ -23,7 +23,7 @@ using ContextPtr = std::shared_ptr<EVP_PKEY_CTX>;
 
 constexpr size_t MESSAGE_SIZE_MAX = 1024;    // of a line: a signature of KEY_BITS_MAX, or a reason
 constexpr time_t ANSWER_SECONDS = 30;        // after which a worker is given up
-constexpr useconds_t ENDING_LIMIT = 2000000; // microseconds after which a worker that hangs in its token is killed
+constexpr useconds_t ENDING_LIMIT = 2000000; // microseconds after which workers that hang in their token are killed
 constexpr useconds_t ENDING_PAUSE = 1000;
 constexpr uint8_t DONE = 0; // first octet of what a worker says
 constexpr uint8_t NOT_DONE = 1;
@@ -136,7 +136,13 @@ Status Understand(const Bytes &message, Bytes *contentOut)
 Status Listen(int line, Bytes *contentOut)
 {
     Bytes message;
-    return Receive(line, &message) ? Understand(message, contentOut) : Fail("a worker process has ended");
+    errno = 0;
+    if (Receive(line, &message)) {
+        return Understand(message, contentOut);
+    }
+    return errno == EAGAIN ? Fail("a worker process has not answered for " + std::to_string(ANSWER_SECONDS) +
+                                  " seconds; does its token hang?")
+                           : Fail("a worker process has ended");
 }
 
 Status StartWorker(const std::function<Status(Key *)> &load, Workers *workers)
@@ -215,9 +221,10 @@ Workers::~Workers()
     for (const Worker &worker : held) {
         (void)close(worker.line);
     }
+    useconds_t waited = 0; // for all together
     for (const Worker &worker : held) {
         bool hasEnded = false;
-        for (useconds_t waited = 0; !hasEnded && waited < ENDING_LIMIT; waited += ENDING_PAUSE) {
+        for (; !hasEnded && waited < ENDING_LIMIT; waited += ENDING_PAUSE) {
             hasEnded = waitpid(worker.process, nullptr, WNOHANG) != 0;
             (void)usleep(hasEnded ? 0 : ENDING_PAUSE);
         }
