@@ -1,4 +1,4 @@
-#include <map>
+#include <algorithm>
 #include <set>
 
 #include <nlohmann/json.hpp>
@@ -201,6 +201,26 @@ std::string ReadDigits(Reader *reader, const Json &json, const char *key, const 
 constexpr char HEXADECIMAL[] = "0123456789ABCDEF";
 constexpr char DECIMAL[] = "0123456789";
 
+// As SerialText writes it: serial numbers are compared as texts.
+std::string ReadSerial(Reader *reader, const Json &json)
+{
+    const std::string serial = ReadDigits(reader, json, "serial", HEXADECIMAL);
+    if (serial != "0" && (serial.size() % 2 != 0 || serial.rfind("00", 0) == 0)) {
+        Complain(reader, json, "'serial' wants two digits for each octet, and none for leading zeros");
+    }
+    return serial;
+}
+
+// As CompareNumbers wants it.
+std::string ReadNumber(Reader *reader, const Json &json)
+{
+    const std::string number = ReadDigits(reader, json, "number", DECIMAL);
+    if (number.size() > 1 && number[0] == '0') {
+        Complain(reader, json, "'number' begins with a zero");
+    }
+    return number;
+}
+
 State ReadState(Reader *reader, const Json &json)
 {
     const std::string text = ReadText(reader, json, "state");
@@ -230,7 +250,7 @@ Entry ReadEntry(Reader *reader, const Json &json)
     }
     if (entry.state != State::Requested) {
         entry.issuer = ReadName(reader, json, "issuer");
-        entry.serial = ReadDigits(reader, json, "serial", HEXADECIMAL);
+        entry.serial = ReadSerial(reader, json);
         entry.notBefore = ReadTime(reader, json, "notBefore");
         entry.notAfter = ReadTime(reader, json, "notAfter");
     }
@@ -243,7 +263,7 @@ Revocation ReadRevocation(Reader *reader, const Json &json)
     Revocation revocation;
     CheckKeys(reader, json, {"issuer", "serial", "reason", "date", "noted"});
     revocation.issuer = ReadName(reader, json, "issuer");
-    revocation.serial = ReadDigits(reader, json, "serial", HEXADECIMAL);
+    revocation.serial = ReadSerial(reader, json);
     revocation.reason = ReadText(reader, json, "reason");
     const Status status = CheckReason(revocation.reason);
     if (!status.ok) {
@@ -259,7 +279,7 @@ PublishedCrl ReadCrl(Reader *reader, const Json &json)
     PublishedCrl crl;
     CheckKeys(reader, json, {"issuer", "number", "thisUpdate", "nextUpdate"});
     crl.issuer = ReadName(reader, json, "issuer");
-    crl.number = ReadDigits(reader, json, "number", DECIMAL);
+    crl.number = ReadNumber(reader, json);
     crl.thisUpdate = ReadTime(reader, json, "thisUpdate");
     crl.nextUpdate = ReadTime(reader, json, "nextUpdate");
     return crl;
@@ -304,6 +324,42 @@ void ReadPki(Reader *reader, const Json &json, Pki *pki)
     ReadList(reader, json, "certificates", &pki->certificates, ReadEntry);
     ReadList(reader, json, "revocations", &pki->revocations, ReadRevocation);
     ReadList(reader, json, "crls", &pki->crls, ReadCrl);
+}
+
+void CheckIssuer(Reader *reader, const Json &json, const Pki &pki, const std::string &issuer)
+{
+    if (std::none_of(pki.certificates.begin(), pki.certificates.end(),
+                     [&](const Entry &entry) { return entry.authority == issuer; })) {
+        Complain(reader, json, "no CA of the folder is the 'issuer' '" + issuer + "'");
+    }
+}
+
+// What a merge or an editor can leave. A revocation of an authority that there is not would be in no CRL, and of two
+// of one certificate or authority only the first would count.
+void CheckWhole(Reader *reader, const Json &json, const Pki &pki)
+{
+    for (size_t i = 0; i < pki.certificates.size(); ++i) {
+        const Entry &entry = pki.certificates[i];
+        if (FindEntry(pki, entry.name) != &entry) {
+            Complain(reader, json["certificates"][i], "two certificates are named '" + entry.name + "'");
+        }
+        if (entry.state != State::Requested) {
+            CheckIssuer(reader, json["certificates"][i], pki, entry.issuer);
+        }
+    }
+    for (size_t i = 0; i < pki.revocations.size(); ++i) {
+        const Revocation &revocation = pki.revocations[i];
+        CheckIssuer(reader, json["revocations"][i], pki, revocation.issuer);
+        if (FindRevocation(pki, revocation.issuer, revocation.serial) != &revocation) {
+            Complain(reader, json["revocations"][i], "this revocation stands there twice");
+        }
+    }
+    for (size_t i = 0; i < pki.crls.size(); ++i) {
+        CheckIssuer(reader, json["crls"][i], pki, pki.crls[i].issuer);
+        if (FindCrl(pki, pki.crls[i].issuer) != &pki.crls[i]) {
+            Complain(reader, json["crls"][i], "the CRL of '" + pki.crls[i].issuer + "' stands there twice");
+        }
+    }
 }
 
 // ---- Writing --------------------------------------------------------------------------------------------------------
@@ -384,10 +440,8 @@ Status DecodePki(const Bytes &data, const std::string &source, Pki *pkiOut)
     if (reader.problem.empty()) {
         ReadPki(&reader, json, &pki);
     }
-    for (size_t i = 0; i < pki.certificates.size() && reader.problem.empty(); ++i) {
-        if (FindEntry(pki, pki.certificates[i].name) != &pki.certificates[i]) {
-            reader.problem = "two certificates are named '" + pki.certificates[i].name + "'";
-        }
+    if (reader.problem.empty()) {
+        CheckWhole(&reader, json, pki);
     }
     if (!reader.problem.empty()) {
         return Fail("'" + Printable(source) + "' is damaged: " + Printable(reader.problem) +

@@ -82,6 +82,58 @@ TEST_F(PkiJson, WithAReasonThatThereIsNotIsRefused)
     ExpectRefused(Run({"list"}), "'reason': 'stolen' is no reason");
 }
 
+// What a merge or an editor can leave: a revocation that no CRL would list must not pass for one.
+TEST_F(PkiJson, WithARevocationThatWouldNotReachACrlIsRefused)
+{
+    const std::string before = Read("pki/pki.json");
+    const auto revocation = [](const std::string &issuer, const std::string &serial) {
+        return "{\"issuer\": \"" + issuer + "\", \"serial\": \"" + serial +
+               "\", \"reason\": \"superseded\", \"date\": \"2026-01-01\", \"noted\": \"2026-01-01\"}";
+    };
+    const std::vector<std::pair<std::string, std::string>> lists = {
+        {revocation("issuing-cs", "0A"), "line 59, column 19: no CA of the folder is the 'issuer' 'issuing-cs'"},
+        {revocation("signer", "0A"), "line 59, column 19: no CA of the folder is the 'issuer' 'signer'"},
+        {revocation("issuing-ca", "A"), "line 59, column 19: 'serial' wants two digits for each octet"},
+        {revocation("issuing-ca", "000A"), "line 59, column 19: 'serial' wants two digits for each octet"},
+        {revocation("issuing-ca", "0A") + ",\n" + revocation("issuing-ca", "0A"),
+         "line 60, column 1: this revocation stands there twice"},
+    };
+    for (const auto &[list, reason] : lists) {
+        Write("pki/pki.json", before);
+        Damage("\"revocations\": []", "\"revocations\": [" + list + "]");
+        ExpectRefused(Run({"list"}), reason);
+    }
+    Write("pki/pki.json", before);
+    Damage("\"revocations\": []", "\"revocations\": [" + revocation("issuing-ca", "0A") + "]");
+    EXPECT_EQ(0, Run({"list"}).status);
+}
+
+TEST_F(PkiJson, WithTwoNumbersOfOneAuthorityOrOneThatIsNotComparableIsRefused)
+{
+    const std::string before = Read("pki/pki.json");
+    const auto crl = [](const std::string &number) {
+        return "{\"issuer\": \"root\", \"number\": \"" + number +
+               "\", \"thisUpdate\": \"2026-01-01\", \"nextUpdate\": \"2026-05-01\"}";
+    };
+    Damage("\"crls\": []", "\"crls\": [" + crl("5") + "," + crl("6") + "]");
+    ExpectRefused(Run({"list"}), "the CRL of 'root' stands there twice");
+    Write("pki/pki.json", before);
+    Damage("\"crls\": []", "\"crls\": [" + crl("05") + "]");
+    ExpectRefused(Run({"list"}), "'number' begins with a zero");
+}
+
+TEST_F(PkiJson, WithACertificateOfACaThatItDoesNotKnowIsRefused)
+{
+    Damage("\"issuer\": \"issuing-ca\"", "\"issuer\": \"another\"");
+    ExpectRefused(Run({"list"}), "no CA of the folder is the 'issuer' 'another'");
+}
+
+TEST_F(PkiJson, WithTwoCertificatesOfOneNameIsRefusedWithItsPlace)
+{
+    Damage("\"name\": \"timestamp\"", "\"name\": \"signer\"");
+    ExpectRefused(Run({"list"}), "column 5: two certificates are named 'signer'");
+}
+
 // Tools that sort or indent JSON do no harm, and the place is still right.
 TEST_F(PkiJson, InAnotherOrderIsRead)
 {
