@@ -1,5 +1,6 @@
 #include "pkgsign/authority/crl_file.h"
 
+#include <algorithm>
 #include <map>
 
 #include "pkgsign/authority/crl_plan.h"
@@ -9,6 +10,21 @@ namespace pkgsign
 {
 namespace
 {
+
+// A CRL of a key elsewhere must list what is remembered here: else the file would take a revocation back.
+Status CheckListed(const CrlSources &sources, const FileCrl &crl)
+{
+    const std::vector<Revocation> listed = CrlEntries(crl.crl.get(), crl.authority);
+    for (const Revocation &known : RevocationsOf(sources.pki, crl.authority)) {
+        if (std::none_of(listed.begin(), listed.end(),
+                         [&](const Revocation &entry) { return entry.serial == known.serial; })) {
+            return Fail("pki.json knows the revocation of " + known.serial + " of '" + crl.authority +
+                        "', which its CRL does not list; revoke it where the key of '" + crl.authority +
+                        "' is, and give the CRL of there (--add FILE)");
+        }
+    }
+    return {};
+}
 
 // The CRL of one authority for the file, or none.
 Status AddCrl(CrlSources *sources, KnownCa *authority, CrlFile *file)
@@ -47,8 +63,9 @@ Status AddCrl(CrlSources *sources, KnownCa *authority, CrlFile *file)
         return Fail("there is no CRL of '" + NameText(X509_get_subject_name(made.issuer.get())) +
                     "', whose key is not here; give the file with it (--add FILE), or make only a part (--part)");
     }
+    const Status status = hasKey || made.authority.empty() ? Status() : CheckListed(*sources, made);
     file->crls.push_back(std::move(made));
-    return {};
+    return status;
 }
 
 void Append(const Bytes &der, Bytes *file)
@@ -131,6 +148,16 @@ Status RememberNumbers(const Workplace &place, const CrlFile &file)
     });
 }
 
+// Whether the folder can keep what is to be signed. Version control does not keep an empty directory.
+Status CheckFolder(const Workplace &place, const CrlFile &file)
+{
+    Status status = MakeDirectory(place.folder + "/crls");
+    for (const FileCrl &crl : file.crls) {
+        status = status.ok && crl.isNew ? CheckWritable(CrlPath(place.folder, crl.authority)) : status;
+    }
+    return status;
+}
+
 Status SignOne(const Workplace &place, const Key &key, FileCrl *crl)
 {
     Status status = MakeCrl(crl->fields, key.get(), &crl->crl);
@@ -183,6 +210,9 @@ Status SignCrlFile(const Workplace &place, const CrlFileOrder &order, CrlFile *f
                          ? Fail("'" + crl.authority + "' has vanished from the folder")
                          : LoadEntryKey(place.folder, *entry, crl.issuer.get(), place.secrets, &keys[crl.authority]);
         }
+    }
+    if (status.ok) {
+        status = CheckFolder(place, *file);
     }
     if (status.ok) {
         status = RememberNumbers(place, *file);

@@ -63,6 +63,19 @@ Status CheckSame(const Workplace &place, const Entry &entry, const X509 *certifi
                       entry.serial);
 }
 
+// The key of an earlier certificate for the same key: one that is renewed elsewhere goes on with it. Empty: none is here.
+std::string KeyHere(const std::string &folder, const Pki &pki, const EVP_PKEY *key)
+{
+    for (const Entry &entry : pki.certificates) {
+        Certificate known;
+        if (!entry.key.empty() && entry.state == State::Issued && LoadCertificate(folder, entry, &known).ok &&
+            SamePublicKey(X509_get0_pubkey(known.get()), key)) {
+            return entry.key;
+        }
+    }
+    return {};
+}
+
 // Adds one certificate to the memory that is being changed. isDone: false when its issuer is not known (yet).
 Status ImportCertificate(const Workplace &place, const Certificate &certificate, std::vector<Known> *known, Pki *pki,
                          std::string *report, bool *isDone)
@@ -72,14 +85,17 @@ Status ImportCertificate(const Workplace &place, const Certificate &certificate,
     if (!status.ok) {
         return status;
     }
+    Entry entry = DescribeCertificate(certificate.get(), role);
     const Known *const issuer = FindIssuer(*known, certificate.get());
     const bool isFirstRoot = role == Role::Root && known->empty() &&
                              X509_verify(certificate.get(), X509_get0_pubkey(certificate.get())) == 1;
     *isDone = issuer != nullptr || isFirstRoot;
+    if (!*isDone && role == Role::Root && !known->empty()) {
+        return Fail("'" + entry.subject + "' is another root than that of the folder; a folder has one");
+    }
     if (!*isDone) {
         return {};
     }
-    Entry entry = DescribeCertificate(certificate.get(), role);
     const Entry *const same = isFirstRoot ? nullptr : FindSerial(*pki, issuer->authority, entry.serial);
     if (same != nullptr && same->state == State::Issued) {
         return CheckSame(place, *same, certificate.get());
@@ -87,7 +103,7 @@ Status ImportCertificate(const Workplace &place, const Certificate &certificate,
     const Entry *const requested = FindRequest(place.folder, *pki, X509_get0_pubkey(certificate.get()));
     const Entry *const begun = same != nullptr ? same : requested;
     entry.name = begun != nullptr ? begun->name : FreeName(*pki, RoleName(role));
-    entry.key = begun != nullptr ? begun->key : "";
+    entry.key = begun != nullptr ? begun->key : KeyHere(place.folder, *pki, X509_get0_pubkey(certificate.get()));
     entry.authority = IsCa(role) ? AuthorityOf(*known, certificate.get(), entry.name) : "";
     entry.issuer = isFirstRoot ? entry.name : issuer->authority;
     status = place.dryRun ? Status() : SaveCertificate(place.folder, entry, certificate.get());

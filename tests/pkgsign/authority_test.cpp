@@ -196,6 +196,38 @@ TEST_F(Authority, SeparateMachinesShareCertificatesAndCrlsAndNoKeys)
     EXPECT_FALSE(Made("signer-machine/private/issuing-ca.key"));
 }
 
+// On a machine apart from the root, the certificate renewed there comes by import.
+TEST_F(Authority, ACaThatIsRenewedElsewhereWithItsKeyKeepsItHere)
+{
+    std::filesystem::copy(Path("pki"), Path("root-machine"), std::filesystem::copy_options::recursive);
+    ExpectDone(Pkgsign({"issue", "--renew", "issuing-ca", "--same-key", "--not-after", "2033-01-01", "--out",
+                        Path("renewed.pem"), "--pki", Path("root-machine"), "--now", "2026-03-02"}));
+    ExpectDone(Pkgsign({"issue", "--renew", "signer", "--same-key", "--out", Path("signer.pem"), "--pki",
+                        Path("root-machine"), "--now", "2026-03-02"}));
+    ExpectDone(At("2026-03-02", {"import", Path("renewed.pem"), Path("signer.pem")}));
+    const pkgsign::Pki memory = Memory();
+    EXPECT_EQ("private/issuing-ca.key", memory.certificates[memory.certificates.size() - 2].key);
+    EXPECT_EQ("private/signer.key", memory.certificates.back().key);
+    ExpectDone(
+        At("2026-03-02", {"issue", "--as", "signer", "--name", "other", "--no-encryption", "--key-bits", "2048"}));
+    ExpectDone(At("2026-03-03", {"revoke", "other", "--reason", "superseded"}));
+}
+
+// A revocation that is remembered here, and a CRL of its CA that does not list it.
+TEST_F(Authority, AFileThatLeavesOutARevocationOfACaWhoseKeyIsElsewhereIsNotMade)
+{
+    ExpectDone(At("2026-03-01", {"crl", "--out", Path("crls")}));
+    ExpectDone(At("2026-03-02", {"revoke", "signer", "--reason", "superseded"}));
+    std::string memory = Read("pki/pki.json");
+    const std::string key = "      \"key\": \"private/issuing-ca.key\",\n";
+    const size_t at = memory.find(key);
+    ASSERT_NE(std::string::npos, at);
+    Write("pki/pki.json", memory.erase(at, key.size()));
+    ExpectRefused(At("2026-03-03", {"crl", "--out", Path("crls")}),
+                  "pki.json knows the revocation of " + Memory().revocations[0].serial +
+                      " of 'issuing-ca', which its CRL does not list");
+}
+
 TEST_F(Authority, SigningNeedsNoKeyOfACa)
 {
     std::filesystem::remove(Path("pki/private/root.key"));
@@ -408,7 +440,7 @@ TEST_F(Authority, WhatIsNoCertificateOfThisPkiIsNotImported)
     const std::vector<std::string> make = {"req",         "-x509",   "-newkey",   "rsa:2048", "-nodes",         "-subj",
                                            "/CN=Root CA", "-keyout", Path("key"), "-out",     Path("other.pem")};
     ASSERT_EQ(0, Openssl(make).exitStatus);
-    ExpectRefused(Run({"import", Path("other.pem")}), "is not known here");
+    ExpectRefused(Run({"import", Path("other.pem")}), "is another root than that of the folder; a folder has one");
     ExpectRefused(Run({"import", Path("content")}), "does not hold certificates or CRLs");
     std::string root = Read("pki/certificates/root.der");
     root.back() ^= 1; // its own signature does not hold
