@@ -63,7 +63,8 @@ Status CheckSame(const Workplace &place, const Entry &entry, const X509 *certifi
                       entry.serial);
 }
 
-// The key of an earlier certificate for the same key: one that is renewed elsewhere goes on with it. Empty: none is here.
+// Where the key of a certificate is, when an earlier one was for the same: one that is renewed elsewhere goes on with
+// it. Empty: it is not here.
 std::string KeyHere(const std::string &folder, const Pki &pki, const EVP_PKEY *key)
 {
     for (const Entry &entry : pki.certificates) {
