@@ -73,6 +73,7 @@ Status Reserve(Clock *clock, int64_t time)
     if (status.ok) {
         clock->reserved = time;
     }
+    clock->failed = status.ok ? std::numeric_limits<int64_t>::min() : g_clockCalls.now();
     return status;
 }
 
@@ -149,7 +150,11 @@ Status TakeTime(Clock *clock, int64_t *secondsOut)
 
 Status CheckClock(const Clock &clock)
 {
-    return CheckTime(clock, g_clockCalls.now());
+    const int64_t now = g_clockCalls.now();
+    const int64_t failed = clock.failed;
+    return now >= failed && failed > now - CLOCK_AHEAD
+               ? Fail("the clock's file '" + Printable(clock.path) + "' could not be written")
+               : CheckTime(clock, now);
 }
 
 ClockError AskKernel()

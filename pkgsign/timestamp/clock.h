@@ -5,6 +5,7 @@
 #include <sys/timex.h>
 
 #include <atomic>
+#include <limits>
 #include <mutex>
 #include <string>
 
@@ -29,9 +30,11 @@ struct Clock {
     int lock = -1;                // descriptor; one process per file
     double errorMax = -1;         // seconds; negative: the kernel is not asked
     std::atomic<int64_t> last{0}; // no earlier time is given out; changed under `access`
-    std::mutex access;            // of what follows; held while the file is written
-    int64_t reserved = 0;         // what the file holds
-    bool hasGiven = false;        // whether `last` was given out by this process
+    // When the file could last not be written; changed under `access`.
+    std::atomic<int64_t> failed{std::numeric_limits<int64_t>::min()};
+    std::mutex access;     // of what follows; held while the file is written
+    int64_t reserved = 0;  // what the file holds
+    bool hasGiven = false; // whether `last` was given out by this process
 
     Clock() = default;
     Clock(const Clock &) = delete;
@@ -47,7 +50,8 @@ Status OpenClock(const std::string &path, double errorMax, Clock *clock);
 // when the kernel does not vouch for it (errorMax), and when the file cannot be written.
 Status TakeTime(Clock *clock, int64_t *secondsOut);
 
-// Whether TakeTime would yield a time now. Neither writes nor waits for a disk that does.
+// Whether TakeTime would yield a time now. Neither writes nor waits for a disk that does: for CLOCK_AHEAD seconds after
+// a write that failed the next one is taken to fail as well.
 Status CheckClock(const Clock &clock);
 
 // What the kernel says: seconds of its clock's largest error, and whether it is synchronised at all.

@@ -168,6 +168,23 @@ TEST_F(ServerClock, GivesNoTimeThatItCannotReserve)
     EXPECT_TRUE(Takes(&clock, 1000011));
 }
 
+// Whoever asks for health must not send clients where no token is given out, and must come back when one may be again.
+TEST_F(ServerClock, IsNotSaidToBeGoodBehindAFailedWriteUntilAnotherMayBeTried)
+{
+    pkgsign::Clock clock;
+    ASSERT_TRUE(pkgsign::OpenClock(Path(), -1, &clock).ok);
+    g_diskIsFull = true;
+    EXPECT_TRUE(Contains(WhyNot(&clock), "No space left on device"));
+    EXPECT_TRUE(Contains(pkgsign::CheckClock(clock).reason, "could not be written"));
+    g_now += 10;
+    EXPECT_TRUE(pkgsign::CheckClock(clock).ok);
+    EXPECT_TRUE(Contains(WhyNot(&clock), "No space left on device"));
+    EXPECT_FALSE(pkgsign::CheckClock(clock).ok);
+    g_diskIsFull = false;
+    EXPECT_TRUE(Takes(&clock, g_now));
+    EXPECT_TRUE(pkgsign::CheckClock(clock).ok);
+}
+
 TEST_F(ServerClock, AsksTheKernelWhenToldTo)
 {
     pkgsign::Clock clock;
