@@ -141,8 +141,9 @@ Status ImportCertificates(const Workplace &place, const Objects &objects, const 
             }
         }
         if (later.size() == left.size()) {
-            return Fail("the issuer of '" + NameText(X509_get_subject_name(later[0].get())) + "' in '" +
-                        Printable(source) + "' is not known here; import its certificate first");
+            return Fail("'" + NameText(X509_get_subject_name(later[0].get())) + "' in '" + Printable(source) +
+                        "' is of '" + NameText(X509_get_issuer_name(later[0].get())) +
+                        "', which is not known here; import the certificate of that with it");
         }
         left = std::move(later);
     }

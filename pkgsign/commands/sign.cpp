@@ -99,6 +99,11 @@ Status CheckOptions(const Options &options)
     if (!urls.ok) {
         return urls;
     }
+    std::error_code ignored;
+    if (std::filesystem::is_directory(options.content, ignored)) {
+        return Fail("'" + Printable(options.content) +
+                    "' is a directory; sign its checksum file, which pkgsign checksums makes");
+    }
     for (const std::string &path : {options.out, options.request}) {
         if (IsSameFile(path, options.content)) {
             return Fail("'" + Printable(path) + "' is the content, which would be lost");

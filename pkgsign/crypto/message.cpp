@@ -215,7 +215,8 @@ Status DecodeMessage(const Bytes &der, const std::string &source, CmsPtr *messag
     const unsigned char *next = der.data();
     CmsPtr message(d2i_CMS_ContentInfo(nullptr, &next, static_cast<long>(der.size())));
     if (message == nullptr || next != der.data() + der.size() || OnlySigner(message.get()) == nullptr) {
-        return FailCrypto("'" + Printable(source) + "' is no CMS signature of one signer");
+        ERR_clear_error();
+        return Fail("'" + Printable(source) + "' is no CMS signature of one signer");
     }
     *messageOut = std::move(message);
     return {};

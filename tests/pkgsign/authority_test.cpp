@@ -434,6 +434,15 @@ TEST_F(Authority, ALostFolderIsRebuiltFromWhatWasPublished)
     EXPECT_TRUE(Contains(Run({"list"}).out, "revoked"));
 }
 
+TEST_F(Authority, OfACertificateThatComesBeforeItsIssuerTheIssuerIsNamed)
+{
+    ExpectDone(Pkgsign({"init", Path("other"), "--only", "signer", "--root", Path("pki/certificates/root.pem"),
+                        "--no-encryption", "--key-bits", "2048", "--now", NOW}));
+    ExpectRefused(
+        Pkgsign({"import", Path("pki/certificates/signer.pem"), "--pki", Path("other")}),
+        "is of 'C = DE, O = Sigkit, CN = Issuing CA', which is not known here; import the certificate of that");
+}
+
 TEST_F(Authority, WhatIsNoCertificateOfThisPkiIsNotImported)
 {
     const std::string before = Read("pki/pki.json");

@@ -90,6 +90,12 @@ using Names = std::vector<std::string>;
 
 // ---- who signs ------------------------------------------------------------------------------------------------------
 
+TEST_F(Sign, OfADirectoryItsChecksumFileIsAskedFor)
+{
+    ExpectRefused(Run({"sign", Path("pki"), "--out", Path("out")}),
+                  "is a directory; sign its checksum file, which pkgsign checksums makes");
+}
+
 TEST_F(Sign, ASignerInFilesNeedsNoFolder)
 {
     const Outcome outcome = WithFiles(

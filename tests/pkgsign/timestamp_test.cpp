@@ -461,7 +461,7 @@ TEST_F(IfMissing, ATokenThatDevicesRefuseIsReplaced)
 TEST_F(IfMissing, WhatIsNoMessageIsRefused)
 {
     Write("message", "hello");
-    ExpectRefused(Again({"--out", Path("message")}), "is no CMS signature of one signer");
+    ExpectRefused(Again({"--out", Path("message")}), "is no CMS signature of one signer\n");
 }
 
 } // namespace
