@@ -142,8 +142,8 @@ Status ImportCertificates(const Workplace &place, const Objects &objects, const 
         }
         if (later.size() == left.size()) {
             return Fail("'" + NameText(X509_get_subject_name(later[0].get())) + "' in '" + Printable(source) +
-                        "' is of '" + NameText(X509_get_issuer_name(later[0].get())) +
-                        "', which is not known here; import the certificate of that with it");
+                        "' was issued by '" + NameText(X509_get_issuer_name(later[0].get())) +
+                        "', which is not known here; import its certificate first");
         }
         left = std::move(later);
     }

@@ -440,7 +440,7 @@ TEST_F(Authority, OfACertificateThatComesBeforeItsIssuerTheIssuerIsNamed)
                         "--no-encryption", "--key-bits", "2048", "--now", NOW}));
     ExpectRefused(
         Pkgsign({"import", Path("pki/certificates/signer.pem"), "--pki", Path("other")}),
-        "is of 'C = DE, O = Sigkit, CN = Issuing CA', which is not known here; import the certificate of that");
+        "was issued by 'C = DE, O = Sigkit, CN = Issuing CA', which is not known here; import its certificate first");
 }
 
 TEST_F(Authority, WhatIsNoCertificateOfThisPkiIsNotImported)
