@@ -190,6 +190,9 @@ Report DescribeSigner(InspectContext *context, const Node &signer, const NodePat
         AddFinding(context->findings, Rule::DigestMissing, attributesPath, attributes->element.offset, "");
     }
     if (!found.has_value()) {
+        if (FindNode(&signer, "sid.issuer") == nullptr) {
+            return report; // nothing to find a certificate by: the finding is the identifier's
+        }
         AddFinding(context->findings, Rule::SignerCertificateMissing, sid, signer.element.offset, "");
         return report;
     }

@@ -101,7 +101,8 @@ std::string Trust(const Report &signer, const Report &certificates)
 void AddSigner(const Report &signer, const Report &certificates, const std::string &indent, std::string *text)
 {
     const auto add = [&](const std::string &label, const std::string &value) { AddLine(indent, label, value, text); };
-    const std::string certificate = signer["certificate"].is_null()
+    const std::string certificate = signer["issuer"].is_null() ? "not named by issuer and serial number"
+                                    : signer["certificate"].is_null()
                                         ? "its certificate is not here"
                                         : "certificates[" + Plain(signer["certificate"]) + "]";
     add("signer", (signer["name"].is_null() ? "-" : Plain(signer["name"])) + "  (" + certificate + ", " +

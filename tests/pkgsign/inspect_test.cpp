@@ -204,6 +204,14 @@ TEST(InspectFindings, AreMadeForEachDepartureOfSignedFiles)
     }
 }
 
+TEST(InspectFindings, DoNotMissTheCertificateOfASignerThatIsNamedByKeyIdentifier)
+{
+    const Json file = Inspect(ReadVector("files/signature/sid_by_key_identifier.signature"));
+    EXPECT_EQ(1U, FindingsOf(file).count("signer-by-key-identifier"));
+    EXPECT_EQ(0U, FindingsOf(file).count("signer-certificate-missing"));
+    EXPECT_TRUE(Contains(pkgsign::InspectionText(Json::array({file})), "not named by issuer and serial number"));
+}
+
 TEST(InspectFindings, HaveATestForEachCodeAndNoCodeTwice)
 {
     std::set<std::string> tested = {"issuer-signature"}; // of the command with --issuer
