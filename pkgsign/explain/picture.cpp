@@ -28,11 +28,14 @@ struct Window {
     int64_t to = 0;
 };
 
+constexpr int64_t SPANS_SHOWN = 10; // the shortest of the spans has at least this part of the picture
+
+// In percent. What goes on beyond an edge ends outside it, so that no end is drawn.
 double Share(const Window &window, int64_t time)
 {
     const double share = (static_cast<double>(time) - static_cast<double>(window.from)) * 100.0 /
                          (static_cast<double>(window.to) - static_cast<double>(window.from));
-    return std::clamp(share, 0.0, 100.0);
+    return std::clamp(share, -2.0, 102.0);
 }
 
 std::string Percent(double share)
@@ -88,27 +91,45 @@ std::vector<Bar> CrlBars(const Check &check)
     return bars;
 }
 
-// Around the token's time, the CRLs, and the certificates of those that signed.
-Window FindWindow(const Check &check, const std::vector<Bar> &bars)
+void Widen(int64_t time, Window *window)
 {
-    std::vector<int64_t> times;
+    window->from = std::min(window->from, time);
+    window->to = std::max(window->to, time);
+}
+
+// What must be seen: the token's time, revocations, and the nearer end of what does not hold at the token's time.
+Window FindCore(const Check &check, const std::vector<Bar> &bars)
+{
+    const int64_t center = IsWritable(check.time) ? *check.time : bars.front().to;
+    Window core = {center, center};
     for (const Bar &bar : bars) {
-        if (bar.color != "--ca") {
-            times.insert(times.end(), {bar.from, bar.to});
-            times.insert(times.end(), bar.revocations.begin(), bar.revocations.end());
+        for (const int64_t time : bar.revocations) {
+            Widen(time, &core);
+        }
+        if (IsWritable(check.time) && (center < bar.from || center > bar.to)) {
+            Widen(center < bar.from ? bar.from : bar.to, &core);
         }
     }
-    if (times.empty()) {
-        for (const Bar &bar : bars) {
-            times.insert(times.end(), {bar.from, bar.to});
-        }
+    return core;
+}
+
+// The core, and the spans around it from the shortest on, as long as the first of them stays wide enough to be seen.
+Window FindWindow(const Check &check, std::vector<Bar> bars)
+{
+    std::sort(bars.begin(), bars.end(),
+              [](const Bar &one, const Bar &other) { return one.to - one.from < other.to - other.from; });
+    Window window = FindCore(check, bars);
+    Widen(bars.front().from, &window);
+    Widen(bars.front().to, &window);
+    const int64_t widest = std::max(window.to - window.from, (bars.front().to - bars.front().from) * SPANS_SHOWN);
+    for (const Bar &bar : bars) {
+        Window wider = window;
+        Widen(bar.from, &wider);
+        Widen(bar.to, &wider);
+        window = wider.to - wider.from <= widest ? wider : window;
     }
-    if (IsWritable(check.time)) {
-        times.push_back(*check.time);
-    }
-    const auto [first, last] = std::minmax_element(times.begin(), times.end());
-    const int64_t margin = std::max<int64_t>((*last - *first) / 20, SECONDS_PER_DAY);
-    return {*first - margin, *last + margin};
+    const int64_t margin = std::max<int64_t>((window.to - window.from) / 20, SECONDS_PER_DAY);
+    return {window.from - margin, window.to + margin};
 }
 
 std::string Diamond(const Window &window, int64_t time)
@@ -124,11 +145,13 @@ std::string Drawing(const Check &check, const Window &window, const Bar &bar)
     const double width = std::max(to - from, 0.4);
     std::string svg = "<svg height=\"22\" aria-hidden=\"true\"><rect x=\"0\" y=\"10\" width=\"100%\" height=\"2\" "
                       "fill=\"var(--line)\"/><rect x=\"" +
-                      Percent(std::min(from, 99.6)) + "\" y=\"5\" width=\"" + Percent(width) +
-                      "\" height=\"12\" rx=\"2\" fill=\"var(" + bar.color + ")\"/>";
+                      Percent(from) + "\" y=\"5\" width=\"" + Percent(width) + "\" height=\"12\" rx=\"2\" fill=\"var(" +
+                      bar.color + ")\"/>";
     if (IsWritable(check.time)) {
-        svg += "<rect x=\"" + Percent(Share(window, *check.time)) +
-               "\" y=\"0\" width=\"2\" height=\"22\" fill=\"var(--now)\"/>";
+        const std::string at = "<rect x=\"" + Percent(Share(window, *check.time)) + "\" y=\"0\" height=\"22\" ";
+        // Set off from the bar, whose colour may be near.
+        svg += at + "width=\"6\" transform=\"translate(-2)\" fill=\"var(--paper)\"/>" + at +
+               "width=\"2\" fill=\"var(--now)\"/>";
     }
     for (const int64_t time : bar.revocations) {
         svg += Diamond(window, time);

@@ -8,9 +8,9 @@ namespace
 
 constexpr char STYLE[] = R"(
 :root { color-scheme: light dark; --ink: #1b1f24; --dim: #57606a; --paper: #fff; --line: #d0d7de; --soft: #f3f5f7;
-  --good: #116329; --bad: #b3141f; --open: #57606a; --bar: #7aa7d9; --ca: #9db3c8; --crl: #c79a3c; --now: #8250df; }
+  --good: #116329; --bad: #b3141f; --open: #57606a; --bar: #3f78b8; --ca: #7d90a4; --crl: #a8791f; --now: #8250df; }
 @media (prefers-color-scheme: dark) { :root { --ink: #e6edf3; --dim: #9aa5b1; --paper: #10151b; --line: #3a434d;
-  --soft: #1a2129; --good: #56d364; --bad: #ff8079; --open: #9aa5b1; --bar: #3f77b5; --ca: #4d6175; --crl: #a87b22;
+  --soft: #1a2129; --good: #56d364; --bad: #ff8079; --open: #9aa5b1; --bar: #4f8fd6; --ca: #748a9f; --crl: #c29335;
   --now: #c297ff; } }
 * { box-sizing: border-box; }
 body { margin: 0 auto; max-width: 60rem; padding: 1rem 1.25rem 3rem; background: var(--paper); color: var(--ink);

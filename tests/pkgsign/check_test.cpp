@@ -367,6 +367,43 @@ TEST(CheckPage, ShowsHostileNamesAsText)
     EXPECT_FALSE(Json::parse(pkgsign::JsonReport(check)).empty());
 }
 
+// A number of the drawing of a CRL's bar, in percent.
+double CrlBar(const std::string &html, const char *attribute)
+{
+    const std::string bar = html.substr(0, html.find("fill=\"var(--crl)\""));
+    const size_t at = bar.rfind(std::string(" ") + attribute + "=\"");
+    return std::stod(bar.substr(at + std::string(attribute).size() + 3));
+}
+
+TEST(CheckPage, ShowsACrlOfAMonthUnderCertificatesOfDecades)
+{
+    constexpr int64_t DAY = 86400;
+    pkgsign::Check check;
+    for (const bool isCa : {true, false}) {
+        pkgsign::SeenCertificate certificate;
+        certificate.notBefore = 0;
+        certificate.notAfter = 12000 * DAY;
+        certificate.isCa = isCa;
+        check.certificates.push_back(certificate);
+        check.rejected.emplace_back();
+        check.issuers.push_back(pkgsign::NONE);
+    }
+    pkgsign::SeenCrl crl;
+    crl.thisUpdate = 6000 * DAY;
+    crl.nextUpdate = 6030 * DAY;
+    check.crls.push_back(crl);
+    check.time = 6010 * DAY;
+    std::string html = pkgsign::HtmlReport(check);
+    EXPECT_GE(CrlBar(html, "width"), 9.0) << html;
+    EXPECT_TRUE(Contains(html, "reaches beyond the picture"));
+
+    check.time = 6040 * DAY; // the CRL has ended: a gap is between it and the token's time
+    html = pkgsign::HtmlReport(check);
+    const double end = CrlBar(html, "x") + CrlBar(html, "width");
+    const size_t token = html.rfind("<rect x=\"", html.find("fill=\"var(--now)\""));
+    EXPECT_GE(std::stod(html.substr(token + 9)), end + 2.0) << html;
+}
+
 TEST(CheckPage, KeepsLettersOfAllLanguages)
 {
     const std::string text = "Prüfstelle 検証 \U0001F512";
