@@ -12,7 +12,7 @@ namespace pkgsign
 struct CauseRow {
     const char *code;
     const char *remedy;
-    const char *next; // a command; %f, %r, %c, %s: content, root, CRL file, signature file
+    const char *next; // a command; %f, %r, %c, %s: content, root, CRL file, signature file; %o: the file that fits
 };
 
 // The row of a code, which must be one of the table's.

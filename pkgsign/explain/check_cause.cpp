@@ -70,8 +70,7 @@ void CauseOfMessage(Check *check, bool isToken)
         Set(check, "message-armour", file + " has text before its armour, or is text of another kind");
     } else if (code == "message-streamed") {
         Set(check, "message-streamed",
-            file + " is written in the streamed encoding (BER), with a length that is not known before its end" +
-                WhereItStopped(check->problem));
+            file + " is written in the streamed encoding (BER), with a length that is not known before its end");
     } else if (code == "message-key-identifier") {
         Set(check, "message-key-identifier", file + " names the signer by a key identifier, not by issuer and serial");
     } else if (code == "message-certificates") {

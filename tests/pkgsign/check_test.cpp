@@ -120,7 +120,7 @@ const Refusal REFUSALS[] = {
      "signer-path", "certificate-expired",
      "the signer's certificate 'C = XX, O = Sigkit, CN = Signer' ended at 2026-01-15T11:59:59Z, and the token's time "
      "is 2026-01-15T12:00:00Z",
-     "Renew the certificate, then sign and timestamp again. What was timestamped before stays good."},
+     "Renew the certificate (pkgsign issue --renew), sign and timestamp again. Older packages stay good."},
     {"KeyIdentifier", "--signature", "signature/sid_by_key_identifier.signature", "88200308", "signature-file",
      "message-key-identifier", "names the signer by a key identifier, not by issuer and serial",
      "Sign again, with issuer and serial number (leave out openssl cms -keyid)."},
@@ -158,7 +158,11 @@ TEST_P(CheckOfARefusal, NamesStepCauseAndRemedyInOneScreen)
     EXPECT_EQ(refusal.code, json["causeCode"]);
     EXPECT_TRUE(Contains(json["cause"], refusal.text)) << json["cause"];
     EXPECT_EQ(refusal.remedy, json["remedy"]);
-    EXPECT_FALSE(json["next"].get<std::string>().empty());
+    const std::string next = json["next"].get<std::string>();
+    EXPECT_FALSE(next.empty());
+    // With the devices' CRL file, so that what is made is tried before it is written.
+    const bool isMade = next.rfind("pkgsign sign ", 0) == 0 || next.rfind("pkgsign timestamp ", 0) == 0;
+    EXPECT_TRUE(!isMade || Contains(next, " --crl ")) << next;
 
     const Outcome asText = Pkgsign(arguments);
     const std::string answer = asText.out.substr(0, asText.out.find("\n\n"));
@@ -252,6 +256,7 @@ TEST(Check, NamesTheFileThatASignatureFits)
         Pkgsign(With(CheckWith("content", directory.File("a.img")), {"--candidates", directory.path, "--json"})).out);
     EXPECT_EQ("content-other-file", json["causeCode"]);
     EXPECT_EQ(Json::array({directory.File("b.img")}), json["content"]["candidates"]);
+    EXPECT_EQ(0u, json["next"].get<std::string>().find("pkgsign check " + directory.File("b.img"))) << json["next"];
     EXPECT_NE(json["content"]["digest"], json["content"]["signedDigest"]);
 }
 
