@@ -71,6 +71,7 @@ struct SeenCertificate {
 struct RejectedCandidate {
     size_t certificate = NONE;
     std::string why;
+    bool isOtherName = false; // no more than one of the certificates at hand
 
     bool operator==(const RejectedCandidate &) const = default;
 };

@@ -45,25 +45,27 @@ void TakeProblem(TraceCollector *collector, const SigkitTraceRecord &record)
     known.isSignerId = record.point == SIGKIT_TRACE_MEMBER_REFUSED && entry->item == &g_itemSigkitPkcs7IssuerAndSerial;
 }
 
-std::string WhyRejected(TraceCollector *collector, const SigkitTraceRecord &record, const SigkitX509Name *issuerName,
-                        size_t candidate)
+RejectedCandidate Rejected(TraceCollector *collector, const SigkitTraceRecord &record, const SigkitX509Name *issuerName,
+                           size_t candidate)
 {
     switch (record.point) {
     case SIGKIT_TRACE_ISSUER_NO_CA:
-        return "it is no CA certificate (basic constraints)";
+        return {candidate, "it is no CA certificate (basic constraints)"};
     case SIGKIT_TRACE_ISSUER_NO_CERT_SIGN:
-        return "its key usage lacks keyCertSign";
+        return {candidate, "its key usage lacks keyCertSign"};
     case SIGKIT_TRACE_CRL_NO_CRL_SIGN:
-        return "its key usage lacks cRLSign";
+        return {candidate, "its key usage lacks cRLSign"};
     default:
         break;
     }
     if (static_cast<uint32_t>(record.value) != SIGKIT_OK) {
-        return std::string("the signature cannot be checked: ") + SigkitStatusText(static_cast<uint32_t>(record.value));
+        return {candidate, std::string("the signature cannot be checked: ") +
+                               SigkitStatusText(static_cast<uint32_t>(record.value))};
     }
-    return collector->agreeing.count({issuerName, candidate}) != 0
-               ? "it bears the issuer's name, and its key does not verify the signature"
-               : "its subject is not the issuer's name";
+    if (collector->agreeing.count({issuerName, candidate}) == 0) {
+        return {candidate, "its subject is not the issuer's name", true};
+    }
+    return {candidate, "it bears the issuer's name, and its key does not verify the signature"};
 }
 
 void Add(const RejectedCandidate &candidate, std::vector<RejectedCandidate> *known)
@@ -83,8 +85,7 @@ void TakeCertCandidate(TraceCollector *collector, const SigkitTraceRecord &recor
     if (record.point == SIGKIT_TRACE_ISSUER_TAKEN) {
         check->issuers[place] = candidate;
     } else if (candidate != place) {
-        Add({candidate, WhyRejected(collector, record, &cert->tbsCertificate.issuer, candidate)},
-            &check->rejected[place]);
+        Add(Rejected(collector, record, &cert->tbsCertificate.issuer, candidate), &check->rejected[place]);
     }
 }
 
@@ -97,7 +98,7 @@ void TakeCrlCandidate(TraceCollector *collector, const SigkitTraceRecord &record
     if (record.point == SIGKIT_TRACE_CRL_SIGNED_BY) {
         crl.signedBy = candidate;
     } else {
-        Add({candidate, WhyRejected(collector, record, &record_->tbsCertList.issuer, candidate)}, &crl.rejected);
+        Add(Rejected(collector, record, &record_->tbsCertList.issuer, candidate), &crl.rejected);
     }
 }
 

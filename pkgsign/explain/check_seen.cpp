@@ -36,6 +36,14 @@ Bytes WrapSigned(const SigkitAsnOcts &encoded)
     return der;
 }
 
+std::string NameOrNot(const X509_NAME *name)
+{
+    const std::string text = name == nullptr ? "" : NameText(name);
+    return text.empty() ? NOT_READABLE : text;
+}
+
+} // namespace
+
 std::string SerialOf(const SigkitAsnOcts &serial)
 {
     std::string text = HexText(OctetsOf(serial));
@@ -44,14 +52,6 @@ std::string SerialOf(const SigkitAsnOcts &serial)
     }
     return text.empty() ? "00" : text; // the library drops a leading zero
 }
-
-std::string NameOrNot(const X509_NAME *name)
-{
-    const std::string text = name == nullptr ? "" : NameText(name);
-    return text.empty() ? NOT_READABLE : text;
-}
-
-} // namespace
 
 Bytes OctetsOf(const SigkitAsnOcts &view)
 {

@@ -157,9 +157,19 @@ void AddRejected(const Check &check, const std::string &what, const std::vector<
         return;
     }
     section->rows.push_back({Mark::None, "", what, "", false});
+    size_t others = 0;
     for (const RejectedCandidate &candidate : rejected) {
+        if (candidate.isOtherName) {
+            ++others;
+            continue;
+        }
         section->rows.push_back(
             {Mark::Bad, "rejected", Named(check.certificates[candidate.certificate]), candidate.why, true});
+    }
+    if (others != 0) {
+        section->rows.push_back(
+            {Mark::Open, "rejected",
+             std::to_string(others) + (others == 1 ? " certificate" : " certificates") + " of another name", "", true});
     }
 }
 
@@ -227,7 +237,8 @@ void AddAnswer(const Check &check, Report *report)
         report->answer.push_back({check.endsSoon ? Mark::Bad : Mark::None, "ends first",
                                   check.endsWhat + ", at " + TimeText(check.endsTime) +
                                       (check.endsTime < check.now ? " (past)" : "") +
-                                      (check.endsSoon ? ": within the horizon" : ""),
+                                      (check.endsSoon ? ": within the horizon" : "") +
+                                      (check.isAuthentic ? "; this package stays good" : ""),
                                   "", false});
     }
 }

@@ -77,7 +77,7 @@ std::string WithoutTrailingBlanks(const std::string &text)
 std::string TextReport(const Check &check)
 {
     const Report report = MakeReport(check);
-    std::string text = report.headline + (report.meaning.empty() ? "" : ": " + report.meaning) + "\n";
+    std::string text = Wrap(report.headline + (report.meaning.empty() ? "" : ": " + report.meaning), 2) + "\n";
     for (const ReportRow &row : report.answer) {
         std::string word = row.word;
         word.resize(12, ' ');

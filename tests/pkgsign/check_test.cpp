@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 
 #include <nlohmann/json.hpp>
 #include <openssl/pkcs7.h>
@@ -167,6 +168,7 @@ TEST_P(CheckOfARefusal, NamesStepCauseAndRemedyInOneScreen)
     const Outcome asText = Pkgsign(arguments);
     const std::string answer = asText.out.substr(0, asText.out.find("\n\n"));
     EXPECT_LE(std::count(answer.begin(), answer.end(), '\n'), 12) << answer;
+    EXPECT_LE(answer.find('\n'), 100u) << answer;
     for (const char *const word : {refusal.status, "\ncause ", "\nremedy ", "\nnext "}) {
         EXPECT_TRUE(Contains(answer, word)) << answer;
     }
@@ -191,6 +193,25 @@ TEST(Check, SaysThatAGoodPackageIsAuthentic)
     for (const Json &step : json["steps"]) {
         EXPECT_EQ("passed", step["state"]) << step;
     }
+}
+
+TEST(Check, CountsCandidatesOfAnotherNameAndShowsTheOthers)
+{
+    const Outcome good = Pkgsign(CheckWith("", ""));
+    EXPECT_TRUE(Contains(good.out, "rejected         2 certificates of another name")) << good.out;
+    EXPECT_FALSE(Contains(good.out, "its subject is not the issuer's name"));
+    const Outcome asJson = Pkgsign(With(CheckWith("", ""), {"--json"}));
+    EXPECT_TRUE(Contains(asJson.out, "its subject is not the issuer's name"));
+}
+
+TEST(Check, SaysThatAnAuthenticPackageOutlivesWhatEndsFirst)
+{
+    std::vector<std::string> arguments = CheckWith("", "");
+    arguments.back() = "2027-01-01"; // --now
+    const Outcome outcome = Pkgsign(arguments);
+    EXPECT_EQ(0, outcome.status);
+    const std::string unbroken = std::regex_replace(outcome.out, std::regex("\n +"), " ");
+    EXPECT_TRUE(Contains(unbroken, "(past); this package stays good")) << outcome.out;
 }
 
 TEST(Check, TicksNothingThatWasNotReached)
