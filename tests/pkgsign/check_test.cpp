@@ -1,13 +1,10 @@
 // What pkgsign check says about a package: the public vectors, and packages of a folder.
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <regex>
 
 #include <nlohmann/json.hpp>
-#include <openssl/pkcs7.h>
 
-#include "pkgsign/crypto/types.h"
 #include "pkgsign/explain/report.h"
 #include "pkgsign/explain/text_variant.h"
 #include "pkgsign/files/files.h"
@@ -62,120 +59,6 @@ std::string WithCarriageReturns(const std::string &text)
     }
     return result;
 }
-
-// A message of the vectors without its certificates.
-void WriteWithoutCertificates(const std::string &path)
-{
-    const std::string der = ReadFile(Vector("signature/good.signature"));
-    const unsigned char *octets = reinterpret_cast<const unsigned char *>(der.data());
-    const pkgsign::Pkcs7Ptr message(d2i_PKCS7(nullptr, &octets, static_cast<long>(der.size())));
-    ASSERT_NE(message, nullptr);
-    sk_X509_pop_free(message->d.sign->cert, X509_free);
-    message->d.sign->cert = nullptr;
-    const pkgsign::Bytes encoded = pkgsign::EncodeDer(i2d_PKCS7, message.get());
-    WriteFile(path, std::string(encoded.begin(), encoded.end()));
-}
-
-// ---- Refusals as they come from the field ---------------------------------------------------------------------------
-
-struct Refusal {
-    const char *name;
-    const char *role;
-    const char *file; // of the vectors; empty: made by the test
-    const char *status;
-    const char *step;
-    const char *code;
-    const char *text; // part of the cause
-    const char *remedy;
-};
-
-const Refusal REFUSALS[] = {
-    {"CrlOlderThanTheToken", "--crl", "crl/of_the_ca_of_the_signer_until_the_last_second.crls", "88200012",
-     "signer-path", "crl-expired",
-     "the CRL of 'C = XX, O = Sigkit, CN = Signing CA' ended at 2026-01-15T11:59:59Z, before the token's time, "
-     "2026-01-15T12:00:00Z",
-     "Take the CRL file that belongs to the package, or make a new one."},
-    {"NoCrlOfTheRoot", "--crl", "crl/of_the_root_missing.crls", "88200012", "authority-path", "crl-of-root-missing",
-     "the CRL file has no CRL of the root 'C = XX, O = Sigkit, CN = Root CA'",
-     "Put the root's CRL into the CRL file: each CA of the path needs one, the root included."},
-    {"TokenOfAnotherSignature", "--signature", "signature/signature_with_a_turned_bit.signature", "88200402",
-     "token-imprint", "token-of-another-signature", "the timestamp token was made for another signature",
-     "Timestamp this signature value anew; each signing makes another, and no token fits two."},
-    {"StreamedEncoding", "--signature", "encoding/message_with_an_indefinite_length.signature", "88200308",
-     "signature-file", "message-streamed", "is written in the streamed encoding (BER)",
-     "Write DER: leave out openssl cms -stream, or convert the file; the signature stays good."},
-    {"AuthoritysCertificateAsSigner", "--signature", "signature/purpose_of_timestamps.signature", "88200007",
-     "signer-usage", "signer-is-authority",
-     "a timestamp authority's certificate: its purpose is timeStamping, not codeSigning",
-     "Sign with the code signing certificate; the authority's is for timestamps."},
-    {"NoCertificates", "--signature", "", "88200301", "signer", "message-without-certificates",
-     "carries no certificates, so the signer's is not at hand",
-     "Sign again with the certificates inside (openssl cms without -nocerts)."},
-    {"TextBeforeTheArmour", "--signature", "armour/message_with_text_before.signature", "88200308", "signature-file",
-     "message-armour", "has text before its armour",
-     "Let the file begin with -----BEGIN CMS----- or -----BEGIN PKCS7-----, with nothing before it, or use DER."},
-    {"ConvertedLineEnds", "content", "", "ffffffff", "content", "content-converted",
-     "was changed on its way: with LF line ends it is what was signed",
-     "Bring the file again as it is, in binary mode."},
-    {"ExpiredCertificate", "--signature", "path/signer_valid_until_the_last_second.signature", "88200014",
-     "signer-path", "certificate-expired",
-     "the signer's certificate 'C = XX, O = Sigkit, CN = Signer' ended at 2026-01-15T11:59:59Z, and the token's time "
-     "is 2026-01-15T12:00:00Z",
-     "Renew the certificate (pkgsign issue --renew), sign and timestamp again. Older packages stay good."},
-    {"KeyIdentifier", "--signature", "signature/sid_by_key_identifier.signature", "88200308", "signature-file",
-     "message-key-identifier", "names the signer by a key identifier, not by issuer and serial",
-     "Sign again, with issuer and serial number (leave out openssl cms -keyid)."},
-    {"ThreeCertificates", "--signature", "limits/message_of_3_certificates.signature", "88200308", "signature-file",
-     "message-certificates", "carries more than two certificates",
-     "Leave in the signer's certificate and its CA's; the CRL file carries the others."},
-    {"RsaPss", "--signature", "signature/by_pss.signature", "88200309", "signature", "signature-pss",
-     "the signature is of the kind RSA-PSS; devices read RSASSA-PKCS1-v1_5 alone",
-     "Sign again without RSA-PSS (leave out rsa_padding_mode:pss)."},
-};
-
-class CheckOfARefusal : public testing::TestWithParam<Refusal>
-{
-};
-
-TEST_P(CheckOfARefusal, NamesStepCauseAndRemedyInOneScreen)
-{
-    const Refusal &refusal = GetParam();
-    const TemporaryDirectory directory;
-    std::string file = Vector(refusal.file);
-    if (refusal.file[0] == '\0') {
-        file = directory.File("made");
-        if (refusal.role == std::string("content")) {
-            WriteFile(file, WithCarriageReturns(ReadFile(Vector("signature/good.content"))));
-        } else {
-            WriteWithoutCertificates(file);
-        }
-    }
-    const std::vector<std::string> arguments = CheckWith(refusal.role, file);
-    const Outcome asJson = Pkgsign(With(arguments, {"--json"}));
-    EXPECT_EQ(1, asJson.status);
-    const Json json = Json::parse(asJson.out);
-    EXPECT_EQ(refusal.status, json["status"]);
-    EXPECT_EQ(refusal.step, json["failedStep"]);
-    EXPECT_EQ(refusal.code, json["causeCode"]);
-    EXPECT_TRUE(Contains(json["cause"], refusal.text)) << json["cause"];
-    EXPECT_EQ(refusal.remedy, json["remedy"]);
-    const std::string next = json["next"].get<std::string>();
-    EXPECT_FALSE(next.empty());
-    // With the devices' CRL file, so that what is made is tried before it is written.
-    const bool isMade = next.rfind("pkgsign sign ", 0) == 0 || next.rfind("pkgsign timestamp ", 0) == 0;
-    EXPECT_TRUE(!isMade || Contains(next, " --crl ")) << next;
-
-    const Outcome asText = Pkgsign(arguments);
-    const std::string answer = asText.out.substr(0, asText.out.find("\n\n"));
-    EXPECT_LE(std::count(answer.begin(), answer.end(), '\n'), 12) << answer;
-    EXPECT_LE(answer.find('\n'), 100u) << answer;
-    for (const char *const word : {refusal.status, "\ncause ", "\nremedy ", "\nnext "}) {
-        EXPECT_TRUE(Contains(answer, word)) << answer;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Field, CheckOfARefusal, testing::ValuesIn(REFUSALS),
-                         [](const auto &one) { return std::string(one.param.name); });
 
 // ---- Answers and exit statuses --------------------------------------------------------------------------------------
 
