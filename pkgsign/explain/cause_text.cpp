@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "pkgsign/explain/wrap.h"
 #include "pkgsign/files/files.h"
 #include "sigkit/sigkit.h"
 
@@ -16,28 +17,11 @@ constexpr size_t STEPS_BESIDES = 6; // of one that leads to several causes
 constexpr size_t STEPS_FIRST = 2;   // of them from its beginning
 constexpr size_t FUNCTION_COLUMNS = 33;
 
-// Words in lines of at most TEXT_COLUMNS, the first behind `head`, the others behind as many blanks. Marks of code are
-// for documents.
-std::string Fold(const std::string &head, const std::string &words)
+// `words` in lines, the first behind `head`. Marks of code are for documents.
+std::string Fold(const std::string &head, std::string words)
 {
-    const std::string blanks(head.size(), ' ');
-    std::string text;
-    std::string line = head;
-    bool isEmpty = true;
-    for (size_t at = 0; at < words.size();) {
-        const size_t end = std::min(words.find(' ', at), words.size());
-        std::string word = words.substr(at, end - at);
-        word.erase(std::remove(word.begin(), word.end(), '`'), word.end());
-        if (!isEmpty && line.size() + 1 + word.size() > TEXT_COLUMNS) {
-            text += line + "\n";
-            line = blanks;
-            isEmpty = true;
-        }
-        line += (isEmpty ? "" : " ") + word;
-        isEmpty = false;
-        at = end + 1;
-    }
-    return text + line + "\n";
+    words.erase(std::remove(words.begin(), words.end(), '`'), words.end());
+    return head + Wrap(words, head.size()) + "\n";
 }
 
 std::string Sentence(const char *phrase)
@@ -85,11 +69,6 @@ std::string CauseList(const std::vector<const Cause *> &causes, const std::strin
         list += Fold("    > ", cause->remedy);
     }
     return list;
-}
-
-std::string Cut(const std::string &text, size_t columns)
-{
-    return text.size() <= columns ? text : text.substr(0, columns - 3) + "...";
 }
 
 std::string StepText(const TrailStep &step)

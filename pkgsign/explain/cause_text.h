@@ -1,4 +1,4 @@
-// What explains a status, an exit status or a log, for people: at most 100 columns wide.
+// What explains a status, an exit status or a log, for people: at most TEXT_COLUMNS wide (wrap.h).
 #ifndef PKGSIGN_EXPLAIN_CAUSE_TEXT_H
 #define PKGSIGN_EXPLAIN_CAUSE_TEXT_H
 
@@ -9,8 +9,6 @@
 
 namespace pkgsign
 {
-
-inline constexpr size_t TEXT_COLUMNS = 100;
 
 // "88200012"
 std::string StatusDigits(uint32_t status);

@@ -7,6 +7,7 @@
 #include "pkgsign/explain/inspect_crl.h"
 #include "pkgsign/explain/inspect_message.h"
 #include "pkgsign/explain/inspect_recognise.h"
+#include "pkgsign/files/files.h"
 
 namespace pkgsign
 {
@@ -140,7 +141,7 @@ size_t AddObject(FileState *state, const Bytes &data, size_t at, ObjectKind kind
     state->objects.push_back({{"kind", kindName},
                               {"offset", block == nullptr ? at : block->offset},
                               {"size", end - at},
-                              {"label", block == nullptr ? Report(nullptr) : Report(SafeText(block->label))},
+                              {"label", block == nullptr ? Report(nullptr) : Report(Printable(block->label))},
                               {"content", content},
                               {"findings", FindingsJson(findings)},
                               {"findingCount", findings.count}});
@@ -252,7 +253,7 @@ void ReadBlock(FileState *state, const Bytes &data, const ArmourBlock &block, bo
     const auto add = [&](Rule rule, size_t at, const std::string &detail) {
         AddFinding(&state->findings, rule, file, at, detail);
     };
-    const std::string label = SafeText(block.label);
+    const std::string label = Printable(block.label);
     if (!IsShownLabel(block.label)) {
         add(Rule::ArmourOther, block.offset, label);
         return;
@@ -303,7 +304,7 @@ void ReadArmour(FileState *state, const Bytes &data)
         ReadBlock(state, data, block, block.offset < null);
         if (!block.isClosed) {
             if (block.hasEnd || !IsDeviceLabel(block.label)) {
-                AddFinding(&state->findings, Rule::ArmourEnd, file, block.offset, SafeText(block.label));
+                AddFinding(&state->findings, Rule::ArmourEnd, file, block.offset, Printable(block.label));
             }
             break;
         }
@@ -351,7 +352,7 @@ Status AddIssuers(const std::string &name, const Bytes &data, InspectOptions *op
     }
     return options->issuers.size() > before
                ? Status()
-               : Fail("'" + SafeText(name) + "' holds no certificate, as PEM or DER, that a device could read");
+               : Fail("'" + Printable(name) + "' holds no certificate, as PEM or DER, that a device could read");
 }
 
 Report InspectFile(const std::string &name, const Bytes &data, const InspectOptions &options)
@@ -374,7 +375,7 @@ Report InspectFile(const std::string &name, const Bytes &data, const InspectOpti
     } else {
         ReadDer(&state, data);
     }
-    return {{"file", SafeText(name)},
+    return {{"file", Printable(name)},
             {"size", data.size()},
             {"form", isArmour ? "PEM" : "DER"},
             {"errors", state.findings.errors + state.errors},

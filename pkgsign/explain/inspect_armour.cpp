@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "pkgsign/explain/inspect_value.h"
+#include "pkgsign/files/files.h"
 
 namespace pkgsign::inspection
 {
@@ -156,14 +157,14 @@ Bytes DecodeArmour(const Bytes &data, const ArmourBlock &block, Findings *findin
     const NodePath file;
     const size_t stop = CheckText(data, block.body, block.bodyEnd, &reading);
     const auto found = [&](size_t at) {
-        return "found '" + SafeText(std::string(1, static_cast<char>(data[at]))) + "' in the block " +
-               SafeText(block.label);
+        return "found '" + Printable(std::string(1, static_cast<char>(data[at]))) + "' in the block " +
+               Printable(block.label);
     };
     if (stop < block.bodyEnd) {
         AddFinding(findings, Rule::ArmourBase64, file, stop, found(stop));
     } else if (reading.digits == 0) {
         AddFinding(findings, Rule::ArmourBase64, file, block.body,
-                   "found nothing in the block " + SafeText(block.label));
+                   "found nothing in the block " + Printable(block.label));
     } else if (reading.foreign < block.bodyEnd) {
         AddFinding(findings, Rule::ArmourForeign, file, reading.foreign, found(reading.foreign));
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "pkgsign/files/files.h"
 #include "pkgsign/files/time.h"
 #include "sigkit/sigkit_host.h"
 
@@ -162,7 +163,8 @@ Report DescribeTime(InspectContext *context, const Node *node, const NodePath &p
     if (!seconds.has_value() || !isTime) {
         const bool isWrongForm = !seconds.has_value() && isUsed;
         AddFinding(context->findings, isWrongForm ? Rule::TimeForm : Rule::TimeDigits, path, node->element.offset,
-                   "found " + DescribeElement(node->element) + " '" + SafeText({content.begin(), content.end()}) + "'");
+                   "found " + DescribeElement(node->element) + " '" + Printable({content.begin(), content.end()}) +
+                       "'");
     }
     if (secondsOut != nullptr) {
         *secondsOut = seconds;

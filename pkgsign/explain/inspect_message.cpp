@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "pkgsign/explain/inspect_signer.h"
+#include "pkgsign/files/files.h"
 #include "pkgsign/files/time.h"
 
 namespace pkgsign::inspection
@@ -132,7 +133,8 @@ Report DescribeGenTime(InspectContext *context, const Node *time, const NodePath
     *secondsOut = ReadDeviceTime(time->element.identifier, content, &isTime);
     if (!secondsOut->has_value() || (!isUtc && content.size() != WHOLE_SECONDS_SIZE)) {
         AddFinding(context->findings, Rule::TokenTime, path, time->element.offset,
-                   "found " + DescribeElement(time->element) + " '" + SafeText({content.begin(), content.end()}) + "'");
+                   "found " + DescribeElement(time->element) + " '" + Printable({content.begin(), content.end()}) +
+                       "'");
         return nullptr;
     }
     return DescribeTime(context, time, path, true);

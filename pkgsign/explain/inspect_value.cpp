@@ -7,6 +7,8 @@
 
 #include <openssl/objects.h>
 
+#include "pkgsign/files/files.h"
+
 namespace pkgsign::inspection
 {
 namespace
@@ -23,36 +25,6 @@ std::string HexNumber(unsigned number)
     char text[16] = {};
     (void)std::snprintf(text, sizeof(text), "%02X", number);
     return text;
-}
-
-// A character of UTF-8 (RFC 3629, 4) at `at`; its octets, or 0.
-size_t ReadCodePoint(const std::string &text, size_t at, uint32_t *codePoint)
-{
-    const auto octet = [&](size_t i) { return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0U; };
-    const unsigned first = octet(0);
-    const size_t size = first < 0x80 ? 1 : first >> 5 == 6 ? 2 : first >> 4 == 14 ? 3 : first >> 3 == 30 ? 4 : 0;
-    uint32_t value = size == 1 ? first : size == 0 ? 0 : first & (0x7FU >> size);
-    for (size_t i = 1; i < size; ++i) {
-        if ((octet(i) & 0xC0) != 0x80) {
-            return 0;
-        }
-        value = value << 6 | (octet(i) & 0x3F);
-    }
-    static constexpr uint32_t LEAST[] = {0, 0, 0x80, 0x800, 0x10000};
-    const bool isSurrogate = value >= 0xD800 && value <= 0xDFFF;
-    *codePoint = value;
-    return size == 0 || value < LEAST[size] || value > 0x10FFFF || isSurrogate ? 0 : size;
-}
-
-// Control characters, line and paragraph ends, and what turns the direction of writing.
-bool IsShown(uint32_t codePoint)
-{
-    const bool isControl = codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
-    const bool isDirection = (codePoint >= 0x200B && codePoint <= 0x200F) ||
-                             (codePoint >= 0x2028 && codePoint <= 0x202E) ||
-                             (codePoint >= 0x2060 && codePoint <= 0x206F) || codePoint == 0x061C || codePoint == 0xFEFF;
-    const bool isTag = codePoint >= 0xE0000 && codePoint <= 0xE0FFF;
-    return !isControl && !isDirection && !isTag;
 }
 
 void AppendCodePoint(uint32_t codePoint, std::string *text)
@@ -162,26 +134,6 @@ std::string ShownHex(const Bytes &octets)
     return text + (octets.size() > VALUE_OCTETS_MAX ? "..." : "");
 }
 
-std::string SafeText(const std::string &text)
-{
-    std::string safe;
-    for (size_t at = 0; at < text.size();) {
-        uint32_t codePoint = 0;
-        const size_t size = ReadCodePoint(text, at, &codePoint);
-        if (size == 0) {
-            safe += "\\x" + HexNumber(static_cast<unsigned char>(text[at++]));
-            continue;
-        }
-        if (IsShown(codePoint)) {
-            safe.append(text, at, size);
-        } else {
-            safe += codePoint < 0x80 ? "\\x" + HexNumber(codePoint) : "\\u{" + HexNumber(codePoint) + "}";
-        }
-        at += size;
-    }
-    return safe;
-}
-
 std::string StringText(uint8_t identifier, const Bytes &content, bool *isExact)
 {
     const bool isShort = content.size() <= VALUE_OCTETS_MAX;
@@ -202,7 +154,7 @@ std::string StringText(uint8_t identifier, const Bytes &content, bool *isExact)
         *isExact = false;
         return "#" + ShownHex(content);
     }
-    const std::string safe = SafeText(text);
+    const std::string safe = Printable(text);
     *isExact = isShort && safe == text;
     return safe + (isShort ? "" : "...");
 }

@@ -23,10 +23,6 @@ std::string ShortIdentifierText(const std::string &dotted);
 // Hexadecimal digits; "..." stands for what exceeds VALUE_OCTETS_MAX.
 std::string ShownHex(const Bytes &octets);
 
-// Text that may be shown anywhere: UTF-8 without control characters, characters that turn the direction of writing,
-// and octets that are none; those as \xHH or \u{H}.
-std::string SafeText(const std::string &text);
-
 // A string of a name. identifier: the octet that says its type. isExact: whether `text` is what it says, unescaped.
 std::string StringText(uint8_t identifier, const Bytes &content, bool *isExact);
 

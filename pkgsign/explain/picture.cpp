@@ -4,6 +4,7 @@
 
 #include "pkgsign/explain/check_words.h"
 #include "pkgsign/explain/report.h"
+#include "pkgsign/files/files.h"
 #include "pkgsign/files/time.h"
 
 namespace pkgsign
@@ -168,7 +169,7 @@ std::string BarHtml(const Check &check, const Window &window, const Bar &bar)
     if (bar.from < window.from || bar.to > window.to) {
         dates += "; reaches beyond the picture";
     }
-    return "<div class=\"bar\">" + HtmlText(Showable(bar.label)) +
+    return "<div class=\"bar\">" + HtmlText(Printable(bar.label)) +
            (bar.endsFirst ? " <strong>ends first</strong>" : "") + "<span class=\"detail\">" + HtmlText(dates) +
            "</span>" + Drawing(check, window, bar) + "</div>\n";
 }

@@ -212,11 +212,11 @@ void AddContent(const Check &check, std::vector<ReportSection> *sections)
     }
 }
 
-void MakeShowable(std::vector<ReportRow> *rows)
+void MakePrintable(std::vector<ReportRow> *rows)
 {
     for (ReportRow &row : *rows) {
-        row.text = Showable(row.text);
-        row.detail = Showable(row.detail);
+        row.text = Printable(row.text);
+        row.detail = Printable(row.detail);
     }
 }
 
@@ -249,7 +249,7 @@ Report MakeReport(const Check &check)
 {
     Report report;
     report.verdict = check.isAuthentic ? Mark::Good : Mark::Bad;
-    report.headline = Showable(check.contentPath) + (check.isAuthentic ? ": authentic" : ": refused, ") +
+    report.headline = Printable(check.contentPath) + (check.isAuthentic ? ": authentic" : ": refused, ") +
                       (check.isAuthentic ? "" : StatusDigits(check.status)) + " (verify_tool ends with " +
                       std::to_string(DeviceExitStatus(check)) + ")";
     report.meaning = check.status == UINT32_MAX ? "the content is not the one that was signed"
@@ -269,9 +269,9 @@ Report MakeReport(const Check &check)
         }
         report.sections.push_back(notes);
     }
-    MakeShowable(&report.answer);
+    MakePrintable(&report.answer);
     for (ReportSection &section : report.sections) {
-        MakeShowable(&section.rows);
+        MakePrintable(&section.rows);
     }
     return report;
 }

@@ -12,7 +12,7 @@ namespace pkgsign
 
 enum class Mark { None, Good, Bad, Open };
 
-// All texts are fit to be shown: see Showable.
+// All texts are fit to be shown: see Printable.
 struct ReportRow {
     Mark mark = Mark::None;
     std::string word; // "passed"
@@ -35,11 +35,6 @@ struct Report {
 };
 
 Report MakeReport(const Check &check);
-
-// A text of a file as it may be shown: valid UTF-8, with control characters and those that turn the direction of
-// writing as \xHH or \u{HHHH}.
-std::string Showable(const std::string &text);
-
 
 std::string TextReport(const Check &check);
 std::string JsonReport(const Check &check);

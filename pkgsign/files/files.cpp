@@ -284,18 +284,4 @@ Status PlaceDirectory(const std::string &made, const std::string &path, const st
     return SyncDirectory(DirectoryOf(path)) ? Status() : FailSystem("keep on disk the directory of", path);
 }
 
-std::string Printable(const std::string &text)
-{
-    std::string printable;
-    for (const char character : text) {
-        const unsigned octet = static_cast<unsigned char>(character);
-        char escaped[8] = {character};
-        if (octet < 0x20 || octet == 0x7F) {
-            (void)std::snprintf(escaped, sizeof(escaped), "\\x%02X", octet);
-        }
-        printable += escaped;
-    }
-    return printable;
-}
-
 } // namespace pkgsign

@@ -68,7 +68,8 @@ Status MakeDirectoryBeside(const std::string &path, std::string *madeOut);
 // file system can do that; empty: nothing must be there but an empty directory.
 Status PlaceDirectory(const std::string &made, const std::string &path, const std::string &aside);
 
-// `text` as it may be shown on a terminal: control characters as \xHH.
+// `text` as it may be shown on a terminal or a page: valid UTF-8, in which control characters, those that turn the
+// direction of writing, and octets that are no character stand as \xHH or \u{HHHH}.
 std::string Printable(const std::string &text);
 
 } // namespace pkgsign

@@ -316,9 +316,10 @@ TEST(CheckPage, ShowsACrlOfAMonthUnderCertificatesOfDecades)
 TEST(CheckPage, KeepsLettersOfAllLanguages)
 {
     const std::string text = "Prüfstelle 検証 \U0001F512";
-    EXPECT_EQ(text, pkgsign::Showable(text));
-    EXPECT_EQ("\\xC0\\xAF\\xED\\xA0\\x80\\xF4\\x90\\x80\\x80\\xE2\\x82", pkgsign::Showable("\xC0\xAF\xED\xA0\x80"
-                                                                                           "\xF4\x90\x80\x80\xE2\x82"));
+    EXPECT_EQ(text, pkgsign::Printable(text));
+    EXPECT_EQ("\\xC0\\xAF\\xED\\xA0\\x80\\xF4\\x90\\x80\\x80\\xE2\\x82",
+              pkgsign::Printable("\xC0\xAF\xED\xA0\x80"
+                                 "\xF4\x90\x80\x80\xE2\x82"));
 }
 
 TEST(CheckPage, StandsForItself)

@@ -358,11 +358,18 @@ TEST_F(Explain, OfRubbishIsBoundedAndSafeToShow)
     const std::string plain = Log(OLD_CRLS).out;
     EXPECT_EQ(plain, Log(rubbish + "\n" + OLD_CRLS + rubbish).out);
     EXPECT_EQ(plain, Log(std::string(1 << 20, 'x') + "\n" + OLD_CRLS + std::string(1 << 20, '\0')).out);
-    const Outcome shown =
-        Log("ERROR 1014 upgrade_sigkit_handle(169) VerifyCmsFile: Add CRL file \x1b[2J\x07 failed.\n");
+    const Outcome shown = Log("ERROR 1014 upgrade_sigkit_handle(169) VerifyCmsFile: Add CRL file "
+                              "\x1b[2J\x07\xC2\x9B\xE2\x80\xAE\xFF failed.\n");
     ExpectDone(shown);
     EXPECT_EQ(std::string::npos, shown.out.find('\x1b'));
-    EXPECT_TRUE(Contains(shown.out, "\\x1B[2J")) << shown.out;
+    EXPECT_TRUE(Contains(shown.out, "\\x1B[2J\\x07\\u{9B}\\u{202E}\\xFF")) << shown.out;
+    for (std::string letters : {"Add CRL file ", "Add CRL files "}) {
+        for (int i = 0; i < 100; ++i) {
+            letters += "\u00FC";
+        }
+        const Outcome cut = Log("ERROR 1014 upgrade_sigkit_handle(169) VerifyCmsFile: " + letters + "\n");
+        EXPECT_TRUE(Contains(cut.out, "\u00FC...\n")) << cut.out;
+    }
     for (const char *const part :
          {"sigkit_log.log(", "sigkit_log.log(1", "sigkit_log.log(1):(", "sigkit_log.log(1):():", "verify_frame_main(",
           "verify_frame_main(1) ", "(err:", "(err:fffffffff)"}) {
