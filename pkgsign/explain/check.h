@@ -51,7 +51,7 @@ inline constexpr size_t NONE = SIZE_MAX;
 // A time as the library reads it; nothing where it cannot.
 using MaybeTime = std::optional<int64_t>;
 
-// A certificate that the library has met. Not verified, unless a judgement says so.
+// A certificate that the library has met. Not verified, unless a judgement says so. Names are fit to be shown, and cut.
 struct SeenCertificate {
     std::string subject;
     std::string issuer;

@@ -2,6 +2,8 @@
 
 #include "pkgsign/authority/certificates.h"
 #include "pkgsign/crypto/digest.h"
+#include "pkgsign/explain/wrap.h"
+#include "pkgsign/files/files.h"
 #include "x509/oid.h"
 #include "x509/time.h"
 
@@ -11,6 +13,10 @@ namespace
 {
 
 constexpr char NOT_READABLE[] = "(a name that cannot be shown)";
+
+// A report names a certificate in many rows, and a file of a device's size can hold one name of two million octets.
+constexpr size_t NAME_CHARACTERS_MAX = 400;
+constexpr size_t SERIAL_DIGITS_MAX = 80; // RFC 5280, 4.1.2.2, allows 40
 
 void AppendHeader(uint8_t tag, size_t length, Bytes *out)
 {
@@ -38,24 +44,24 @@ Bytes WrapSigned(const SigkitAsnOcts &encoded)
 
 std::string NameOrNot(const X509_NAME *name)
 {
-    const std::string text = name == nullptr ? "" : NameText(name);
-    return text.empty() ? NOT_READABLE : text;
+    const std::string text = name == nullptr ? "" : Printable(NameText(name));
+    return text.empty() ? NOT_READABLE : Cut(text, NAME_CHARACTERS_MAX);
 }
 
 } // namespace
 
-std::string SerialOf(const SigkitAsnOcts &serial)
+Bytes OctetsOf(const SigkitAsnOcts &view)
+{
+    return view.data == nullptr ? Bytes() : Bytes(view.data, view.data + view.len);
+}
+
+std::string SerialText(const SigkitAsnOcts &serial)
 {
     std::string text = HexText(OctetsOf(serial));
     for (char &digit : text) {
         digit = static_cast<char>(digit >= 'a' ? digit - 'a' + 'A' : digit);
     }
-    return text.empty() ? "00" : text; // the library drops a leading zero
-}
-
-Bytes OctetsOf(const SigkitAsnOcts &view)
-{
-    return view.data == nullptr ? Bytes() : Bytes(view.data, view.data + view.len);
+    return text.empty() ? "00" : Cut(text, SERIAL_DIGITS_MAX); // the library drops a leading zero
 }
 
 MaybeTime ReadTime(const SigkitAsnOcts &view)
@@ -79,7 +85,7 @@ size_t SeeCertificate(const SigkitX509Cert &record, Step source, SeenRecords *se
     const X509 *const decoded = certificate.decoded.get();
     certificate.subject = NameOrNot(decoded == nullptr ? nullptr : X509_get_subject_name(decoded));
     certificate.issuer = NameOrNot(decoded == nullptr ? nullptr : X509_get_issuer_name(decoded));
-    certificate.serial = SerialOf(info.serialNumber);
+    certificate.serial = SerialText(info.serialNumber);
     certificate.notBefore = ReadTime(info.validity.notBefore);
     certificate.notAfter = ReadTime(info.validity.notAfter);
     certificate.source = source;

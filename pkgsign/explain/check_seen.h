@@ -24,8 +24,8 @@ size_t SeeCrl(const SigkitX509Crl &record, SeenRecords *seen, Check *check);
 
 Bytes OctetsOf(const SigkitAsnOcts &view);
 
-// In upper-case hexadecimal digits, as all reports show it.
-std::string SerialOf(const SigkitAsnOcts &serial);
+// In hexadecimal, as all the rows of a report have it.
+std::string SerialText(const SigkitAsnOcts &serial);
 
 // Nothing when it cannot be read.
 MaybeTime ReadTime(const SigkitAsnOcts &view);

@@ -127,7 +127,7 @@ void TakeParty(TraceCollector *collector, const SigkitTraceRecord &record)
     collector->path->certificate = place;
     const SigkitPkcs7SignedInfo &party = *static_cast<const SigkitPkcs7SignedInfo *>(record.subject);
     Judge(collector, isAuthority ? Step::Authority : Step::Signer, record.value,
-          place != NONE ? check->certificates[place].subject : "serial number " + SerialOf(party.sid.serialNumber));
+          place != NONE ? check->certificates[place].subject : "serial number " + SerialText(party.sid.serialNumber));
 }
 
 void TakeContentDigest(Check *check, const SigkitTraceRecord &record)

@@ -78,7 +78,12 @@ void AddCrls(const Check &check, const Judgement &judgement, ReportSection *sect
                                  true});
     }
     for (const EntryFinding &entry : judgement.entries) {
-        section->rows.push_back({entry.revokes ? Mark::Bad : Mark::Good, entry.revokes ? "revokes" : "does not revoke",
+        // Only a date that counts lets an entry not revoke, and then one that cannot be read ends the judgement.
+        const bool isCleared = !entry.revokes && entry.date.has_value();
+        section->rows.push_back({isCleared ? Mark::Good : Mark::Bad,
+                                 isCleared       ? "does not revoke"
+                                 : entry.revokes ? "revokes"
+                                                 : "not readable",
                                  "entry of " + TimeText(entry.date) + ", " + ReasonText(entry.reason),
                                  entry.dateCounts ? "its date counts" : "its date does not count", true});
     }

@@ -8,6 +8,8 @@
 #include "pkgsign/explain/report.h"
 #include "pkgsign/explain/text_variant.h"
 #include "pkgsign/files/files.h"
+#include "sigkit/sigkit.h"
+#include "tests/pkgsign/inspect_departures.h"
 #include "tests/pkgsign/support.h"
 
 namespace
@@ -139,6 +141,21 @@ TEST(Check, ShowsACrlThatIsOutrankedAndOneThatRevokes)
     EXPECT_TRUE(
         Contains(outcome.out, "\n    revokes          entry of 2026-01-14T12:00:00Z, no reason: its date counts"))
         << outcome.out;
+}
+
+TEST(Check, CutsNamesThatFillAFile)
+{
+    const TemporaryDirectory directory;
+    const pkgsign::Bytes certificate =
+        CertificateWith([](auto *c) { c->subject = der::NameOf(std::string(1000000, '<')); });
+    WriteFile(directory.File("crls"),
+              ReadFile(Vector("signature/good.crls")) + std::string(certificate.begin(), certificate.end()));
+    const Outcome outcome =
+        Pkgsign(With(CheckWith("--crl", directory.File("crls")), {"--html", directory.File("page")}));
+    EXPECT_EQ(0, outcome.status) << outcome.errors;
+    EXPECT_TRUE(Contains(outcome.out, "<<<...'")) << outcome.out.substr(0, 5000);
+    EXPECT_LT(outcome.out.size(), 100000u);
+    EXPECT_LT(ReadFile(directory.File("page")).size(), 200000u);
 }
 
 TEST(Check, ReportsAFileThatIsNotThereAsTheDeviceDoes)
@@ -311,6 +328,24 @@ TEST(CheckPage, ShowsACrlOfAMonthUnderCertificatesOfDecades)
     const double end = CrlBar(html, "x") + CrlBar(html, "width");
     const size_t token = html.rfind("<rect x=\"", html.find("fill=\"var(--now)\""));
     EXPECT_GE(std::stod(html.substr(token + 9)), end + 2.0) << html;
+}
+
+TEST(CheckReport, TicksNoEntryWhoseDateCannotBeRead)
+{
+    pkgsign::Check check;
+    check.certificates.emplace_back();
+    check.rejected.emplace_back();
+    check.issuers.push_back(pkgsign::NONE);
+    pkgsign::Judgement judgement;
+    judgement.certificate = 0;
+    judgement.depth = 1;
+    judgement.status = SIGKIT_ERR_TIME_FORMAT;
+    judgement.ruling = pkgsign::Ruling::Entry;
+    judgement.entries.push_back({0, std::nullopt, true, false});
+    check.signerPath = {0, SIGKIT_ERR_TIME_FORMAT, {judgement}};
+    const std::string text = pkgsign::TextReport(check);
+    EXPECT_FALSE(Contains(text, "does not revoke")) << text;
+    EXPECT_TRUE(Contains(text, "\n    not readable     entry of (a time that cannot be read), no reason")) << text;
 }
 
 TEST(CheckPage, KeepsLettersOfAllLanguages)
