@@ -1,6 +1,10 @@
 #include "pkgsign/explain/cause_rows.h"
 
+#include <algorithm>
 #include <cstdlib>
+
+#include "pkgsign/explain/cause.h"
+#include "sigkit/sigkit.h"
 
 namespace pkgsign
 {
@@ -44,8 +48,7 @@ constexpr CauseRow ROWS[] = {
     {"token-of-another-signature",
      "Timestamp this signature value anew; each signing makes another, and no token fits two.",
      "pkgsign timestamp %s --crl %c --out fixed.cms"},
-    {"token-time", "Set the timestamp authority to whole seconds, and timestamp again.",
-     "pkgsign timestamp %s --crl %c --out fixed.cms"},
+    {"token-time", "", "pkgsign timestamp %s --crl %c --out fixed.cms", SIGKIT_ERR_TIME_FORMAT},
     {"token-signature", "The token was altered, or its authority errs: timestamp again.",
      "pkgsign timestamp %s --crl %c --out fixed.cms"},
     {"authority-missing", "Request tokens with the authority's certificate (certReq), or put it into the CRL file.",
@@ -78,9 +81,9 @@ constexpr CauseRow ROWS[] = {
      "pkgsign inspect %r %c %s"},
     {"certificate-algorithm", "Use RSA of at most 4096 bits with SHA-256, SHA-384 or SHA-512; leave others out.",
      "pkgsign inspect %s"},
-    {"certificate-revoked", "Do not install. Sign anew with a certificate that is not revoked.", "pkgsign list"},
+    {"certificate-revoked", "", "pkgsign list", SIGKIT_ERR_CERT_REVOKED},
     {"crl-entry", "Issue the CRL anew.", "pkgsign inspect %c"},
-    {"crl-expired", "Take the CRL file that belongs to the package, or make a new one.", "pkgsign crl --out crls.der"},
+    {"crl-expired", "", "pkgsign crl --out crls.der", SIGKIT_ERR_NO_CRL},
     {"crl-missing", "Put a CRL of this CA into the CRL file.", "pkgsign crl --add ca-crl.der --out crls.der"},
     {"crl-of-root-missing", "Put the root's CRL into the CRL file: each CA of the path needs one, the root included.",
      "pkgsign crl --out crls.der"},
@@ -119,6 +122,16 @@ const CauseRow &FindCauseRow(const std::string &code)
         }
     }
     std::abort(); // the codes stand in check_cause.cpp
+}
+
+std::string RemedyOf(const CauseRow &row)
+{
+    std::string remedy = row.remedy;
+    for (const Cause &cause : AllCauses()) {
+        remedy = remedy.empty() && cause.status == row.status ? cause.remedy : remedy;
+    }
+    remedy.erase(std::remove(remedy.begin(), remedy.end(), '`'), remedy.end()); // marks of code are for documents
+    return remedy;
 }
 
 std::string FillPaths(const std::string &command, const Check &check)

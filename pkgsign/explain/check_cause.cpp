@@ -14,7 +14,7 @@ namespace
 void Set(Check *check, const char *code, const std::string &text)
 {
     const CauseRow &row = FindCauseRow(code);
-    check->cause = {row.code, text, row.remedy, FillPaths(row.next, *check)};
+    check->cause = {row.code, text, RemedyOf(row), FillPaths(row.next, *check)};
 }
 
 std::string Quoted(const std::string &text)

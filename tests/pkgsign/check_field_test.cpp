@@ -25,7 +25,7 @@ struct Expected {
 const Expected EXPECTED[] = {
     {"CrlOlderThanTheToken", "authority-path", "crl-expired",
      "ended at 2026-02-01T00:00:00Z, before the token's time, 2026-03-10T12:00:00Z",
-     "Take the CRL file that belongs to the package, or make a new one."},
+     "Take the CRL file that belongs to the package, or make a new one (pkgsign crl)."},
     {"NoCrlOfTheRoot", "authority-path", "crl-of-root-missing", "the CRL file has no CRL of the root '",
      "Put the root's CRL into the CRL file: each CA of the path needs one, the root included."},
     {"TokenOfAnotherSignature", "token-imprint", "token-of-another-signature",

@@ -1,4 +1,5 @@
 // What pkgsign check says about a package: the public vectors, and packages of a folder.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <regex>
@@ -141,6 +142,28 @@ TEST(Check, ShowsACrlThatIsOutrankedAndOneThatRevokes)
     EXPECT_TRUE(
         Contains(outcome.out, "\n    revokes          entry of 2026-01-14T12:00:00Z, no reason: its date counts"))
         << outcome.out;
+}
+
+TEST(Check, HasTheRemediesThatExplainHas)
+{
+    const struct {
+        const char *signature;
+        const char *crls;
+        const char *code;
+        const char *remedy;
+    } refusals[] = {
+        {"timestamp/time_with_tenths.signature", "signature/good.crls", "token-time",
+         "Set the timestamp authority to whole seconds, and timestamp again."},
+        {"signature/good.signature", "crl/two_of_one_issuer_the_older_revokes.crls", "certificate-revoked",
+         "Do not install. Sign anew with a certificate that is not revoked."},
+    };
+    for (const auto &refusal : refusals) {
+        std::vector<std::string> arguments = With(CheckWith("--crl", Vector(refusal.crls)), {"--json"});
+        std::replace(arguments.begin(), arguments.end(), Vector("signature/good.signature"), Vector(refusal.signature));
+        const Json json = Json::parse(Pkgsign(arguments).out);
+        EXPECT_EQ(refusal.code, json["causeCode"]);
+        EXPECT_EQ(refusal.remedy, json["remedy"]);
+    }
 }
 
 TEST(Check, CutsNamesThatFillAFile)
