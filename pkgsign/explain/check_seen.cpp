@@ -4,6 +4,7 @@
 #include "pkgsign/crypto/digest.h"
 #include "pkgsign/explain/wrap.h"
 #include "pkgsign/files/files.h"
+#include "pkgsign/timestamp/der.h"
 #include "x509/oid.h"
 #include "x509/time.h"
 
@@ -18,28 +19,12 @@ constexpr char NOT_READABLE[] = "(a name that cannot be shown)";
 constexpr size_t NAME_CHARACTERS_MAX = 400;
 constexpr size_t SERIAL_DIGITS_MAX = 80; // RFC 5280, 4.1.2.2, allows 40
 
-void AppendHeader(uint8_t tag, size_t length, Bytes *out)
-{
-    out->push_back(tag);
-    if (length >= 0x80) {
-        out->push_back(0x84);
-        for (int shift = 24; shift > 0; shift -= 8) {
-            out->push_back(static_cast<uint8_t>(length >> shift));
-        }
-    }
-    out->push_back(static_cast<uint8_t>(length));
-}
-
 // What is signed, with an algorithm and a signature that mean nothing, so that libcrypto reads it.
 Bytes WrapSigned(const SigkitAsnOcts &encoded)
 {
-    static const uint8_t unsignedTail[] = {0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
-                                           0x01, 0x01, 0x0B, 0x05, 0x00, 0x03, 0x02, 0x00, 0x00};
-    Bytes der;
-    AppendHeader(0x30, encoded.len + sizeof(unsignedTail), &der);
-    der.insert(der.end(), encoded.data, encoded.data + encoded.len);
-    der.insert(der.end(), unsignedTail, unsignedTail + sizeof(unsignedTail));
-    return der;
+    static const Bytes unsignedTail = {0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
+                                       0x01, 0x01, 0x0B, 0x05, 0x00, 0x03, 0x02, 0x00, 0x00};
+    return DerElement(DER_SEQUENCE, {OctetsOf(encoded), unsignedTail});
 }
 
 std::string NameOrNot(const X509_NAME *name)

@@ -32,13 +32,19 @@ std::string TimeText(const MaybeTime &time)
     return IsWritable(time) ? FormatTime(*time) : "(a time that cannot be read)";
 }
 
+const char *ReasonName(uint32_t reason)
+{
+    static constexpr const char *REASONS[] = {"unspecified",        "keyCompromise", "cACompromise",
+                                              "affiliationChanged", "superseded",    "cessationOfOperation",
+                                              "certificateHold",    nullptr,         "removeFromCRL",
+                                              "privilegeWithdrawn", "aACompromise"};
+    return reason < std::size(REASONS) ? REASONS[reason] : nullptr;
+}
+
 std::string ReasonText(uint32_t reason)
 {
-    static constexpr const char *REASONS[] = {"no reason",          "keyCompromise",    "cACompromise",
-                                              "affiliationChanged", "superseded",       "cessationOfOperation",
-                                              "certificateHold",    "unknown reason 7", "removeFromCRL",
-                                              "privilegeWithdrawn", "aACompromise"};
-    return reason < std::size(REASONS) ? REASONS[reason] : "unknown reason " + std::to_string(reason);
+    const char *const name = reason == 0 ? "no reason" : ReasonName(reason);
+    return name != nullptr ? name : "unknown reason " + std::to_string(reason);
 }
 
 std::string WhereItStopped(const ReadProblem &problem)

@@ -1,18 +1,12 @@
 #include "pkgsign/explain/inspect_crl.h"
 
-#include <iterator>
-
+#include "pkgsign/explain/check_words.h"
 #include "pkgsign/explain/inspect_certificate.h"
 
 namespace pkgsign::inspection
 {
 namespace
 {
-
-// RFC 5280, 5.3.1.
-constexpr const char *REASONS[] = {"unspecified",   "keyCompromise",        "cACompromise",    "affiliationChanged",
-                                   "superseded",    "cessationOfOperation", "certificateHold", nullptr,
-                                   "removeFromCRL", "privilegeWithdrawn",   "aACompromise"};
 
 const Node *FindReason(const Node &entry)
 {
@@ -32,8 +26,8 @@ Report DescribeReason(const Bytes &data, const Node &entry)
         return nullptr;
     }
     const Bytes content = ContentOf(data, reason, 4);
-    const bool isNamed = content.size() == 1 && content[0] < std::size(REASONS) && REASONS[content[0]] != nullptr;
-    return isNamed ? std::string(REASONS[content[0]]) : "reason " + ShownHex(content);
+    const char *const name = content.size() == 1 ? ReasonName(content[0]) : nullptr;
+    return name != nullptr ? name : "reason " + ShownHex(content);
 }
 
 // The entries, one by one and kept as far as they are shown: there may be millions.
