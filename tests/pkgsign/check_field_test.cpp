@@ -46,7 +46,7 @@ const Expected EXPECTED[] = {
      "Bring the file again as it is, in binary mode."},
     {"ExpiredCertificate", "signer-path", "certificate-expired",
      "ended at 2026-03-01T00:00:00Z, and the token's time is 2026-03-10T12:00:00Z",
-     "Renew the certificate, then sign and timestamp again. What was timestamped before stays good."},
+     "Renew the certificate (pkgsign issue --renew), sign and timestamp again. Older packages stay good."},
     {"KeyIdentifierInsteadOfIssuerAndSerial", "signature-file", "message-key-identifier",
      "names the signer by a key identifier, not by issuer and serial",
      "Sign again, with issuer and serial number (leave out openssl cms -keyid)."},
