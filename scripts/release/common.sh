@@ -90,8 +90,8 @@ fetch_debian_source() {
   dpkg-source -x "$directory.apt"/*.dsc "$directory"
 }
 
-# build_openssl SOURCE COMMAND...: configures OpenSSL's sources with the command, builds the libraries, and installs them
-# with their headers where the command says.
+# build_openssl SOURCE COMMAND...: configures OpenSSL's sources with the command, builds the libraries, and installs
+# them with their headers where the command says.
 build_openssl() {
   local source_tree=$1
   shift
