@@ -3,7 +3,8 @@
 # work on a clean system, that its builds can be repeated, that other versions of OpenSSL and other machines do, and
 # that the README's commands pass on a fresh machine.
 # Usage: scripts/release-check.sh [--write] [step...]; without a step all steps, from an empty build/release-check. With
-# --write the steps that passed and what they saw also become the table in docs/install.md.
+# --write the steps that passed and what they saw also become the table in docs/install.md; those that passed so before,
+# with the same sources, stay in it.
 #
 # Each step prints one line with what was seen; what it ran is in build/release-check/<step>.log.
 # Exit status: 0 every step passed, 1 a step failed and the rest was not run, 3 no step failed but some could not be
@@ -28,7 +29,12 @@ fi
 mkdir -p "$out"
 scripts/bootstrap.sh build test
 
-left_out=() rows=()
+rows=
+if $write; then
+  rows=$out/rows-$({ git rev-parse HEAD && git diff HEAD -- . ':!*.md'; } | sha256sum | cut -c 1-16)
+  mkdir -p "$rows"
+fi
+left_out=()
 for step in "$@"; do
   program=scripts/release/$step.sh
   case $step in fresh-machine | replay) program=scripts/$step.sh ;; esac
@@ -37,10 +43,14 @@ for step in "$@"; do
     exit 2
   fi
   log=$out/$step.log began=$SECONDS status=0
+  rm -f "${rows:-$out}/$step.row"
   "$program" >"$log" 2>&1 || status=$?
   report=$(tail -n 1 "$log")
   case $status in
-    0) word=ok rows+=("| $step | $report |") ;;
+    0)
+      word=ok
+      [ -z "$rows" ] || echo "| $step | $report |" >"$rows/$step.row"
+      ;;
     "$COULD_NOT") word='NOT CHECKED' left_out+=("$step") ;;
     *) word=FAILED report="see $log" ;;
   esac
@@ -50,8 +60,9 @@ for step in "$@"; do
     exit 1
   fi
 done
-if $write && [ ${#rows[@]} -gt 0 ]; then
-  { printf '%s\n' '| step | what was seen |' '|---|---|' "${rows[@]}"; } | scripts/write_table.py docs/install.md steps
+if $write && [ -n "$(ls "$rows")" ]; then
+  { printf '%s\n' '| step | what was seen |' '|---|---|' && cat "$rows"/*.row; } |
+    scripts/write_table.py docs/install.md steps
 fi
 if [ ${#left_out[@]} -gt 0 ]; then
   echo "No step failed, but these were not checked: ${left_out[*]}"

@@ -80,14 +80,23 @@ fetch_debian() {
   done
 }
 
-# fetch_debian_source DIRECTORY PACKAGE: unpacks the sources of a package of this machine's release, with Debian's
-# patches, into DIRECTORY. False when they are out of reach.
+# fetch_debian_source DIRECTORY RELEASE PACKAGE: unpacks the sources of a package of a release, with Debian's patches,
+# into DIRECTORY. False when they are out of reach.
 fetch_debian_source() {
-  local directory=$1 package=$2 apt
+  local directory=$1 release=$2 package=$3 apt
   rm -rf "$directory"
-  other_archive "$directory.apt" deb-src "$(debian_release)" || return 1
+  other_archive "$directory.apt" deb-src "$release" || return 1
   (cd "$directory.apt" && "${apt[@]}" source --download-only "$package") || return 1
   dpkg-source -x "$directory.apt"/*.dsc "$directory"
+}
+
+# build_openssl SOURCE COMMAND...: configures OpenSSL's sources with the command, builds the libraries, and installs
+# them with their headers where the command says.
+build_openssl() {
+  local source_tree=$1
+  shift
+  (cd "$source_tree" && "$@" && make -j "$jobs" build_libs && make install_dev) >"$source_tree.log" 2>&1 ||
+    fail "OpenSSL does not build: $(tail -n 5 "$source_tree.log")"
 }
 
 # Ends the step: packages that it needs cannot be had.

@@ -1,19 +1,16 @@
 #!/usr/bin/env bash
-# Everything builds against OpenSSL 1.1.1 and works with it: the headers and libraries of the Debian release that has
-# it.
+# Everything builds against OpenSSL 1.1.1 and works with it: built from the sources of the Debian release that has it.
 source "$(dirname "$0")/common.sh"
 
-old=$out/openssl-1.1.1-system
-fetch_debian "$old" bullseye "$(dpkg --print-architecture)" libssl-dev libssl1.1 ||
-  could_not "the packages of OpenSSL 1.1.1 cannot be fetched"
-# The compiler would look for the headers of this machine where this one is missing.
-cp "$old/usr/include/$multiarch/openssl/"*.h "$old/usr/include/openssl/"
-libraries=$old/usr/lib/$multiarch
-version=$(sed -n 's/^# define OPENSSL_VERSION_TEXT *"OpenSSL \([^ ]*\).*/\1/p' "$old/usr/include/openssl/opensslv.h")
+scripts/bootstrap.sh release || could_not "dpkg-dev cannot be installed"
+source_tree=$out/openssl-1.1.1-source old=$out/openssl-1.1.1-root
+fetch_debian_source "$source_tree" bullseye openssl || could_not "the sources of OpenSSL 1.1.1 cannot be fetched"
+rm -rf "$old"
+build_openssl "$source_tree" ./config no-tests --prefix="$old"
+version=$(sed -n 's/^# define OPENSSL_VERSION_TEXT *"OpenSSL \([^ ]*\).*/\1/p' "$old/include/openssl/opensslv.h")
 case $version in 1.1.1*) ;; *) fail "this is OpenSSL '$version'" ;; esac
 
-build_tree openssl-1.1.1 "$root" -DOPENSSL_INCLUDE_DIR="$old/usr/include" \
-  -DOPENSSL_CRYPTO_LIBRARY="$libraries/libcrypto.so" -DOPENSSL_SSL_LIBRARY="$libraries/libssl.so"
+build_tree openssl-1.1.1 "$root" -DOPENSSL_ROOT_DIR="$old"
 built=$out/openssl-1.1.1
 for program in src/verify_tool crltool/crl_compare pkgsign/pkgsign; do
   readelf -d "$built/$program" | grep 'NEEDED.*\[libcrypto.so.1.1\]' || fail "$program does not use OpenSSL 1.1.1"

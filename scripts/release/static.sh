@@ -47,11 +47,10 @@ with_debian=$size
 
 # Its own libcrypto, by the line of the document.
 source_tree=$out/openssl
-fetch_debian_source "$source_tree" openssl || could_not "the sources of OpenSSL cannot be fetched"
-configure_line=$(grep '^\./Configure ' docs/install.md)
+fetch_debian_source "$source_tree" "$(debian_release)" openssl || could_not "the sources of OpenSSL cannot be fetched"
 prefix=$out/openssl-root
-(cd "$source_tree" && eval "${configure_line//\/opt\/libcrypto/$prefix}" && make -j "$jobs" build_libs &&
-  make install_dev) >"$out/openssl.log" 2>&1 || fail "OpenSSL does not build: $(tail -n 5 "$out/openssl.log")"
+read -ra configure_line < <(sed -n "s:/opt/libcrypto:$prefix:;/^\.\/Configure /p" docs/install.md)
+build_openssl "$source_tree" "${configure_line[@]}"
 static_tool small-tool -DOPENSSL_ROOT_DIR="$prefix"
 grep -q "^OPENSSL_CRYPTO_LIBRARY:.*=$prefix/" "$out/small-tool/CMakeCache.txt" || fail "another libcrypto was taken"
 [ "$(linker_warnings small-tool)" -eq 0 ] || fail "the linker warns of name resolution or dlopen"
