@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Decoders side by side with libcrypto's, on the same octets.
 #include <benchmark/benchmark.h>
 

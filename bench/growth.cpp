@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // How the cost of a verification grows: with the CRLs of the store, the length of the chain, the size of the content.
 #include <benchmark/benchmark.h>
 

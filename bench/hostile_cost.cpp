@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What files that are made to hold the verifier up cost it, for scripts/bench.sh: a row a file on standard error, the
 // log on standard output.
 #include <time.h>

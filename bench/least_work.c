@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 /* A program that starts, loads libcrypto, does the digests and signature checks of a file of operations, and ends: the
  * least that any verifier over libcrypto does. Usage: least_work OPERATIONS */
 #include <fcntl.h>

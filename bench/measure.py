@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Runs the verifier beside its peers and prints one of the tables of scripts/bench.sh, which builds what is run here.
 
 Every ratio is one of medians of runs that took turns, so that whatever else the machine does hits both alike.

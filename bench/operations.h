@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The digests and signature checks of one verification, as a file: what any verifier of the same package must do.
 //
 // A file is a row of operations. Each is the OpenSSL name of its digest, with a NUL, in eight octets, and four pieces:

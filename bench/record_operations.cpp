@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Verifies a package as the tool does and writes the digests and signature checks that it took to a file; says how many
 // they were. Usage: record_operations ROOT CHECKSUMS SIGNATURE CRLS OPERATIONS
 #include <cstdint>

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Measures the timestamp server under wrk on loopback, and prints the table `serve` of scripts/bench.sh.
 
 Ratios are medians of rounds in which server and peer take turns, so that whatever else the machine does hits both.

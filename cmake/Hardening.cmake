@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # What the compiler and the linker can do against an attacker who has found a mistake.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # What `cmake --install` puts where. Components: library (libsigkit.so.2), development (headers, archive, pkg-config and
 # CMake files, documents), tool (verify_tool), crl_compare (for devices that take CRL files by themselves) and pkgsign
 # (the release side, which no device needs).

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Builds that depend on their sources alone, whatever folder they are made in: a deployer can build again and compare.
 include(CheckCXXCompilerFlag)
 check_cxx_compiler_flag(-ffile-prefix-map=a=b SIGKIT_HAS_FILE_PREFIX_MAP)

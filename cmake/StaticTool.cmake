@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # verify_tool and crl_compare as files that need nothing: for recovery systems, an initramfs, an empty chroot. Other
 # programs of the build are linked as ever.
 option(SIGKIT_STATIC_TOOL "Link verify_tool and crl_compare statically; a fix in libcrypto then needs a new build" OFF)

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Builds the trust anchor into the tool: the library target `trust_anchor` holds the root certificate that
 # SIGKIT_TRUST_ANCHOR names, as it is at each build. The build fails, and says why, when the file is not the kind of
 # certificate that the tool may trust and can use. With no file named, a development PKI is made in the build tree

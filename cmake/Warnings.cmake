@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Warnings and language restrictions of the project's own code. Presets add -Werror through
 # CMAKE_COMPILE_WARNING_AS_ERROR.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Which of the certificates in a CRL file the root stands behind.
 #ifndef CRLTOOL_CERTIFICATES_H
 #define CRLTOOL_CERTIFICATES_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The comparison of two CRL files: what the library says of them, and what the library does not look at.
 #ifndef CRLTOOL_COMPARISON_H
 #define CRLTOOL_COMPARISON_H

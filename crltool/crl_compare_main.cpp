@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // crl_compare: says which of two CRL files is newer.
 #include <getopt.h>
 #include <signal.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A CRL file and what it says.
 #ifndef CRLTOOL_CRL_FILE_H
 #define CRLTOOL_CRL_FILE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A JSON document (RFC 8259) in ASCII, written value by value, each on a line of its own.
 #ifndef CRLTOOL_JSON_H
 #define CRLTOOL_JSON_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The answer, for people and for programs.
 #ifndef CRLTOOL_REPORT_H
 #define CRLTOOL_REPORT_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What files say, as text for people.
 #ifndef CRLTOOL_TEXT_H
 #define CRLTOOL_TEXT_H

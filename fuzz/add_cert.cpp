@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A file of certificates, DER or PEM, into a context that already has its trust anchor.
 #include "fuzz/target.h"
 

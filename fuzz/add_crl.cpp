@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A CRL file, DER or PEM, into a context: it never brings a trust anchor.
 #include "fuzz/target.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Base64: what is asked for is enough, what is written fits, and plain text decodes as RFC 4648 says.
 #include "fuzz/target.h"
 

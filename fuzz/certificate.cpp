@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // One certificate: decoding, its names and dates, the self-signed test.
 #include "fuzz/target.h"
 

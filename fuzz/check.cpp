@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What pkgsign check makes of a package: the records of the library's trace points, and the reports.
 #include "fuzz/target.h"
 

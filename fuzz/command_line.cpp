@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The tool's command line: the input's lines are its arguments. The files that they can name lie in a scratch directory
 // of the process; "@" stands for it.
 #include "fuzz/target.h"

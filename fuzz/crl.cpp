@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // One CRL: decoding, its issuer's name, its dates, the look-up of each serial number that it lists.
 #include "fuzz/target.h"
 

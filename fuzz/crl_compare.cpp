@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Two CRL files: each is summarised, and the summaries are compared both ways round.
 #include "fuzz/target.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Begin, Update and Final on a context with a trust anchor and a CRL file. An acceptance must hold before a second
 // opinion.
 #include "fuzz/target.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What is in a file, for people and as JSON, from any octets.
 #include "fuzz/target.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Writes the seeds of every target. Usage: fuzz_make_seeds DIRECTORY, or fuzz_make_seeds --trust-anchor FILE.cpp, which
 // writes the trust anchor of the command line's target as source text.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Stands in for the fuzzer's own mutation in a program that makes inputs and does not fuzz.
 #include <cstddef>
 #include <cstdint>

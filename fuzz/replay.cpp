@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Stands in for the fuzzer in a program that runs committed inputs again and makes no new ones. Usage: PROGRAM
 // DIRECTORY
 #include <algorithm>

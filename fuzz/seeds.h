@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The seeds of the targets.
 #ifndef FUZZ_SEEDS_H
 #define FUZZ_SEEDS_H

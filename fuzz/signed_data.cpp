@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // One signature message: decoding, with its certificates and the token inside it.
 #include "fuzz/target.h"
 

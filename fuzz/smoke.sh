@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Runs a fuzz target on a copy of its corpus, so that the tree stays as it is. Usage: smoke.sh PROGRAM CORPUS
 # [OPTION]...
 set -euo pipefail

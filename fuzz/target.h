@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the targets share. Each is one file with LLVMFuzzerTestOneInput.
 #ifndef FUZZ_TARGET_H
 #define FUZZ_TARGET_H

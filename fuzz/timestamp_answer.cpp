@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a timestamp authority answers, over HTTP or in a file.
 #include <algorithm>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The request that the answers of the target `timestamp_answer` are for.
 #ifndef FUZZ_TIMESTAMP_ANSWER_H
 #define FUZZ_TIMESTAMP_ANSWER_H

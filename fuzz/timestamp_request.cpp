@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A request to the timestamp server, from octets to octets.
 #include "fuzz/target.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a timestamp token says: decoding of a TSTInfo, and its time.
 #include "fuzz/target.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // How the operations of the release side report.
 #ifndef PKGSIGN_STATUS_H
 #define PKGSIGN_STATUS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The workstation's bounds-checked functions, over the C library.
 #include "annexk.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Bounds-checked memory and string functions in the manner of C11, Annex K. Unlike Annex K they have no run-time
 // constraint handler: a violated bound is reported by the result alone.
 #ifndef PLATFORM_ANNEXK_H

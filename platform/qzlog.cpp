@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The workstation's log service: syslog(3), or where the environment variable QZLOG says. Where no syslog takes the
 // lines, as in a container, they go to standard error as well: a program that is mute explains nothing.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The device's log service.
 #ifndef PLATFORM_QZLOG_H
 #define PLATFORM_QZLOG_H

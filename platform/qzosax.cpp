@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The workstation's memory service: the C library's heap. What the device records about a block is not kept here.
 #include "qzosax.h"
 

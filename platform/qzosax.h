@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The device's memory service.
 #ifndef PLATFORM_QZOSAX_H
 #define PLATFORM_QZOSAX_H

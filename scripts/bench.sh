@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Measures what the verifier costs, and prints tables:
 #   costs         beside peers in the same run: figure, peer, ratio, and the ratio to reach
 #   growth        by CRLs, certificates and content

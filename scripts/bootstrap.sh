@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Installs the Debian packages that are missing and says which. Usage: scripts/bootstrap.sh [SET]...
 # Sets: build test fuzz coverage lint docs bench release cross replay
 set -euo pipefail

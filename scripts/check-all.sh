@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # What scripts/test.sh leaves out. Usage: scripts/check-all.sh [step...]; without an argument all steps:
 #   sanitize  the tests under AddressSanitizer and UndefinedBehaviorSanitizer, but those with the label slow
 #   slow      the optimised build's tests that have the label slow

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Prints line and branch coverage of the library and the tool by the tests. Fails when they run fewer than 99.5 percent
 # of the lines or 95 percent of the branches. Usage: scripts/coverage.sh [directory for an HTML report]
 set -euo pipefail

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Builds the tools with a development root, makes a signed package, verifies it, and shows four that are refused. The
 # commands are shown as they run, in build/demo; what they make stays there.
 set -euo pipefail

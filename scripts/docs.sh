@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Draws the pictures, writes the tables of status codes, holds the documents to the sources, and makes the reference of
 # the public headers in build/docs/html. Prints nothing when all is well. A picture whose text has not changed is left
 # alone.

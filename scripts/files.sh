@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Prints the files of the source tree but for what builds leave in it, whether or not git is there.
 # Usage: scripts/files.sh [pattern...]; with patterns: the files whose path one of them matches. * is any text, also /.
 set -euo pipefail

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Runs both commands of the README on a fresh machine: a minimal Debian of this machine's release, with all updates and
 # nothing that a developer installs. It gets what is committed; of a tree without git, the files that are there.
 # Ends as a step of release-check.sh does. What the commands printed is in build/release-check/fresh-machine.*.log.

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Fuzzes the entry points that take octets from outside: builds the preset fuzz and runs the targets, two at a time,
 # each on a copy of its seeds. Prints a line for each; exits with 1 when anything was found. Findings and logs stay in
 # build/fuzz/findings.

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Formatting, clang-tidy and the project's own rules. Prints nothing when all is well.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -7,6 +10,7 @@ scripts/bootstrap.sh build test lint
 
 scripts/files.sh '*.cpp' '*.h' '*.c' '*.def' | xargs clang-format --dry-run --Werror
 tests/check_rules.py
+reuse lint --quiet
 scripts/files.sh 'docs/examples/*.sh' | xargs shellcheck
 
 cmake --preset release >/dev/null

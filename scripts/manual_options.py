@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Writes the synopsis and the lists of commands and options in docs/man/pkgsign.1 as the program itself describes them.
 
 Usage: manual_options.py PKGSIGN [--write]. Without --write it exits with 1 when the page is not what the program gives.

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Measures how strong the tests are: breaks the sources of sigkit/ and src/ in one place at a time and runs the tests.
 
 A mutant flips a comparison, moves a bound by one, negates a condition, drops a call, swaps two arguments or changes a

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Shows how far a build is that prints to it: on a terminal in one line that changes, elsewhere in a line for each
 # tenth. What goes wrong comes on standard error, past it. Usage: cmake --build DIRECTORY | scripts/progress.sh
 set -euo pipefail

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Checks what a release promises beyond its tests: that it installs, that others can build against it, that its packages
 # work on a clean system, that its builds can be repeated, that other versions of OpenSSL and other machines do, and
 # that the README's commands pass on a fresh machine.

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Makes a release of the commit that is checked out, in build/release-VERSION: the source archive, SHA256SUMS, and
 # SHA256SUMS.cms, its detached signature; then the annotated tag vVERSION. Nothing is published.
 # Usage: scripts/release.sh [--checked] VERSION [option of `pkgsign sign`...]

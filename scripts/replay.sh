@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Shows that the library behaves alike wherever it is built: tests/replay, by every compiler of Debian 12 at every level
 # of optimisation, for every machine that qemu runs, prints the same number. Prints a table of what was run.
 #

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Packs the source tree, as it is but for what builds leave in it, into DIRECTORY/sigkit-VERSION.tar.gz: the same octets
 # whoever packs it, wherever. Usage: scripts/source_archive.sh VERSION DIRECTORY
 set -euo pipefail

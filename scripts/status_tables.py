@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Writes the tables of status codes in docs/troubleshooting.md and those of the manual page sigkit_status(7) from
 sigkit/core/status_list.def and pkgsign/explain/cause_list.def.
 

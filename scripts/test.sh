@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Builds everything optimised and runs its tests: all but those with the label slow. Among them are the inputs of the
 # fuzz corpora, and that it installs and that others can build against it. scripts/check-all.sh does the rest.
 set -euo pipefail

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Where verify_tool and openssl stand on the public vectors: the tables of vectors/README.md.
 
 Usage: vectors_table.py RESULTS [--write]

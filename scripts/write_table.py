@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Puts what was measured into a document: the standard input, under the date, the commit and the machine, takes the
 place of what stands between "<!-- NAME: ... -->" and "<!-- end of NAME -->".
 

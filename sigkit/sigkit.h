@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 /// @file
 /// Sigkit: proves that content is authentic by a detached CMS signature (RFC 5652).
 ///

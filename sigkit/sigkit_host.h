@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 /// @file
 /// The functions that a host of Sigkit must supply, under these names and with C linkage. They are found by name, so
 /// there is one host a process: all that use the library in it share these functions. Besides them the library calls

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // How the programs start libcrypto. The header is C as well.
 #ifndef SRC_LIBCRYPTO_START_H
 #define SRC_LIBCRYPTO_START_H

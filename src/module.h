@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What every source file of the tool hands to the platform about itself.
 #ifndef SRC_MODULE_H
 #define SRC_MODULE_H

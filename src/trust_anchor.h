@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The one certificate that the tool trusts, as DER in two pieces. The pieces are made at build time from the deployer's
 // file; the second one lies inside the certificate's signature value.
 #ifndef SRC_TRUST_ANCHOR_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The tool's one operation: proves that the checksum file of an upgrade package is authentic.
 //
 // Trusted is the built-in root certificate alone. The library judges; this file brings it the certificate and the

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The frame of the tool: reads the command line, finds the operation that it names and runs it.
 #ifndef SRC_VERIFY_FRAME_MAIN_H
 #define SRC_VERIFY_FRAME_MAIN_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The parsed command line, which the frame of the tool fills and an operation reads.
 #ifndef SRC_VERIFY_PARAM_H
 #define SRC_VERIFY_PARAM_H

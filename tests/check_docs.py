@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Holds the documents, all Markdown files of the tree, to the sources. Exits with 1 and names each disagreement.
 
 Status codes: no document names a code that does not exist.

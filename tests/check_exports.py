@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Checks what the shared library shows and needs. Usage: check_exports.py LIBRARY.so ARCHIVE PROGRAM
 
 The library shows the operations that sigkit.h declares, but for those that the archive beside it defines, under one

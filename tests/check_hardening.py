@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Checks what is built into programs. Usage:
     check_hardening.py PROGRAM ARCHIVE...
     check_hardening.py --needed PROGRAM...

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Drops the result of every operation of sigkit.h. Usage: check_must_use.py C_COMPILER CXX_COMPILER
 
 In C11 and in C++ the compiler warns for each that returns a status, but for those that free, and for no other.

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Holds the rules that no compiler checks. Exits with 1 and names each place that breaks one.
 
 Layers: an include of the library or of pkgsign goes down to a lower layer, never up, a program of the device includes

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Checks that the library needs nothing but its host. Usage: check_symbols.py LIBRARY.a
 
 Every symbol that no object of the library defines must be a host callback, a bounds-checked function, or one of the

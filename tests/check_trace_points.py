@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Shows that trace points are nothing on a device: every source of the library gives the same object code with its
 trace points, switched off, as without them.
 

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Whether an example of a systemd unit is one: understood by systemd, and hardened.
 # Usage: check_unit.sh UNIT INSTALLED=PROGRAM...: programs that it names, and what stands for them here
 set -euo pipefail

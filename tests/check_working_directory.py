@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Checks that programs load no library from the working directory. Usage: check_working_directory.py PROGRAM...
 
 Each program is started, without arguments, in a directory that holds hostile libraries under the names of those that it

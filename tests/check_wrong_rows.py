@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Tries wrong rows in the tables of ASN.1 types and of object identifiers, and expects that none of them compiles.
 
 Usage: check_wrong_rows.py COMPILE_COMMANDS, where COMPILE_COMMANDS is the build's compile_commands.json: each file is

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Tries what check_hardening.py finds wrong with the places where a program looks for libraries."""
 import pathlib
 import sys

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // trust_anchor_embed IN.der OUT.cpp: turns the root certificate that a deployer supplies into source text, once it has
 // proved to be one that the tool may trust and can use. Runs at every build.
 //

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Reads BER: elements of any form, and where they end. For programs that look into the files of the vectors."""
 import dataclasses
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // make_vectors DIRECTORY: writes the files of all cases and vectors.json, which says what each case must get.
 //
 // The keys are made anew and not kept, so every run makes another set; all else follows from this source, and two sets

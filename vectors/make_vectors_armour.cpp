@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Armour: PEM around messages and CRLs, as RFC 7468 has it and as it comes.
 #include <algorithm>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The cases: a package each, what verifiers must answer, and why.
 #ifndef VECTORS_CASE_H
 #define VECTORS_CASE_H

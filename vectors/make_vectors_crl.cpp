@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // CRLs: their dates, who signed them, for what they count, and which of several decides.
 #include <algorithm>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Elements inside an encoding, by their places: {0, 3} is the fourth member of the first member. A step into an OCTET
 // STRING or a BIT STRING goes to what is encoded in it.
 #ifndef VECTORS_ELEMENT_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Encodings: length forms, trailing octets, values of other types, and what DER forbids and BER allows.
 #include <algorithm>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A package to be verified, as a description that a case changes in one thing, and the files that are made from it.
 //
 // Whatever is changed is signed again: certificates by their issuers, CRLs, signers, tokens over the signature that

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Certificate paths: dates at both edges, authorities that are none, names, constraints, roots.
 #include <cstdlib>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Revocation: every reason, for whoever is revoked, with a date before, at and after the time of the token.
 #include "vectors/make_vectors_case.h"
 #include "vectors/make_vectors_element.h"

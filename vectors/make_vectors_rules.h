@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Rules that several groups of cases refer to, and the case from which most of them differ.
 #ifndef VECTORS_RULES_H
 #define VECTORS_RULES_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Signature values: padding, lengths, keys, and what a key may be used for.
 #include <openssl/evp.h>
 #include <openssl/rsa.h>

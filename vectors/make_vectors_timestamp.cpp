@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Timestamp tokens: the imprint, each member of the TSTInfo, and what is around it.
 #include <algorithm>
 

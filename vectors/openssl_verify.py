@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Verifies a package with the openssl program alone: openssl_verify.py ROOT CRLS SIGNATURE CONTENT
 
 As somebody would who has nothing else: `openssl ts -verify` for the token, `openssl cms -verify` for the signature,

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Runs a verifier on the vectors and compares its answers with those that the set states.
 
 The command is a template: in its arguments {root}, {crls}, {signature} and {content} stand for paths of files. It

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // verify_vector ROOT CRLS SIGNATURE CONTENT: what verify_tool does with a package, for a root that is given as a file.
 //
 // Exit status: as verify_tool's, the low octet of the status; 255 where the content does not match. The last line of

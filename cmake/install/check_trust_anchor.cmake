@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Run before verify_tool is installed, with sigkit_tool, sigkit_root, which is the file of the root certificate that it
 # is to trust, sigkit_is_development_root and sigkit_allows_development_root.
 if(sigkit_is_development_root AND NOT sigkit_allows_development_root)

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Removes the files that the last installations from a build directory wrote, as their manifests name them (below
 # DESTDIR where that is set), and the directories of this project that are empty then.
 file(GLOB lists ${manifests}/install_manifest*.txt)

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A host without heap and file system: an arena, files in memory, a log in a buffer.
 #ifndef EXAMPLES_HOST_ARENA_H
 #define EXAMPLES_HOST_ARENA_H

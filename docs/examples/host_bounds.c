@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The bounds-checked functions that the library calls. A platform that has them already needs none of this.
 #include <stdarg.h>
 #include <stddef.h>

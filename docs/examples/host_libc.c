@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Memory, files and log over the C library.
 #define _FILE_OFFSET_BITS 64 // content of 2 GiB and more on machines of 32 bits
 #include <stdio.h>

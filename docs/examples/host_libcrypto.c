@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Digests and RSA signatures over libcrypto, from version 1.1.1 on.
 #include "host_libcrypto.h"
 

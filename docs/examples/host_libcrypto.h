@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // How a host starts libcrypto.
 #ifndef HOST_LIBCRYPTO_H
 #define HOST_LIBCRYPTO_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Verifies content that lies in memory: verify_memory ROOT CRLS SIGNATURE CONTENT
 //
 // The program reads the four files once; from then on the library sees areas of memory only. Exit status: 0 the content

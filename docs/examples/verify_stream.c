@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Verifies what comes on standard input: verify_stream ROOT CRLS SIGNATURE <CONTENT
 //
 // Exit status: 0 the content is authentic, 1 it is not, 2 wrong usage.

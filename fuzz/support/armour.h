@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // PEM text around the parts of an input.
 #ifndef FUZZ_ARMOUR_H
 #define FUZZ_ARMOUR_H

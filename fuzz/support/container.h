@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The input of the targets that take several things at once: flags, and up to three parts.
 //
 // Four octets of flags, then for each part a length of four octets, most significant first, and the part. A length

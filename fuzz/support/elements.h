@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Elements read in place, for the second opinion: no trees, no copies, no leniency but that of the length's form.
 #ifndef FUZZ_ELEMENTS_H
 #define FUZZ_ELEMENTS_H

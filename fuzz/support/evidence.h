@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the second opinion rests on: certificates and CRLs, found at every offset of what a verifier was given, and the
 // signatures under their keys.
 #ifndef FUZZ_EVIDENCE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Small elements that mean something to the verifier: identifiers, times, numbers, names, keys, extensions, entries,
 // attributes.
 #ifndef FUZZ_FRAGMENTS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The host below the library while it is fuzzed: memory that is counted and can run out, a log that goes nowhere but
 // reads all that it is given, and the invariants that hold for every input.
 #ifndef FUZZ_HOST_H

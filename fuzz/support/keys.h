@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Keys that everybody can derive: they follow from texts in the source, so that committed inputs stay signed without
 // any private key in a file. They protect nothing.
 #ifndef FUZZ_KEYS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The structure-aware mutator: changes elements rather than octets, and makes the signatures true again, so that what
 // it makes is judged by the rules behind the decoder.
 #ifndef FUZZ_MUTATE_H

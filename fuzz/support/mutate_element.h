@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Changes of single elements, whatever they mean.
 #ifndef FUZZ_MUTATE_ELEMENT_H
 #define FUZZ_MUTATE_ELEMENT_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Changes that keep the shape of certificates, CRLs and messages and change what they say.
 #ifndef FUZZ_MUTATE_MEANING_H
 #define FUZZ_MUTATE_MEANING_H

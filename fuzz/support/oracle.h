@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A second opinion about an acceptance: the same octets judged over libcrypto by other code, which shares nothing with
 // the library but the standards of the formats.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The input of the targets that verify a package: a container's parts as they go into the library.
 #ifndef FUZZ_PACKAGE_INPUT_H
 #define FUZZ_PACKAGE_INPUT_H

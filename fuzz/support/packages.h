@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Files for the command line: a package that is authentic and many that are not.
 #ifndef FUZZ_PACKAGES_H
 #define FUZZ_PACKAGES_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A small PKI over the derived keys, good and bad objects of it, and the trust anchor that the targets load.
 #ifndef FUZZ_PKI_H
 #define FUZZ_PKI_H

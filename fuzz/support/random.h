@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Choices of the mutator, and of the tests that alter encodings. Every one follows from a seed, so that a run can be
 // repeated.
 #ifndef FUZZ_RANDOM_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Makes signatures true again after a mutation, so that it is judged for what it says and not refused for a broken
 // signature.
 #ifndef FUZZ_RESIGN_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What holds for the store of every context.
 #ifndef FUZZ_STORE_CHECK_H
 #define FUZZ_STORE_CHECK_H

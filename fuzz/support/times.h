@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Times of certificates, CRLs and tokens as libcrypto reads them, for the second opinion.
 #ifndef FUZZ_TIMES_H
 #define FUZZ_TIMES_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Elements as trees: what the mutator works on. Parsing and writing are exact inverses as long as nothing is changed.
 #ifndef FUZZ_TLV_H
 #define FUZZ_TLV_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The decoder's promise about its views: they lie inside the input.
 #ifndef FUZZ_VIEWS_H
 #define FUZZ_VIEWS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Certificates as devices take them, and what they say.
 #ifndef PKGSIGN_AUTHORITY_CERTIFICATES_H
 #define PKGSIGN_AUTHORITY_CERTIFICATES_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The CRL file of devices: one CRL of each CA, with the CA certificates.
 #ifndef PKGSIGN_AUTHORITY_CRL_FILE_H
 #define PKGSIGN_AUTHORITY_CRL_FILE_H

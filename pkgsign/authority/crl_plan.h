@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the next CRL of a CA says.
 #ifndef PKGSIGN_AUTHORITY_CRL_PLAN_H
 #define PKGSIGN_AUTHORITY_CRL_PLAN_H

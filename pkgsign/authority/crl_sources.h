@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a CRL file is made from: the CAs, what each has signed last, and what is remembered of them.
 #ifndef PKGSIGN_AUTHORITY_CRL_SOURCES_H
 #define PKGSIGN_AUTHORITY_CRL_SOURCES_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // CRLs: complete and direct ones, as devices take them.
 #ifndef PKGSIGN_AUTHORITY_CRLS_H
 #define PKGSIGN_AUTHORITY_CRLS_H

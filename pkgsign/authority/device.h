@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The device's library, asked before anything is written: what it refuses is not handed out.
 #ifndef PKGSIGN_AUTHORITY_DEVICE_H
 #define PKGSIGN_AUTHORITY_DEVICE_H

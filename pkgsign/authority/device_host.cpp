@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The linker leads the library's calls of SigkitCryptoVerifyFinal here (--wrap), and the log is this file's; all other
 // callbacks are those of the device's tool.
 #include "pkgsign/authority/device_host.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The host of the device's library in this program. It is the tool's own, but for the log, which is captured, and for
 // stand-ins of keys.
 #ifndef PKGSIGN_AUTHORITY_DEVICE_HOST_H

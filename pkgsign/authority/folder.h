@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The PKI folder: an authority's memory on disk.
 //
 //   pki.json               what is known (pki.h)

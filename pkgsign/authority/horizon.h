@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Until when devices accept new packages.
 #ifndef PKGSIGN_AUTHORITY_HORIZON_H
 #define PKGSIGN_AUTHORITY_HORIZON_H

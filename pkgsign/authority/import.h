@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Taking certificates and CRLs into memory.
 #ifndef PKGSIGN_AUTHORITY_IMPORT_H
 #define PKGSIGN_AUTHORITY_IMPORT_H

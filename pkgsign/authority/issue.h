@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Issuing certificates into a PKI folder.
 #ifndef PKGSIGN_AUTHORITY_ISSUE_H
 #define PKGSIGN_AUTHORITY_ISSUE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Signing packages: tried before the device's library first.
 #ifndef PKGSIGN_AUTHORITY_PACKAGES_H
 #define PKGSIGN_AUTHORITY_PACKAGES_H

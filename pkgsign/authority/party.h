@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Who signs a package and who stamps it: certificates and keys of a PKI folder, or of files.
 #ifndef PKGSIGN_AUTHORITY_PARTY_H
 #define PKGSIGN_AUTHORITY_PARTY_H

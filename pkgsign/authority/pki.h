@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What an authority remembers: certificates, revocations and CRLs. It is kept in pki.json; see folder.h.
 #ifndef PKGSIGN_AUTHORITY_PKI_H
 #define PKGSIGN_AUTHORITY_PKI_H

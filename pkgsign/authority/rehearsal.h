@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Certificates tried before they are signed: does a device take a package that they stand behind?
 #ifndef PKGSIGN_AUTHORITY_REHEARSAL_H
 #define PKGSIGN_AUTHORITY_REHEARSAL_H

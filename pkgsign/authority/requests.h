@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Certificate requests (PKCS #10) for keys of this machine.
 #ifndef PKGSIGN_AUTHORITY_REQUESTS_H
 #define PKGSIGN_AUTHORITY_REQUESTS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Trying released packages before a change reaches devices.
 #ifndef PKGSIGN_AUTHORITY_TRIAL_H
 #define PKGSIGN_AUTHORITY_TRIAL_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Tokens of timestamp authorities elsewhere, for the commands that stamp.
 #ifndef PKGSIGN_COMMANDS_AUTHORITIES_H
 #define PKGSIGN_COMMANDS_AUTHORITIES_H

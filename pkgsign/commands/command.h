@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What every command of pkgsign is made of.
 #ifndef PKGSIGN_COMMANDS_COMMAND_H
 #define PKGSIGN_COMMANDS_COMMAND_H

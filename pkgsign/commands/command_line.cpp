@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The command line. The one file that includes CLI11, which takes seconds to compile.
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // How far a long content is read: a line on standard error when that is a terminal.
 #ifndef PKGSIGN_COMMANDS_PROGRESS_H
 #define PKGSIGN_COMMANDS_PROGRESS_H

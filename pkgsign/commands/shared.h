@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What several commands do alike.
 #ifndef PKGSIGN_COMMANDS_SHARED_H
 #define PKGSIGN_COMMANDS_SHARED_H

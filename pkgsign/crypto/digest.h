@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The digests that devices take.
 #ifndef PKGSIGN_CRYPTO_DIGEST_H
 #define PKGSIGN_CRYPTO_DIGEST_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Private keys by URI, and new ones.
 #ifndef PKGSIGN_CRYPTO_KEYS_H
 #define PKGSIGN_CRYPTO_KEYS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Detached CMS signatures (RFC 5652) of one signer, with signed attributes.
 #ifndef PKGSIGN_CRYPTO_MESSAGE_H
 #define PKGSIGN_CRYPTO_MESSAGE_H

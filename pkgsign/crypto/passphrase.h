@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Passphrases of key files and PINs of tokens. Never on a command line, where every user of the machine can read them.
 #ifndef PKGSIGN_CRYPTO_PASSPHRASE_H
 #define PKGSIGN_CRYPTO_PASSPHRASE_H

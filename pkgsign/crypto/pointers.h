@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Texts in the form in which a program is given its arguments and its environment.
 #ifndef PKGSIGN_CRYPTO_POINTERS_H
 #define PKGSIGN_CRYPTO_POINTERS_H

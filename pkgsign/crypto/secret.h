@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Octets that are wiped before their memory is given back: passphrases and PINs.
 #ifndef PKGSIGN_CRYPTO_SECRET_H
 #define PKGSIGN_CRYPTO_SECRET_H

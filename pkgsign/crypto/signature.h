@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Raw signatures: RSASSA-PKCS1-v1_5 (RFC 8017, 8.2), as many octets as the key's modulus.
 #ifndef PKGSIGN_CRYPTO_SIGNATURE_H
 #define PKGSIGN_CRYPTO_SIGNATURE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A program of the user's that has the signer's key: any key service without code of ours.
 #ifndef PKGSIGN_CRYPTO_SIGNING_PROGRAM_H
 #define PKGSIGN_CRYPTO_SIGNING_PROGRAM_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Keys in tokens and HSMs (PKCS #11), named by URI (RFC 7512).
 #include <unistd.h>
 

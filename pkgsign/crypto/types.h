@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Owned objects of libcrypto.
 #ifndef PKGSIGN_CRYPTO_TYPES_H
 #define PKGSIGN_CRYPTO_TYPES_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the device's status codes mean, what is behind them, and what to do: the lists, to be asked.
 #ifndef PKGSIGN_EXPLAIN_CAUSE_H
 #define PKGSIGN_EXPLAIN_CAUSE_H

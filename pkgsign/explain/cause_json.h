@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The same for scripts: one JSON document each.
 #ifndef PKGSIGN_EXPLAIN_CAUSE_JSON_H
 #define PKGSIGN_EXPLAIN_CAUSE_JSON_H

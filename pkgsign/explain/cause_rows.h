@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What to do about each cause.
 #ifndef PKGSIGN_EXPLAIN_CAUSE_ROWS_H
 #define PKGSIGN_EXPLAIN_CAUSE_ROWS_H

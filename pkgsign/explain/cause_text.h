@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What explains a status, an exit status or a log, for people: at most TEXT_COLUMNS wide (wrap.h).
 #ifndef PKGSIGN_EXPLAIN_CAUSE_TEXT_H
 #define PKGSIGN_EXPLAIN_CAUSE_TEXT_H

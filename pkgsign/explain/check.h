@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a check of a package has found: the device's answer, and what the library came to at each step. Plain data,
 // filled in from the library's trace records (check_trace.h); nothing here is decided a second time.
 #ifndef PKGSIGN_EXPLAIN_CHECK_H

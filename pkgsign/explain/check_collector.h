@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the parts of the collector of trace records share.
 #ifndef PKGSIGN_EXPLAIN_CHECK_COLLECTOR_H
 #define PKGSIGN_EXPLAIN_CHECK_COLLECTOR_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Content that would fit a signature, where the given one does not.
 #ifndef PKGSIGN_EXPLAIN_CHECK_CONTENT_H
 #define PKGSIGN_EXPLAIN_CHECK_CONTENT_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What is asked of a check.
 #ifndef PKGSIGN_EXPLAIN_CHECK_ORDER_H
 #define PKGSIGN_EXPLAIN_CHECK_ORDER_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Records of path validation: each certificate that is judged, and the CRLs that are considered for it.
 #include <algorithm>
 

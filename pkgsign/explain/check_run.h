@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Checks a package as a device does, and explains the answer.
 #ifndef PKGSIGN_EXPLAIN_CHECK_RUN_H
 #define PKGSIGN_EXPLAIN_CHECK_RUN_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The library's records of certificates and CRLs, copied while they are there.
 #ifndef PKGSIGN_EXPLAIN_CHECK_SEEN_H
 #define PKGSIGN_EXPLAIN_CHECK_SEEN_H

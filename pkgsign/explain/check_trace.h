@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // From the library's trace records to what a check has found.
 #ifndef PKGSIGN_EXPLAIN_CHECK_TRACE_H
 #define PKGSIGN_EXPLAIN_CHECK_TRACE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What is in a file: signature messages, CRLs, certificates, timestamp tokens, requests and answers, in whatever state
 // they are, and every departure from what the device takes.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // PEM as the device reads it, and what it does not read of it.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_ARMOUR_H
 #define PKGSIGN_EXPLAIN_INSPECT_ARMOUR_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Certificates and requests for them, described.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_CERTIFICATE_H
 #define PKGSIGN_EXPLAIN_INSPECT_CERTIFICATE_H

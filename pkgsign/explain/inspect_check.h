@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // One element against the member that it stands for.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_CHECK_H
 #define PKGSIGN_EXPLAIN_INSPECT_CHECK_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the descriptions of objects share.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_CONTEXT_H
 #define PKGSIGN_EXPLAIN_INSPECT_CONTEXT_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // CRLs, described.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_CRL_H
 #define PKGSIGN_EXPLAIN_INSPECT_CRL_H

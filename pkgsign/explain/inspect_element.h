@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Elements of BER (X.690) as they stand in a file, broken ones too: read as far as they go.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_ELEMENT_H
 #define PKGSIGN_EXPLAIN_INSPECT_ELEMENT_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Signature messages and timestamp tokens, which are the same type, and what is asked of an authority and answered.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_MESSAGE_H
 #define PKGSIGN_EXPLAIN_INSPECT_MESSAGE_H

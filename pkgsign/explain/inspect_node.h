@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a walk through an object leaves behind: a tree of names over the octets, and where those can be read to.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_NODE_H
 #define PKGSIGN_EXPLAIN_INSPECT_NODE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What an object is, by its first members.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_RECOGNISE_H
 #define PKGSIGN_EXPLAIN_INSPECT_RECOGNISE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The departures that `pkgsign inspect` finds, each once.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_RULES_H
 #define PKGSIGN_EXPLAIN_INSPECT_RULES_H

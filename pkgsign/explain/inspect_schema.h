@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The types that a file may hold, as the device reads them: narrower than their standards here, wider there.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_SCHEMA_H
 #define PKGSIGN_EXPLAIN_INSPECT_SCHEMA_H

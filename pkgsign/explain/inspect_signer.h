@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // One signer of a message or token, described.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_SIGNER_H
 #define PKGSIGN_EXPLAIN_INSPECT_SIGNER_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Values of elements as text for people: identifiers, times, names with any octets.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_VALUE_H
 #define PKGSIGN_EXPLAIN_INSPECT_VALUE_H

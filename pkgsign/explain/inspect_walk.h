@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Walks octets along a type: names what is there, and finds what the device does not take. Broken octets are read as
 // far as they go.
 #ifndef PKGSIGN_EXPLAIN_INSPECT_WALK_H

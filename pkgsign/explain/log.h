@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Finds the lines of the device tool in a log, whatever else is in it and whatever stands before them.
 #ifndef PKGSIGN_EXPLAIN_LOG_H
 #define PKGSIGN_EXPLAIN_LOG_H

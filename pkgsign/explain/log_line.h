@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // One line of a log: whether the device tool or its library wrote it, and what it says.
 #ifndef PKGSIGN_EXPLAIN_LOG_LINE_H
 #define PKGSIGN_EXPLAIN_LOG_LINE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the functions that log are about.
 #ifndef PKGSIGN_EXPLAIN_LOG_STEP_H
 #define PKGSIGN_EXPLAIN_LOG_STEP_H

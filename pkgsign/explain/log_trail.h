@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // From the lines of a run to what was behind them.
 #ifndef PKGSIGN_EXPLAIN_LOG_TRAIL_H
 #define PKGSIGN_EXPLAIN_LOG_TRAIL_H

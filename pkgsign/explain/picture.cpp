@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The time line of a check: what was valid when the token was made.
 #include <algorithm>
 #include <cstdio>

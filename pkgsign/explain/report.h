@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A check as a report for people: what text and HTML have in common.
 #ifndef PKGSIGN_EXPLAIN_REPORT_H
 #define PKGSIGN_EXPLAIN_REPORT_H

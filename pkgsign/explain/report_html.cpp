@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A report as one page: no script, nothing from elsewhere.
 #include "pkgsign/explain/report.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A check as JSON, in the closed form of docs/pkgsign-check.schema.json.
 #include <nlohmann/json.hpp>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A text as programs change it by the way: line ends, byte order mark, last newline.
 #ifndef PKGSIGN_EXPLAIN_TEXT_VARIANT_H
 #define PKGSIGN_EXPLAIN_TEXT_VARIANT_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Text in lines for a terminal. All texts are valid UTF-8: see Printable.
 #ifndef PKGSIGN_EXPLAIN_WRAP_H
 #define PKGSIGN_EXPLAIN_WRAP_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Files: read whole or in pieces, and written whole or not at all.
 #ifndef PKGSIGN_FILES_FILES_H
 #define PKGSIGN_FILES_FILES_H

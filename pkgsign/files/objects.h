@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Certificates, CRLs, requests and messages in files: PEM or DER.
 #ifndef PKGSIGN_FILES_OBJECTS_H
 #define PKGSIGN_FILES_OBJECTS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Texts out of files, made fit to be shown.
 #include <cstdint>
 #include <cstdio>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Times as text: ISO 8601 in UTC, whole seconds.
 #ifndef PKGSIGN_FILES_TIME_H
 #define PKGSIGN_FILES_TIME_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A timestamp authority (RFC 3161) from octets to octets: a request in, an answer out, without HTTP.
 //
 // libcrypto could make the answer too, at a tenth of the signature's cost: here, where each microsecond beside the

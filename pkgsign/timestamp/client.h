@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Asking timestamp authorities over HTTP (RFC 3161, 3.4).
 #ifndef PKGSIGN_TIMESTAMP_CLIENT_H
 #define PKGSIGN_TIMESTAMP_CLIENT_H

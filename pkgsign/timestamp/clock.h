@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The time of a timestamp authority: whole seconds that never go back, across restarts as well.
 #ifndef PKGSIGN_TIMESTAMP_CLOCK_H
 #define PKGSIGN_TIMESTAMP_CLOCK_H

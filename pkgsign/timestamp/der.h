@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Elements of DER (X.690), for what is written too often to be built from libcrypto's objects.
 #ifndef PKGSIGN_TIMESTAMP_DER_H
 #define PKGSIGN_TIMESTAMP_DER_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // One HTTP request to a timestamp authority and its answer: judged by its header, collected, answered, logged.
 #ifndef PKGSIGN_TIMESTAMP_EXCHANGE_H
 #define PKGSIGN_TIMESTAMP_EXCHANGE_H

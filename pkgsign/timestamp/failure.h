@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Why an authority refuses: PKIFailureInfo of RFC 3161, 2.4.2.
 #ifndef PKGSIGN_TIMESTAMP_FAILURE_H
 #define PKGSIGN_TIMESTAMP_FAILURE_H

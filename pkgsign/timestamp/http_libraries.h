@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // libcurl and libmicrohttpd, loaded when the first authority is asked or served: linked, they and the thirty libraries
 // that they need would cost every run of every command 5 MB.
 #ifndef PKGSIGN_TIMESTAMP_HTTP_LIBRARIES_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The threads of a timestamp server: each signs with a signer of its own, so that the event loop never waits for one.
 #ifndef PKGSIGN_TIMESTAMP_JOBS_H
 #define PKGSIGN_TIMESTAMP_JOBS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What is asked of a timestamp authority (RFC 3161, 2.4.1), and whether its answer is what was asked for and what
 // devices take.
 #ifndef PKGSIGN_TIMESTAMP_REQUEST_H

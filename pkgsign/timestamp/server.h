@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A timestamp authority over HTTP (RFC 3161, 3.4): one event loop for all connections, and threads that sign.
 //
 //   POST anywhere      a request of at most TIMESTAMP_REQUEST_SIZE_MAX octets, application/timestamp-query

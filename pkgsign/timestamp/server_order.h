@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a timestamp server is to serve, and to whom.
 #ifndef PKGSIGN_TIMESTAMP_SERVER_ORDER_H
 #define PKGSIGN_TIMESTAMP_SERVER_ORDER_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Who signs the tokens of a timestamp authority: a key in this process, or a process of its own for a key in a token
 // (PKCS #11), because one process of libcrypto's engine signs with one thread at a time.
 #ifndef PKGSIGN_TIMESTAMP_SIGNERS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Timestamp tokens (RFC 3161) made with a key at hand.
 #ifndef PKGSIGN_TIMESTAMP_TOKEN_H
 #define PKGSIGN_TIMESTAMP_TOKEN_H

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # shellcheck shell=bash
 # What the steps of release-check.sh share; they source it. A step prints what it runs and, as its last line, what it
 # saw.

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # The installed examples build against the installed library by pkg-config and by CMake, and a program outside this tree
 # in C++20, over the archive and over the shared library; each verifies a package over a host of its own.
 source "$(dirname "$0")/common.sh"

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Toolchain file: builds for the machine SIGKIT_CROSS_MACHINE (a name of machines.sh) with Debian's cross
 # compiler SIGKIT_CROSS_COMPILER, against the packages unpacked in SIGKIT_CROSS_SYSTEM, and runs what a build or a test
 # has to run with qemu.

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # shellcheck shell=bash
 # The step for one other machine; those that are named after machines source it.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Library and tools build for a device's platform, over stand-ins for its shared libraries; they work, and look for
 # these and other libraries only where the system does.
 source "$(dirname "$0")/common.sh"

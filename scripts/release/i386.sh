@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # The same on a machine of 32 bits that aligns numbers of 64 bits as those of 32.
 source "$(dirname "$0")/cross.sh"
 

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # `cmake --install` puts everything where it belongs, the release-side helpers of the build nowhere, and no file names
 # the folders of this build.
 source "$(dirname "$0")/common.sh"

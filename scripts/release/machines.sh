@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # shellcheck shell=bash
 # Other machines for which things are built and tried on this one.
 

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Everything builds against OpenSSL 1.1.1 and works with it: built from the sources of the Debian release that has it.
 source "$(dirname "$0")/common.sh"
 

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # dpkg-buildpackage makes Debian packages from the source archive, without errors and warnings of lintian, and none
 # without a root certificate; on a system with nothing else they install, work, and go without a trace; the examples of
 # sigkit-doc build against what libsigkit-dev holds.

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # scripts/release.sh makes a release that can be checked with openssl alone, of a clean tree and once only.
 source "$(dirname "$0")/common.sh"
 

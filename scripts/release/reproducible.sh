@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Two builds of one tree in two folders, with one trust anchor, give the same octets.
 source "$(dirname "$0")/common.sh"
 

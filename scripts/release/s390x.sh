@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # The same on a machine that stores the high octet of a number first.
 source "$(dirname "$0")/cross.sh"
 

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # The shared library shows its public operations and leaves the callbacks to the program, and the tools work over it
 # without looking for it where others could put another one.
 source "$(dirname "$0")/common.sh"

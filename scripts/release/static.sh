@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # verify_tool and crl_compare as files that need nothing: with Debian's libcrypto, and with one that is built as
 # docs/install.md says, without sockets and loadable modules. They work where there is no other file.
 source "$(dirname "$0")/common.sh"

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # The root that is built in is the file that SIGKIT_TRUST_ANCHOR names, as it is at the build and at the installation;
 # and no tool with a development root is installed unless the configuration allows it.
 source "$(dirname "$0")/common.sh"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The decode cursor: a position in an input that is never passed.
 //
 // Logs: nothing, in any function of this header.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The table-driven decoder. One call decodes one value of one type into one zeroed allocation; byte fields are views
 // into the input.
 //

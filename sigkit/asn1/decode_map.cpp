@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What is chosen by object identifier: the members of a map, and key purposes.
 #include "asn1/decode.h"
 #include "asn1/header.h"

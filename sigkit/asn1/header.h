@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Identifier and length octets (X.690, 8.1.2 and 8.1.3).
 //
 // Logs: what is said to be logged.

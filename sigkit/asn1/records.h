@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The records that certificates, CRLs, signature messages and timestamp tokens decode into, each with the item that
 // decodes it. Fields stand in the order of the ASN.1 members; members that are parsed and dropped have none. Every
 // record is one allocation whose views point into the input.

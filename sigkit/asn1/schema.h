@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The notation of the template tables, for templ_*.cpp only. What holds once it compiles:
 //   a row    Its field lies in the table's record and has the type that its item fills; its flags and its tagging are
 //            ones that the item's decode function obeys. What is dropped has no field.

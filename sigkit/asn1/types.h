@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The decoder's vocabulary: the view that every byte field becomes, and the tables that describe an ASN.1 type.
 #ifndef ASN1_TYPES_H
 #define ASN1_TYPES_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The record behind a verify context, which store, path validation and verification all work on.
 #ifndef CORE_CONTEXT_H
 #define CORE_CONTEXT_H

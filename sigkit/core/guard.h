@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Scope guards: release what a function holds on every way out of it.
 #ifndef CORE_GUARD_H
 #define CORE_GUARD_H

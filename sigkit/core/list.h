@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The library's list: a fixed number of pointers, embedded in the record that owns it.
 //
 // Logs: nothing, in any function of this header.

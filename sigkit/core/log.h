@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The library's log: each failure is logged where it arises and again by every function that it ends. A note "Logs:" in
 // a header speaks of the function's own lines: what it calls logs its own lines besides. A function that cannot fail
 // bears no such note.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Allocation: every block of the library comes from the host and goes back to it.
 //
 // Logs: nothing, in any function of this header.

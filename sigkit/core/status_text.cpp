@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 #include "sigkit/sigkit.h"
 
 // Two codes of one value would be two equal cases, which do not compile.

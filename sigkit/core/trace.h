@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Trace points: what the judging code comes to at each step, for a program that explains it. On a device they are
 // nothing: the macro's arguments are gone before the compiler sees them. The library is compiled a second time with
 // SIGKIT_TRACED, for pkgsign alone, and then each point hands a record to the sink of the thread. A point decides

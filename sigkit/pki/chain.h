@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Who issued whom: the issuer of a certificate, the issuer of a CRL, and the root above a certificate.
 #ifndef PKI_CHAIN_H
 #define PKI_CHAIN_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The CRLs that may decide about a certificate: each CRL of the store is scored.
 #ifndef PKI_CRL_SELECT_H
 #define PKI_CRL_SELECT_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Path validation, led by CRLs: the best CRL for a certificate is chosen and the CRL's issuer is validated in the same
 // way. Where that issuer is the very certificate that issued the one in hand, as in the ordinary case, this covers the
 // chain above; else the walk goes on to the certificate's issuer.

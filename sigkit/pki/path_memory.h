@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Outcomes of nested validations. During one top-level validation the time of judgement and the strictness do not
 // change, so what a nested validation comes to depends on its certificate and its depth alone. Without this memory CRLs
 // whose issuers cover each other would cost up to 16 to the power of 10 validations.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The revocation test of one certificate against one CRL.
 #ifndef PKI_REVOCATION_H
 #define PKI_REVOCATION_H

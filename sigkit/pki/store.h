@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The store: the certificates and CRLs that one context knows. It only grows; records leave it with the context.
 //
 // Logs: nothing, in any function of this header; a record that is there already is no failure to most callers.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Admission to the store: what of the decoded certificates and CRLs gets in, and so who becomes a trust anchor.
 #ifndef VERIFY_ADMISSION_H
 #define VERIFY_ADMISSION_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Content checks: what remains to be done with the content once its signers have been judged.
 #ifndef VERIFY_CONTENT_CHECK_H
 #define VERIFY_CONTENT_CHECK_H

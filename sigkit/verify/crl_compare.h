@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Comparison of CRL files by their summaries.
 //
 // Logs: nothing, in any function of this header; SigkitCrlCompare logs what they make it refuse.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // One signer of a detached signature message.
 #ifndef VERIFY_DETACHED_H
 #define VERIFY_DETACHED_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What content signers and timestamp signers have in common: the certificate that may sign, and the signature over the
 // signed attributes.
 #ifndef VERIFY_SIGNER_H

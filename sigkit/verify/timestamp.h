@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Timestamp tokens (RFC 3161): the proof of when a signature existed, and so the time at which its certificates are
 // judged.
 //

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Certificates: decoding, shared lifetime, the self-signed test.
 #ifndef X509_CERT_H
 #define X509_CERT_H

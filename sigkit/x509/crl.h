@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // CRLs: decoding and shared lifetime.
 #ifndef X509_CRL_H
 #define X509_CRL_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Who issued a certificate or CRL. What was found out is kept in the record, so that no signature is checked twice
 // under one key, however often path validation comes by.
 #ifndef X509_ISSUER_H

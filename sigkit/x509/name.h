@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // X.501 names: equality and a printable form.
 #ifndef X509_NAME_H
 #define X509_NAME_H

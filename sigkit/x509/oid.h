@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Object identifiers: each that the library knows is one small number, its AOID.
 //
 // Logs: nothing, in any function of this header.

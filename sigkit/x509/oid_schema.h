@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What becomes of the list of object identifiers while oid.cpp is compiled: dotted text becomes content octets, and a
 // wrong row does not compile.
 #ifndef X509_OID_SCHEMA_H

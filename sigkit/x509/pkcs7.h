@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Signature messages: CMS SignedData (RFC 5652, 5) with its certificates.
 #ifndef X509_PKCS7_H
 #define X509_PKCS7_H

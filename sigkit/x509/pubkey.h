@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // RSA public keys and the signatures that they verify.
 #ifndef X509_PUBKEY_H
 #define X509_PUBKEY_H

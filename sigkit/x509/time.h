@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // UTCTime and GeneralizedTime (RFC 5280, 4.1.2.5) to seconds, without the C library's time zone.
 //
 // Logs: nothing, in any function of this header.

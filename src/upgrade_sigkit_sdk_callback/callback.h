@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the files of the host callbacks have in common.
 #ifndef SRC_UPGRADE_SIGKIT_SDK_CALLBACK_CALLBACK_H
 #define SRC_UPGRADE_SIGKIT_SDK_CALLBACK_CALLBACK_H

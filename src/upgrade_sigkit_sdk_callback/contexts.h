@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The records behind the opaque contexts of sigkit_host.h: a digest and a signature check in progress.
 #ifndef SRC_UPGRADE_SIGKIT_SDK_CALLBACK_CONTEXTS_H
 #define SRC_UPGRADE_SIGKIT_SDK_CALLBACK_CONTEXTS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The host callbacks for digests, over libcrypto.
 #include "src/upgrade_sigkit_sdk_callback/digests.h"
 

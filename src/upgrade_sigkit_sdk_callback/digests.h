@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Digests of libcrypto, as the callbacks for digests and those for signatures use them.
 #ifndef SRC_UPGRADE_SIGKIT_SDK_CALLBACK_DIGESTS_H
 #define SRC_UPGRADE_SIGKIT_SDK_CALLBACK_DIGESTS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The host callbacks for files, over the C library.
 #include <limits.h>
 #include <stdio.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The host callback for the log, over standard output and the platform's log. Nothing else is in this file, so that a
 // program with a log of its own can have the other callbacks without it.
 #include <stdio.h>

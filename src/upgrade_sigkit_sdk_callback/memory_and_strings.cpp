@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The host callbacks for memory, over the platform's, and for comparing and searching, over the C library.
 #include <string.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The host callbacks for signatures, RSA over libcrypto.
 //
 // The RSA calls with which a public key is put together are deprecated since OpenSSL 3.0 but are there in every version

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Runs one decode function in the middle of an input, and holds it to what all but SigkitBitsToInt promise: a failure
 // leaves the cursor where it was and the consumed count unwritten.
 #ifndef ASN1_DECODE_FIXTURE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 #include "asn1/header.h"
 
 #include "tests/asn1/decode_fixture.h"

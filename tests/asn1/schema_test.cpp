@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What must hold between rows whose items are defined in different files, where no compiler sees both. The rest holds
 // at compile time (asn1/schema.h); tests/check_wrong_rows.py tries wrong rows out.
 #include <set>

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Installs a build, and builds the installed examples and tests/consumer over it, by pkg-config and by CMake. The tool
 # stays where it is, as it trusts a development root; scripts/release-check.sh installs one with another root.
 # Usage: tests/consumer/check.sh BUILD

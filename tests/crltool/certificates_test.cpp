@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Certificates in a CRL file that the root does not stand behind.
 #include "tests/crltool/compare_fixture.h"
 

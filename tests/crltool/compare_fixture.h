@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // CRL files under the root of the parties, and crl_compare as a process on them.
 #ifndef COMPARE_FIXTURE_H
 #define COMPARE_FIXTURE_H

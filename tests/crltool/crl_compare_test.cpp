@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What crl_compare says, and to whom.
 #include "tests/crltool/compare_fixture.h"
 #include "tests/support/hostile_environment.h"

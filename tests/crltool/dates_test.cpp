@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Which dates of CRLs are pointed out.
 #include "tests/crltool/compare_fixture.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The example of the manual page, as a device would run it.
 #include "tests/crltool/compare_fixture.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the library accepts in the fuzz corpora, whole and in pieces, libcrypto accepts and reads alike, field by field.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Every known way in which the library and libcrypto read a certificate or a CRL differently: an example of each, named
 // after it, which shows nothing else.
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Reads one element of DER (X.690, 8.1), with an identifier of one octet.
 #ifndef DIFFERENTIAL_ELEMENT_H
 #define DIFFERENTIAL_ELEMENT_H

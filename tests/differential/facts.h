@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a decoder has read, field by field, in a form that is the same for the library and for libcrypto.
 #ifndef DIFFERENTIAL_FACTS_H
 #define DIFFERENTIAL_FACTS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The examples of the host guide: what they accept and what they refuse.
 #include <cstdio>
 #include <string>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Files that lost their end or had a bit turned over on the way. What nobody signed may change, and nothing else.
 #include <gtest/gtest.h>
 

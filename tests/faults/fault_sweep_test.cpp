@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Every fault of the machine, one at a time, and pairs of them: memory that runs out, files that cannot be read,
 // digests and signature checks that fail, bounds-checked functions and the log formatter.
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A libcrypto that fails: each call that the host callbacks make does nothing and returns 0, -1 or 2, or a null
 // pointer. The linker's --wrap option puts the functions below before libcrypto's.
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a host may ask of the library, from a fresh context to a freed one.
 #ifndef FAULTS_SCENARIOS_H
 #define FAULTS_SCENARIOS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Writing of DER (ITU-T X.690). The encoders return whole elements, so that nested calls read like the ASN.1 they make.
 #ifndef TESTS_FORGE_DER_H
 #define TESTS_FORGE_DER_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Message digests, by Digest.
 #ifndef TESTS_FORGE_DIGEST_H
 #define TESTS_FORGE_DIGEST_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Extensions of certificates and CRLs (RFC 5280, 4.2 and 5.2).
 #ifndef TESTS_FORGE_EXTENSIONS_H
 #define TESTS_FORGE_EXTENSIONS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Makes keys, certificates, CRLs, timestamp tokens and detached signatures for tests: good ones, and bad ones.
 //
 // Conventions

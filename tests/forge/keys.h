@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The public half of a key, as certificates and key identifiers need it, and what works with a key.
 #ifndef TESTS_FORGE_KEYS_H
 #define TESTS_FORGE_KEYS_H

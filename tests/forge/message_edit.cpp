@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Work on messages that exist already, perhaps made by other tools.
 #include "tests/forge/status.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Signature values: RSA with PKCS #1 v1.5 padding, or ECDSA, as the key is.
 #ifndef TESTS_FORGE_SIGNATURE_H
 #define TESTS_FORGE_SIGNATURE_H

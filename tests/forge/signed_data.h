@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // SignedData (RFC 5652, 5): what a detached signature and a timestamp token have in common.
 #ifndef TESTS_FORGE_SIGNED_DATA_H
 #define TESTS_FORGE_SIGNED_DATA_H

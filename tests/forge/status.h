@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // How the operations of this folder report.
 #ifndef TESTS_FORGE_STATUS_H
 #define TESTS_FORGE_STATUS_H

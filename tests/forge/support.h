@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the tests of the forge share: cached keys, a PKI, a directory of their own, and other programs.
 #ifndef TESTS_FORGE_SUPPORT_H
 #define TESTS_FORGE_SUPPORT_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Certificates from the wild: every root that Debian's ca-certificates package brings is either taken or refused for a
 // reason that is known beforehand.
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The same packages under clocks that are wrong: that of a device whose battery is empty, and that of one far ahead.
 #include "tests/package/package_fixture.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The tool among hostile files, streams and settings.
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A package that the tool accepts, to be changed in one thing by a test, and the tool as a process on it.
 #ifndef PACKAGE_FIXTURE_H
 #define PACKAGE_FIXTURE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Whole packages through the tool as the upgrade procedure starts it: a process with four options, judged by its exit
 // status, its standard output and the platform log.
 #include <sys/stat.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Timestamp authorities over HTTP: good ones, and each way in which one can fail.
 #include <fcntl.h>
 #include <netinet/in.h>

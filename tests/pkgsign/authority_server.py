@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """A timestamp authority over HTTP for the tests, and bad ones. It prints its port, and ends with its standard input.
 
 Usage: authority_server.py DIRECTORY OPENSSL FAKETIME [CERTIFICATE KEY]

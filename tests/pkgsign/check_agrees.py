@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Runs pkgsign check and verify_tool on packages and compares: status and exit status are the same, the step that check
 names is one that can lead to that status, its JSON follows the closed schema, and page and text are written.
 

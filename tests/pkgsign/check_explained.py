@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Holds what `pkgsign explain` knows of the log to the sources that log. Exits with 1 and names each disagreement.
 
 Steps: every function of the library and of the tool that logs has a row in log_step_list.def, and no other has one.

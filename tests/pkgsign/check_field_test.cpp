@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The refusals of the field, checked: step, cause and remedy at the head of the report.
 #include <algorithm>
 

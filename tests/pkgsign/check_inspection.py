@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Holds what `pkgsign inspect --json` prints to its schema, and the schema to being closed. Usage:
 check_inspection.py SCHEMA OUTPUT..."""
 import json

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What pkgsign check says about a package: the public vectors, and packages of a folder.
 #include <algorithm>
 #include <filesystem>

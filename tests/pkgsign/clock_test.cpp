@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Time that never goes back, also when the process is killed and the machine's clock steps.
 #include "pkgsign/timestamp/clock.h"
 

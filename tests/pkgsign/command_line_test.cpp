@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The command line: what it takes, how it ends, and what it does to the streams that it is given.
 #include <filesystem>
 #include <sstream>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What an operator does in a good year and in a bad one, each judged by the device's library on released packages.
 #include <algorithm>
 #include <filesystem>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Signing with a key that is elsewhere: in two steps, or by a program.
 #include <filesystem>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A provider that knows nothing, for a run in which one is loaded as "pkcs11" and finds no token.
 #include <openssl/core.h>
 #include <openssl/core_dispatch.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The refusals of the field, explained from nothing but what syslog has of them: on one screen, the right cause and
 // what to do.
 #include <algorithm>

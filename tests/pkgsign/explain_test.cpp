@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // `pkgsign explain`: arguments, the lists behind it, and logs of every shape.
 #include <algorithm>
 #include <cstring>

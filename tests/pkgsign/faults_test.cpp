@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Whole commands, with every call that makes a file failing once, and with every call the last before a crash. Behind
 // it the folder is the old one or the new one, what is asked for is there whole or not at all, and the command can be
 // run again.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Twelve packages as devices in the field have refused them: each is good but for one mistake that people make.
 #ifndef TESTS_PKGSIGN_FIELD_REFUSALS_H
 #define TESTS_PKGSIGN_FIELD_REFUSALS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The packages that field refusals are explained by: the tool itself refuses each, with the status that is expected,
 // and takes the good one that they are made from.
 #include <gtest/gtest.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Files are written whole or not at all, whatever fails and whenever the machine stops.
 #include "pkgsign/files/files.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Files that depart from what devices take in one thing each.
 #ifndef TESTS_PKGSIGN_INSPECT_DEPARTURES_H
 #define TESTS_PKGSIGN_INSPECT_DEPARTURES_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // pkgsign inspect: what it shows, and what it finds.
 #include "pkgsign/explain/inspect.h"
 

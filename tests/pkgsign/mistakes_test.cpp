@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The twelve mistakes of a release side: each is refused, nothing is written, and no real key has signed.
 #include "tests/pkgsign/support.h"
 

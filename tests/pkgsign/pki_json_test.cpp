@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // pki.json: what is written is read, and what is damaged is refused with its place.
 #include "tests/pkgsign/support.h"
 

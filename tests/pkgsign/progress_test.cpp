@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // How far a long content is read: on a terminal, after two seconds.
 #include "pkgsign/commands/progress.h"
 

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Runs the commands of a document from top to bottom: every block that begins with ```sh, in one shell and one empty
 directory, with the folder of the source tree in SOURCES. What still runs in the background at the end is ended.
 Usage: run_document.py DOCUMENT DIRECTORY-OF-PROGRAMS...

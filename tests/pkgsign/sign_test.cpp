@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Signing a package: with keys of a folder or of files, and what is said about it.
 #include <unistd.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the tests of the release side share: commands run in this process, a PKI folder, and who has signed.
 #ifndef TESTS_PKGSIGN_SUPPORT_H
 #define TESTS_PKGSIGN_SUPPORT_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Tokens that come in files: the offline way in two steps, what is checked before a token goes in, and messages that
 // keep theirs.
 #include <sys/stat.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What path validation is lenient about by design, where no other test shows it.
 #include "tests/pki/pki_fixture.h"
 #include "x509/crl.h"

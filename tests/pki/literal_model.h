@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Path validation a second time, to compare the library with: step by step, over what a test wrote instead of over what
 // the library decoded from it, and without any memory but the issuers found. It shares no code with the library. A
 // signature holds as the pretended host has it: under the key with the number that signed.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The literal model itself, on stores whose answers are known: what an authority may do with its name and its keys.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A written store, judged certificate by certificate.
 #ifndef PKI_FIXTURE_H
 #define PKI_FIXTURE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Random stores, judged by the library and by a literal model of path validation.
 #include <map>
 #include <set>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Random stores that grow while they are judged: authorities that rolled their keys over, namesakes, cross
 // certificates, cycles, indirect CRLs, and a little of everything that can be wrong.
 #ifndef PKI_STORE_GENERATOR_H

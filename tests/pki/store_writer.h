@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Stores full of certificates and CRLs with pretended signatures.
 #ifndef PKI_STORE_WRITER_H
 #define PKI_STORE_WRITER_H

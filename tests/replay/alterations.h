@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Alterations of inputs: the same ones on every machine.
 #ifndef TESTS_REPLAY_ALTERATIONS_H
 #define TESTS_REPLAY_ALTERATIONS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // SHA-256, SHA-384 and SHA-512 (FIPS 180-4), so that a host needs no other library.
 #ifndef TESTS_REPLAY_DIGEST_H
 #define TESTS_REPLAY_DIGEST_H

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Prints the list of inputs for `replay`: the fuzz corpora of the library's own targets, and the test vectors.
 
 Paths are relative to the project's folder, and in an order that no file system decides.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the program does with an input: it puts it into the library and hashes what the library says.
 #ifndef TESTS_REPLAY_OPERATIONS_H
 #define TESTS_REPLAY_OPERATIONS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // One number over everything that the library says: equal on two machines when they say the same. What a number looks
 // like in memory, the size of a pointer and addresses do not come in.
 #ifndef TESTS_REPLAY_RECORD_HASH_H

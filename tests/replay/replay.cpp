@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Runs inputs through the library, as they are, altered and with failing allocations, and prints one number for all
 // that it said: builds and machines that print the same number behave alike. It needs neither libcrypto nor a C++
 // library.

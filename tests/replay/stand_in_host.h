@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A host that needs nothing but the C library: memory that is counted and runs out on request, real digests, and
 // signatures that hold or not by rule instead of by arithmetic. Its log becomes part of the hash.
 #ifndef TESTS_REPLAY_STAND_IN_HOST_H

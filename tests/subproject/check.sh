@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # As a part of another project Sigkit leaves its parent's settings, its packages and its build directory alone.
 # Usage: check.sh DIRECTORY: where the parent is built.
 set -euo pipefail

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Certificates, CRLs, signature messages and timestamp content, member by member, over the DER writer. Each record
 // begins with sensible members, all whole encodings; a test replaces a member, or drops it by taking its value away,
 // and encodes. Nothing is really signed: for that see the PKI factory.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Writes any encoding, well-formed or not (ITU-T X.690). Every function returns whole octets, so that nested calls read
 // like the ASN.1 that they make, and every layer can be replaced by octets of the test's own.
 #ifndef SUPPORT_DER_WRITER_H

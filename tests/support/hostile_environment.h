@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // An environment that names a configuration of libcrypto, with a module in it that leaves a mark when it is loaded.
 #ifndef SUPPORT_HOSTILE_ENVIRONMENT_H
 #define SUPPORT_HOSTILE_ENVIRONMENT_H

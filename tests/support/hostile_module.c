@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 /* Leaves a mark when it is loaded: a file that the environment names. */
 #include <stdio.h>
 #include <stdlib.h>

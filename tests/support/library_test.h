@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The fixtures of the library's tests: every test begins with empty recordings, and ends with nothing alive.
 #ifndef SUPPORT_LIBRARY_TEST_H
 #define SUPPORT_LIBRARY_TEST_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Makes the tests' set of RSA keys. Usage: make_rsa_keys DIRECTORY BITS COUNT [BITS COUNT]...
 #include "tests/support/rsa_keys.h"
 

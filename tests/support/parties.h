@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A root, a CA, signers and what they sign: the material of good packages, to be changed in one thing by a test.
 #ifndef SUPPORT_PARTIES_H
 #define SUPPORT_PARTIES_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A host without files or libcrypto. A signature holds under a key when its first octet is the modulus's last one, so a
 // test writes certificates and CRLs that verify by hand, and thousands of them cost nothing.
 #ifndef SUPPORT_PRETENDED_HOST_H

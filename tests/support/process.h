@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Programs run as processes, as a user would run them.
 #ifndef SUPPORT_PROCESS_H
 #define SUPPORT_PROCESS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The host of the library tests: the tool's real callbacks, watched. The linker's --wrap option puts a function of this
 // file before each callback named below; it counts the call, fails it on request, and otherwise hands it on. Log lines
 // are kept instead of printed. Memory is watched one layer further down, by the recording platform.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A platform for tests: log and memory services that remember every call. A test that links it watches what a part of
 // the tool asks of the device; memory can be made to run out.
 #ifndef SUPPORT_RECORDING_PLATFORM_H

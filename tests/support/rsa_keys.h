@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // RSA keys for tests. Generating them is slow, so the build makes a set of them once.
 #ifndef SUPPORT_RSA_KEYS_H
 #define SUPPORT_RSA_KEYS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Status codes by name, for the messages of failing tests.
 #ifndef SUPPORT_STATUS_NAMES_H
 #define SUPPORT_STATUS_NAMES_H

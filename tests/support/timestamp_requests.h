@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Timestamp requests (RFC 3161, 2.4.1) as programs in the field write them, and requests that are to be refused.
 #ifndef SUPPORT_TIMESTAMP_REQUESTS_H
 #define SUPPORT_TIMESTAMP_REQUESTS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a decoded field shows.
 #ifndef SUPPORT_VIEWS_H
 #define SUPPORT_VIEWS_H

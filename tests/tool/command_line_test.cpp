@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The command line and the operation table, with an operation of the test's own in the place of the package check.
 #include "src/verify_frame_main.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The package check, over library operations of the test's own: which are called, in what order, with what, and what
 // becomes of their results.
 #include "src/upgrade_sigkit_handle.h"

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The tool as a process: its exit status, what it prints, and where the platform's log goes.
 #include <sstream>
 

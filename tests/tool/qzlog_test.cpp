@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The workstation's log, by several threads of a process of its own: where its lines go is decided with the first.
 #include "qzlog.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 /* Stands before the system's log: its lines go to the file that the environment names, and nowhere else. */
 #include <errno.h>
 #include <stdarg.h>

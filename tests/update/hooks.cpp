@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Stands before the system calls of the update program and acts at one of them, as its environment says:
 //
 //   HOOK_STEP      the number of the call, from 1

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The form for the shell: killed before each of its commands that change something, it is run again.
 #include "tests/update/update_fixture.h"
 

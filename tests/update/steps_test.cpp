@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Something happens at a system call of the update step: a hostile hand on the package, a call that fails, a power cut.
 // The parameter: every so many calls one is tried.
 #include <signal.h>

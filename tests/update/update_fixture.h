@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A device's state, a package for it where others may write, and the update step in its two forms.
 #ifndef UPDATE_FIXTURE_H
 #define UPDATE_FIXTURE_H

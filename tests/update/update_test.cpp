@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the update step hands over and what it refuses, in both forms: in C, and for the shell.
 #include <sys/file.h>
 #include <sys/socket.h>

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Two sets of vectors say the same, and are not the same: all that differs is what the keys make.
 
 Usage: check_same.py FIRST SECOND

@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Holds a set of vectors to its schema, and the schema to being closed: every member of an object is required, and no
 further one is allowed. Also what a schema cannot say: identifiers are there once and begin with their group, every file
 is there and used, answers and statuses agree, and a reason stands where the two answers differ and nowhere else.

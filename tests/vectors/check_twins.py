@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Every refusal of a set of vectors has its twin, which is accepted, and differs from it in what it says and in nothing
 else. Exits with 1 and names each case of which that is not true.
 

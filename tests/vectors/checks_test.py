@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """The checks of a set of vectors notice what is wrong with one.
 
 Usage: checks_test.py VECTORS [unittest's arguments]

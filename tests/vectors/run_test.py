@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """vectors/run.py on a set of two cases, with verifiers that answer as each test needs it.
 
 Usage: run_test.py VECTORS [unittest's arguments]; VECTORS is the folder that is tested, whole or as a copy.

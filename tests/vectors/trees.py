@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Trees of what files say, and in which members two of them differ.
 
 A change has consequences that are none of its own: a certificate with another date has another signature, and so have

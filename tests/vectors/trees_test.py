@@ -1,4 +1,7 @@
 #!/usr/bin/env python3
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 """Whatever differs in a file differs in its tree: no identifier, no form of a length and no octet of a value can be
 altered unnoticed. So a twin that is said to differ in one thing differs in nothing else.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a verification takes at most: stack, heap and space for its log that a device must have.
 #include <pthread.h>
 #include <string.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Contexts, and the arguments that every operation judges before it begins.
 #include "core/context.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Messages and timestamp tokens written member by member and really signed: what the release side refuses to make.
 #ifndef CRAFTED_MESSAGE_H
 #define CRAFTED_MESSAGE_H

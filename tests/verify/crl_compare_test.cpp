@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Comparison of CRL files, on summaries written by hand.
 #include "verify/crl_compare.h"
 

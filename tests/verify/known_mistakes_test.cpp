@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Mistakes that verifiers have made, one test for each that no other test shows.
 #include <algorithm>
 #include <functional>

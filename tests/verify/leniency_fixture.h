@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A good package that is changed where the verifier is lenient, and what such changes take.
 #ifndef LENIENCY_FIXTURE_H
 #define LENIENCY_FIXTURE_H

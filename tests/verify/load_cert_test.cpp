@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Trust anchors and the certificates beside CRLs: which may enter the store, and who owns their octets.
 #include "tests/verify/verify_fixture.h"
 #include "verify/admission.h"

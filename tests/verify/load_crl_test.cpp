@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // CRLs into the store, and what refuses them.
 #include "tests/support/process.h"
 #include "tests/verify/verify_fixture.h"

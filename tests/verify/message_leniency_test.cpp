@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What the verifier is lenient about in timestamps, messages and content by design, where no other test shows it.
 // docs/security.md says what each leniency means for a deployer.
 #include <functional>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Begin, Update and Final, and what a message must bring.
 #include "tests/verify/verify_fixture.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The steps of a verification at their own functions: what no whole message can bring about.
 #include "verify/signer.h"
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A context to load and to verify with, and shorter names for what tests do with it.
 #ifndef VERIFY_FIXTURE_H
 #define VERIFY_FIXTURE_H

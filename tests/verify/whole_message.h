@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Whole messages over one content, judged from Begin to Final.
 #ifndef WHOLE_MESSAGE_H
 #define WHOLE_MESSAGE_H

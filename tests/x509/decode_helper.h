@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Decodes certificates, CRLs and messages that der_records writes, and looks at what they point to.
 #ifndef X509_DECODE_HELPER_H
 #define X509_DECODE_HELPER_H

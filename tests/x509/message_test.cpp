@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Signature messages and the content of timestamp tokens.
 #include "asn1/decode.h"
 #include "tests/x509/decode_helper.h"

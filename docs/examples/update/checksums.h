@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // The checksum file of a package: a line with its version, then one for each file, in the order of their names.
 #ifndef UPDATE_CHECKSUMS_H
 #define UPDATE_CHECKSUMS_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Files by directory descriptors: no path is walked twice, no link is followed, and what has been written survives a
 // power cut before it gets the name by which it is used.
 #ifndef UPDATE_FILES_H

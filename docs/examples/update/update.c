@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Takes an upgrade package from where others can write, and hands it over when it is authentic.
 //
 //   update -s STATE -r ROOT [-c CRLS] PACKAGE COMMAND [ARGUMENT...]

@@ -1,4 +1,7 @@
 #!/bin/sh
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # The same for a package in a directory of one's own, where nobody else can write: it is used where it lies.
 #
 #   update.sh STATE ROOT PACKAGE CRLS COMMAND [ARGUMENT...]

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What distinguishes PEM armour (RFC 7468) from DER.
 #ifndef VERIFY_LOAD_ARMOUR_H
 #define VERIFY_LOAD_ARMOUR_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Base64 (RFC 4648, section 4) as it stands in PEM armour.
 #ifndef VERIFY_LOAD_BASE64_H
 #define VERIFY_LOAD_BASE64_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Whole files through the host's file callbacks.
 #ifndef VERIFY_LOAD_FILE_H
 #define VERIFY_LOAD_FILE_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Certificates and CRLs from DER or PEM data into lists.
 #ifndef VERIFY_LOAD_LOADING_H
 #define VERIFY_LOAD_LOADING_H

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Signature messages: PEM or DER octets into a decoded SignedData.
 #ifndef VERIFY_LOAD_MESSAGE_H
 #define VERIFY_LOAD_MESSAGE_H

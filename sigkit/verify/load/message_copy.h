@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Copies of DER signature messages. Certificates that come with a message stay in the store for the life of the
 // context, so the octets that they point into must too, whatever the caller does with its buffer.
 //

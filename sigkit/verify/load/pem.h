@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // PEM armour (RFC 7468) around certificates and CRLs.
 #ifndef VERIFY_LOAD_PEM_H
 #define VERIFY_LOAD_PEM_H

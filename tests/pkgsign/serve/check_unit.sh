@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Sigkit authors
+# SPDX-License-Identifier: Apache-2.0
+
 # Whether the example of the timestamp server's unit is a good one, with options that there are.
 # Usage: check_unit.sh UNIT PKGSIGN
 set -euo pipefail

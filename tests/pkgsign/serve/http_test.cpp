@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // What a timestamp server answers over HTTP, and what it costs others when clients are slow, many or hostile.
 #include <signal.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Whose key a timestamp server signs with, and what it refuses to begin with.
 #include <signal.h>
 #include <unistd.h>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // A timestamp server as a process, and HTTP spoken to it octet by octet.
 #ifndef TESTS_PKGSIGN_SERVE_SERVING_H
 #define TESTS_PKGSIGN_SERVE_SERVING_H

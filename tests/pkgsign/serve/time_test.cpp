@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // No time goes back and no serial number comes twice, whatever happens to the server and to its machine's clock.
 #include <signal.h>
 

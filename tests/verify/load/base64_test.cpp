@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Base64 text: what is decoded, what is refused, and the edges of what is let through.
 #include "verify/load/base64.h"
 

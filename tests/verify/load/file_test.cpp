@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Files that are read whole, through a host whose files fail, and trust material from files.
 #include "verify/load/file.h"
 

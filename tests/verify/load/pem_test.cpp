@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Sigkit authors
+// SPDX-License-Identifier: Apache-2.0
+
 // Where a PEM block begins and ends, and what a block that is skipped says.
 #include "verify/load/pem.h"
 
