@@ -296,7 +296,8 @@ TEST_F(InspectCommandTest, FollowsItsClosedSchemaWhateverTheOctets)
         files.push_back(Inspect(departure.octets));
     }
     const Bytes text = ReadVector("vectors.json");
-    for (const Json &one : Json::parse(text.begin(), text.end())["cases"]) {
+    const Json set = Json::parse(text.begin(), text.end());
+    for (const Json &one : set["cases"]) {
         files.push_back(Inspect(ReadVector(one["files"]["signature"].get<std::string>())));
         files.push_back(Inspect(ReadVector(one["files"]["crls"].get<std::string>())));
     }
