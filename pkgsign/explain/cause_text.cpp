@@ -15,7 +15,7 @@ namespace pkgsign
 namespace
 {
 
-constexpr size_t STEPS_SHOWN = 9;   // of a trail; a screen has room for no more
+constexpr size_t STEPS_SHOWN = 9;   // of a trail; a screen holds no more
 constexpr size_t STEPS_BESIDES = 6; // of one that leads to several causes
 constexpr size_t STEPS_FIRST = 2;   // of them from its beginning
 constexpr size_t FUNCTION_COLUMNS = 33;

@@ -82,7 +82,7 @@ void DropSlowClients(Server *server)
 }
 
 // Those without a request first: whoever only holds a connection loses it before somebody who is at work.
-void MakeRoom(Server *server)
+void DropLongestIdle(Server *server)
 {
     const auto first =
         std::min_element(server->clients.begin(), server->clients.end(), [](const Client &a, const Client &b) {
@@ -104,7 +104,7 @@ void NoteConnection(void *data, MHD_Connection *connection, void **context,
         return;
     }
     if (server->clients.size() >= server->premises.order->connectionsMax) {
-        MakeRoom(server);
+        DropLongestIdle(server);
     }
     const MHD_ConnectionInfo *const info =
         g_libmicrohttpd.MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);

@@ -269,7 +269,7 @@ TEST_F(TimestampServer, AnswersSoonBesideFiveHundredSlowClients)
     }
 }
 
-TEST_F(TimestampServer, LetsTheClientThatIdlesLongestMakeRoom)
+TEST_F(TimestampServer, DropsTheClientThatIdlesLongestForANewOne)
 {
     Serve({"--connections", "20"});
     std::vector<std::unique_ptr<Connection>> clients;

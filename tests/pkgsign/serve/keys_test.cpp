@@ -157,7 +157,7 @@ TEST_F(ServerKeys, ListenOnLoopbackUnlessToldOtherwise)
 class ServerAddress : public ServerKeys
 {
 protected:
-    // A machine without IPv6 cannot show what is done over it.
+    // A kernel without IPv6 cannot show what is done over it, and no package can mend that.
     void SetUp() override
     {
         ServerKeys::SetUp();
