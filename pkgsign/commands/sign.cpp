@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "pkgsign/authority/packages.h"
+#include "pkgsign/authority/signing.h"
 #include "pkgsign/commands/authorities.h"
 #include "pkgsign/commands/command.h"
 #include "pkgsign/commands/progress.h"

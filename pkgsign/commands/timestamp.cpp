@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Sigkit authors
 // SPDX-License-Identifier: Apache-2.0
 
-#include "pkgsign/authority/packages.h"
+#include "pkgsign/authority/stamping.h"
 #include "pkgsign/commands/authorities.h"
 #include "pkgsign/commands/command.h"
 #include "pkgsign/crypto/message.h"

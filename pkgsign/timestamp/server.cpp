@@ -3,9 +3,6 @@
 
 #include "pkgsign/timestamp/server.h"
 
-#include <netdb.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/signalfd.h>
@@ -24,6 +21,7 @@
 #include "pkgsign/files/files.h"
 #include "pkgsign/timestamp/exchange.h"
 #include "pkgsign/timestamp/http_libraries.h"
+#include "pkgsign/timestamp/listening.h"
 
 namespace pkgsign
 {
@@ -264,63 +262,6 @@ struct Descriptor {
     }
 };
 
-// An open socket that listens; -1 with errno.
-int ListenAt(const struct addrinfo &address)
-{
-    const int one = 1;
-    const int zero = 0;
-    const int file = socket(address.ai_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (file < 0) {
-        return -1;
-    }
-    (void)setsockopt(file, SOL_SOCKET, SO_REUSEADDR, &one, sizeof(one));
-    (void)setsockopt(file, IPPROTO_TCP, TCP_NODELAY, &one, sizeof(one)); // accepted sockets inherit it
-    if (address.ai_family == AF_INET6) {                                 // [::] is both, whatever the system's default
-        (void)setsockopt(file, IPPROTO_IPV6, IPV6_V6ONLY, &zero, sizeof(zero));
-    }
-    if (bind(file, address.ai_addr, address.ai_addrlen) == 0 && listen(file, SOMAXCONN) == 0) {
-        return file;
-    }
-    const int error = errno;
-    (void)close(file);
-    errno = error;
-    return -1;
-}
-
-Status OpenSocket(const ServerOrder &order, int *socketOut)
-{
-    struct addrinfo hints = {};
-    struct addrinfo *found = nullptr;
-    hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = AI_PASSIVE;
-    const int failure = getaddrinfo(order.host.c_str(), order.port.c_str(), &hints, &found);
-    const std::string where = "cannot listen at '" + Printable(order.host + ":" + order.port) + "': ";
-    if (failure != 0) {
-        return Fail(where + gai_strerror(failure));
-    }
-    const std::unique_ptr<struct addrinfo, Deleter<freeaddrinfo>> owned(found);
-    *socketOut = -1;
-    for (const struct addrinfo *address = found; address != nullptr && *socketOut < 0; address = address->ai_next) {
-        *socketOut = ListenAt(*address); // a name may have addresses that this machine lacks
-    }
-    return *socketOut >= 0 ? Status() : Fail(where + std::strerror(errno));
-}
-
-Status Announce(int socket)
-{
-    struct sockaddr_storage address = {};
-    socklen_t size = sizeof(address);
-    char host[NI_MAXHOST] = {};
-    char port[NI_MAXSERV] = {};
-    if (getsockname(socket, reinterpret_cast<struct sockaddr *>(&address), &size) != 0 ||
-        getnameinfo(reinterpret_cast<struct sockaddr *>(&address), size, host, sizeof(host), port, sizeof(port),
-                    NI_NUMERICHOST | NI_NUMERICSERV) != 0) {
-        return Fail(std::string("cannot read the address: ") + std::strerror(errno));
-    }
-    const std::string shown = address.ss_family == AF_INET6 ? "[" + std::string(host) + "]" : host;
-    return WriteStandardOutput("Listening at http://" + shown + ":" + port + "/\n");
-}
-
 Status AllowDescriptors(size_t connections)
 {
     struct rlimit limit = {};
@@ -366,7 +307,7 @@ Status RunServer(const ServerOrder &order, int socket, int signals)
     if (!status.ok) {
         return status;
     }
-    status = Announce(socket);
+    status = AnnounceAddress(socket);
     if (status.ok) {
         RunLoop(&server, g_libmicrohttpd.MHD_get_daemon_info(server.daemon, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd,
                 signals);
@@ -394,7 +335,7 @@ Status ServeRequests(const ServerOrder &order)
         status = AllowDescriptors(order.connectionsMax);
     }
     if (status.ok) {
-        status = OpenSocket(order, &socket);
+        status = OpenListeningSocket(order.host, order.port, &socket);
     }
     return status.ok ? RunServer(order, socket, signals.held) : status; // the daemon closes the socket
 }
