@@ -85,13 +85,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     return 0;
 }
 
-extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t maxSize, unsigned int seed)
-{
-    return FuzzMutateDetached(data, size, maxSize, seed);
-}
-
-extern "C" size_t LLVMFuzzerCustomCrossOver(const uint8_t *data1, size_t size1, const uint8_t *data2, size_t size2,
-                                            uint8_t *out, size_t maxSize, unsigned int seed)
-{
-    return FuzzCross(data1, size1, data2, size2, out, maxSize, seed);
-}
+FUZZ_CONTAINER_HOOKS(FuzzMutateDetached)

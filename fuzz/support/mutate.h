@@ -27,4 +27,16 @@ size_t FuzzMutateObjects(uint8_t *data, size_t size, size_t maxSize, unsigned in
 size_t FuzzCross(const uint8_t *data1, size_t size1, const uint8_t *data2, size_t size2, uint8_t *out, size_t maxSize,
                  unsigned int seed);
 
+// libFuzzer's entry points of a target whose inputs are containers. mutate: one of the functions above.
+#define FUZZ_CONTAINER_HOOKS(mutate)                                                                                   \
+    extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t maxSize, unsigned int seed)           \
+    {                                                                                                                  \
+        return mutate(data, size, maxSize, seed);                                                                      \
+    }                                                                                                                  \
+    extern "C" size_t LLVMFuzzerCustomCrossOver(const uint8_t *data1, size_t size1, const uint8_t *data2,              \
+                                                size_t size2, uint8_t *out, size_t maxSize, unsigned int seed)         \
+    {                                                                                                                  \
+        return FuzzCross(data1, size1, data2, size2, out, maxSize, seed);                                              \
+    }
+
 #endif
