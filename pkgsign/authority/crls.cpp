@@ -21,9 +21,11 @@ struct Reason {
     const char *name;
     int code; // CRLReason
 };
-constexpr Reason REASONS[] = {{"unspecified", 0},        {"keyCompromise", 1},      {"cACompromise", 2},
-                              {"affiliationChanged", 3}, {"superseded", 4},         {"cessationOfOperation", 5},
-                              {"certificateHold", 6},    {"privilegeWithdrawn", 9}, {"aACompromise", 10}};
+constexpr char REMOVE_FROM_CRL[] = "removeFromCRL"; // of delta CRLs
+constexpr Reason REASONS[] = {{"unspecified", 0},        {"keyCompromise", 1}, {"cACompromise", 2},
+                              {"affiliationChanged", 3}, {"superseded", 4},    {"cessationOfOperation", 5},
+                              {"certificateHold", 6},    {REMOVE_FROM_CRL, 8}, {"privilegeWithdrawn", 9},
+                              {"aACompromise", 10}};
 
 const Reason *FindReason(const std::string &name)
 {
@@ -114,6 +116,13 @@ std::string CrlNumber(const X509_CRL *crl)
     return decimal;
 }
 
+const char *ReasonName(long code)
+{
+    const auto found =
+        std::find_if(std::begin(REASONS), std::end(REASONS), [&](const Reason &reason) { return code == reason.code; });
+    return found == std::end(REASONS) ? nullptr : found->name;
+}
+
 std::vector<Revocation> CrlEntries(X509_CRL *crl, const std::string &authority)
 {
     std::vector<Revocation> entries;
@@ -127,8 +136,9 @@ std::vector<Revocation> CrlEntries(X509_CRL *crl, const std::string &authority)
             static_cast<ASN1_ENUMERATED *>(X509_REVOKED_get_ext_d2i(entry, NID_crl_reason, nullptr, nullptr));
         const long value = code == nullptr ? 0 : ASN1_ENUMERATED_get(code);
         ASN1_ENUMERATED_free(code);
-        for (const Reason &reason : REASONS) {
-            revocation.reason = value == reason.code ? reason.name : revocation.reason;
+        const char *const name = ReasonName(value);
+        if (name != nullptr && CheckReason(name).ok) {
+            revocation.reason = name;
         }
         entries.push_back(std::move(revocation));
     }
@@ -176,15 +186,15 @@ Status CheckCrlKind(const X509_CRL *crl, const std::string &source)
 
 Status CheckReason(const std::string &reason)
 {
+    if (reason == REMOVE_FROM_CRL) {
+        return Fail("removeFromCRL cannot be given: a revocation is for good, and only delta CRLs have that reason");
+    }
     if (FindReason(reason) != nullptr) {
         return {};
     }
     std::string names;
     for (const Reason &known : REASONS) {
-        names += std::string(names.empty() ? "" : ", ") + known.name;
-    }
-    if (reason == "removeFromCRL") {
-        return Fail("removeFromCRL cannot be given: a revocation is for good, and only delta CRLs have that reason");
+        names += known.name == std::string(REMOVE_FROM_CRL) ? "" : std::string(names.empty() ? "" : ", ") + known.name;
     }
     return Fail("'" + Printable(reason) + "' is no reason; there are " + names);
 }

@@ -33,6 +33,9 @@ Status MakeCrl(const CrlFields &fields, EVP_PKEY *signingKey, Crl *crlOut);
 // The CRLNumber, decimal; empty when there is none.
 std::string CrlNumber(const X509_CRL *crl);
 
+// "keyCompromise": RFC 5280, 5.3.1. Null for a number that has no name there.
+const char *ReasonName(long code);
+
 // What a CRL lists, as revocations of `authority`, noted at its thisUpdate.
 std::vector<Revocation> CrlEntries(X509_CRL *crl, const std::string &authority);
 

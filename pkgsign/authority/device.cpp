@@ -88,13 +88,6 @@ uint32_t Summarise(const Setting &setting, const Bytes &crlFile, Summaries *summ
                                                  static_cast<uint32_t>(crlFile.size()), &summaries->held);
 }
 
-std::string Hexadecimal(uint32_t status)
-{
-    char text[16] = {};
-    (void)std::snprintf(text, sizeof(text), "%08x", status);
-    return text;
-}
-
 const char *ComparisonProblem(uint32_t status)
 {
     switch (status) {
@@ -173,7 +166,7 @@ Status CheckLoads(const Setting &setting, const std::string &source)
                ? Status()
                : Fail("'" + Printable(source) +
                       "' is no CRL file that devices take: CRLs and CA certificates, DER or PEM (code " +
-                      Hexadecimal(status) + ")");
+                      StatusDigits(status) + ")");
 }
 
 Status CheckCrlFile(const Setting &setting)
@@ -210,7 +203,7 @@ Status CheckNewer(const Setting &newer, const Bytes &olderCrlFile)
     }
     if (status != SIGKIT_OK) {
         return Fail("a device could not compare the new CRL file with the one that it replaces (" +
-                    Hexadecimal(status) + "): " + ComparisonProblem(status));
+                    StatusDigits(status) + "): " + ComparisonProblem(status));
     }
     if (result != SIGKIT_CRL_FIRST_NEWER) {
         return Fail(std::string("a device would not take the new CRL file in the place of the one that it replaces: ") +
@@ -219,12 +212,19 @@ Status CheckNewer(const Setting &newer, const Bytes &olderCrlFile)
     return {};
 }
 
+std::string StatusDigits(uint32_t status)
+{
+    char text[16] = {};
+    (void)std::snprintf(text, sizeof(text), "%08x", status);
+    return text;
+}
+
 std::string Explain(const DeviceAnswer &answer)
 {
     if (answer.status == SIGKIT_OK) {
         return "the content is not the one that was signed";
     }
-    const std::string code = Hexadecimal(answer.status);
+    const std::string code = StatusDigits(answer.status);
     const size_t line = answer.log.find(code + "|"); // the cause is logged first, then each caller under its own name
     const size_t start = line == std::string::npos ? line : line + code.size() + 1;
     const std::string cause =

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "pkgsign/authority/device.h"
 #include "pkgsign/explain/wrap.h"
 #include "pkgsign/files/files.h"
 #include "sigkit/sigkit.h"
@@ -200,13 +201,6 @@ bool IsMismatch(const Trail &trail)
 }
 
 } // namespace
-
-std::string StatusDigits(uint32_t status)
-{
-    char digits[16] = {};
-    (void)std::snprintf(digits, sizeof(digits), "%08x", status);
-    return digits;
-}
 
 std::string StatusTitle(uint32_t status)
 {

@@ -13,9 +13,6 @@
 namespace pkgsign
 {
 
-// "88200012"
-std::string StatusDigits(uint32_t status);
-
 // "88200012 SIGKIT_ERR_NO_CRL", or without a name for what is no status code.
 std::string StatusTitle(uint32_t status);
 

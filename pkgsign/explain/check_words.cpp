@@ -5,10 +5,10 @@
 
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 
 #include <openssl/err.h>
 
+#include "pkgsign/authority/crls.h"
 #include "pkgsign/authority/device.h"
 #include "pkgsign/files/files.h"
 #include "pkgsign/files/objects.h"
@@ -33,15 +33,6 @@ bool IsWritable(const MaybeTime &time)
 std::string TimeText(const MaybeTime &time)
 {
     return IsWritable(time) ? FormatTime(*time) : "(a time that cannot be read)";
-}
-
-const char *ReasonName(uint32_t reason)
-{
-    static constexpr const char *REASONS[] = {"unspecified",        "keyCompromise", "cACompromise",
-                                              "affiliationChanged", "superseded",    "cessationOfOperation",
-                                              "certificateHold",    nullptr,         "removeFromCRL",
-                                              "privilegeWithdrawn", "aACompromise"};
-    return reason < std::size(REASONS) ? REASONS[reason] : nullptr;
 }
 
 std::string ReasonText(uint32_t reason)

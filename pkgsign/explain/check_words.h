@@ -18,10 +18,7 @@ std::string TimeText(const MaybeTime &time);
 // Whether a time can be written in four digits of a year.
 bool IsWritable(const MaybeTime &time);
 
-// "keyCompromise": RFC 5280, 5.3.1. Null for a number that has no name there.
-const char *ReasonName(uint32_t reason);
-
-// The same as the library reads it, to which unspecified is no reason.
+// A CRLReason in words (RFC 5280, 5.3.1), as the library reads it: to it unspecified is no reason.
 std::string ReasonText(uint32_t reason);
 
 // ", at octet 12 (30)", or nothing.

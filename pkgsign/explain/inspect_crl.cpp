@@ -3,7 +3,7 @@
 
 #include "pkgsign/explain/inspect_crl.h"
 
-#include "pkgsign/explain/check_words.h"
+#include "pkgsign/authority/crls.h"
 #include "pkgsign/explain/inspect_certificate.h"
 
 namespace pkgsign::inspection
