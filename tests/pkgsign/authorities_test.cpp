@@ -15,6 +15,7 @@
 #include <ctime>
 #include <filesystem>
 
+#include "pkgsign/crypto/pointers.h"
 #include "pkgsign/timestamp/client.h"
 #include "tests/forge/forge.h"
 #include "tests/pkgsign/support.h"
@@ -42,17 +43,13 @@ struct Server {
     }
 };
 
-void Start(const std::vector<std::string> &arguments, Server *server)
+void Start(std::vector<std::string> arguments, Server *server)
 {
     int input[2] = {};
     int output[2] = {};
     ASSERT_EQ(0, pipe2(input, O_CLOEXEC));
     ASSERT_EQ(0, pipe2(output, O_CLOEXEC));
-    std::vector<char *> argv;
-    for (const std::string &argument : arguments) {
-        argv.push_back(const_cast<char *>(argument.c_str()));
-    }
-    argv.push_back(nullptr);
+    std::vector<char *> argv = pkgsign::Pointers(&arguments);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);

@@ -14,6 +14,7 @@
 #include <fstream>
 #include <thread>
 
+#include "pkgsign/crypto/pointers.h"
 #include "tests/pkgsign/support.h"
 
 namespace
@@ -38,11 +39,7 @@ std::string RunOnTerminal(std::vector<std::string> command)
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, ptsname(terminal), O_WRONLY | O_NOCTTY, 0);
-    std::vector<char *> words;
-    for (std::string &word : command) {
-        words.push_back(word.data());
-    }
-    words.push_back(nullptr);
+    std::vector<char *> words = pkgsign::Pointers(&command);
     pid_t child = -1;
     EXPECT_EQ(0, posix_spawn(&child, words[0], &actions, nullptr, words.data(), environ));
     posix_spawn_file_actions_destroy(&actions);

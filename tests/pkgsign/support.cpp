@@ -16,6 +16,7 @@
 #include "pkgsign/authority/crls.h"
 #include "pkgsign/authority/device.h"
 #include "pkgsign/commands/command.h"
+#include "pkgsign/crypto/pointers.h"
 #include "pkgsign/files/files.h"
 #include "pkgsign/files/objects.h"
 
@@ -235,13 +236,9 @@ Outcome Pkgsign(std::vector<std::string> arguments)
 {
     const TemporaryDirectory directory;
     Outcome outcome;
-    std::vector<char *> argv;
     g_given = 0;
     arguments.insert(arguments.begin(), "pkgsign");
-    for (std::string &argument : arguments) {
-        argv.push_back(argument.data());
-    }
-    argv.push_back(nullptr);
+    std::vector<char *> argv = pkgsign::Pointers(&arguments);
     {
         const Redirection out(STDOUT_FILENO, directory.File("out"));
         const Redirection errors(STDERR_FILENO, directory.File("errors"));

@@ -10,6 +10,7 @@
 
 #include <filesystem>
 
+#include "pkgsign/crypto/pointers.h"
 #include "tests/pkgsign/support.h"
 
 namespace
@@ -55,11 +56,7 @@ protected:
                 (void)sigprocmask(SIG_BLOCK, &blocked, nullptr);
                 (void)raise(pending);
             }
-            std::vector<char *> argv;
-            for (std::string &argument : arguments) {
-                argv.push_back(argument.data());
-            }
-            argv.push_back(nullptr);
+            std::vector<char *> argv = pkgsign::Pointers(&arguments);
             (void)execv(argv[0], argv.data());
             _exit(126);
         }
