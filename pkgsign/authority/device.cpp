@@ -3,8 +3,6 @@
 
 #include "pkgsign/authority/device.h"
 
-#include <cstdio>
-
 #include "pkgsign/crypto/keys.h"
 #include "pkgsign/files/files.h"
 #include "sigkit/sigkit.h"
@@ -210,13 +208,6 @@ Status CheckNewer(const Setting &newer, const Bytes &olderCrlFile)
                     (result == SIGKIT_CRL_EQUAL ? "both are equally new" : "it has an older CRL of some issuer"));
     }
     return {};
-}
-
-std::string StatusDigits(uint32_t status)
-{
-    char text[16] = {};
-    (void)std::snprintf(text, sizeof(text), "%08x", status);
-    return text;
 }
 
 std::string Explain(const DeviceAnswer &answer)

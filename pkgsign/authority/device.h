@@ -55,9 +55,6 @@ Status CheckCrlFile(const Setting &setting);
 // stand-ins of `newer`.
 Status CheckNewer(const Setting &newer, const Bytes &olderCrlFile);
 
-// "88200012"
-std::string StatusDigits(uint32_t status);
-
 // What an answer other than an acceptance says, for a reason.
 std::string Explain(const DeviceAnswer &answer);
 

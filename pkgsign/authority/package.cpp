@@ -4,6 +4,7 @@
 #include "pkgsign/authority/package.h"
 
 #include "pkgsign/authority/rehearsal.h"
+#include "pkgsign/crypto/message.h"
 #include "pkgsign/files/files.h"
 #include "pkgsign/timestamp/token.h"
 

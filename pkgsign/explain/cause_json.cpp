@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "pkgsign/explain/cause_text.h"
+#include "pkgsign/files/files.h"
 #include "sigkit/sigkit.h"
 
 namespace pkgsign

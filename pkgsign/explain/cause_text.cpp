@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "pkgsign/authority/device.h"
 #include "pkgsign/explain/wrap.h"
 #include "pkgsign/files/files.h"
 #include "sigkit/sigkit.h"

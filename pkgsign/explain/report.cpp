@@ -3,7 +3,6 @@
 
 #include "pkgsign/explain/report.h"
 
-#include "pkgsign/authority/device.h"
 #include "pkgsign/explain/cause_text.h"
 #include "pkgsign/explain/check_words.h"
 #include "pkgsign/files/files.h"

@@ -4,10 +4,10 @@
 // A check as JSON, in the closed form of docs/pkgsign-check.schema.json.
 #include <nlohmann/json.hpp>
 
-#include "pkgsign/authority/device.h"
 #include "pkgsign/explain/cause_text.h"
 #include "pkgsign/explain/check_words.h"
 #include "pkgsign/explain/report.h"
+#include "pkgsign/files/files.h"
 #include "sigkit/sigkit.h"
 
 namespace pkgsign

@@ -75,6 +75,9 @@ Status PlaceDirectory(const std::string &made, const std::string &path, const st
 // direction of writing, and octets that are no character stand as \xHH or \u{HHHH}.
 std::string Printable(const std::string &text);
 
+// A status of the library as logs have it: "88200012".
+std::string StatusDigits(uint32_t status);
+
 } // namespace pkgsign
 
 #endif

@@ -48,6 +48,13 @@ bool IsHidden(uint32_t character)
 
 } // namespace
 
+std::string StatusDigits(uint32_t status)
+{
+    char text[16] = {};
+    (void)std::snprintf(text, sizeof(text), "%08x", status);
+    return text;
+}
+
 std::string Printable(const std::string &text)
 {
     std::string result;

@@ -7,6 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "pkgsign/explain/cause_text.h"
+#include "pkgsign/files/files.h"
 #include "tests/pkgsign/field_refusals.h"
 #include "tests/pkgsign/support.h"
 

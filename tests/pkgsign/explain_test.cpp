@@ -12,6 +12,7 @@
 #include "pkgsign/explain/cause.h"
 #include "pkgsign/explain/cause_text.h"
 #include "pkgsign/explain/log_trail.h"
+#include "pkgsign/files/files.h"
 #include "sigkit/sigkit.h"
 #include "tests/pkgsign/support.h"
 
