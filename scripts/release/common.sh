@@ -196,6 +196,14 @@ try_tool() {
     -c "$directory/revoked.der"
 }
 
+# passed LOG: how many tests passed in GoogleTest's brief log of a program; fails when there were none.
+passed() {
+  local count
+  count=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) tests\?\..*/\1/p' "$1")
+  [ "${count:-0}" -gt 0 ] || fail "no test was run: $1"
+  echo "$count"
+}
+
 # try_consumer DIRECTORY CONSUMER...: the same with a program over the library.
 try_consumer() {
   local directory=$1

@@ -47,9 +47,11 @@ check_packages() {
   static_tree
   sign_package "$out/static/pkgsign/pkgsign" "$out/package"
   sign_package "emulated_pkgsign" "$out/package-$machine"
-  try_tool "$out/package" emulate "$built/src/verify_tool"
-  try_tool "$out/package-$machine" "$out/static/src/verify_tool"
-  try_tool "$out/package-$machine" emulate "$built/src/verify_tool"
+  local package
+  for package in package "package-$machine"; do
+    try_tool "$out/$package" "$out/static/src/verify_tool"
+    try_tool "$out/$package" emulate "$built/src/verify_tool"
+  done
   expect 0 emulate "$built/crltool/crl_compare" --root "$pki/certificates/root.der" \
     "$out/package/crls.der" "$out/package/crls.der"
 }
@@ -65,19 +67,21 @@ check_late_time() {
 emulated_pkgsign() { emulate "$out/$machine/pkgsign/pkgsign" "$@"; }
 
 # run_tests DIRECTORY PROGRAM: builds and runs a program of tests and counts them, but for random stores by the
-# thousands, which are the same on every machine and take long on an emulated one.
+# thousands, which are the same on every machine and take long on an emulated one: a thousand are judged.
 run_tests() {
-  local directory=$1 program=$2 log=$out/$machine.$2.tests passed
+  local directory=$1 program=$2 count
   cmake --build "$out/$machine" -j "$jobs" --target "$program"
   (cd "$out/$machine/tests/$directory" && emulate "./$program" --gtest_brief=1 --gtest_filter='-ManyRandomStores.*') |
-    tee "$log"
-  passed=$(sed -n 's/^\[  PASSED  \] \([0-9]*\) tests.*/\1/p' "$log")
-  [ "${passed:-0}" -gt 0 ] || fail "no test of $program was run"
-  tests=$((tests + passed))
+    tee "$out/$machine.$program.tests"
+  count=$(passed "$out/$machine.$program.tests")
+  tests=$((tests + count))
 }
 
 # what_was_seen: the step's last line.
 what_was_seen() {
-  echo "$machine, OpenSSL $libcrypto: $tests tests of library and callbacks pass; packages made here and there are" \
-    "judged alike in both places"
+  local by=qemu-$machine
+  ! runs_by_itself || by=itself
+  echo "$machine, run by $by, OpenSSL $libcrypto: $tests tests of library and callbacks pass, random stores by the" \
+    "thousands left out; packages made here and there are judged alike in both places; a CRL until 2050 is made and" \
+    "read there"
 }

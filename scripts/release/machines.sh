@@ -21,9 +21,11 @@ machine_names() {
 # emulate COMMAND...: runs a program of the machine. qemu-i386 7.2 hangs with two threads, so an x86-64 kernel runs
 # those of i386 itself.
 emulate() {
-  if [ "$machine $(uname -m)" = 'i386 x86_64' ]; then
+  if runs_by_itself; then
     "/usr/$compiler/lib/ld-linux.so.2" --library-path "/usr/$compiler/lib" "$@"
   else
     "qemu-$machine" -L "/usr/$compiler" "$@"
   fi
 }
+
+runs_by_itself() { [ "$machine $(uname -m)" = 'i386 x86_64' ]; }
