@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The Sigkit authors
 // SPDX-License-Identifier: Apache-2.0
 
-// What files that are made to hold the verifier up cost it, for scripts/bench.sh: a row a file on standard error, the
-// log on standard output.
+// What files that are made to hold the verifier up cost it, for scripts/bench.sh: a row a file, in a table of its own,
+// since the log may be on standard output and on standard error. Usage: hostile_cost TABLE
 #include <time.h>
 
 #include <algorithm>
@@ -21,6 +21,7 @@
 #include "tests/forge/forge.h"
 
 static uint32_t g_signatureChecks = 0;
+static FILE *g_table = nullptr;
 
 extern "C" int32_t __real_SigkitCryptoVerifyFinal(SigkitCryptoCtx *ctx, const uint8_t *signature, uint32_t len,
                                                   int32_t *verified);
@@ -249,7 +250,8 @@ void Measure(const Input &input)
     if (end - begin >= 0.01) {
         (void)std::snprintf(seconds, sizeof(seconds), "%.2f", end - begin);
     }
-    std::fprintf(stderr, "| %s | %zu | %u | %s |\n", input.name.c_str(), input.file.size(), g_signatureChecks, seconds);
+    std::fprintf(g_table, "| %s | %zu | %u | %s |\n", input.name.c_str(), input.file.size(), g_signatureChecks,
+                 seconds);
     if (bundle != nullptr) {
         (void)SigkitCrlFree(ctx, bundle);
     }
@@ -258,9 +260,14 @@ void Measure(const Input &input)
 
 } // namespace
 
-int main()
+int main(int argc, char **argv)
 {
-    std::fprintf(stderr, "| file | octets | RSA operations | CPU seconds |\n|---|---:|---:|---:|\n");
+    g_table = argc == 2 ? std::fopen(argv[1], "w") : nullptr;
+    if (g_table == nullptr) {
+        std::fprintf(stderr, "hostile_cost: the table cannot be written\n");
+        return 1;
+    }
+    std::fprintf(g_table, "| file | octets | RSA operations | CPU seconds |\n|---|---:|---:|---:|\n");
     Measure(RolledOver(2048));
     Measure(RolledOver(4096));
     Measure(LongWalks(2048));
@@ -281,5 +288,5 @@ int main()
     Measure(Pem("blocks that share an end marker",
                 "-----BEGIN X509 CRL-----END----------BEGIN X509 CRL----------END X509 CRL-----"));
     Measure(Pem("blocks of four characters", "-----BEGIN X509 CRL-----\nQUJD\n-----END X509 CRL-----\n"));
-    return 0;
+    return std::fclose(g_table) == 0 ? 0 : 1;
 }

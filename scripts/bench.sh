@@ -60,7 +60,11 @@ measure() {
     costs | instructions) bench/measure.py "$build" "$1" --rounds "$rounds" ;;
     growth) bench/measure.py "$build" growth --rounds "$rounds" ${pictures:+--pictures "$pictures"} ;;
     serve) bench/serve.py "$build" --rounds "$rounds" ;;
-    hostile) "$build/bench/hostile_cost" 2>&1 >"$build/hostile.log" ;; # its time is that of its log
+    hostile) # its time is that of its log
+      "$build/bench/hostile_cost" "$build/hostile.table" >"$build/hostile.log" 2>&1 ||
+        { tail -n 5 "$build/hostile.log" >&2; return 1; }
+      cat "$build/hostile.table"
+      ;;
   esac
 }
 
