@@ -29,9 +29,13 @@ Job *NextJob(Jobs *jobs)
 
 void HandBack(Job *job, Jobs *jobs)
 {
-    const std::lock_guard<std::mutex> guard(jobs->access);
-    jobs->done.push_back(job);
-    if (jobs->done.size() == 1) { // else the loop knows already
+    bool isFirst = false;
+    {
+        const std::lock_guard<std::mutex> guard(jobs->access);
+        isFirst = jobs->done.empty(); // else the loop knows already
+        jobs->done.push_back(job);
+    }
+    if (isFirst) { // without the lock, at which the loop would have to wait again
         const uint64_t one = 1;
         (void)!write(jobs->doneSignal, &one, sizeof(one));
     }
