@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // The workstation's log service: syslog(3), or where the environment variable QZLOG says. Where no syslog takes the
-// lines, as in a container, they go to standard error as well: a program that is mute explains nothing.
+// lines, as in a container, they go to standard error: a program that is mute explains nothing.
 //
 // A line reads "LEVEL MODULE FILE(LINE) FUNCTION: MESSAGE". Messages carry octets of the data being judged (names of
 // certificates, paths), so that none of them can forge a line or steer a terminal: carriage returns and line feeds at
@@ -93,7 +93,6 @@ void WriteLine(int descriptor, const char *line, size_t length)
 // Where lines go instead of a descriptor, and the state before the first line.
 constexpr int TO_SYSLOG = -1;
 constexpr int NOT_OPENED = -2;
-constexpr int TO_SYSLOG_AND_STDERR = -3;
 
 // Opened with the first line and kept: a hostile file can cause tens of thousands of lines.
 std::atomic<int> g_descriptor{NOT_OPENED};
@@ -101,7 +100,7 @@ std::atomic<int> g_descriptor{NOT_OPENED};
 // By the path alone: the device's programs open no socket of their own, so none is tried.
 int Syslog()
 {
-    return access(_PATH_LOG, W_OK) == 0 ? TO_SYSLOG : TO_SYSLOG_AND_STDERR;
+    return access(_PATH_LOG, W_OK) == 0 ? TO_SYSLOG : STDERR_FILENO;
 }
 
 // Opens the file for appending. Returns its descriptor, or -1.
@@ -118,18 +117,19 @@ int OpenFile(const char *path)
 }
 
 // To standard error, where whoever has set QZLOG looks. A longer path is cut.
-void SayThatFileCannotBeOpened(const char *path, int error)
+void SayThatFileCannotBeOpened(const char *path, int error, int target)
 {
     char raw[RAW_SIZE];
     char line[LINE_SIZE];
-    (void)snprintf(raw, sizeof(raw), "qzlog: cannot open '%.*s' of QZLOG: %s; the log goes to syslog",
-                   static_cast<int>(MESSAGE_SIZE), path, strerror(error));
+    (void)snprintf(raw, sizeof(raw), "qzlog: cannot open '%.*s' of QZLOG: %s; the log goes to %s",
+                   static_cast<int>(MESSAGE_SIZE), path, strerror(error),
+                   target == TO_SYSLOG ? "syslog" : "standard error");
     size_t length = Escape(raw, line);
     line[length++] = '\n';
     WriteLine(STDERR_FILENO, line, length);
 }
 
-// A file that cannot be opened falls back to syslog: better there than nowhere.
+// A file that cannot be opened falls back to where lines go without one: better there than nowhere.
 int OpenTarget()
 {
     const char *const target = secure_getenv("QZLOG"); // a program with raised rights takes no path from its caller
@@ -143,8 +143,10 @@ int OpenTarget()
     if (descriptor >= 0) {
         return descriptor;
     }
-    SayThatFileCannotBeOpened(target, errno);
-    return Syslog();
+    const int error = errno;
+    const int other = Syslog();
+    SayThatFileCannotBeOpened(target, error, other);
+    return other;
 }
 
 int Descriptor()
@@ -172,9 +174,6 @@ void Emit(int priority, const char *line, size_t length)
         return;
     }
     syslog(LOG_USER | priority, "%.*s", static_cast<int>(length - 1), line);
-    if (descriptor == TO_SYSLOG_AND_STDERR) {
-        WriteLine(STDERR_FILENO, line, length);
-    }
 }
 
 } // namespace
