@@ -3,8 +3,8 @@
 # SPDX-License-Identifier: Apache-2.0
 
 # Checks what a release promises beyond its tests: that it installs, that others can build against it, that its packages
-# work on a clean system, that its builds can be repeated, that other versions of OpenSSL and other machines do, and
-# that the README's commands pass on a fresh machine.
+# work on a clean system, that its systemd units do, that its builds can be repeated, that other versions of OpenSSL and
+# other machines do, and that the README's commands pass on a fresh machine.
 # Usage: scripts/release-check.sh [--write] [step...]; without a step all steps, from an empty build/release-check. With
 # --write the steps that passed and what they saw also become the table in docs/install.md; those that passed so before,
 # with the same sources, stay in it.
@@ -15,8 +15,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-all=(install consumers shared static device trust-anchor packages reproducible release openssl-1.1.1 i386 armhf aarch64
-  s390x replay fresh-machine)
+all=(install consumers shared static device trust-anchor packages units reproducible release openssl-1.1.1 i386 armhf
+  aarch64 s390x replay fresh-machine)
 out=build/release-check
 COULD_NOT=77 # exit status of a step that lacked something from the network
 
