@@ -41,8 +41,9 @@ Horizon FindHorizon(const std::vector<Party> &parties, const std::vector<Certifi
     std::map<std::string, int64_t> crlEnds; // of several CRLs of an issuer, a device uses those that are in date
     for (const auto &crl : objects.crls) {
         if (IsIssuedByOneOf(crl.get(), authorities)) {
-            int64_t &end = crlEnds[NameText(X509_CRL_get_issuer(crl.get()))];
-            end = std::max(end, TimeSeconds(X509_CRL_get0_nextUpdate(crl.get())));
+            const int64_t time = TimeSeconds(X509_CRL_get0_nextUpdate(crl.get()));
+            const auto entry = crlEnds.try_emplace(NameText(X509_CRL_get_issuer(crl.get())), time).first;
+            entry->second = std::max(entry->second, time);
         }
     }
     for (const auto &[issuer, end] : crlEnds) {

@@ -9,6 +9,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "pkgsign/authority/horizon.h"
 #include "pkgsign/explain/report.h"
 #include "pkgsign/explain/text_variant.h"
 #include "pkgsign/files/files.h"
@@ -126,6 +127,20 @@ TEST(Check, EndsWithThreeWhenSomethingEndsWithinTheHorizon)
     EXPECT_EQ(0, Pkgsign(With(CheckWith("", ""), {"--horizon", "50"})).status);
     const std::string refused = Vector("signature/signature_with_a_turned_bit.signature");
     EXPECT_EQ(1, Pkgsign(With(CheckWith("--signature", refused), {"--horizon", "60"})).status);
+}
+
+TEST(Check, KnowsEndsThatLieBefore1970)
+{
+    const pkgsign::Bytes der = CertificateWith([](auto *c) { c->subject = der::NameOf("Test CA"); });
+    const unsigned char *octets = der.data();
+    const pkgsign::Certificate ca =
+        pkgsign::ShareCertificate(d2i_X509(nullptr, &octets, static_cast<long>(der.size())));
+    ASSERT_NE(nullptr, ca);
+    der::TbsCertList crl;
+    crl.nextUpdate = der::UtcTime("500101000000Z");
+    pkgsign::Party party;
+    party.certificate = ca;
+    EXPECT_EQ(-631152000, pkgsign::FindHorizon({party}, {ca}, der::CertificateListOf(crl)).time);
 }
 
 TEST(Check, RefusesACommandLineThatItDoesNotUnderstand)
