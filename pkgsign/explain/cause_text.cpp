@@ -284,7 +284,7 @@ std::string NextCommand(const LogRun &run, const Trail &trail)
     if (status == SIGKIT_ERR_CMS_DECODE || status == SIGKIT_ERR_ARMOUR) {
         return "pkgsign inspect " + signature;
     }
-    return "pkgsign check " + Argument(run.checksums, "CHECKSUMS") + " --root ROOT --crl " +
+    return "pkgsign check " + Argument(run.checksums, "CHECKSUMS") + " --root root.der --crl " +
            Argument(run.crls, "CRLS") + " --signature " + signature;
 }
 

@@ -79,20 +79,20 @@ const Expected EXPECTED[] = {
      "            before the token's time.\n"
      "What to do: Take the CRL file that belongs to the package, or make a new one (pkgsign crl).\n"
      "\n"
-     "Next: pkgsign check checksums --root ROOT --crl crls.der --signature checksums.cms\n"},
+     "Next: pkgsign check checksums --root root.der --crl crls.der --signature checksums.cms\n"},
     {"NoCrlOfTheRoot",
      "Cause:      A CRL is there, but the CA that issued it is not covered by one itself: as a rule the\n"
      "            root's CRL is missing in the CRL file.\n"
      "What to do: Add the root's CRL: pkgsign crl puts every CRL of the chain into the file, or joins it\n"
      "            with --add.\n"
      "\n"
-     "Next: pkgsign check checksums --root ROOT --crl crls.der --signature checksums.cms\n"},
+     "Next: pkgsign check checksums --root root.der --crl crls.der --signature checksums.cms\n"},
     {"TokenOfAnotherSignature",
      "Cause:      The message was signed again after it was timestamped, got the token of another\n"
      "            signature, or the file was timestamped in the place of the signature value.\n"
      "What to do: Timestamp the signature value again, as pkgsign timestamp does.\n"
      "\n"
-     "Next: pkgsign check checksums --root ROOT --crl crls.der --signature checksums.cms\n"},
+     "Next: pkgsign check checksums --root root.der --crl crls.der --signature checksums.cms\n"},
     {"StreamedEncoding",
      "Cause:      The signature file has lengths of the indefinite form (BER): it was written as a stream.\n"
      "What to do: Sign without -stream (openssl cms), or with pkgsign sign; the device takes DER alone.\n"
@@ -105,11 +105,11 @@ const Expected EXPECTED[] = {
      "What to do: Sign with a certificate for code signing (pkgsign sign --signer), or issue one (pkgsign\n"
      "            issue --as signer).\n"
      "\n"
-     "Next: pkgsign check checksums --root ROOT --crl crls.der --signature checksums.cms\n"},
+     "Next: pkgsign check checksums --root root.der --crl crls.der --signature checksums.cms\n"},
     {"NoCertificates", "Cause:      The signer's certificate is not in the signature file.\n"
                        "What to do: Put it there: sign with pkgsign sign, or openssl cms without -nocerts.\n"
                        "\n"
-                       "Next: pkgsign check checksums --root ROOT --crl crls.der --signature checksums.cms\n"},
+                       "Next: pkgsign check checksums --root root.der --crl crls.der --signature checksums.cms\n"},
     {"TextBeforeTheArmour", UNDECODED},
     {"ConvertedLineEnds",
      "Cause:      The checksum file is not the one that was signed, octet for octet: its line ends were\n"
@@ -118,14 +118,14 @@ const Expected EXPECTED[] = {
      "What to do: Copy it again as binary data, and compare its SHA-256 with the release's. pkgsign check\n"
      "            says whether it fits with other line ends. Sign again if the release itself is wrong.\n"
      "\n"
-     "Next: pkgsign check checksums --root ROOT --crl crls.der --signature checksums.cms\n"},
+     "Next: pkgsign check checksums --root root.der --crl crls.der --signature checksums.cms\n"},
     {"ExpiredCertificate",
      "Cause:      The signer's certificate, or that of a CA above it, had expired when the package was\n"
      "            timestamped. The device's clock has no part in it: a package timestamped before the end\n"
      "            stays good.\n"
      "What to do: Renew the certificate, then sign and timestamp again.\n"
      "\n"
-     "Next: pkgsign check checksums --root ROOT --crl crls.der --signature checksums.cms\n"},
+     "Next: pkgsign check checksums --root root.der --crl crls.der --signature checksums.cms\n"},
     {"KeyIdentifierInsteadOfIssuerAndSerial", UNDECODED},
     {"ThreeCertificates", UNDECODED},
     {"RsaPss", "Cause: one of these, the likeliest first; the log says no more.\n"
@@ -136,7 +136,7 @@ const Expected EXPECTED[] = {
                "  - The message was altered after it was signed.\n"
                "    > Copy it again.\n"
                "\n"
-               "Next: pkgsign check checksums --root ROOT --crl crls.der --signature checksums.cms\n"},
+               "Next: pkgsign check checksums --root root.der --crl crls.der --signature checksums.cms\n"},
 };
 
 } // namespace

@@ -202,7 +202,7 @@ TEST_F(Explain, OfALogNamesTheRuleThatRefusedAndNotOnlyTheAnswer)
               "            before the token's time.\n"
               "What to do: Take the CRL file that belongs to the package, or make a new one (pkgsign crl).\n"
               "\n"
-              "Next: pkgsign check checksums --root ROOT --crl crls.der --signature checksums.cms\n",
+              "Next: pkgsign check checksums --root root.der --crl crls.der --signature checksums.cms\n",
               outcome.out);
 }
 
