@@ -7,6 +7,7 @@
 
 #include "pkgsign/explain/cause_rows.h"
 #include "pkgsign/explain/check_words.h"
+#include "pkgsign/explain/text_variant.h"
 #include "sigkit/sigkit.h"
 
 namespace pkgsign
@@ -229,6 +230,17 @@ void CauseOfUsage(Check *check, bool isAuthority)
             (isAuthority ? "timeStamping" : "codeSigning"));
 }
 
+// Line ends that a copy in text mode has made are turned back by one command, and what comes out is checked.
+void SuggestLineEnds(Check *check)
+{
+    TextVariant variant;
+    variant.lineEnds = LineEnds::Lf;
+    if (check->content.fits == variant.Describe()) {
+        check->cause.next =
+            FillPaths("sed 's/\\r$//' %f >fixed && pkgsign check fixed --root %r --crl %c --signature %s", *check);
+    }
+}
+
 void CauseOfContent(Check *check)
 {
     const ContentFinding &content = check->content;
@@ -242,6 +254,7 @@ void CauseOfContent(Check *check)
             file + " is not what was signed: the signature fits " + Quoted(content.candidates.front()));
     } else if (!content.fits.empty()) {
         Set(check, "content-converted", file + " was changed on its way: " + content.fits + " it is what was signed");
+        SuggestLineEnds(check);
     } else {
         Set(check, "content-differs", file + " is not what was signed: its digest is another one");
     }

@@ -250,6 +250,21 @@ TEST(Check, TriesNoLineEndsWhereTheContentIsNoText)
     EXPECT_TRUE(Contains(outcome.out, "the content is no text: no line ends were tried")) << outcome.out;
 }
 
+TEST(Check, NamesACommandThatTurnsLineEndsBack)
+{
+    const TemporaryDirectory directory;
+    const std::string content = directory.File("it's & <content>");
+    WriteFile(content, WithCarriageReturns(ReadFile(Vector("signature/good.content"))));
+    const Json json = Json::parse(Pkgsign(With(CheckWith("content", content), {"--json"})).out);
+    EXPECT_EQ("content-converted", json["causeCode"]);
+    const std::string programs = std::filesystem::path(PKGSIGN_PROGRAM).parent_path().string();
+    const ProcessResult result = RunProcess(
+        {"sh", "-c",
+         "PATH='" + programs + "':$PATH && cd '" + directory.path + "' && " + json["next"].get<std::string>()});
+    EXPECT_EQ(0, result.exitStatus) << json["next"] << result.output << result.errors;
+    EXPECT_TRUE(Contains(result.output, "fixed: authentic")) << result.output;
+}
+
 struct Conversion {
     pkgsign::LineEnds lineEnds;
     pkgsign::Presence mark;
