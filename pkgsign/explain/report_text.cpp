@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Sigkit authors
 // SPDX-License-Identifier: Apache-2.0
 
-// A report as text for a terminal.
+// A report as text for a terminal. The answer is its end: reports are longer than a screen, which shows the end.
 #include <algorithm>
 
 #include "pkgsign/explain/report.h"
@@ -24,11 +24,8 @@ std::string TextRow(const ReportRow &row)
     return first + Wrap(text, first.size()) + "\n";
 }
 
-} // namespace
-
-std::string TextReport(const Check &check)
+std::string AnswerText(const Report &report)
 {
-    const Report report = MakeReport(check);
     std::string text = Wrap(report.headline + (report.meaning.empty() ? "" : ": " + report.meaning), 2) + "\n";
     for (const ReportRow &row : report.answer) {
         std::string word = row.word;
@@ -36,13 +33,23 @@ std::string TextReport(const Check &check)
         // A command is not broken: it is there to be copied.
         text += word + (row.word == "next" ? row.text : Wrap(row.text, word.size())) + "\n";
     }
+    return text;
+}
+
+} // namespace
+
+std::string TextReport(const Check &check)
+{
+    const Report report = MakeReport(check);
+    std::string text;
     for (const ReportSection &section : report.sections) {
-        text += "\n" + section.title + "\n";
+        text += section.title + "\n";
         for (const ReportRow &row : section.rows) {
             text += TextRow(row);
         }
+        text += "\n";
     }
-    return text;
+    return text + AnswerText(report);
 }
 
 } // namespace pkgsign

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Sigkit authors
 // SPDX-License-Identifier: Apache-2.0
 
-// The refusals of the field, checked: step, cause and remedy at the head of the report.
+// The refusals of the field, checked: step, cause and remedy where a terminal shows the end of a report.
 #include <algorithm>
 
 #include <nlohmann/json.hpp>
@@ -16,7 +16,7 @@ namespace
 
 using Json = nlohmann::json;
 
-constexpr int HEAD_LINES = 12; // half a screen
+constexpr int ANSWER_LINES = 12; // half a screen
 
 struct Expected {
     const char *refusal;
@@ -86,19 +86,19 @@ void ExpectCause(const Json &json, const FieldRefusal &refusal, const Expected &
     EXPECT_TRUE(!isMade || Contains(next, " --crl ")) << next;
 }
 
-void ExpectHead(const std::string &text, const FieldRefusal &refusal)
+void ExpectAnswer(const std::string &text, const FieldRefusal &refusal)
 {
-    const std::string head = text.substr(0, text.find("\n\n"));
-    EXPECT_LE(std::count(head.begin(), head.end(), '\n'), HEAD_LINES) << head;
+    const std::string answer = text.substr(text.rfind("\n\n") + 2);
+    EXPECT_LE(std::count(answer.begin(), answer.end(), '\n'), ANSWER_LINES) << answer;
     for (const std::string &word : {pkgsign::StatusDigits(refusal.status), std::string("\ncause "),
                                     std::string("\nremedy "), std::string("\nnext ")}) {
-        EXPECT_TRUE(Contains(head, word)) << head;
+        EXPECT_TRUE(Contains(answer, word)) << answer;
     }
 }
 
 } // namespace
 
-TEST(CheckOfTheField, NamesStepCauseAndRemedyAtItsHead)
+TEST(CheckOfTheField, NamesStepCauseAndRemedyAtItsEnd)
 {
     ASSERT_EQ(FIELD_REFUSALS.size(), std::size(EXPECTED));
     const FieldWorkshop &workshop = SharedFieldWorkshop(PKGSIGN_PROGRAM, DEVELOPMENT_PKI);
@@ -115,7 +115,7 @@ TEST(CheckOfTheField, NamesStepCauseAndRemedyAtItsHead)
         std::vector<std::string> arguments = CheckOf(directory);
         const Outcome asText = Pkgsign(arguments);
         EXPECT_EQ(1, asText.status) << asText.errors;
-        ExpectHead(asText.out, refusal);
+        ExpectAnswer(asText.out, refusal);
         arguments.emplace_back("--json");
         ExpectCause(Json::parse(Pkgsign(arguments).out), refusal, EXPECTED[i]);
     }
