@@ -55,6 +55,16 @@ void AddNote(Check *check, const std::string &note)
     }
 }
 
+std::vector<size_t> PathUp(const Check &check, size_t certificate)
+{
+    std::vector<size_t> path;
+    while (certificate != NONE && std::find(path.begin(), path.end(), certificate) == path.end()) {
+        path.push_back(certificate);
+        certificate = check.issuers[certificate];
+    }
+    return path;
+}
+
 std::optional<Step> FailedStep(const Check &check)
 {
     for (size_t i = 0; i < STEP_COUNT; ++i) {

@@ -223,6 +223,9 @@ const char *StepTitle(Step step);
 // Adds a note that is not there yet: a file of broken blocks has thousands of one kind.
 void AddNote(Check *check, const std::string &note);
 
+// `certificate` and those above it, as far as issuers are known; nothing for NONE.
+std::vector<size_t> PathUp(const Check &check, size_t certificate);
+
 // The first step that failed.
 std::optional<Step> FailedStep(const Check &check);
 

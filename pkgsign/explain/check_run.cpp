@@ -42,9 +42,9 @@ uint32_t Verify(const CheckOrder &order, VerifyContext *context, TraceScope *tra
 void CollectParties(const Check &check, std::vector<Party> *parties, std::vector<Certificate> *authorities)
 {
     for (const PathFinding *const path : {&check.signerPath, &check.authorityPath}) {
-        for (size_t place = path->certificate, i = 0; place != NONE && i < check.certificates.size(); ++i) {
+        for (const size_t place : PathUp(check, path->certificate)) {
             const SeenCertificate &seen = check.certificates[place];
-            if (seen.decoded != nullptr && i == 0) {
+            if (seen.decoded != nullptr && place == path->certificate) {
                 Party party;
                 party.entry.name = seen.subject;
                 party.certificate = seen.decoded;
@@ -52,7 +52,6 @@ void CollectParties(const Check &check, std::vector<Party> *parties, std::vector
             } else if (seen.decoded != nullptr) {
                 authorities->push_back(seen.decoded);
             }
-            place = check.issuers[place] == place ? NONE : check.issuers[place];
         }
     }
 }

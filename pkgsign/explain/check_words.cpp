@@ -17,17 +17,9 @@
 namespace pkgsign
 {
 
-namespace
-{
-
-constexpr int64_t LAST_SECOND = 253402300799;  // 9999-12-31T23:59:59Z
-constexpr int64_t FIRST_SECOND = -30610224000; // 1000-01-01T00:00:00Z
-
-} // namespace
-
 bool IsWritable(const MaybeTime &time)
 {
-    return time.has_value() && *time >= FIRST_SECOND && *time <= LAST_SECOND;
+    return time.has_value() && *time >= WRITABLE_FIRST && *time <= WRITABLE_LAST;
 }
 
 std::string TimeText(const MaybeTime &time)

@@ -12,6 +12,10 @@
 namespace pkgsign
 {
 
+// The times whose year has four digits.
+inline constexpr int64_t WRITABLE_FIRST = -30610224000; // 1000-01-01T00:00:00Z
+inline constexpr int64_t WRITABLE_LAST = 253402300799;  // 9999-12-31T23:59:59Z
+
 // "2026-01-31T12:00:00Z", or that it cannot be read.
 std::string TimeText(const MaybeTime &time);
 

@@ -4,6 +4,7 @@
 // The time line of a check: what was valid when the token was made.
 #include <algorithm>
 #include <cstdio>
+#include <numeric>
 
 #include "pkgsign/explain/check_words.h"
 #include "pkgsign/explain/report.h"
@@ -65,10 +66,26 @@ void AddRevocations(const PathFinding &path, size_t certificate, Bar *bar)
     }
 }
 
+// What the package is judged by, then the others: a CRL file may bring many.
+std::vector<size_t> CertificatesInOrder(const Check &check)
+{
+    std::vector<size_t> all = PathUp(check, check.signerPath.certificate);
+    std::vector<size_t> others = PathUp(check, check.authorityPath.certificate);
+    for (size_t i = 0; i < check.certificates.size(); ++i) {
+        others.push_back(i);
+    }
+    for (const size_t place : others) {
+        if (std::find(all.begin(), all.end(), place) == all.end()) {
+            all.push_back(place);
+        }
+    }
+    return all;
+}
+
 std::vector<Bar> CertificateBars(const Check &check)
 {
     std::vector<Bar> bars;
-    for (size_t i = 0; i < check.certificates.size(); ++i) {
+    for (const size_t i : CertificatesInOrder(check)) {
         const SeenCertificate &seen = check.certificates[i];
         if (!IsWritable(seen.notBefore) || !IsWritable(seen.notAfter) || *seen.notAfter <= *seen.notBefore) {
             continue;
@@ -82,10 +99,28 @@ std::vector<Bar> CertificateBars(const Check &check)
     return bars;
 }
 
+bool Takes(const Judgement &judgement, size_t crl)
+{
+    return std::any_of(judgement.crls.begin(), judgement.crls.end(),
+                       [crl](const CrlFinding &finding) { return finding.crl == crl && finding.use == CrlUse::Taken; });
+}
+
+bool IsTaken(const Check &check, size_t crl)
+{
+    const auto takes = [crl](const Judgement &judgement) { return Takes(judgement, crl); };
+    const std::vector<Judgement> &signer = check.signerPath.judgements;
+    const std::vector<Judgement> &authority = check.authorityPath.judgements;
+    return std::any_of(signer.begin(), signer.end(), takes) || std::any_of(authority.begin(), authority.end(), takes);
+}
+
 std::vector<Bar> CrlBars(const Check &check)
 {
+    std::vector<size_t> places(check.crls.size());
+    std::iota(places.begin(), places.end(), size_t{0});
+    std::stable_partition(places.begin(), places.end(), [&](size_t place) { return IsTaken(check, place); });
     std::vector<Bar> bars;
-    for (const SeenCrl &crl : check.crls) {
+    for (const size_t place : places) {
+        const SeenCrl &crl = check.crls[place];
         if (IsWritable(crl.thisUpdate) && IsWritable(crl.nextUpdate) && *crl.nextUpdate > *crl.thisUpdate) {
             Bar bar = {"CRL of '" + crl.issuer + "'", "--crl", *crl.thisUpdate, *crl.nextUpdate, {}, false};
             bar.endsFirst = IsEndOf(check, "CRL", bar.to) && IsEndOf(check, crl.issuer, bar.to);
@@ -133,13 +168,14 @@ Window FindWindow(const Check &check, std::vector<Bar> bars)
         window = wider.to - wider.from <= widest ? wider : window;
     }
     const int64_t margin = std::max<int64_t>((window.to - window.from) / 20, SECONDS_PER_DAY);
-    return {window.from - margin, window.to + margin};
+    return {std::max(window.from - margin, WRITABLE_FIRST), std::min(window.to + margin, WRITABLE_LAST)};
 }
 
 std::string Diamond(const Window &window, int64_t time)
 {
     return "<svg x=\"" + Percent(Share(window, time)) +
-           "\" y=\"2\" overflow=\"visible\"><path d=\"M0 0 L7 9 L0 18 L-7 9 Z\" fill=\"var(--bad)\"/></svg>";
+           "\" y=\"2\" overflow=\"visible\"><path d=\"M0 0 L7 9 L0 18 L-7 9 Z\" fill=\"var(--bad)\" "
+           "stroke=\"var(--paper)\"/></svg>"; // set off from the token's time
 }
 
 std::string Drawing(const Check &check, const Window &window, const Bar &bar)
@@ -179,7 +215,7 @@ std::string BarHtml(const Check &check, const Window &window, const Bar &bar)
 
 std::string Swatch(const char *color, const std::string &text)
 {
-    return std::string("<span><span class=\"key\" style=\"background: var(") + color + ")\"></span>" + text +
+    return std::string("<span><span class=\"key\" style=\"background: var(") + color + ")\"></span>" + HtmlText(text) +
            "</span> ";
 }
 

@@ -386,6 +386,64 @@ TEST(CheckPage, ShowsACrlOfAMonthUnderCertificatesOfDecades)
     EXPECT_GE(std::stod(html.substr(token + 9)), end + 2.0) << html;
 }
 
+pkgsign::SeenCertificate CertificateOf(const std::string &subject, int64_t notBefore, int64_t notAfter)
+{
+    pkgsign::SeenCertificate certificate;
+    certificate.subject = subject;
+    certificate.notBefore = notBefore;
+    certificate.notAfter = notAfter;
+    return certificate;
+}
+
+TEST(CheckPage, DrawsNoTimeThatHasNoFourDigitsForItsYear)
+{
+    constexpr int64_t FIRST = -30610224000; // of the year 1000
+    constexpr int64_t LAST = 253402300799;  // of 9999
+    pkgsign::Check check;
+    check.certificates.push_back(CertificateOf("a", FIRST, LAST));
+    check.rejected.emplace_back();
+    check.issuers.push_back(pkgsign::NONE);
+    const std::string html = pkgsign::HtmlReport(check);
+    EXPECT_TRUE(Contains(html, "\"From 1000-01-01T00:00:00Z to 9999-12-31T23:59:59Z\"")) << html;
+}
+
+TEST(CheckPage, DrawsFirstWhatThePackageIsJudgedBy)
+{
+    pkgsign::Check check;
+    for (const char *const subject : {"root", "further", "ca", "signer", "authority"}) {
+        check.certificates.push_back(CertificateOf(subject, 0, 1000000000));
+        check.rejected.emplace_back();
+        check.issuers.push_back(pkgsign::NONE);
+    }
+    check.issuers[3] = 2;
+    check.issuers[4] = 2;
+    check.issuers[2] = 0;
+    check.issuers[0] = 0;
+    check.signerPath.certificate = 3;
+    check.authorityPath.certificate = 4;
+    for (const char *const issuer : {"outranked", "taken"}) {
+        pkgsign::SeenCrl crl;
+        crl.issuer = issuer;
+        crl.thisUpdate = 0;
+        crl.nextUpdate = 1000000000;
+        check.crls.push_back(crl);
+    }
+    pkgsign::Judgement judgement;
+    judgement.certificate = 3;
+    judgement.crls.resize(2);
+    judgement.crls[0].crl = 0;
+    judgement.crls[0].use = pkgsign::CrlUse::Outranked;
+    judgement.crls[1].crl = 1;
+    judgement.crls[1].use = pkgsign::CrlUse::Taken;
+    check.signerPath.judgements.push_back(judgement);
+    const std::string picture = pkgsign::Picture(check);
+    size_t place = 0;
+    for (const char *const name : {"signer", "ca", "root", "authority", "further", "taken", "outranked"}) {
+        place = picture.find(name + std::string("&#39;</bdi>"), place);
+        ASSERT_NE(std::string::npos, place) << name << "\n" << picture;
+    }
+}
+
 TEST(CheckReport, TicksNoEntryWhoseDateCannotBeRead)
 {
     pkgsign::Check check;
