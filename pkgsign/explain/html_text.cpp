@@ -4,10 +4,14 @@
 // Texts as parts of a page.
 #include "pkgsign/explain/report.h"
 
+#include <algorithm>
+
 namespace pkgsign
 {
 namespace
 {
+
+constexpr size_t OPTION_SIZE_MAX = 32; // a longer one does not fit a narrow page
 
 // Octets of a time at `i`, "2026-01-31T12:00:00Z"; 0: none is there.
 size_t TimeSize(const std::string &text, size_t i)
@@ -20,6 +24,17 @@ size_t TimeSize(const std::string &text, size_t i)
         }
     }
     return form.size();
+}
+
+// Octets of an option at `i`, "--root", which would read as another one with its hyphens at the end of a line; 0: none
+// is there.
+size_t OptionSize(const std::string &text, size_t i)
+{
+    if (text[i] != '-' || (i != 0 && text[i - 1] != ' ' && text[i - 1] != '(')) {
+        return 0;
+    }
+    const size_t size = std::min(text.find_first_of(" ),", i), text.size()) - i;
+    return size > 1 && size <= OPTION_SIZE_MAX ? size : 0;
 }
 
 } // namespace
@@ -56,9 +71,14 @@ std::string HtmlText(const std::string &text)
     const std::string escaped = EscapeHtml(text);
     std::string html;
     for (size_t i = 0; i < escaped.size();) {
-        const size_t size = TimeSize(escaped, i);
-        html += size == 0 ? escaped.substr(i, 1) : "<span class=\"time\">" + escaped.substr(i, size) + "</span>";
-        i += size == 0 ? 1 : size;
+        const size_t time = TimeSize(escaped, i);
+        const size_t option = OptionSize(escaped, i);
+        const size_t size = std::max({time, option, size_t{1}});
+        const std::string part = escaped.substr(i, size);
+        html += time != 0     ? "<bdi class=\"time\">" + part + "</bdi>"
+                : option != 0 ? "<span class=\"option\">" + part + "</span>"
+                              : part;
+        i += size;
     }
     return "<bdi>" + html + "</bdi>";
 }

@@ -49,7 +49,8 @@ std::string Picture(const Check &check);
 // `text` between tags or in an attribute.
 std::string EscapeHtml(const std::string &text);
 
-// `text` of any direction of writing, as text of the page; times in it are not broken.
+// `text` of any direction of writing, as text of the page. Times and options in it are not broken, and times not moved
+// by letters before them that are written from the right.
 std::string HtmlText(const std::string &text);
 
 } // namespace pkgsign

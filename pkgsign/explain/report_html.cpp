@@ -34,7 +34,7 @@ li.plain { grid-template-columns: 1fr; }
 .good > .word { color: var(--good); }
 .bad > .word { color: var(--bad); }
 .detail { display: block; color: var(--dim); }
-.time { white-space: nowrap; }
+.time, .option { white-space: nowrap; }
 code { font-family: ui-monospace, monospace; font-size: 0.95em; }
 figure { margin: 1rem 0; }
 figcaption { color: var(--dim); margin: 0.5rem 0; }
@@ -46,6 +46,8 @@ svg text { fill: var(--dim); font: 0.8rem system-ui, sans-serif; }
 @media (max-width: 40rem) {
   body { padding: 0.75rem; }
   dl, li { grid-template-columns: 1fr; }
+  dl { gap: 0; }
+  dd { margin-bottom: 0.6rem; }
   li.inner { margin-left: 1rem; }
 }
 @media print { body { max-width: none; padding: 0; font-size: 10pt; } * { print-color-adjust: exact; } }

@@ -407,6 +407,27 @@ TEST(CheckPage, DrawsNoTimeThatHasNoFourDigitsForItsYear)
     EXPECT_TRUE(Contains(html, "\"From 1000-01-01T00:00:00Z to 9999-12-31T23:59:59Z\"")) << html;
 }
 
+TEST(CheckPage, SetsTimesOffFromNamesThatAreWrittenFromTheRight)
+{
+    pkgsign::Check check;
+    check.certificates.push_back(CertificateOf("\u05E9", 0, 1000000000));
+    check.rejected.emplace_back();
+    check.issuers.push_back(pkgsign::NONE);
+    check.time = 500000000;
+    check.notes.emplace_back("\u05E9 1970-01-01T00:00:00Z");
+    const std::string html = pkgsign::HtmlReport(check);
+    EXPECT_TRUE(Contains(html, "\u05E9 <bdi class=\"time\">1970-01-01T00:00:00Z</bdi>")) << html;
+    EXPECT_TRUE(Contains(html, "the token&#39;s time, <bdi class=\"time\">1985-11-05T00:53:20Z</bdi>")) << html;
+}
+
+TEST(CheckPage, BreaksNoOptionAfterItsHyphens)
+{
+    EXPECT_EQ("<bdi>a (b <span class=\"option\">--renew</span>), <span class=\"option\">-&lt;</span> c-d -</bdi>",
+              pkgsign::HtmlText("a (b --renew), -< c-d -"));
+    const std::string tooLong = "-" + std::string(100, 'a');
+    EXPECT_EQ("<bdi>" + tooLong + "</bdi>", pkgsign::HtmlText(tooLong));
+}
+
 TEST(CheckPage, DrawsFirstWhatThePackageIsJudgedBy)
 {
     pkgsign::Check check;
