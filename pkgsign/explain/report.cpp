@@ -116,8 +116,7 @@ void AddJudgement(const Check &check, const Judgement &judgement, ReportSection 
 // Certificates of the path that no judgement came to.
 void AddUnjudged(const Check &check, const PathFinding &path, ReportSection *section)
 {
-    size_t place = path.certificate;
-    for (size_t i = 0; place != NONE && i < check.certificates.size(); ++i) {
+    for (const size_t place : PathUp(check, path.certificate)) {
         bool isJudged = false;
         for (const Judgement &judgement : path.judgements) {
             isJudged = isJudged || judgement.certificate == place;
@@ -127,7 +126,6 @@ void AddUnjudged(const Check &check, const PathFinding &path, ReportSection *sec
             section->rows.push_back({Mark::Open, "not reached", Named(seen),
                                      Beside(check, seen.notBefore, seen.notAfter) + "; not verified", false});
         }
-        place = check.issuers[place] == place ? NONE : check.issuers[place];
     }
 }
 
@@ -158,8 +156,10 @@ void AddCrlFile(const Check &check, std::vector<ReportSection> *sections)
     }
 }
 
-void AddRejected(const Check &check, const std::string &what, const std::vector<RejectedCandidate> &rejected,
-                 ReportSection *section)
+// `issuer` is who was looked for. The library compares names after it has seen what a CA needs, so that most are
+// rejected for something else, and would not have been the issuer anyway.
+void AddRejected(const Check &check, const std::string &what, const std::string &issuer,
+                 const std::vector<RejectedCandidate> &rejected, ReportSection *section)
 {
     if (rejected.empty()) {
         return;
@@ -167,12 +167,12 @@ void AddRejected(const Check &check, const std::string &what, const std::vector<
     section->rows.push_back({Mark::None, "", what, "", false});
     size_t others = 0;
     for (const RejectedCandidate &candidate : rejected) {
-        if (candidate.isOtherName) {
+        const SeenCertificate &seen = check.certificates[candidate.certificate];
+        if (candidate.isOtherName || seen.subject != issuer) {
             ++others;
             continue;
         }
-        section->rows.push_back(
-            {Mark::Bad, "rejected", Named(check.certificates[candidate.certificate]), candidate.why, true});
+        section->rows.push_back({Mark::Bad, "rejected", Named(seen), candidate.why, true});
     }
     if (others != 0) {
         section->rows.push_back(
@@ -185,10 +185,11 @@ void AddCandidates(const Check &check, std::vector<ReportSection> *sections)
 {
     ReportSection section = {"Candidates for an issuer that were rejected", {}};
     for (size_t i = 0; i < check.certificates.size(); ++i) {
-        AddRejected(check, "for " + Named(check.certificates[i]), check.rejected[i], &section);
+        const SeenCertificate &seen = check.certificates[i];
+        AddRejected(check, "for " + Named(seen), seen.issuer, check.rejected[i], &section);
     }
     for (const SeenCrl &crl : check.crls) {
-        AddRejected(check, "for the CRL of '" + crl.issuer + "'", crl.rejected, &section);
+        AddRejected(check, "for the CRL of '" + crl.issuer + "'", crl.issuer, crl.rejected, &section);
     }
     if (!section.rows.empty()) {
         sections->push_back(section);
