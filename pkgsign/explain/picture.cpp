@@ -188,10 +188,12 @@ std::string Drawing(const Check &check, const Window &window, const Bar &bar)
                       Percent(from) + "\" y=\"5\" width=\"" + Percent(width) + "\" height=\"12\" rx=\"2\" fill=\"var(" +
                       bar.color + ")\"/>";
     if (IsWritable(check.time)) {
-        const std::string at = "<rect x=\"" + Percent(Share(window, *check.time)) + "\" y=\"0\" height=\"22\" ";
+        const double share = Share(window, *check.time);
+        const int shift = share > 99.0 ? -2 : 0; // its width: at the end of time it stays within the picture
+        const std::string at = "<rect x=\"" + Percent(share) + "\" y=\"0\" height=\"22\" width=\"";
         // Set off from the bar, whose colour may be near.
-        svg += at + "width=\"6\" transform=\"translate(-2)\" fill=\"var(--paper)\"/>" + at +
-               "width=\"2\" fill=\"var(--now)\"/>";
+        svg += at + "6\" transform=\"translate(" + std::to_string(shift - 2) + ")\" fill=\"var(--paper)\"/>" + at +
+               "2\" transform=\"translate(" + std::to_string(shift) + ")\" fill=\"var(--now)\"/>";
     }
     for (const int64_t time : bar.revocations) {
         svg += Diamond(window, time);

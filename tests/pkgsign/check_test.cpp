@@ -404,8 +404,10 @@ TEST(CheckPage, DrawsNoTimeThatHasNoFourDigitsForItsYear)
     check.certificates.push_back(CertificateOf("a", FIRST, LAST));
     check.rejected.emplace_back();
     check.issuers.push_back(pkgsign::NONE);
+    check.time = LAST;
     const std::string html = pkgsign::HtmlReport(check);
     EXPECT_TRUE(Contains(html, "\"From 1000-01-01T00:00:00Z to 9999-12-31T23:59:59Z\"")) << html;
+    EXPECT_TRUE(Contains(html, "width=\"2\" transform=\"translate(-2)\" fill=\"var(--now)\"")) << "beyond the edge";
 }
 
 TEST(CheckPage, SetsTimesOffFromNamesThatAreWrittenFromTheRight)
