@@ -3,6 +3,7 @@
 
 // The refusals of the field, checked: step, cause and remedy where a terminal shows the end of a report.
 #include <algorithm>
+#include <filesystem>
 
 #include <nlohmann/json.hpp>
 
@@ -119,4 +120,27 @@ TEST(CheckOfTheField, NamesStepCauseAndRemedyAtItsEnd)
         arguments.emplace_back("--json");
         ExpectCause(Json::parse(Pkgsign(arguments).out), refusal, EXPECTED[i]);
     }
+}
+
+TEST(CheckOfTheField, NamesACommandThatMakesTheMissingCrlOfTheRoot)
+{
+    const auto refusal = std::find_if(FIELD_REFUSALS.begin(), FIELD_REFUSALS.end(), [](const FieldRefusal &other) {
+        return std::string(other.name) == "NoCrlOfTheRoot";
+    });
+    ASSERT_NE(FIELD_REFUSALS.end(), refusal);
+    const TemporaryDirectory directory;
+    FieldPackage package;
+    ASSERT_TRUE(MakeFieldRefusal(SharedFieldWorkshop(PKGSIGN_PROGRAM, DEVELOPMENT_PKI), *refusal, &package).ok);
+    ASSERT_TRUE(WriteFieldPackage(directory, package).ok);
+    std::filesystem::copy(DEVELOPMENT_PKI, directory.File("pki"), std::filesystem::copy_options::recursive);
+    std::vector<std::string> check = CheckOf(directory);
+    check.emplace_back("--json");
+    const std::string next = Json::parse(Pkgsign(check).out)["next"];
+    const std::string programs = std::filesystem::path(PKGSIGN_PROGRAM).parent_path().string();
+    const ProcessResult made = RunProcess(
+        {"sh", "-c",
+         "PATH='" + programs + "':$PATH && cd '" + directory.path + "' && " + next + " --now 2026-03-11 --no-input"});
+    EXPECT_EQ(0, made.exitStatus) << next << made.errors;
+    std::replace(check.begin(), check.end(), directory.File("crls.der"), directory.File("fixed-crls.der"));
+    EXPECT_EQ(true, Json::parse(Pkgsign(check).out)["authentic"]);
 }
