@@ -164,6 +164,7 @@ struct ReadProblem {
 // Content that fits the signature, where the given one does not.
 struct ContentFinding {
     bool isCompared = false; // a digest was compared; else a signature over the content
+    bool differs = false;    // the library's verdict; else the machine may have failed with the same status
     std::string algorithm;
     std::string expected; // digests, hexadecimal
     std::string found;

@@ -247,7 +247,9 @@ void CauseOfContent(Check *check)
     const std::string file = Quoted(check->contentPath);
     if (check->status == SIGKIT_ERR_NOT_BEGUN) {
         Set(check, "message-unsigned", "the message has no signer, so that nothing vouches for the content");
-    } else if (check->status != UINT32_MAX) {
+    } else if (!content.differs && check->status == SIGKIT_ERR_UNKNOWN) {
+        Set(check, "machine", "the machine failed: it could not compute what the content " + file + " is compared by");
+    } else if (!content.differs) {
         Set(check, "file-unreadable", "the content " + file + " cannot be read: " + SigkitStatusText(check->status));
     } else if (!content.candidates.empty()) {
         Set(check, "content-other-file",
@@ -267,9 +269,9 @@ void CauseOfSignature(Check *check)
         Set(check, "signature-pss", "the signature is of the kind RSA-PSS; devices read RSASSA-PKCS1-v1_5 alone");
     } else if (status == SIGKIT_ERR_SIGNED_DATA) {
         Set(check, "signature-attributes", "the message has a digest, and no signed attributes that hold it");
-    } else if (status == UINT32_MAX && (!check->content.fits.empty() || !check->content.candidates.empty())) {
+    } else if (check->content.differs && (!check->content.fits.empty() || !check->content.candidates.empty())) {
         CauseOfContent(check);
-    } else if (status == UINT32_MAX) {
+    } else if (check->content.differs) {
         Set(check, "signature-wrong",
             "the signature, which is over the content itself, does not hold for " + Quoted(check->contentPath) +
                 ": one of the two was altered");

@@ -112,7 +112,7 @@ uint32_t OpenContext(const CheckOrder &order, VerifyContext *context)
 void FindFittingContent(const CheckOrder &order, Check *check)
 {
     namespace fs = std::filesystem;
-    if (check->isAuthentic || check->status != UINT32_MAX) {
+    if (!check->content.differs) {
         return;
     }
     const std::vector<StandIn> noStandIns;

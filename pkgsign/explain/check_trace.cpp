@@ -135,6 +135,9 @@ void TakeParty(TraceCollector *collector, const SigkitTraceRecord &record)
 
 void TakeContentDigest(Check *check, const SigkitTraceRecord &record)
 {
+    if (record.value == 0) {
+        return;
+    }
     const SigkitMdInfo &expected = *static_cast<const SigkitMdInfo *>(record.subject);
     const uint8_t *const digest = static_cast<const uint8_t *>(record.object);
     const EVP_MD *const method = FindDigestBySize(static_cast<size_t>(record.value));
@@ -149,6 +152,7 @@ void TakeContent(TraceCollector *collector, const SigkitTraceRecord &record)
 {
     Check *const check = collector->check;
     const int64_t outcome = record.value == 1 ? SIGKIT_OK : UINT32_MAX;
+    check->content.differs = record.value != 1;
     if (!check->content.isCompared) {
         Judge(collector, Step::Signature, outcome, "over the content itself");
     }

@@ -206,7 +206,7 @@ void AddContent(const Check &check, std::vector<ReportSection> *sections)
     }
     if (!content.fits.empty()) {
         section.rows.push_back({Mark::Good, "fits", content.fits + " the content is what was signed", "", false});
-    } else if (check.status == UINT32_MAX) {
+    } else if (content.differs) {
         section.rows.push_back({Mark::Open, "",
                                 content.isBinary ? "the content is no text: no line ends were tried"
                                                  : "no other line ends, byte order mark or last "
@@ -261,9 +261,9 @@ Report MakeReport(const Check &check)
     report.headline = Printable(check.contentPath) + (check.isAuthentic ? ": authentic" : ": refused, ") +
                       (check.isAuthentic ? "" : StatusDigits(check.status)) + " (verify_tool ends with " +
                       std::to_string(DeviceExitStatus(check)) + ")";
-    report.meaning = check.status == UINT32_MAX ? "the content is not the one that was signed"
-                     : check.isAuthentic        ? ""
-                                                : SigkitStatusText(check.status);
+    report.meaning = check.content.differs ? "the content is not the one that was signed"
+                     : check.isAuthentic   ? ""
+                                           : SigkitStatusText(check.status);
     AddAnswer(check, &report);
     report.sections.push_back(Steps(check));
     AddPath(check, check.signerPath, "The signer's path", &report.sections);

@@ -44,7 +44,7 @@ enum SigkitTracePoint : uint32_t {
     SIGKIT_TRACE_PATH,               // certificate; outcome of its validation
     SIGKIT_TRACE_CONTENT_ATTRIBUTES, // content signer, certificate; outcome
     SIGKIT_TRACE_CHECK_OPENED,       // content signer; outcome
-    SIGKIT_TRACE_CONTENT_DIGEST,     // SigkitMdInfo, digest; its octets
+    SIGKIT_TRACE_CONTENT_DIGEST,     // SigkitMdInfo, digest; its octets, 0: the host has none
     SIGKIT_TRACE_CONTENT_MATCHES,    // SigkitMdInfo; 1 when the content is the one that was signed
 
     // Path validation.

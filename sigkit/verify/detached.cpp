@@ -68,7 +68,7 @@ uint32_t FinishDigestCheck(SigkitMdInfo *check, bool *matches)
     uint32_t digestLen = 0;
     const int32_t status = SigkitMdFinal(check->md, digest, &digestLen, check);
     *matches = status == 0 && InternalDigestMatches(*check, digest, digestLen);
-    SIGKIT_TRACE(CONTENT_DIGEST, check, digest, digestLen);
+    SIGKIT_TRACE(CONTENT_DIGEST, check, digest, status == 0 ? digestLen : 0);
     return static_cast<uint32_t>(status);
 }
 
@@ -95,11 +95,11 @@ uint32_t FinishChecks(const SigkitList &handles, uint32_t *verdict)
         bool matches = false;
         const uint32_t status =
             isDigestCheck ? FinishDigestCheck(check, &matches) : FinishSignatureCheck(check, &matches);
-        SIGKIT_TRACE(CONTENT_MATCHES, check, nullptr, matches ? 1 : 0);
         if (status != SIGKIT_OK) {
             *verdict = 0;
             return status;
         }
+        SIGKIT_TRACE(CONTENT_MATCHES, check, nullptr, matches ? 1 : 0);
         if (isDigestCheck && !matches) {
             *verdict = 0;
             return SIGKIT_OK;
