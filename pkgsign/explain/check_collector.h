@@ -5,8 +5,6 @@
 #ifndef PKGSIGN_EXPLAIN_CHECK_COLLECTOR_H
 #define PKGSIGN_EXPLAIN_CHECK_COLLECTOR_H
 
-#include <set>
-
 #include "core/trace.h"
 #include "pkgsign/explain/check_seen.h"
 
@@ -21,7 +19,8 @@ struct TraceCollector {
     PathFinding *path = nullptr;
     std::vector<Judgement> open; // each one inside the one before
     size_t begun = 0;
-    std::set<std::pair<const void *, size_t>> agreeing; // issuer names, and certificates of that name
+    const void *agreeingName = nullptr; // issuer name of the certificate or CRL that is tried next, and who bears it:
+    size_t agreeing = NONE;             // for the next record alone, as memory may be another's later
     bool dateCounts = false;
     bool isContentNext = false;
     size_t tokenCertificates = 0;

@@ -65,7 +65,7 @@ RejectedCandidate Rejected(TraceCollector *collector, const SigkitTraceRecord &r
         return {candidate, std::string("the signature cannot be checked: ") +
                                SigkitStatusText(static_cast<uint32_t>(record.value))};
     }
-    if (collector->agreeing.count({issuerName, candidate}) == 0) {
+    if (collector->agreeingName != issuerName || collector->agreeing != candidate) {
         return {candidate, "its subject is not the issuer's name", true};
     }
     return {candidate, "it bears the issuer's name, and its key does not verify the signature"};
@@ -141,7 +141,8 @@ bool TakeCandidate(TraceCollector *collector, const SigkitTraceRecord &record)
 {
     switch (record.point) {
     case SIGKIT_TRACE_NAME_AGREES:
-        collector->agreeing.insert({record.subject, collector->See(record.object)});
+        collector->agreeingName = record.subject;
+        collector->agreeing = collector->See(record.object);
         return true;
     case SIGKIT_TRACE_ISSUER_NO_CA:
     case SIGKIT_TRACE_ISSUER_NO_CERT_SIGN:

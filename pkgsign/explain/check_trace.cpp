@@ -244,6 +244,9 @@ void Take(void *context, const SigkitTraceRecord &record)
             Judge(collector, isAuthority ? Step::AuthorityPath : Step::SignerPath, record.value);
         }
     }
+    if (record.point != SIGKIT_TRACE_NAME_AGREES) {
+        collector->agreeingName = nullptr;
+    }
 }
 
 } // namespace

@@ -1,9 +1,13 @@
 // SPDX-FileCopyrightText: 2026 The Sigkit authors
 // SPDX-License-Identifier: Apache-2.0
 
-// What pkgsign check makes of the library's trace records where the machine fails.
+// What pkgsign check makes of the library's trace records where the machine fails, and where memory is used again.
+#include "pkgsign/explain/check_trace.h"
+
 #include <nlohmann/json.hpp>
 
+#include "asn1/records.h"
+#include "core/trace.h"
 #include "sigkit/sigkit.h"
 #include "sigkit/sigkit_host.h"
 #include "tests/pkgsign/support.h"
@@ -46,4 +50,30 @@ TEST(CheckTrace, DoesNotSayThatTheContentDiffersWhereItsDigestCannotBeComputed)
     EXPECT_EQ("content", json["failedStep"]);
     EXPECT_EQ("machine", json["causeCode"]);
     EXPECT_TRUE(json["content"]["digest"].is_null());
+}
+
+TEST(CheckTrace, DoesNotTakeOneRecordForAnotherThatHadItsMemory)
+{
+    pkgsign::Check check;
+    pkgsign::TraceScope trace(&check);
+    const uint8_t octets[] = {1, 2, 3};
+    SigkitX509Cert candidate = {};
+    SigkitX509Cert record = {};
+    candidate.encoded = {1, 0, 0, 0, octets};
+    record.encoded = {1, 0, 0, 0, octets + 1};
+    InternalTrace({SIGKIT_TRACE_NAME_AGREES, &record.tbsCertificate.issuer, &candidate, 0});
+    InternalTrace({SIGKIT_TRACE_CERT_SELF_SIGNED, &record, nullptr, 0});
+    record.encoded = {1, 0, 0, 0, octets + 2};
+    InternalTrace({SIGKIT_TRACE_ISSUER_TRIED, &record, &candidate, SIGKIT_OK});
+    ASSERT_EQ(3u, check.rejected.size());
+    ASSERT_EQ(1u, check.rejected[2].size());
+    EXPECT_TRUE(check.rejected[2][0].isOtherName) << check.rejected[2][0].why;
+
+    InternalTrace({SIGKIT_TRACE_NAME_AGREES, &record.tbsCertificate.issuer, &record, 0});
+    record.encoded = {2, 0, 0, 0, octets};
+    InternalTrace({SIGKIT_TRACE_NAME_AGREES, &record.tbsCertificate.issuer, &candidate, 0});
+    InternalTrace({SIGKIT_TRACE_ISSUER_TRIED, &record, &candidate, SIGKIT_OK});
+    ASSERT_EQ(4u, check.rejected.size());
+    ASSERT_EQ(1u, check.rejected[3].size());
+    EXPECT_FALSE(check.rejected[3][0].isOtherName) << check.rejected[3][0].why;
 }
