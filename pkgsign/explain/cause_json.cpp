@@ -90,7 +90,7 @@ std::string ExplainRunJson(const LogFindings &findings, const Trail &trail)
         json["status"] = StatusDigits(*trail.status);
         json["exitStatus"] = ExitStatusOf(*trail.status);
         json["name"] = TextOrNull(SigkitStatusName(*trail.status));
-        json["meaning"] = SigkitStatusText(*trail.status);
+        json["meaning"] = TrailMeaning(trail);
     }
     json["signature"] = TextOrNull(findings.last.signature);
     json["checksums"] = TextOrNull(findings.last.checksums);

@@ -132,10 +132,11 @@ std::string OutcomeText(const Trail &trail)
         return "Accepted: the package is authentic.\n";
     }
     const std::string refused = trail.isAnswered ? "Refused: " : "The log ends before the answer; its lines lead to ";
-    const std::string title =
-        Fold("", refused + StatusTitle(status) + ", exit status " + std::to_string(ExitStatusOf(status)) + ".");
-    // -1 has no meaning of its own: what the tool could not do stands in its lines.
-    return status == SIGKIT_ERR_UNKNOWN ? title : title + Fold("", Sentence(SigkitStatusText(status)));
+    const std::string number = StatusTitle(status) + ", exit status " + std::to_string(ExitStatusOf(status)) + ".";
+    const std::string meaning = TrailMeaning(trail);
+    // -1 is no name for anything, so what it stands for comes first.
+    return status == SIGKIT_ERR_UNKNOWN ? Fold("", refused + meaning + ".") + number + "\n"
+                                        : Fold("", refused + number) + Fold("", Sentence(meaning.c_str()));
 }
 
 // What was behind the answer, and what to do.
@@ -196,10 +197,22 @@ bool IsOfFiles(uint32_t status)
 
 bool IsMismatch(const Trail &trail)
 {
-    return !trail.steps.empty() && trail.steps.back().function == "VerifyCmsFile";
+    return !trail.steps.empty() && trail.steps.back().text.rfind("Verify signature not match", 0) == 0;
 }
 
 } // namespace
+
+std::string TrailMeaning(const Trail &trail)
+{
+    const uint32_t status = trail.status.value_or(SIGKIT_OK);
+    const std::string last = trail.steps.empty() ? "" : trail.steps.back().function;
+    if (status != SIGKIT_ERR_UNKNOWN) {
+        return SigkitStatusText(status);
+    }
+    return IsMismatch(trail)                                        ? "the content does not match its signature"
+           : last == "UPGRADE_CmdParse" || last == "UPGRADE_CmdExe" ? "verify_tool did not understand its command line"
+                                                                    : "a call failed that gives no reason";
+}
 
 std::string StatusTitle(uint32_t status)
 {

@@ -16,6 +16,9 @@ namespace pkgsign
 // "88200012 SIGKIT_ERR_NO_CRL", or without a name for what is no status code.
 std::string StatusTitle(uint32_t status);
 
+// What the answer of a run means, in a phrase: where it is -1, by the run's last line.
+std::string TrailMeaning(const Trail &trail);
+
 // What is to be known of any status, exit status and run.
 std::string ExplainStatus(const StatusEntry &status);
 std::string ExplainExit(int exitStatus);

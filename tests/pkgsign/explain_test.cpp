@@ -337,6 +337,28 @@ TEST_F(Explain, OfATextThatStandsAloneNeedsNoFormOfTheLog)
     EXPECT_EQ("ffffffff", LogJson("x Verify signature not match.\n")["status"]);
 }
 
+TEST_F(Explain, OfAnAnswerThatHasNoNameBeginsWithWhatItMeans)
+{
+    const std::pair<const char *, const char *> meanings[] = {
+        {"upgrade_sigkit_handle(179) VerifyCmsFile: Verify signature not match.",
+         "the content does not match its signature"},
+        {"verify_frame_main(111) UPGRADE_CmdExe: VERIFY_TOOL: Cannot find opcode().",
+         "verify_tool did not understand its command line"},
+        {"upgrade_sigkit_sdk_callback(504) SigkitMdFinal: Failed to get final md.",
+         "a call failed that gives no reason"},
+    };
+    for (const auto &[line, meaning] : meanings) {
+        const std::string log = "ERROR 1014 " + std::string(line) +
+                                "\nINFO 1014 verify_frame_main(107) UPGRADE_CmdExe: VERIFY_TOOL: Execute ret(-1).\n";
+        const Outcome outcome = Log(log);
+        ExpectDone(outcome);
+        const std::string head =
+            std::string("Refused: ") + meaning + ".\nffffffff SIGKIT_ERR_UNKNOWN, exit status 255.\n";
+        EXPECT_EQ(0u, outcome.out.find(head)) << outcome.out;
+        EXPECT_EQ(meaning, LogJson(log)["meaning"]);
+    }
+}
+
 TEST_F(Explain, OfTheToolsOwnRefusalsSaysWhatWasWrongWithTheCommandLine)
 {
     const Json json = LogJson("ERROR 1014 verify_frame_main(111) UPGRADE_CmdExe: VERIFY_TOOL: Cannot find opcode().\n"
