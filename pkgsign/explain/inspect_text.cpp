@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "pkgsign/explain/inspect.h"
+#include "pkgsign/explain/wrap.h"
 
 namespace pkgsign
 {
@@ -13,7 +14,7 @@ namespace
 
 using Report = nlohmann::ordered_json;
 
-constexpr size_t LABEL_WIDTH = 18;
+constexpr size_t LABEL_WIDTH = 19;
 
 std::string Plain(const Report &value)
 {
@@ -22,8 +23,15 @@ std::string Plain(const Report &value)
 
 void AddLine(const std::string &indent, const std::string &label, const std::string &value, std::string *text)
 {
-    *text +=
-        indent + label + std::string(label.size() < LABEL_WIDTH ? LABEL_WIDTH - label.size() : 1, ' ') + value + "\n";
+    const std::string head =
+        indent + label + std::string(label.size() < LABEL_WIDTH ? LABEL_WIDTH - label.size() : 1, ' ');
+    *text += head + Wrap(value, head.size()) + "\n";
+}
+
+// A line of its own, which goes on further right.
+void AddFolded(const std::string &indent, const std::string &line, std::string *text)
+{
+    *text += indent + Wrap(line, indent.size() + 4) + "\n";
 }
 
 std::string Name(const Report &name)
@@ -70,7 +78,7 @@ std::string Extensions(const Report &list)
 void AddCertificate(const Report &one, const std::string &indent, std::string *text)
 {
     const auto add = [&](const std::string &label, const std::string &value) { AddLine(indent, label, value, text); };
-    add("subject", Name(one["subject"]) + (one["selfSigned"].get<bool>() ? "  (self-signed)" : ""));
+    add("subject", Name(one["subject"]) + (one["selfSigned"] == true ? "  (self-signed)" : ""));
     add("issuer", Name(one["issuer"]) + "  [" + Verified(one["verified"]) + "]");
     add("serial", Plain(one["serial"]));
     add("device takes it as", List(one["deviceTakesItAs"]));
@@ -101,17 +109,37 @@ std::string Trust(const Report &signer, const Report &certificates)
     return isKnown ? Verified(certificates[signer["certificate"].get<size_t>()]["verified"]) : "not verified";
 }
 
+std::string Whereabouts(const Report &signer)
+{
+    return signer["issuer"].is_null()         ? "not named by issuer and serial number"
+           : !signer["certificate"].is_null() ? "certificates[" + Plain(signer["certificate"]) + "]"
+           : signer["name"].is_null()         ? "its certificate is not here"
+                                              : "its certificate stands elsewhere in the message";
+}
+
+// The time of a token and who vouches for it.
+std::string TokenTime(const Report &token)
+{
+    const Report &signers = token["signers"];
+    const std::string trust = signers.empty() ? "not verified" : Trust(signers[0], token["certificates"]);
+    return Plain(token["time"]) + "  [" + trust + "]";
+}
+
+// What matters most of a signer stands before the digests and lists.
 void AddSigner(const Report &signer, const Report &certificates, const std::string &indent, std::string *text)
 {
     const auto add = [&](const std::string &label, const std::string &value) { AddLine(indent, label, value, text); };
-    const std::string certificate = signer["issuer"].is_null() ? "not named by issuer and serial number"
-                                    : signer["certificate"].is_null()
-                                        ? "its certificate is not here"
-                                        : "certificates[" + Plain(signer["certificate"]) + "]";
-    add("signer", (signer["name"].is_null() ? "-" : Plain(signer["name"])) + "  (" + certificate + ", " +
-                      Trust(signer, certificates) + ")");
+    add("signer", Plain(signer["name"]) + "  (" + Whereabouts(signer) + ", " + Trust(signer, certificates) + ")");
     add("issuer", Name(signer["issuer"]));
     add("serial", Plain(signer["serial"]));
+    if (!signer["certificate"].is_null()) {
+        const Report &certificate = certificates[signer["certificate"].get<size_t>()];
+        add("purposes", List(certificate["purposes"]));
+        add("valid", Plain(certificate["notBefore"]) + " to " + Plain(certificate["notAfter"]));
+    }
+    if (!signer["token"].is_null()) {
+        add("timestamp", TokenTime(signer["token"]) + " by " + Plain(signer["token"]["authority"]));
+    }
     add("digest", Plain(signer["digestAlgorithm"]) + " " + Plain(signer["messageDigest"]));
     add("signature", Plain(signer["signatureAlgorithm"]) + (signer["signatureHolds"].is_null() ? ", not checked"
                                                             : signer["signatureHolds"].get<bool>()
@@ -124,16 +152,14 @@ void AddSigner(const Report &signer, const Report &certificates, const std::stri
 void AddToken(const Report &token, const std::string &indent, std::string *text)
 {
     const auto add = [&](const std::string &label, const std::string &value) { AddLine(indent, label, value, text); };
-    const Report &signers = token["signers"];
-    const std::string trust = signers.empty() ? "not verified" : Trust(signers[0], token["certificates"]);
-    add("time", Plain(token["time"]) + "  [" + trust + "]");
+    add("time", TokenTime(token));
     add("authority", Plain(token["authority"]));
     add("serial", Plain(token["serial"]));
     add("policy", Plain(token["policy"]));
     add("imprint", Plain(token["imprintAlgorithm"]) + " " + Plain(token["imprint"]));
     add("of this signature", Yes(token["isForTheSignature"]));
     add("nonce", Plain(token["nonce"]));
-    for (const Report &signer : signers) {
+    for (const Report &signer : token["signers"]) {
         AddSigner(signer, token["certificates"], indent, text);
     }
     AddCertificates(token["certificates"], indent, text);
@@ -169,8 +195,10 @@ void AddCrl(const Report &crl, const std::string &indent, std::string *text)
     add("extensions", Extensions(crl["extensions"]));
     add("entries", Plain(crl["entryCount"]));
     for (const Report &entry : crl["entries"]) {
-        *text += indent + "  " + Plain(entry["serial"]) + "  revoked " + Plain(entry["date"]) + "  " +
-                 (entry["reason"].is_null() ? "no reason" : Plain(entry["reason"])) + "\n";
+        AddFolded(indent + "  ",
+                  Plain(entry["serial"]) + "  revoked " + Plain(entry["date"]) + "  " +
+                      (entry["reason"].is_null() ? "no reason" : Plain(entry["reason"])),
+                  text);
     }
     const size_t count = crl["entryCount"].get<size_t>();
     if (count > crl["entries"].size()) {
@@ -206,9 +234,12 @@ void AddFindings(const Report &findings, const Report &count, const std::string 
     for (const Report &finding : findings) {
         const std::string path = finding["path"].get<std::string>();
         const std::string detail = finding["detail"].get<std::string>();
-        *text += indent + Plain(finding["severity"]) + " " + Plain(finding["code"]) + ": " + Plain(finding["text"]) +
-                 "\n" + indent + "    " + (path.empty() ? "" : path + ", ") + "octet " + Plain(finding["offset"]) +
-                 (detail.empty() ? "" : ": " + detail) + " (" + Plain(finding["citation"]) + ")\n";
+        AddFolded(indent, Plain(finding["severity"]) + " " + Plain(finding["code"]) + ": " + Plain(finding["text"]),
+                  text);
+        AddFolded(indent + "    ",
+                  (path.empty() ? "" : path + ", ") + "octet " + Plain(finding["offset"]) +
+                      (detail.empty() ? "" : ": " + detail) + " (" + Plain(finding["citation"]) + ")",
+                  text);
     }
     if (count.get<size_t>() > findings.size()) {
         *text += indent + "and " + std::to_string(count.get<size_t>() - findings.size()) + " more findings\n";
@@ -237,8 +268,10 @@ void AddObjectText(const Report &object, std::string *text)
     const std::string kind = object["kind"].get<std::string>();
     const Report &content = object["content"];
     const std::string label = object["label"].is_null() ? "" : ", armour " + Plain(object["label"]);
-    *text += "  " + std::string(KindText(kind)) + ", " + Plain(object["size"]) + " octets at octet " +
-             Plain(object["offset"]) + label + "\n";
+    AddFolded("  ",
+              std::string(KindText(kind)) + ", " + Plain(object["size"]) + " octets at octet " +
+                  Plain(object["offset"]) + label,
+              text);
     AddFindings(object["findings"], object["findingCount"], "    ", text);
     if (kind == "message") {
         AddMessage(content, "    ", text);
@@ -260,12 +293,13 @@ std::string InspectionText(const Report &files)
     std::string text;
     for (const Report &file : files) {
         const size_t errors = file["errors"].get<size_t>();
-        text += (text.empty() ? "" : "\n") + Plain(file["file"]) + ": " + Plain(file["size"]) + " octets, " +
-                Plain(file["form"]) + "; " +
-                (errors == 0 ? "nothing that a device refuses by itself"
-                             : std::to_string(errors) + (errors == 1 ? " finding" : " findings") +
-                                   " for which a device refuses it") +
-                "\n";
+        text += text.empty() ? "" : "\n";
+        AddFolded("",
+                  Plain(file["file"]) + ": " + Plain(file["size"]) + " octets, " + Plain(file["form"]) + "; " +
+                      (errors == 0 ? "nothing that a device refuses by itself"
+                                   : std::to_string(errors) + (errors == 1 ? " finding" : " findings") +
+                                         " for which a device refuses it"),
+                  &text);
         AddFindings(file["findings"], file["findingCount"], "  ", &text);
         for (const Report &object : file["objects"]) {
             AddObjectText(object, &text);

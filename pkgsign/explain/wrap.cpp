@@ -37,9 +37,10 @@ std::string Wrap(const std::string &text, size_t indent)
         const std::string word = text.substr(i, end - i);
         const size_t width = Width(word);
         if (column > indent && column + 1 + width > TEXT_COLUMNS) {
+            result.erase(result.find_last_not_of(' ') + 1);
             result += "\n" + std::string(indent, ' ');
             column = indent;
-        } else if (i != 0) {
+        } else if (column > indent) {
             result += ' ';
             ++column;
         }

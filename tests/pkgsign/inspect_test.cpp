@@ -5,11 +5,14 @@
 #include "pkgsign/explain/inspect.h"
 
 #include <map>
+#include <regex>
 #include <set>
+#include <sstream>
 
 #include <nlohmann/json.hpp>
 
 #include "pkgsign/explain/inspect_rules.h"
+#include "pkgsign/explain/wrap.h"
 #include "pkgsign/files/files.h"
 #include "pkgsign/files/objects.h"
 #include "tests/pkgsign/inspect_departures.h"
@@ -277,6 +280,51 @@ TEST(InspectObjects, OfEveryKindAreRecognised)
     }
 }
 
+// A word that is wider than the rest of a line stands alone in it.
+bool IsTooWide(const std::string &line)
+{
+    return line.size() > pkgsign::TEXT_COLUMNS && line.size() - line.rfind(' ') < 70;
+}
+
+TEST(InspectText, IsNoWiderThanOtherReports)
+{
+    const Bytes text = ReadVector("vectors.json");
+    const Json set = Json::parse(text.begin(), text.end());
+    std::vector<Bytes> files;
+    for (const Json &one : set["cases"]) {
+        files.push_back(ReadVector(one["files"]["signature"].get<std::string>()));
+        files.push_back(ReadVector(one["files"]["crls"].get<std::string>()));
+    }
+    for (const Departure &departure : AllDepartures()) {
+        files.push_back(departure.octets);
+    }
+    for (const Bytes &file : files) {
+        std::istringstream lines(pkgsign::InspectionText(Json::array({Inspect(file)})));
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_FALSE(IsTooWide(line)) << line;
+            EXPECT_NE(' ', line.back()) << line;
+        }
+    }
+    const std::string good =
+        pkgsign::InspectionText(Json::array({Inspect(ReadVector("files/signature/good.signature"))}));
+    EXPECT_TRUE(Contains(good, "extensions         ")) << good;
+    EXPECT_TRUE(Contains(good, "\n                         ")) << "a line goes on below its value: " << good;
+}
+
+TEST(InspectText, HasNamesSerialsPurposesDatesTimeAndDigestsInThisOrder)
+{
+    const std::string text =
+        pkgsign::InspectionText(Json::array({Inspect(ReadVector("files/signature/good.signature"))}));
+    size_t at = 0;
+    for (const char *const label :
+         {"\n    signer ", "\n    issuer ", "\n    serial ", "\n    purposes ", "\n    valid ",
+          "\n    timestamp          2026-01-15T12:00:00Z  [not verified] by ", "\n    digest "}) {
+        const size_t found = text.find(label, at);
+        ASSERT_NE(std::string::npos, found) << label << text;
+        at = found;
+    }
+}
+
 TEST(InspectArmour, NeverShowsAPrivateKey)
 {
     const std::string pem = pkgsign::AddArmour("PRIVATE KEY", der::CertificateOf({}));
@@ -287,6 +335,11 @@ TEST(InspectArmour, NeverShowsAPrivateKey)
 
 class InspectCommandTest : public InFolder
 {
+protected:
+    static std::string Unbroken(const std::string &text)
+    {
+        return std::regex_replace(text, std::regex("\n +"), " ");
+    }
 };
 
 TEST_F(InspectCommandTest, FollowsItsClosedSchemaWhateverTheOctets)
@@ -321,7 +374,7 @@ TEST_F(InspectCommandTest, ShowsSeveralFilesAndFailsForNoFinding)
         {"inspect", VECTORS + "files/signature/good.signature", VECTORS + "files/limits/crl_of_21_entries.crls"});
     ExpectDone(outcome);
     EXPECT_TRUE(Contains(outcome.out, "good.signature: ")) << outcome.out;
-    EXPECT_TRUE(Contains(outcome.out, "nothing that a device refuses by itself")) << outcome.out;
+    EXPECT_TRUE(Contains(Unbroken(outcome.out), "nothing that a device refuses by itself")) << outcome.out;
     EXPECT_TRUE(Contains(outcome.out, "error entries-too-many")) << outcome.out;
     EXPECT_TRUE(Contains(outcome.out, "tbsCertList.revokedCertificates, octet ")) << outcome.out;
 }
@@ -344,7 +397,8 @@ TEST_F(InspectCommandTest, VerifiesUnderTheIssuersThatAreGivenAndSaysNotVerified
     EXPECT_TRUE(Contains(Pkgsign({"inspect", message}).out, "(certificates[0], not verified)"));
     const Outcome signer = Pkgsign(
         {"inspect", message, "--issuer", VECTORS + "files/signature/certificate_of_the_ca_in_the_crl_file.crls"});
-    EXPECT_TRUE(Contains(signer.out, "(certificates[0], verified, by C=XX, O=Sigkit, CN=Signing CA)")) << signer.out;
+    EXPECT_TRUE(Contains(Unbroken(signer.out), "(certificates[0], verified, by C=XX, O=Sigkit, CN=Signing CA)"))
+        << signer.out;
     const Outcome wrong = Pkgsign(
         {"inspect", VECTORS + "files/crl/of_the_root_with_a_turned_bit.crls", "--root", VECTORS + "files/root"});
     EXPECT_TRUE(Contains(wrong.out, "error issuer-signature")) << wrong.out;
