@@ -21,11 +21,10 @@ using namespace inspection;
 
 constexpr size_t DEVICE_SIZE_MAX = 2000000;
 constexpr size_t DEVICE_SIZE_MIN = 38;
-constexpr size_t DEVICE_TAIL_MAX = 32; // octets behind the last object that are dropped
-constexpr size_t DEVICE_CRLS_MAX = 16;
+constexpr size_t DEVICE_TAIL_MAX = 32;         // octets behind the last object that are dropped
+constexpr size_t DEVICE_LIST_MAX = 16;         // certificates of a DER file, and CRLs
 constexpr size_t DEVICE_CERTIFICATES_MAX = 15; // beside the root
 constexpr size_t DEVICE_BLOCKS_MAX = 15;       // beside the root's octets
-constexpr size_t COMPARED_MAX = 64;            // objects that are compared with each other
 
 // One file while it is read.
 struct FileState {
@@ -35,10 +34,15 @@ struct FileState {
     size_t errors = 0; // of its objects
     size_t objectCount = 0;
     Report objects = Report::array();
+    size_t crlCount = 0;
+    size_t certificateCount = 0;
     std::set<Bytes> crls; // by signature value, as the device tells them apart
     std::set<Bytes> crlIssuers;
-    std::set<Bytes> certificates;
-    size_t takenBlocks = 0; // that the device has decoded and keeps
+    std::set<Bytes> certificates; // that are not self-signed
+    size_t takenBlocks = 0;       // that the device has decoded and keeps
+    size_t blocks = 0;
+    bool beginsWithMessage = false;
+    size_t checksLeft = SIGNATURE_CHECKS_MAX;
 };
 
 const char *KindName(ObjectKind kind)
@@ -77,24 +81,23 @@ Report FindingsJson(const Findings &findings)
     return list;
 }
 
-// Certificates and CRLs of one file count together, and those that are there twice once.
+// The certificates and CRLs of a file, as the device counts them: in a list while it reads, and each once in its store.
 void CountObject(FileState *state, InspectContext *context, ObjectKind kind, const Node &node, size_t offset)
 {
-    if (state->objectCount > COMPARED_MAX) {
-        return;
-    }
-    const Bytes signature = ContentOf(*context->data, FindNode(&node, "signatureValue"));
-    const NodePath file;
+    const Bytes &data = *context->data;
+    const Node *const signature = FindNode(&node, "signatureValue");
     if (kind == ObjectKind::Certificate) {
-        const CertificateFacts facts = ReadFacts(context, node);
-        if (!facts.isSelfSigned) {
-            state->certificates.insert(signature);
+        ++state->certificateCount;
+        if (!ReadFacts(context, node).isSelfSigned.value_or(false)) {
+            state->certificates.insert(BitsOf(data, signature));
         }
-    } else if (kind == ObjectKind::Crl && state->crls.insert(signature).second) {
-        const Bytes issuer = ContentOf(*context->data, FindNode(&node, "tbsCertList.issuer"));
-        if (!state->crlIssuers.insert(issuer).second) {
-            AddFinding(&state->findings, Rule::CrlTwice, file, offset,
-                       NameText(context, FindNode(&node, "tbsCertList.issuer")));
+    } else if (kind == ObjectKind::Crl) {
+        ++state->crlCount;
+        const Node *const issuer = FindNode(&node, "tbsCertList.issuer");
+        if (state->crls.insert(BitsOf(data, signature)).second &&
+            !state->crlIssuers.insert(DeviceName(data, issuer)).second) {
+            const NodePath file;
+            AddFinding(&state->findings, Rule::CrlTwice, file, offset, NameText(context, issuer));
         }
     }
 }
@@ -106,8 +109,9 @@ Report DescribeObject(InspectContext *context, ObjectKind kind, const Node &node
     switch (kind) {
     case ObjectKind::Message:
         if (IsToken(*context->data, node)) {
+            TokenFacts facts;
             *kindName = "timestampToken";
-            return DescribeToken(context, node, path, nullptr);
+            return DescribeToken(context, node, path, {}, &facts);
         }
         return DescribeMessage(context, node, path);
     case ObjectKind::Certificate:
@@ -126,29 +130,28 @@ Report DescribeObject(InspectContext *context, ObjectKind kind, const Node &node
 // One object of a known kind. block: of the armour that it is in; null in DER. Returns where it ends.
 size_t AddObject(FileState *state, const Bytes &data, size_t at, ObjectKind kind, const ArmourBlock *block)
 {
-    ++state->objectCount;
-    if (state->objects.size() >= state->shownMost) {
-        return ReadElement(data, at, data.size()).next;
-    }
     Findings findings;
     findings.most = state->shownMost;
-    Walk walk = {&data, &findings, {}};
+    Walk walk = {&data, &findings};
     Node node;
     const NodePath path;
     const size_t end = WalkObject(&walk, *TypeOf(kind), at, {data.size(), false}, path, &node);
     FinishWalk(&walk);
-    InspectContext context = {&data, &findings, &state->options->issuers, state->shownMost};
+    InspectContext context = {&data, &findings, &state->options->issuers, state->shownMost, &state->checksLeft, {}};
     CountObject(state, &context, kind, node, block == nullptr ? at : block->offset);
     std::string kindName;
-    const Report content = DescribeObject(&context, kind, node, &kindName);
-    state->objects.push_back({{"kind", kindName},
-                              {"offset", block == nullptr ? at : block->offset},
-                              {"size", end - at},
-                              {"label", block == nullptr ? Report(nullptr) : Report(Printable(block->label))},
-                              {"content", content},
-                              {"findings", FindingsJson(findings)},
-                              {"findingCount", findings.count}});
+    Report content = DescribeObject(&context, kind, node, &kindName);
+    ++state->objectCount;
     state->errors += findings.errors;
+    if (state->objects.size() < state->shownMost) {
+        state->objects.push_back({{"kind", kindName},
+                                  {"offset", block == nullptr ? at : block->offset},
+                                  {"size", end - at},
+                                  {"label", block == nullptr ? Report(nullptr) : Report(Printable(block->label))},
+                                  {"content", std::move(content)},
+                                  {"findings", FindingsJson(findings)},
+                                  {"findingCount", findings.count}});
+    }
     return end;
 }
 
@@ -171,8 +174,12 @@ void AddUnknown(FileState *state, const Bytes &data, size_t at, const std::strin
 void CheckCounts(FileState *state, bool isDer)
 {
     const NodePath file;
-    if (isDer && state->crls.size() > DEVICE_CRLS_MAX) {
-        AddFinding(&state->findings, Rule::CrlsTooMany, file, 0, "there are " + std::to_string(state->crls.size()));
+    if (isDer && state->crlCount > DEVICE_LIST_MAX) {
+        AddFinding(&state->findings, Rule::CrlsTooMany, file, 0, "there are " + std::to_string(state->crlCount));
+    }
+    if (isDer && state->certificateCount > DEVICE_LIST_MAX) {
+        AddFinding(&state->findings, Rule::FileCertificates, file, 0,
+                   "there are " + std::to_string(state->certificateCount));
     }
     if (state->certificates.size() > DEVICE_CERTIFICATES_MAX) {
         AddFinding(&state->findings, Rule::StoreFull, file, 0,
@@ -268,7 +275,8 @@ void ReadBlock(FileState *state, const Bytes &data, const ArmourBlock &block, bo
     const bool isObject = kind != ObjectKind::Unknown;
     if (!isObject && !isOurs) {
         add(Rule::ArmourOther, block.offset, label);
-    } else if (!block.hasEnd) {
+    }
+    if (block.hasInner || (!block.hasEnd && (isObject || isOurs))) {
         add(Rule::ArmourEnd, block.bodyEnd, label);
     }
     if (isObject && !isRead) {
@@ -283,9 +291,17 @@ void ReadBlock(FileState *state, const Bytes &data, const ArmourBlock &block, bo
         }
         return;
     }
+    const bool isFirst = state->blocks == 1;
+    const bool isMessage = kind == ObjectKind::Message && IsLabelOf(kind, block.label);
+    state->beginsWithMessage = isFirst ? isMessage : state->beginsWithMessage;
+    if (isMessage && !isFirst && !state->beginsWithMessage) {
+        add(Rule::ArmourNotFirst, block.offset, label);
+    }
     const size_t end = AddObject(state, octets, 0, kind, &block);
     if (IsStored(kind) && end < octets.size() && RecogniseObject(octets, end, &hint) != ObjectKind::Unknown) {
         add(Rule::ArmourSecond, block.offset, label);
+    } else if (isOurs && end < octets.size()) {
+        add(Rule::TrailingOctets, block.offset, std::to_string(octets.size() - end) + " octets in the block " + label);
     }
     state->takenBlocks += IsStored(kind) && IsLabelOf(kind, block.label) ? 1 : 0;
     if (IsStored(kind) && state->takenBlocks > DEVICE_BLOCKS_MAX) {
@@ -299,10 +315,13 @@ void ReadArmour(FileState *state, const Bytes &data)
     const size_t null = static_cast<size_t>(std::find(data.begin(), data.end(), 0) - data.begin());
     ArmourBlock block;
     size_t from = 0;
-    size_t count = 0;
     while (FindBlock(data, from, &block)) {
-        if (count++ == 0 && block.offset > 0) {
+        if (++state->blocks == 1 && block.offset > 0) {
             AddFinding(&state->findings, Rule::ArmourTextBefore, file, 0, std::to_string(block.offset) + " octets");
+        }
+        if (state->blocks == 2 && state->beginsWithMessage) {
+            AddFinding(&state->findings, Rule::TrailingOctets, file, block.offset,
+                       "found a block " + Printable(block.label) + " behind the message");
         }
         ReadBlock(state, data, block, block.offset < null);
         if (!block.isClosed) {
@@ -311,7 +330,7 @@ void ReadArmour(FileState *state, const Bytes &data)
             }
             break;
         }
-        from = block.bodyEnd;
+        from = block.next;
     }
     for (size_t at = FindBrokenMarker(data, 0); at < data.size(); at = FindBrokenMarker(data, at + 1)) {
         AddFinding(&state->findings, Rule::ArmourMarker, file, at, "");
@@ -335,24 +354,29 @@ Status AddIssuers(const std::string &name, const Bytes &data, InspectOptions *op
     ArmourBlock block;
     while (isArmour ? FindBlock(data, from, &block) : from < data.size()) {
         Findings unseen;
-        const Bytes decoded = isArmour ? DecodeArmour(data, block, &unseen) : Bytes();
+        const bool isSkipped = isArmour && !IsShownLabel(block.label);
+        const Bytes decoded = isArmour && !isSkipped ? DecodeArmour(data, block, &unseen) : Bytes();
         const Bytes &octets = isArmour ? decoded : data;
         const size_t at = isArmour ? 0 : from;
         std::string hint;
         if (!isArmour && !IsStored(RecogniseObject(octets, at, &hint))) {
             break;
         }
-        Walk walk = {&octets, &unseen, {}};
+        Walk walk = {&octets, &unseen};
         Node node;
         const size_t end = WalkObject(&walk, TYPE_CERTIFICATE, at, {octets.size(), false}, {}, &node);
         if (unseen.errors == 0) {
             const std::vector<InspectIssuer> none;
-            InspectContext context = {&octets, &unseen, &none, 0};
+            size_t noChecks = 0;
+            InspectContext context = {&octets, &unseen, &none, 0, &noChecks, {}};
             const CertificateFacts facts = ReadFacts(&context, node);
-            options->issuers.push_back({facts.subject, facts.key, facts.subjectText});
+            options->issuers.push_back(
+                {facts.subject, facts.key, facts.subjectText, SignsCertificates(facts), SignsCrls(facts)});
         }
-        from = isArmour ? std::max(block.bodyEnd, block.offset + 1) : std::max(end, from + 1);
+        from = isArmour ? block.next : std::max(end, from + 1);
     }
+    std::stable_sort(options->issuers.begin(), options->issuers.end(),
+                     [](const InspectIssuer &a, const InspectIssuer &b) { return a.subject < b.subject; });
     return options->issuers.size() > before
                ? Status()
                : Fail("'" + Printable(name) + "' holds no certificate, as PEM or DER, that a device could read");

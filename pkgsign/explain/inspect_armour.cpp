@@ -45,7 +45,6 @@ uint8_t Digit(uint8_t character)
 
 // What a check of the text has come to.
 struct Reading {
-    size_t digits = 0; // padding included
     size_t padding = 0;
     size_t end = 0;     // of what is decoded
     size_t foreign = 0; // offset of the first foreign character; of the end when there is none
@@ -73,7 +72,6 @@ size_t CheckText(const Bytes &data, size_t at, size_t end, Reading *reading)
                 return at;
             }
             reading->foreign = !isData && digit == FOREIGN ? std::min(reading->foreign, at) : reading->foreign;
-            ++reading->digits;
         }
         ++at;
     }
@@ -126,18 +124,25 @@ bool FindBlock(const Bytes &data, size_t from, ArmourBlock *blockOut)
     if (block.offset == data.size()) {
         return false;
     }
-    const size_t start = block.offset + BEGIN.size() + 1; // behind a blank
-    const size_t most = std::min(data.size(), start + LABEL_SIZE_MAX);
-    const std::string_view near = View(data).substr(std::min(start, most), most - std::min(start, most));
+    const bool hasBlank = View(data).substr(block.offset + BEGIN.size(), 1) == " ";
+    const size_t start = block.offset + BEGIN.size() + (hasBlank ? 1 : 0);
+    const std::string_view near = View(data).substr(start, LABEL_SIZE_MAX);
     const size_t close = std::min(near.find(DASHES), near.size());
     const size_t line = std::min(near.find_first_of("\r\n"), near.size());
+    const bool isMarked = hasBlank && close < line;
     block.label = std::string(near.substr(0, std::min(close, line)));
-    block.body = std::min(data.size(), start + std::min(close < line ? close + DASHES.size() : line, near.size()));
+    block.behind = std::min(data.size(), start + (close < line ? close + DASHES.size() : line));
     block.bodyEnd = Find(data, END, block.offset);
-    block.isClosed = block.bodyEnd < data.size();
+    const size_t dashes = Find(data, DASHES, std::min(data.size(), block.bodyEnd + END.size()));
+    block.isClosed = dashes < data.size();
+    block.next = std::min(data.size(), dashes + DASHES.size());
     const std::string mark = std::string(END) + " " + block.label + std::string(DASHES);
-    block.hasEnd = close < line && View(data).substr(block.bodyEnd, mark.size()) == mark;
-    block.body = std::min(block.body, block.bodyEnd);
+    block.hasEnd = isMarked && View(data).substr(block.bodyEnd, mark.size()) == mark;
+    block.behind = std::min(block.behind, block.bodyEnd);
+    // Of a certificate the device takes the text from one character behind the marker on.
+    const bool isLater = isMarked && block.label == "CERTIFICATE";
+    block.body = std::min(block.behind + (isLater ? 1 : 0), block.bodyEnd);
+    block.hasInner = Find(data, BEGIN, block.behind) < block.bodyEnd;
     *blockOut = block;
     return true;
 }
@@ -159,19 +164,24 @@ Bytes DecodeArmour(const Bytes &data, const ArmourBlock &block, Findings *findin
     Reading reading;
     const NodePath file;
     const size_t stop = CheckText(data, block.body, block.bodyEnd, &reading);
-    const auto found = [&](size_t at) {
-        return "found '" + Printable(std::string(1, static_cast<char>(data[at]))) + "' in the block " +
-               Printable(block.label);
+    const Bytes octets = Decode(data, block.body, block.bodyEnd, stop == block.bodyEnd);
+    const auto add = [&](Rule rule, size_t at, const std::string &what) {
+        AddFinding(findings, rule, file, at, "found " + what + " in the block " + Printable(block.label));
     };
-    if (stop < block.bodyEnd) {
-        AddFinding(findings, Rule::ArmourBase64, file, stop, found(stop));
-    } else if (reading.digits == 0) {
-        AddFinding(findings, Rule::ArmourBase64, file, block.body,
-                   "found nothing in the block " + Printable(block.label));
-    } else if (reading.foreign < block.bodyEnd) {
-        AddFinding(findings, Rule::ArmourForeign, file, reading.foreign, found(reading.foreign));
+    const auto character = [&](size_t at) {
+        return "'" + Printable(std::string(1, static_cast<char>(data[at]))) + "'";
+    };
+    if (block.behind < block.body && Digit(data[block.behind]) != FOREIGN) {
+        add(Rule::ArmourBase64, block.behind, character(block.behind) + " right behind the marker, which is left out,");
     }
-    return Decode(data, block.body, block.bodyEnd, stop == block.bodyEnd);
+    if (stop < block.bodyEnd) {
+        add(Rule::ArmourBase64, stop, character(stop));
+    } else if (octets.empty()) {
+        add(Rule::ArmourBase64, block.body, "nothing");
+    } else if (reading.foreign < block.bodyEnd && octets != Decode(data, block.body, block.bodyEnd, false)) {
+        add(Rule::ArmourForeign, reading.foreign, character(reading.foreign));
+    }
+    return octets;
 }
 
 } // namespace pkgsign::inspection

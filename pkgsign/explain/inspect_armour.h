@@ -14,10 +14,13 @@ namespace pkgsign::inspection
 struct ArmourBlock {
     std::string label;
     size_t offset = 0; // of the start marker
+    size_t behind = 0; // what stands behind it
     size_t body = 0;   // of the text within
     size_t bodyEnd = 0;
+    size_t next = 0;       // where the next block is looked for
     bool hasEnd = false;   // the end marker of its label is the next one
     bool isClosed = false; // there is an end marker of some label
+    bool hasInner = false; // a start marker stands in the text
 };
 
 // Whether the octets hold armour anywhere.

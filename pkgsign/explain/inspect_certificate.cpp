@@ -23,15 +23,17 @@ constexpr const char *USAGE_NAMES[] = {"digitalSignature", "nonRepudiation", "ke
                                        "dataEncipherment", "keyAgreement",   "keyCertSign",
                                        "cRLSign",          "encipherOnly",   "decipherOnly"};
 
-// The last extension with an identifier: the one that counts.
-const Node *FindValue(const Node *extensions, const char *name)
+// The extensions with an identifier. The device reads one after the other into the same fields.
+std::vector<const Node *> FindValues(const Node *extensions, const char *name)
 {
-    const Node *found = nullptr;
+    std::vector<const Node *> values;
     for (size_t i = 0; extensions != nullptr && i < extensions->children.size(); ++i) {
         const Node *const value = FindNode(&extensions->children[i], name);
-        found = value == nullptr ? found : value;
+        if (value != nullptr) {
+            values.push_back(value);
+        }
     }
-    return found;
+    return values;
 }
 
 size_t BitCount(const Bytes &number)
@@ -73,7 +75,8 @@ Report DescribeKey(InspectContext *context, const Node *info, const NodePath &pa
         AddFinding(context->findings, Rule::KeyTooLong, path, offset, std::to_string(BitCount(key.modulus)) + " bits");
     } else if (BitCount(key.modulus) < WEAK_BITS || IsWeakExponent(key.exponent)) {
         AddFinding(context->findings, Rule::KeyWeak, path, offset,
-                   std::to_string(BitCount(key.modulus)) + " bits, exponent " + ShownHex(key.exponent));
+                   std::to_string(BitCount(key.modulus)) + " bits, exponent " + ShownHex(key.exponent),
+                   BitCount(key.modulus) < WEAK_BITS ? nullptr : "RFC 8017, 3.1");
     }
     return report;
 }
@@ -89,12 +92,13 @@ Report DescribeUsage(const Bytes &bits)
     return names;
 }
 
-Report DescribePurposes(const Bytes &data, const Node *purposes)
+Report DescribePurposes(const Bytes &data, const std::vector<const Node *> &values)
 {
     Report names = Report::array();
-    for (size_t i = 0; purposes != nullptr && i < purposes->children.size(); ++i) {
-        names.push_back(
-            IdentifierText(DottedIdentifier(ContentOf(data, &purposes->children[i], IDENTIFIER_OCTETS_MAX))));
+    for (const Node *const purposes : values) {
+        for (const Node &purpose : purposes->children) {
+            names.push_back(IdentifierText(DottedIdentifier(ContentOf(data, &purpose, IDENTIFIER_OCTETS_MAX))));
+        }
     }
     return names;
 }
@@ -103,16 +107,16 @@ Report DescribePurposes(const Bytes &data, const Node *purposes)
 Report DescribeUses(const CertificateFacts &facts)
 {
     Report uses = Report::array();
-    if (facts.isDigitalSignature && facts.firstPurpose == OID_CODE_SIGNING) {
+    if (facts.isDigitalSignature && HasPurpose(facts, OID_CODE_SIGNING)) {
         uses.push_back("signer");
     }
-    if (facts.isDigitalSignature && facts.firstPurpose == OID_TIME_STAMPING) {
+    if (facts.isDigitalSignature && HasPurpose(facts, OID_TIME_STAMPING)) {
         uses.push_back("timestamp authority");
     }
-    if (facts.isCa && (facts.keyUsage & KEY_CERT_SIGN) != 0) {
+    if (SignsCertificates(facts)) {
         uses.push_back("CA");
     }
-    if ((facts.keyUsage & CRL_SIGN) != 0) {
+    if (SignsCrls(facts)) {
         uses.push_back("CRL issuer");
     }
     return uses;
@@ -120,35 +124,96 @@ Report DescribeUses(const CertificateFacts &facts)
 
 void ReadUsages(const Bytes &data, const Node *extensions, CertificateFacts *facts)
 {
-    const Bytes usage = ContentOf(data, FindValue(extensions, "keyUsage"), 4);
-    facts->keyUsage = usage.size() == 2 ? usage[1] : usage.size() == 3 ? usage[1] * 256U + usage[2] : 0;
-    // With two octets the first bit weighs 256 times as much; the device also takes what lies at its usual weight,
-    // where the first octet is zero.
-    facts->isDigitalSignature = usage.size() == 2   ? (usage[1] & DIGITAL_SIGNATURE) != 0
-                                : usage.size() == 3 ? (usage[1] & DIGITAL_SIGNATURE) != 0 ||
-                                                          (usage[1] == 0 && (usage[2] & DIGITAL_SIGNATURE) != 0)
-                                                    : false;
-    const Node *const purposes = FindValue(extensions, "extKeyUsage");
-    if (purposes != nullptr && !purposes->children.empty()) {
-        facts->firstPurpose = DottedIdentifier(ContentOf(data, &purposes->children[0], IDENTIFIER_OCTETS_MAX));
+    for (const Node *const value : FindValues(extensions, "keyUsage")) {
+        const Bytes usage = ContentOf(data, value, 4);
+        facts->keyUsage = usage.size() == 2 ? usage[1] : usage.size() == 3 ? usage[1] * 256U + usage[2] : 0;
+        // With two octets the first bit weighs 256 times as much; the device also takes what lies at its usual weight,
+        // where the first octet is zero.
+        const unsigned weight = facts->keyUsage > 0xFF ? DIGITAL_SIGNATURE << 8 : DIGITAL_SIGNATURE;
+        facts->isDigitalSignature = (facts->keyUsage & weight) != 0;
     }
-    const Node *const constraints = FindValue(extensions, "basicConstraints");
-    const Bytes ca = ContentOf(data, constraints == nullptr ? nullptr : FindNode(constraints, "cA"), 1);
-    facts->isCa = !ca.empty() && ca[0] == 0xFF;
+    for (const Node *const purposes : FindValues(extensions, "extKeyUsage")) {
+        if (!purposes->children.empty()) {
+            facts->firstPurposes.push_back(
+                DottedIdentifier(ContentOf(data, &purposes->children[0], IDENTIFIER_OCTETS_MAX)));
+        }
+    }
+    for (const Node *const constraints : FindValues(extensions, "basicConstraints")) {
+        const Node *const ca = FindNode(constraints, "cA");
+        facts->isCa = ca == nullptr ? facts->isCa : ContentOf(data, ca, 1) == Bytes{0xFF};
+    }
+}
+
+std::string ExtensionOf(const Bytes &data, const Node &entry)
+{
+    return DottedIdentifier(ContentOf(data, FindNode(&entry, "extnID"), IDENTIFIER_OCTETS_MAX));
+}
+
+bool IsCritical(const Bytes &data, const Node &entry)
+{
+    return ContentOf(data, FindNode(&entry, "critical"), 1) == Bytes{0xFF};
+}
+
+// Where a keyUsage of two octets says other than its bits stand for.
+void CheckUsageOctets(InspectContext *context, const Node *extensions, const NodePath &path)
+{
+    constexpr unsigned ISSUING = KEY_CERT_SIGN | CRL_SIGN;
+    for (size_t i = 0; extensions != nullptr && i < extensions->children.size(); ++i) {
+        const Node *const value = FindNode(&extensions->children[i], "keyUsage");
+        const Bytes usage = ContentOf(*context->data, value, 4);
+        const NodePath entry = {&path, nullptr, i};
+        if (usage.size() == 3 &&
+            (((usage[1] ^ usage[2]) & ISSUING) != 0 || (usage[1] == 0 && (usage[2] & DIGITAL_SIGNATURE) != 0))) {
+            AddFinding(context->findings, Rule::KeyUsageOctets, {&entry, "keyUsage", 0}, value->element.offset,
+                       "found " + ShownHex({usage.begin() + 1, usage.end()}));
+        }
+    }
+}
+
+// Whether a certificate is signed with its own key. A file may hold thousands, so each is asked once.
+std::optional<bool> AskSelfSigned(InspectContext *context, const Node &certificate, const CertificateFacts &facts)
+{
+    const size_t offset = certificate.element.offset;
+    const auto known = context->selfSigned.find(offset);
+    if (known != context->selfSigned.end()) {
+        return known->second;
+    }
+    std::optional<bool> answer = false;
+    if (facts.issuer == facts.subject) {
+        const Node *const tbs = FindNode(&certificate, "tbsCertificate");
+        const SignedOctets octets = SignatureOf(*context->data, certificate, tbs, "signatureValue");
+        answer = CheckSignature(context, facts.key, octets);
+    }
+    context->selfSigned[offset] = answer;
+    return answer;
 }
 
 } // namespace
 
 SignedOctets SignatureOf(const Bytes &data, const Node &object, const Node *signedPart, const char *valueName)
 {
-    Bytes signature = ContentOf(data, FindNode(&object, valueName));
-    signature.erase(signature.begin(), signature.begin() + (signature.empty() ? 0 : 1)); // unused bits
     return {{EncodingOf(data, signedPart)},
             DeviceDigestName(AlgorithmOf(data, FindNode(&object, "signatureAlgorithm"))),
-            signature};
+            BitsOf(data, FindNode(&object, valueName))};
 }
 
-void CheckAlgorithms(InspectContext *context, const Node &object, const Node *inner, const NodePath &path)
+bool HasPurpose(const CertificateFacts &facts, const std::string &dotted)
+{
+    return std::find(facts.firstPurposes.begin(), facts.firstPurposes.end(), dotted) != facts.firstPurposes.end();
+}
+
+bool SignsCertificates(const CertificateFacts &facts)
+{
+    return facts.isCa && (facts.keyUsage & KEY_CERT_SIGN) != 0;
+}
+
+bool SignsCrls(const CertificateFacts &facts)
+{
+    return (facts.keyUsage & CRL_SIGN) != 0;
+}
+
+void CheckAlgorithms(InspectContext *context, const Node &object, const Node *inner, const NodePath &path,
+                     const char *citation)
 {
     const Bytes &data = *context->data;
     const Node *const outer = FindNode(&object, "signatureAlgorithm");
@@ -162,7 +227,7 @@ void CheckAlgorithms(InspectContext *context, const Node &object, const Node *in
                    "found " + IdentifierText(algorithm));
     }
     if (inner != nullptr && EncodingOf(data, inner) != EncodingOf(data, outer)) {
-        AddFinding(context->findings, Rule::AlgorithmsDiffer, here, outer->element.offset, "");
+        AddFinding(context->findings, Rule::AlgorithmsDiffer, here, outer->element.offset, "", citation);
     }
 }
 
@@ -175,8 +240,8 @@ CertificateFacts ReadFacts(InspectContext *context, const Node &certificate)
     if (tbs == nullptr) {
         return facts;
     }
-    facts.issuer = ContentOf(data, FindNode(tbs, "issuer"));
-    facts.subject = ContentOf(data, FindNode(tbs, "subject"));
+    facts.issuer = DeviceName(data, FindNode(tbs, "issuer"));
+    facts.subject = DeviceName(data, FindNode(tbs, "subject"));
     facts.subjectText = NameText(context, FindNode(tbs, "subject"));
     facts.serial = NumberOf(data, FindNode(tbs, "serialNumber"));
     facts.key = {NumberOf(data, FindNode(tbs, "subjectPublicKeyInfo.subjectPublicKey.rsaPublicKey.modulus")),
@@ -189,33 +254,37 @@ CertificateFacts ReadFacts(InspectContext *context, const Node &certificate)
         facts.notBefore = ReadDeviceTime(notBefore->element.identifier, ContentOf(data, notBefore, 16), &ignored);
         facts.notAfter = ReadDeviceTime(notAfter->element.identifier, ContentOf(data, notAfter, 16), &ignored);
     }
-    if (facts.issuer == facts.subject) {
-        facts.isSelfSigned =
-            CheckSignature(context, facts.key, SignatureOf(data, certificate, tbs, "signatureValue")).value_or(false);
-    }
+    facts.isSelfSigned = AskSelfSigned(context, certificate, facts);
     return facts;
 }
 
-Report DescribeExtensions(InspectContext *context, const Node *extensions, const NodePath &path,
-                          const std::vector<std::string> &read)
+void CheckExtensions(InspectContext *context, const Node *extensions, const NodePath &path,
+                     const std::vector<std::string> &read, const char *citation)
 {
-    Report list = Report::array();
     std::vector<std::string> seen;
     for (size_t i = 0; extensions != nullptr && i < extensions->children.size(); ++i) {
         const Node &entry = extensions->children[i];
         const NodePath here = {&path, nullptr, i};
-        const Node *const identifier = FindNode(&entry, "extnID");
-        const std::string dotted = DottedIdentifier(ContentOf(*context->data, identifier, IDENTIFIER_OCTETS_MAX));
-        const Bytes critical = ContentOf(*context->data, FindNode(&entry, "critical"), 1);
-        const bool isCritical = !critical.empty() && critical[0] == 0xFF;
+        const std::string dotted = ExtensionOf(*context->data, entry);
         if (std::find(seen.begin(), seen.end(), dotted) != seen.end()) {
             AddFinding(context->findings, Rule::ExtensionTwice, here, entry.element.offset, IdentifierText(dotted));
         }
-        if (isCritical && std::find(read.begin(), read.end(), dotted) == read.end()) {
-            AddFinding(context->findings, Rule::ExtensionCritical, here, entry.element.offset, IdentifierText(dotted));
+        if (IsCritical(*context->data, entry) && std::find(read.begin(), read.end(), dotted) == read.end()) {
+            AddFinding(context->findings, Rule::ExtensionCritical, here, entry.element.offset, IdentifierText(dotted),
+                       citation);
         }
         seen.push_back(dotted);
-        list.push_back({{"name", IdentifierText(dotted)}, {"identifier", dotted}, {"critical", isCritical}});
+    }
+}
+
+Report DescribeExtensions(const Bytes &data, const Node *extensions)
+{
+    Report list = Report::array();
+    for (size_t i = 0; extensions != nullptr && i < extensions->children.size(); ++i) {
+        const Node &entry = extensions->children[i];
+        const std::string dotted = ExtensionOf(data, entry);
+        list.push_back(
+            {{"name", IdentifierText(dotted)}, {"identifier", dotted}, {"critical", IsCritical(data, entry)}});
     }
     return list;
 }
@@ -229,30 +298,43 @@ Report DescribeCertificate(InspectContext *context, const Node &certificate, con
     const auto part = [&](const char *name) { return tbs == nullptr ? nullptr : FindNode(tbs, name); };
     const CertificateFacts facts = ReadFacts(context, certificate);
     const NodePath validity = at("validity");
+    const NodePath extensionsPath = at("extensions");
     const Node *const extensions = part("extensions");
-    const Node *const usage = FindValue(extensions, "keyUsage");
+    const std::vector<const Node *> usages = FindValues(extensions, "keyUsage");
     Report report;
     report["subject"] = DescribeName(context, part("subject"), at("subject"));
     report["issuer"] = DescribeName(context, part("issuer"), at("issuer"));
     report["serial"] = DescribeSerial(context, part("serialNumber"), at("serialNumber"));
-    report["selfSigned"] = facts.isSelfSigned;
+    report["selfSigned"] = facts.isSelfSigned.has_value() ? Report(*facts.isSelfSigned) : Report(nullptr);
     report["deviceTakesItAs"] = DescribeUses(facts);
-    report["keyUsage"] = usage == nullptr ? Report(nullptr) : DescribeUsage(ContentOf(data, usage, 4));
-    report["purposes"] = DescribePurposes(data, FindValue(extensions, "extKeyUsage"));
+    report["keyUsage"] = usages.empty() ? Report(nullptr) : DescribeUsage(ContentOf(data, usages.back(), 4));
+    report["purposes"] = DescribePurposes(data, FindValues(extensions, "extKeyUsage"));
     report["ca"] = facts.isCa;
-    report["notBefore"] = DescribeTime(context, part("validity.notBefore"), {&validity, "notBefore", 0}, true);
-    report["notAfter"] = DescribeTime(context, part("validity.notAfter"), {&validity, "notAfter", 0}, true);
+    report["notBefore"] =
+        DescribeTime(context, part("validity.notBefore"), {&validity, "notBefore", 0}, Rule::TimeForm, nullptr);
+    report["notAfter"] =
+        DescribeTime(context, part("validity.notAfter"), {&validity, "notAfter", 0}, Rule::TimeForm, nullptr);
     report["key"] = DescribeKey(context, part("subjectPublicKeyInfo"), at("subjectPublicKeyInfo"));
     report["signatureAlgorithm"] =
         TextOrNull(IdentifierText(AlgorithmOf(data, FindNode(&certificate, "signatureAlgorithm"))));
-    report["verified"] = VerifyByIssuer(context, facts.issuer, SignatureOf(data, certificate, tbs, "signatureValue"),
-                                        path, certificate.element.offset);
+    report["verified"] =
+        VerifyByIssuer(context, facts.issuer, &InspectIssuer::signsCertificates,
+                       SignatureOf(data, certificate, tbs, "signatureValue"), path, certificate.element.offset);
     report["sha256"] = certificate.element.isCut
                            ? Report(nullptr)
                            : Report(ShownHex(Digest(EVP_sha256(), EncodingOf(data, &certificate))));
-    report["extensions"] = DescribeExtensions(context, extensions, at("extensions"),
-                                              {OID_BASIC_CONSTRAINTS, OID_KEY_USAGE, OID_EXTENDED_KEY_USAGE});
-    CheckAlgorithms(context, certificate, part("signature"), path);
+    report["extensions"] = DescribeExtensions(data, extensions);
+    CheckExtensions(context, extensions, extensionsPath, {OID_BASIC_CONSTRAINTS, OID_KEY_USAGE, OID_EXTENDED_KEY_USAGE},
+                    nullptr);
+    CheckUsageOctets(context, extensions, extensionsPath);
+    CheckAlgorithms(context, certificate, part("signature"), path, nullptr);
+    if (report["deviceTakesItAs"].empty() && !report["key"].is_null() && !certificate.element.isCut) {
+        AddFinding(context->findings, Rule::CertificateUse, path, certificate.element.offset, facts.subjectText);
+    }
+    if (facts.isCa != ((facts.keyUsage & KEY_CERT_SIGN) != 0)) {
+        AddFinding(context->findings, Rule::CaByHalves, path, certificate.element.offset,
+                   facts.isCa ? "there is no keyCertSign" : "there is no cA");
+    }
     if (facts.notBefore.has_value() && facts.notAfter.has_value() && *facts.notAfter < *facts.notBefore) {
         AddFinding(context->findings, Rule::ValidityReversed, validity, part("validity")->element.offset, "");
     }
@@ -276,9 +358,9 @@ Report DescribeCertificationRequest(InspectContext *context, const Node &request
     report["signatureAlgorithm"] =
         TextOrNull(IdentifierText(AlgorithmOf(data, FindNode(&request, "signatureAlgorithm"))));
     report["signedByItsKey"] = holds.has_value() ? Report(*holds) : Report(nullptr);
-    CheckAlgorithms(context, request, nullptr, path);
+    CheckAlgorithms(context, request, nullptr, path, nullptr);
     if (holds.has_value() && !*holds) {
-        AddFinding(context->findings, Rule::SignatureWrong, path, request.element.offset, "");
+        AddFinding(context->findings, Rule::RequestSignature, path, request.element.offset, "");
     }
     return report;
 }

@@ -165,12 +165,18 @@ void CheckPrimitive(Walk *walk, const MemberInfo &member, const InspectedElement
     }
 }
 
+bool IsInPieces(const Bytes &data, const InspectedElement &element)
+{
+    return element.identifier == (OCTET_STRING | CONSTRUCTED) && ContentSize(element) > 0 &&
+           data[element.content] == OCTET_STRING;
+}
+
 void CheckStandard(Walk *walk, const MemberInfo &member, const InspectedElement &element, const NodePath &path)
 {
     if (member.standard == 0 || element.identifier == member.standard) {
         return;
     }
-    const bool isInPieces = member.standard == OCTET_STRING && element.identifier == (OCTET_STRING | CONSTRUCTED);
+    const bool isInPieces = member.standard == OCTET_STRING && IsInPieces(*walk->data, element);
     AddFinding(walk->findings, isInPieces ? Rule::StringInPieces : Rule::TypeNotRead, path, element.offset,
                Wanted(&member) + ", found " + DescribeElement(element), isInPieces ? nullptr : member.type->citation);
 }

@@ -27,6 +27,9 @@ bool CheckHeader(Walk *walk, const InspectedElement &element, const Scope &scope
 // Reports what a primitive element's content lacks.
 void CheckPrimitive(Walk *walk, const MemberInfo &member, const InspectedElement &element, const NodePath &path);
 
+// Whether an element is an OCTET STRING that is put together from others (X.690, 8.7.3).
+bool IsInPieces(const Bytes &data, const InspectedElement &element);
+
 // Reports another type than the standard has, where the device takes any.
 void CheckStandard(Walk *walk, const MemberInfo &member, const InspectedElement &element, const NodePath &path);
 

@@ -15,6 +15,8 @@ namespace
 {
 
 constexpr size_t SERIAL_OCTETS_MAX = 20; // RFC 5280, 4.1.2.2
+constexpr uint8_t TAG_NUMBER = 0x1F;
+constexpr uint8_t INTEGER = 0x02;
 
 uint32_t DeviceDigestNumber(const std::string &name)
 {
@@ -29,6 +31,14 @@ bool FillNumber(const Bytes &octets, SigkitBigInt *number)
     number->len = static_cast<uint32_t>(octets.size());
     std::copy(octets.begin(), octets.end(), number->data);
     return true;
+}
+
+void AppendCounted(const Bytes &octets, Bytes *out)
+{
+    for (size_t i = 0; i < sizeof(uint32_t); ++i) {
+        out->push_back(static_cast<uint8_t>(octets.size() >> 8 * i));
+    }
+    out->insert(out->end(), octets.begin(), octets.end());
 }
 
 std::string AttributeText(const Bytes &data, const Node &attribute, bool *isExact)
@@ -64,12 +74,12 @@ std::optional<bool> CheckSignature(InspectContext *context, const RsaNumbers &ke
     SigkitBigInt modulus = {};
     const uint32_t digest = DeviceDigestNumber(octets.digest);
     SigkitCryptoCtx *check = nullptr;
-    if (digest == 0 || context->checksLeft == 0 || (key.modulus.empty() && key.exponent.empty()) ||
+    if (digest == 0 || *context->checksLeft == 0 || (key.modulus.empty() && key.exponent.empty()) ||
         !FillNumber(key.exponent, &exponent) || !FillNumber(key.modulus, &modulus) ||
         SigkitCryptoVerifyCreateCtx(&check) != 0) {
         return std::nullopt;
     }
-    --context->checksLeft;
+    --*context->checksLeft;
     int32_t status = SigkitCryptoVerifyInit(check, &exponent, &modulus, digest);
     for (const Bytes &piece : octets.pieces) {
         status =
@@ -85,22 +95,23 @@ std::optional<bool> CheckSignature(InspectContext *context, const RsaNumbers &ke
     return status == 0 && verdict == 1;
 }
 
-Report VerifyByIssuer(InspectContext *context, const Bytes &issuerName, const SignedOctets &octets,
-                      const NodePath &path, size_t offset)
+Report VerifyByIssuer(InspectContext *context, const Bytes &issuerName, bool InspectIssuer::*may,
+                      const SignedOctets &octets, const NodePath &path, size_t offset)
 {
     std::optional<bool> holds;
-    for (const InspectIssuer &issuer : *context->issuers) {
-        if (issuer.subject != issuerName) {
-            continue;
-        }
-        const std::optional<bool> one = CheckSignature(context, issuer.key, octets);
+    const auto isBefore = [](const InspectIssuer &issuer, const Bytes &name) { return issuer.subject < name; };
+    const auto end = context->issuers->end();
+    auto issuer = std::lower_bound(context->issuers->begin(), end, issuerName, isBefore);
+    for (; issuer != end && issuer->subject == issuerName && *context->checksLeft > 0; ++issuer) {
+        const std::optional<bool> one = (*issuer).*may ? CheckSignature(context, issuer->key, octets) : std::nullopt;
         if (one.value_or(false)) {
-            return {{"state", "verified"}, {"by", issuer.text}};
+            return {{"state", "verified"}, {"by", issuer->text}};
         }
         holds = one.has_value() ? one : holds;
     }
     if (holds.has_value()) {
-        AddFinding(context->findings, Rule::IssuerSignature, path, offset, "");
+        AddFinding(context->findings, Rule::IssuerSignature, path, offset, "",
+                   may == &InspectIssuer::signsCrls ? "RFC 5280, 6.3.3 (g)" : nullptr);
         return {{"state", "wrong"}, {"by", nullptr}};
     }
     return {{"state", "not verified"}, {"by", nullptr}};
@@ -118,10 +129,30 @@ Bytes EncodingOf(const Bytes &data, const Node *node)
 Bytes NumberOf(const Bytes &data, const Node *node)
 {
     Bytes number = ContentOf(data, node);
-    if (!number.empty() && number[0] == 0) {
+    const bool isInteger = node != nullptr && (node->element.identifier & TAG_NUMBER) == INTEGER;
+    if (isInteger && !number.empty() && number[0] == 0) {
         number.erase(number.begin());
     }
     return number;
+}
+
+Bytes BitsOf(const Bytes &data, const Node *node)
+{
+    Bytes bits = ContentOf(data, node);
+    bits.erase(bits.begin(), bits.begin() + (bits.empty() ? 0 : 1));
+    return bits;
+}
+
+Bytes DeviceName(const Bytes &data, const Node *name)
+{
+    Bytes key;
+    for (size_t i = 0; name != nullptr && i < name->children.size(); ++i) {
+        const std::vector<Node> &attributes = name->children[i].children;
+        const Node *const first = attributes.empty() ? nullptr : &attributes.front();
+        AppendCounted(NumberOf(data, first == nullptr ? nullptr : FindNode(first, "type")), &key);
+        AppendCounted(NumberOf(data, first == nullptr ? nullptr : FindNode(first, "value")), &key);
+    }
+    return key;
 }
 
 std::string AlgorithmOf(const Bytes &data, const Node *node)
@@ -154,8 +185,7 @@ Report DescribeName(InspectContext *context, const Node *node, const NodePath &p
     return {{"text", text}, {"hex", isExact ? Report(nullptr) : Report(ShownHex(ContentOf(*context->data, node)))}};
 }
 
-Report DescribeTime(InspectContext *context, const Node *node, const NodePath &path, bool isUsed,
-                    std::optional<int64_t> *secondsOut)
+Report DescribeTime(InspectContext *context, const Node *node, const NodePath &path, Rule form, const char *citation)
 {
     if (node == nullptr || node->element.isCut) {
         return nullptr;
@@ -163,16 +193,12 @@ Report DescribeTime(InspectContext *context, const Node *node, const NodePath &p
     bool isTime = false;
     const Bytes content = ContentOf(*context->data, node, VALUE_OCTETS_MAX);
     const std::optional<int64_t> seconds = ReadDeviceTime(node->element.identifier, content, &isTime);
-    if (!seconds.has_value() || !isTime) {
-        const bool isWrongForm = !seconds.has_value() && isUsed;
-        AddFinding(context->findings, isWrongForm ? Rule::TimeForm : Rule::TimeDigits, path, node->element.offset,
-                   "found " + DescribeElement(node->element) + " '" + Printable({content.begin(), content.end()}) +
-                       "'");
+    if (!isTime) {
+        AddFinding(context->findings, seconds.has_value() ? Rule::TimeDigits : form, path, node->element.offset,
+                   "found " + DescribeElement(node->element) + " '" + Printable({content.begin(), content.end()}) + "'",
+                   citation);
     }
-    if (secondsOut != nullptr) {
-        *secondsOut = seconds;
-    }
-    return seconds.has_value() && isTime ? Report(FormatTime(*seconds)) : Report(nullptr);
+    return isTime ? Report(FormatTime(*seconds)) : Report(nullptr);
 }
 
 Report DescribeSerial(InspectContext *context, const Node *node, const NodePath &path)
@@ -188,7 +214,16 @@ Report DescribeSerial(InspectContext *context, const Node *node, const NodePath 
         AddFinding(context->findings, Rule::SerialForm, path, node->element.offset,
                    "found " + DescribeElement(node->element));
     }
-    return ShownHex(isZero && !content.empty() ? content : number);
+    return DescribeNumber(*context->data, node);
+}
+
+Report DescribeNumber(const Bytes &data, const Node *node)
+{
+    if (node == nullptr) {
+        return nullptr;
+    }
+    const Bytes number = NumberOf(data, node);
+    return ShownHex(number.empty() ? ContentOf(data, node) : number);
 }
 
 Report TextOrNull(const std::string &text)

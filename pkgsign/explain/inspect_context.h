@@ -5,6 +5,7 @@
 #ifndef PKGSIGN_EXPLAIN_INSPECT_CONTEXT_H
 #define PKGSIGN_EXPLAIN_INSPECT_CONTEXT_H
 
+#include <map>
 #include <optional>
 
 #include <nlohmann/json.hpp>
@@ -25,9 +26,11 @@ struct RsaNumbers {
 
 // A certificate that was given to verify others with.
 struct InspectIssuer {
-    Bytes subject; // the Name's content
+    Bytes subject; // as DeviceName has it
     RsaNumbers key;
     std::string text;
+    bool signsCertificates = false; // as the device wants it of an issuer
+    bool signsCrls = false;
 };
 
 // How many signatures of one file are verified at most: each costs an RSA operation.
@@ -36,9 +39,10 @@ inline constexpr size_t SIGNATURE_CHECKS_MAX = 256;
 struct InspectContext {
     const Bytes *data = nullptr;
     Findings *findings = nullptr;
-    const std::vector<InspectIssuer> *issuers = nullptr;
-    size_t entriesMost = 0; // entries of a CRL that are shown
-    size_t checksLeft = SIGNATURE_CHECKS_MAX;
+    const std::vector<InspectIssuer> *issuers = nullptr; // ordered by subject
+    size_t entriesMost = 0;                              // entries of a CRL that are shown
+    size_t *checksLeft = nullptr;
+    std::map<size_t, std::optional<bool>> selfSigned; // certificates that were asked, by their offset
 };
 
 // A signature as it stands in an object: over octets, with an algorithm, both as the device reads them.
@@ -51,15 +55,23 @@ struct SignedOctets {
 // Whether a signature holds, by the device's own check. Nothing when that cannot be said.
 std::optional<bool> CheckSignature(InspectContext *context, const RsaNumbers &key, const SignedOctets &octets);
 
-// Who of the issuers at hand has signed: {"state", "by"}. Adds a finding when one of that name has not.
-Report VerifyByIssuer(InspectContext *context, const Bytes &issuerName, const SignedOctets &octets,
-                      const NodePath &path, size_t offset);
+// Who of the issuers at hand has signed: {"state", "by"}. Adds a finding when one of that name has not. may: what the
+// device wants of the issuer.
+Report VerifyByIssuer(InspectContext *context, const Bytes &issuerName, bool InspectIssuer::*may,
+                      const SignedOctets &octets, const NodePath &path, size_t offset);
 
 // The whole encoding of a node.
 Bytes EncodingOf(const Bytes &data, const Node *node);
 
-// An INTEGER as the device reads it: one leading zero is dropped.
+// An element as the device reads it: one leading zero of an INTEGER is dropped, whatever the member's type.
 Bytes NumberOf(const Bytes &data, const Node *node);
+
+// What a BIT STRING holds behind the count of unused bits.
+Bytes BitsOf(const Bytes &data, const Node *node);
+
+// A Name as the device compares it: of each part the first attribute, without the types of strings. Empty for a Name
+// without parts.
+Bytes DeviceName(const Bytes &data, const Node *name);
 
 // The dotted identifier of an AlgorithmIdentifier; of a node that was not looked into as well.
 std::string AlgorithmOf(const Bytes &data, const Node *node);
@@ -68,12 +80,15 @@ std::string AlgorithmOf(const Bytes &data, const Node *node);
 Report DescribeName(InspectContext *context, const Node *node, const NodePath &path);
 std::string NameText(InspectContext *context, const Node *node);
 
-// A time as text, null where it is none; findings say why. isUsed: whether the device reads it.
-Report DescribeTime(InspectContext *context, const Node *node, const NodePath &path, bool isUsed,
-                    std::optional<int64_t> *secondsOut = nullptr);
+// A time as text, null where it is none; findings say why. form: the rule for one that the device cannot read.
+// citation: where its form is laid down.
+Report DescribeTime(InspectContext *context, const Node *node, const NodePath &path, Rule form, const char *citation);
 
-// A serial number as text, with what is unusual about it.
+// A certificate's serial number as text, with what is unusual about it.
 Report DescribeSerial(InspectContext *context, const Node *node, const NodePath &path);
+
+// Another number as text.
+Report DescribeNumber(const Bytes &data, const Node *node);
 
 Report TextOrNull(const std::string &text);
 

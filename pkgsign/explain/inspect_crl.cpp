@@ -11,6 +11,8 @@ namespace pkgsign::inspection
 namespace
 {
 
+constexpr uint8_t REMOVE_FROM_CRL = 8; // RFC 5280, 5.3.1
+
 const Node *FindReason(const Node &entry)
 {
     const Node *const extensions = FindNode(&entry, "crlEntryExtensions");
@@ -49,13 +51,19 @@ Report DescribeEntries(InspectContext *context, const Node *list, const NodePath
         Node entry;
         const NodePath here = {&path, nullptr, i};
         at = WalkObject(&walk, TYPE_CRL_ENTRY, at, {list->element.end, list->element.isCut}, here, &entry);
-        const Node *const date = FindNode(&entry, "revocationDate");
-        Report dateText = DescribeTime(context, date, {&here, "revocationDate", 0}, true);
+        const NodePath serialPath = {&here, "userCertificate", 0};
+        const NodePath extensionsPath = {&here, "crlEntryExtensions", 0};
+        Report serial = DescribeSerial(context, FindNode(&entry, "userCertificate"), serialPath);
+        Report date = DescribeTime(context, FindNode(&entry, "revocationDate"), {&here, "revocationDate", 0},
+                                   Rule::TimeForm, "RFC 5280, 5.1.2.6");
+        CheckExtensions(context, FindNode(&entry, "crlEntryExtensions"), extensionsPath, {OID_REASON_CODE},
+                        "RFC 5280, 5.3");
+        if (ContentOf(data, FindReason(entry), 2) == Bytes{REMOVE_FROM_CRL}) {
+            AddFinding(context->findings, Rule::EntryRemoves, here, entry.element.offset, "");
+        }
         if (shown.size() < context->entriesMost) {
-            const NodePath serialPath = {&here, "userCertificate", 0};
-            shown.push_back({{"serial", DescribeSerial(context, FindNode(&entry, "userCertificate"), serialPath)},
-                             {"date", std::move(dateText)},
-                             {"reason", DescribeReason(data, entry)}});
+            shown.push_back(
+                {{"serial", std::move(serial)}, {"date", std::move(date)}, {"reason", DescribeReason(data, entry)}});
         }
     }
     return shown;
@@ -73,16 +81,17 @@ void CheckScope(InspectContext *context, const Node &entry, const NodePath &path
     const Bytes &data = *context->data;
     const std::string identifier = DottedIdentifier(ContentOf(data, FindNode(&entry, "extnID"), IDENTIFIER_OCTETS_MAX));
     const Node *const point = FindNode(&entry, "issuingDistributionPoint");
-    const bool isPart = point != nullptr && (IsTrue(data, FindNode(point, "onlyContainsUserCerts")) ||
-                                             IsTrue(data, FindNode(point, "onlyContainsCACerts")) ||
-                                             IsTrue(data, FindNode(point, "onlyContainsAttributeCerts")) ||
-                                             FindNode(point, "onlySomeReasons") != nullptr);
+    const bool isPart =
+        point != nullptr &&
+        (FindNode(point, "distributionPoint") != nullptr || IsTrue(data, FindNode(point, "onlyContainsUserCerts")) ||
+         IsTrue(data, FindNode(point, "onlyContainsCACerts")) ||
+         IsTrue(data, FindNode(point, "onlyContainsAttributeCerts")) || FindNode(point, "onlySomeReasons") != nullptr);
     if (isPart || identifier == OID_DELTA_CRL) {
         AddFinding(context->findings, Rule::CrlScope, path, entry.element.offset, IdentifierText(identifier));
     }
 }
 
-Report DescribeNumber(const Bytes &data, const Node *extensions)
+Report DescribeCrlNumber(const Bytes &data, const Node *extensions)
 {
     for (size_t i = 0; extensions != nullptr && i < extensions->children.size(); ++i) {
         const Node &entry = extensions->children[i];
@@ -93,7 +102,7 @@ Report DescribeNumber(const Bytes &data, const Node *extensions)
         }
         Node number;
         number.element = ReadElement(data, value->element.content, value->element.end);
-        return ShownHex(NumberOf(data, &number));
+        return DescribeNumber(data, &number);
     }
     return nullptr;
 }
@@ -113,23 +122,27 @@ Report DescribeCrl(InspectContext *context, const Node &crl, const NodePath &pat
     bool isIndirect = false;
     for (size_t i = 0; extensions != nullptr && i < extensions->children.size(); ++i) {
         const Node *const point = FindNode(&extensions->children[i], "issuingDistributionPoint");
-        isIndirect = point == nullptr ? isIndirect : IsTrue(data, FindNode(point, "indirectCRL"));
+        const Node *const flag = point == nullptr ? nullptr : FindNode(point, "indirectCRL");
+        isIndirect = flag == nullptr ? isIndirect : IsTrue(data, flag);
         CheckScope(context, extensions->children[i], {&extensionsPath, nullptr, i});
     }
     Report report;
     report["issuer"] = DescribeName(context, part("issuer"), at("issuer"));
-    report["number"] = DescribeNumber(data, extensions);
-    report["thisUpdate"] = DescribeTime(context, part("thisUpdate"), at("thisUpdate"), false);
-    report["nextUpdate"] = DescribeTime(context, part("nextUpdate"), at("nextUpdate"), true);
+    report["number"] = DescribeCrlNumber(data, extensions);
+    report["thisUpdate"] =
+        DescribeTime(context, part("thisUpdate"), at("thisUpdate"), Rule::ThisUpdate, "RFC 5280, 5.1.2.4");
+    report["nextUpdate"] =
+        DescribeTime(context, part("nextUpdate"), at("nextUpdate"), Rule::TimeForm, "RFC 5280, 5.1.2.5");
     report["indirect"] = isIndirect;
     report["entryCount"] = entries == nullptr ? 0 : entries->total;
     report["entries"] = DescribeEntries(context, entries, at("revokedCertificates"));
     report["signatureAlgorithm"] = TextOrNull(IdentifierText(AlgorithmOf(data, FindNode(&crl, "signatureAlgorithm"))));
-    report["verified"] = VerifyByIssuer(context, ContentOf(data, part("issuer")),
+    report["verified"] = VerifyByIssuer(context, DeviceName(data, part("issuer")), &InspectIssuer::signsCrls,
                                         SignatureOf(data, crl, tbs, "signatureValue"), path, crl.element.offset);
-    report["extensions"] =
-        DescribeExtensions(context, extensions, extensionsPath, {OID_ISSUING_DISTRIBUTION_POINT, OID_DELTA_CRL});
-    CheckAlgorithms(context, crl, part("signature"), path);
+    report["extensions"] = DescribeExtensions(data, extensions);
+    CheckExtensions(context, extensions, extensionsPath, {OID_ISSUING_DISTRIBUTION_POINT, OID_DELTA_CRL},
+                    "RFC 5280, 5.2");
+    CheckAlgorithms(context, crl, part("signature"), path, "RFC 5280, 5.1.1.2");
     return report;
 }
 

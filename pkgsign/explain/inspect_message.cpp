@@ -5,16 +5,13 @@
 
 #include <iterator>
 
+#include "pkgsign/explain/inspect_check.h"
 #include "pkgsign/explain/inspect_signer.h"
-#include "pkgsign/files/files.h"
-#include "pkgsign/files/time.h"
 
 namespace pkgsign::inspection
 {
 namespace
 {
-
-constexpr size_t WHOLE_SECONDS_SIZE = 15; // YYYYMMDDhhmmssZ
 
 std::vector<CertificateFacts> ReadCertificates(InspectContext *context, const Node *list)
 {
@@ -37,7 +34,7 @@ Report DescribeCertificates(InspectContext *context, const Node *list, const Nod
 void CheckDropped(InspectContext *context, const std::vector<CertificateFacts> &certificates, const NodePath &path)
 {
     for (size_t i = 0; i < certificates.size(); ++i) {
-        if (certificates[i].isSelfSigned) {
+        if (certificates[i].isSelfSigned.value_or(false)) {
             AddFinding(context->findings, Rule::RootDropped, {&path, nullptr, i}, certificates[i].node->element.offset,
                        certificates[i].subjectText);
         }
@@ -63,7 +60,7 @@ const Node *FindToken(InspectContext *context, const Node &signer, const NodePat
         return nullptr;
     }
     const NodePath here = {attributePath, "timeStampToken", 0};
-    Walk walk = {context->data, context->findings, {}};
+    Walk walk = {context->data, context->findings};
     (void)WalkObject(&walk, TYPE_MESSAGE, found->element.offset, {found->element.next, found->element.isCut}, here,
                      token);
     if (!found->element.isCut) { // else the walk through the whole has said where it ends
@@ -78,19 +75,17 @@ Report DescribeMessageSigner(InspectContext *context, const Node &signer, const 
     NodePath attribute = {&attributes, nullptr, 0};
     const NodePath tokenPath = {&attribute, "timeStampToken", 0};
     Node tokenNode;
-    const Bytes signature = ContentOf(*context->data, FindNode(&signer, "signature"));
+    const Bytes signature = NumberOf(*context->data, FindNode(&signer, "signature"));
     const Node *const token = FindToken(context, signer, attributes, &attribute, &tokenNode);
+    TokenFacts facts;
     Report tokenReport = nullptr;
     if (token != nullptr) {
-        tokenReport = DescribeToken(context, *token, tokenPath, &signature);
+        tokenReport = DescribeToken(context, *token, tokenPath, {&signature, scene.certificates}, &facts);
     } else if (!signer.element.isCut) {
         AddFinding(context->findings, Rule::TokenMissing, attributes, signer.element.offset, "");
     }
-    if (tokenReport.is_object() && tokenReport["time"].is_string()) {
-        int64_t seconds = 0;
-        scene.time = ParseTime(tokenReport["time"].get<std::string>(), &seconds).ok ? std::optional<int64_t>(seconds)
-                                                                                    : std::nullopt;
-    }
+    scene.time = facts.time;
+    scene.others = &facts.certificates;
     Report report = DescribeSigner(context, signer, path, scene);
     report["token"] = std::move(tokenReport);
     return report;
@@ -100,7 +95,6 @@ Report DescribeMessageSigner(InspectContext *context, const Node &signer, const 
 bool FindInfo(InspectContext *context, const Node &token, const NodePath &path, InspectedElement *octetsOut)
 {
     constexpr uint8_t OCTET_STRING = 0x04;
-    constexpr uint8_t IN_PIECES = 0x24;
     const NodePath data = {&path, "content", 0};
     const NodePath encapsulated = {&data, "encapContentInfo", 0};
     const NodePath here = {&encapsulated, "eContent", 0};
@@ -112,7 +106,8 @@ bool FindInfo(InspectContext *context, const Node &token, const NodePath &path, 
         return false;
     }
     *octetsOut = ReadElement(*context->data, content->element.content, content->element.end);
-    if (octetsOut->identifier == IN_PIECES) {
+    const bool isInPieces = IsInPieces(*context->data, *octetsOut);
+    if (isInPieces) {
         AddFinding(context->findings, Rule::StringInPieces, here, octetsOut->offset, DescribeElement(*octetsOut));
     } else if (!IsThere(*octetsOut) || octetsOut->isCut || octetsOut->flaw != ElementFlaw::None) {
         AddFinding(context->findings, Rule::TokenContent, here, octetsOut->offset,
@@ -121,7 +116,7 @@ bool FindInfo(InspectContext *context, const Node &token, const NodePath &path, 
         AddFinding(context->findings, Rule::TypeNotRead, here, octetsOut->offset, DescribeElement(*octetsOut),
                    "RFC 5652, 5.2");
     }
-    return IsThere(*octetsOut) && octetsOut->identifier != IN_PIECES;
+    return IsThere(*octetsOut) && !isInPieces;
 }
 
 Report DescribeGenTime(InspectContext *context, const Node *time, const NodePath &path,
@@ -131,16 +126,8 @@ Report DescribeGenTime(InspectContext *context, const Node *time, const NodePath
         return nullptr;
     }
     bool isTime = false;
-    const Bytes content = ContentOf(*context->data, time, VALUE_OCTETS_MAX);
-    const bool isUtc = time->element.identifier == 0x17;
-    *secondsOut = ReadDeviceTime(time->element.identifier, content, &isTime);
-    if (!secondsOut->has_value() || (!isUtc && content.size() != WHOLE_SECONDS_SIZE)) {
-        AddFinding(context->findings, Rule::TokenTime, path, time->element.offset,
-                   "found " + DescribeElement(time->element) + " '" + Printable({content.begin(), content.end()}) +
-                       "'");
-        return nullptr;
-    }
-    return DescribeTime(context, time, path, true);
+    *secondsOut = ReadDeviceTime(time->element.identifier, ContentOf(*context->data, time, VALUE_OCTETS_MAX), &isTime);
+    return DescribeTime(context, time, path, Rule::TokenTime, "RFC 3161, 2.4.2");
 }
 
 void CheckImprint(InspectContext *context, const Node *imprint, const NodePath &path, const Bytes *stamped,
@@ -151,7 +138,7 @@ void CheckImprint(InspectContext *context, const Node *imprint, const NodePath &
     const Node *const hashed = imprint == nullptr ? nullptr : FindNode(imprint, "hashedMessage");
     const std::string identifier = AlgorithmOf(data, algorithm);
     const std::string name = DeviceDigestName(identifier);
-    const Bytes value = ContentOf(data, hashed);
+    const Bytes value = NumberOf(data, hashed);
     (*report)["imprintAlgorithm"] = TextOrNull(IdentifierText(identifier));
     (*report)["imprint"] = hashed == nullptr ? Report(nullptr) : Report(ShownHex(value));
     (*report)["isForTheSignature"] = nullptr;
@@ -159,7 +146,14 @@ void CheckImprint(InspectContext *context, const Node *imprint, const NodePath &
         AddFinding(context->findings, Rule::DigestAlgorithm, {&path, "hashAlgorithm", 0}, algorithm->element.offset,
                    "found " + IdentifierText(identifier));
     }
-    if (stamped == nullptr || name.empty() || hashed == nullptr || hashed->element.isCut) {
+    if (name.empty() || hashed == nullptr || hashed->element.isCut) {
+        return;
+    }
+    if (value.size() != DigestSize(name)) {
+        AddFinding(context->findings, Rule::DigestSize, {&path, "hashedMessage", 0}, hashed->element.offset,
+                   "found " + std::to_string(value.size()) + " octets for " + name, "RFC 3161, 2.4.1");
+    }
+    if (stamped == nullptr) {
         return;
     }
     const Bytes digest = DigestByName(name, *stamped);
@@ -178,7 +172,8 @@ bool IsToken(const Bytes &data, const Node &message)
     return DottedIdentifier(ContentOf(data, type, IDENTIFIER_OCTETS_MAX)) == OID_TST_INFO;
 }
 
-Report DescribeToken(InspectContext *context, const Node &token, const NodePath &path, const Bytes *stamped)
+Report DescribeToken(InspectContext *context, const Node &token, const NodePath &path, const TokenScene &scene,
+                     TokenFacts *facts)
 {
     const Bytes &data = *context->data;
     const NodePath infoPath = {&path, "TSTInfo", 0};
@@ -187,7 +182,7 @@ Report DescribeToken(InspectContext *context, const Node &token, const NodePath 
     Node info;
     const bool hasInfo = FindInfo(context, token, path, &octets);
     if (hasInfo) {
-        Walk walk = {&data, context->findings, {}};
+        Walk walk = {&data, context->findings};
         (void)WalkObject(&walk, TYPE_TST_INFO, octets.content, {octets.end, octets.isCut}, infoPath, &info);
         FinishWalk(&walk);
     }
@@ -196,20 +191,20 @@ Report DescribeToken(InspectContext *context, const Node &token, const NodePath 
     const NodePath signersPath = {&contentPath, "signerInfos", 0};
     const Node *const list = FindNode(&token, "content.certificates");
     const Node *const signers = FindNode(&token, "content.signerInfos");
-    const std::vector<CertificateFacts> certificates = ReadCertificates(context, list);
-    SignerScene scene = {&certificates, OID_TIME_STAMPING, std::nullopt, nullptr};
+    facts->certificates = ReadCertificates(context, list);
     Node whole;
     whole.element = octets;
-    const Bytes content = hasInfo ? ContentOf(data, &whole) : Bytes();
-    scene.content = hasInfo ? &content : nullptr;
+    const Bytes content = hasInfo ? NumberOf(data, &whole) : Bytes();
     Report report;
-    report["time"] = DescribeGenTime(context, FindNode(&info, "genTime"), at("genTime"), &scene.time);
+    report["time"] = DescribeGenTime(context, FindNode(&info, "genTime"), at("genTime"), &facts->time);
+    const SignerScene signerScene = {&facts->certificates, scene.certificates, true,
+                                     OID_TIME_STAMPING,    facts->time,        hasInfo ? &content : nullptr};
     report["authority"] = nullptr;
-    report["serial"] = DescribeSerial(context, FindNode(&info, "serialNumber"), at("serialNumber"));
+    report["serial"] = DescribeNumber(data, FindNode(&info, "serialNumber"));
     const Node *const policy = FindNode(&info, "policy");
     report["policy"] =
         policy == nullptr ? Report(nullptr) : Report(DottedIdentifier(ContentOf(data, policy, IDENTIFIER_OCTETS_MAX)));
-    CheckImprint(context, FindNode(&info, "messageImprint"), at("messageImprint"), stamped, &report);
+    CheckImprint(context, FindNode(&info, "messageImprint"), at("messageImprint"), scene.stamped, &report);
     const Node *const nonce = FindNode(&info, "nonce");
     report["nonce"] = nonce == nullptr ? Report(nullptr) : Report(ShownHex(NumberOf(data, nonce)));
     const Node *const extensions = FindNode(&info, "extensions");
@@ -218,7 +213,8 @@ Report DescribeToken(InspectContext *context, const Node &token, const NodePath 
     }
     report["signers"] = Report::array();
     for (size_t i = 0; signers != nullptr && i < signers->children.size(); ++i) {
-        report["signers"].push_back(DescribeSigner(context, signers->children[i], {&signersPath, nullptr, i}, scene));
+        report["signers"].push_back(
+            DescribeSigner(context, signers->children[i], {&signersPath, nullptr, i}, signerScene));
         if (i == 0) {
             report["authority"] = report["signers"][0]["name"];
         }
@@ -227,7 +223,7 @@ Report DescribeToken(InspectContext *context, const Node &token, const NodePath 
         AddFinding(context->findings, Rule::TokenUnsigned, signersPath, signers->element.offset, "");
     }
     report["certificates"] = DescribeCertificates(context, list, certificatesPath);
-    CheckDropped(context, certificates, certificatesPath);
+    CheckDropped(context, facts->certificates, certificatesPath);
     return report;
 }
 
@@ -242,7 +238,7 @@ Report DescribeMessage(InspectContext *context, const Node &message, const NodeP
     const Node *const inside = FindNode(&message, "content.encapContentInfo.eContent");
     const Node *const crls = FindNode(&message, "content.crls");
     const std::vector<CertificateFacts> certificates = ReadCertificates(context, list);
-    const SignerScene scene = {&certificates, OID_CODE_SIGNING, std::nullopt, nullptr};
+    const SignerScene scene = {&certificates, nullptr, false, OID_CODE_SIGNING, std::nullopt, nullptr};
     Report report;
     report["signers"] = Report::array();
     for (size_t i = 0; signers != nullptr && i < signers->children.size(); ++i) {
@@ -296,11 +292,17 @@ Report DescribeTimestampAnswer(InspectContext *context, const Node &answer, cons
     const bool isNamed = number.size() == 1 && number[0] < std::size(STATUSES);
     Report report;
     report["status"] = isNamed ? Report(STATUSES[number[0]]) : TextOrNull(ShownHex(number));
+    TokenFacts facts;
     report["token"] =
-        token == nullptr ? Report(nullptr) : DescribeToken(context, *token, {&path, "timeStampToken", 0}, nullptr);
-    if (status != nullptr && !status->element.isCut && (!isNamed || number[0] > 1)) {
+        token == nullptr ? Report(nullptr) : DescribeToken(context, *token, {&path, "timeStampToken", 0}, {}, &facts);
+    const bool isGranted = isNamed && number[0] <= 1;
+    if (status != nullptr && !status->element.isCut && !isGranted) {
         AddFinding(context->findings, Rule::AnswerRefused, {&path, "status", 0}, status->element.offset,
                    isNamed ? STATUSES[number[0]] : ShownHex(number));
+    }
+    if (isGranted && token == nullptr && !answer.element.isCut) {
+        AddFinding(context->findings, Rule::MemberMissing, {&path, "timeStampToken", 0}, answer.element.end,
+                   "expected timeStampToken (SEQUENCE), found nothing", "RFC 3161, 2.4.2");
     }
     return report;
 }

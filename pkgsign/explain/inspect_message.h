@@ -15,8 +15,20 @@ bool IsToken(const Bytes &data, const Node &message);
 
 Report DescribeMessage(InspectContext *context, const Node &message, const NodePath &path);
 
-// stamped: the signature value that the token must be for; null where that is not at hand.
-Report DescribeToken(InspectContext *context, const Node &token, const NodePath &path, const Bytes *stamped);
+// A token, and the message around it where there is one.
+struct TokenScene {
+    const Bytes *stamped = nullptr;                              // signature value that it must be for
+    const std::vector<CertificateFacts> *certificates = nullptr; // of the message
+};
+
+// What a token says to its message.
+struct TokenFacts {
+    std::optional<int64_t> time;                // as the device computes it
+    std::vector<CertificateFacts> certificates; // which point into the token's node
+};
+
+Report DescribeToken(InspectContext *context, const Node &token, const NodePath &path, const TokenScene &scene,
+                     TokenFacts *facts);
 
 Report DescribeTimestampRequest(InspectContext *context, const Node &request, const NodePath &path);
 Report DescribeTimestampAnswer(InspectContext *context, const Node &answer, const NodePath &path);

@@ -36,7 +36,8 @@ struct Cut {
 struct Walk {
     const Bytes *data = nullptr;
     Findings *findings = nullptr;
-    Cut cut;
+    Cut cut = {};
+    size_t limit = 0; // end of what the device's decoder is given at once: lengths may not go beyond
 };
 
 // Once an object has been walked: reports where it could be read to, if that is not its end.

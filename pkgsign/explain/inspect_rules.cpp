@@ -58,4 +58,15 @@ void AddFinding(Findings *findings, Rule rule, const NodePath &path, size_t offs
     }
 }
 
+void AddFindings(const Findings &some, Findings *findings)
+{
+    findings->count += some.count;
+    findings->errors += some.errors;
+    for (const Finding &finding : some.list) {
+        if (findings->list.size() < findings->most) {
+            findings->list.push_back(finding);
+        }
+    }
+}
+
 } // namespace pkgsign::inspection

@@ -61,6 +61,9 @@ struct Findings {
 void AddFinding(Findings *findings, Rule rule, const NodePath &path, size_t offset, const std::string &detail,
                 const char *citation = nullptr);
 
+// Adds all of some.
+void AddFindings(const Findings &some, Findings *findings);
+
 } // namespace pkgsign::inspection
 
 #endif

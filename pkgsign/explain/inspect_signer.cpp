@@ -27,6 +27,12 @@ Report DescribeAttributes(const Bytes &data, const Node *attributes)
     return names;
 }
 
+// Whether a messageDigest is there for the device: one without octets is not.
+bool IsStated(const Node *digest)
+{
+    return digest != nullptr && (digest->element.isCut || ContentSize(digest->element) > 0);
+}
+
 // The messageDigest that counts: the last one.
 const Node *FindDigest(InspectContext *context, const Node *attributes, const NodePath &path)
 {
@@ -48,8 +54,8 @@ std::optional<SignedOctets> SignedBy(const Bytes &data, const Node &signer, cons
 {
     SignedOctets octets;
     octets.digest = digestName;
-    octets.signature = ContentOf(data, FindNode(&signer, "signature"));
-    if (digest == nullptr) {
+    octets.signature = NumberOf(data, FindNode(&signer, "signature"));
+    if (!IsStated(digest)) {
         if (scene.content == nullptr) {
             return std::nullopt;
         }
@@ -65,10 +71,10 @@ std::optional<SignedOctets> SignedBy(const Bytes &data, const Node &signer, cons
 void CheckDigest(InspectContext *context, const Node *digest, const std::string &name, const NodePath &path,
                  const SignerScene &scene)
 {
-    if (digest == nullptr || digest->element.isCut || name.empty()) {
+    if (!IsStated(digest) || digest->element.isCut || name.empty()) {
         return;
     }
-    const Bytes value = ContentOf(*context->data, digest);
+    const Bytes value = NumberOf(*context->data, digest);
     const NodePath here = {&path, "messageDigest", 0};
     if (value.size() != DigestSize(name)) {
         AddFinding(context->findings, Rule::DigestSize, here, digest->element.offset,
@@ -87,14 +93,14 @@ void CheckCertificate(InspectContext *context, const CertificateFacts &facts, co
     const auto add = [&](Rule rule, const std::string &detail) {
         AddFinding(context->findings, rule, path, offset, detail);
     };
-    if (facts.isSelfSigned) {
+    if (facts.isSelfSigned.value_or(false)) {
         add(Rule::SignerSelfSigned, facts.subjectText);
     }
     if (!facts.isDigitalSignature) {
         add(Rule::SignerUsage, facts.subjectText);
     }
-    if (facts.firstPurpose != scene.purpose) {
-        const std::string purpose = facts.firstPurpose.empty() ? "none" : IdentifierText(facts.firstPurpose);
+    if (!HasPurpose(facts, scene.purpose)) {
+        const std::string purpose = facts.firstPurposes.empty() ? "none" : IdentifierText(facts.firstPurposes.back());
         add(scene.purpose == std::string(OID_CODE_SIGNING) ? Rule::SignerPurpose : Rule::AuthorityPurpose,
             facts.subjectText + " has " + purpose);
     }
@@ -142,6 +148,17 @@ void CheckAlgorithm(InspectContext *context, const Node &signer, const std::stri
     }
 }
 
+// The place of a certificate among those beside the signer.
+Report PlaceBeside(const CertificateFacts *facts, const SignerScene &scene)
+{
+    for (size_t i = 0; i < scene.certificates->size(); ++i) {
+        if (facts == &(*scene.certificates)[i]) {
+            return i;
+        }
+    }
+    return nullptr;
+}
+
 } // namespace
 
 Bytes DigestByName(const std::string &name, const Bytes &octets)
@@ -150,17 +167,25 @@ Bytes DigestByName(const std::string &name, const Bytes &octets)
     return Digest(method, octets);
 }
 
-std::optional<size_t> FindSignerCertificate(InspectContext *context, const Node &signer,
-                                            const std::vector<CertificateFacts> &certificates)
+const CertificateFacts *FindSignerCertificate(InspectContext *context, const Node &signer, const SignerScene &scene)
 {
-    const Bytes issuer = ContentOf(*context->data, FindNode(&signer, "sid.issuer"));
+    const Bytes issuer = DeviceName(*context->data, FindNode(&signer, "sid.issuer"));
     const Bytes serial = NumberOf(*context->data, FindNode(&signer, "sid.serialNumber"));
-    for (size_t i = 0; i < certificates.size(); ++i) {
-        if (!issuer.empty() && certificates[i].issuer == issuer && certificates[i].serial == serial) {
-            return i;
+    const CertificateFacts *dropped = nullptr; // a self-signed one does not hide another
+    for (const bool isOther : {scene.areOthersFirst, !scene.areOthersFirst}) {
+        const std::vector<CertificateFacts> *const list = isOther ? scene.others : scene.certificates;
+        for (size_t i = 0; list != nullptr && !issuer.empty() && i < list->size(); ++i) {
+            const CertificateFacts &facts = (*list)[i];
+            if (facts.issuer != issuer || facts.serial != serial) {
+                continue;
+            }
+            if (!facts.isSelfSigned.value_or(false)) {
+                return &facts;
+            }
+            dropped = dropped == nullptr ? &facts : dropped;
         }
     }
-    return std::nullopt;
+    return dropped;
 }
 
 Report DescribeSigner(InspectContext *context, const Node &signer, const NodePath &path, const SignerScene &scene)
@@ -172,10 +197,10 @@ Report DescribeSigner(InspectContext *context, const Node &signer, const NodePat
     const Node *const digest = FindDigest(context, attributes, attributesPath);
     const std::string algorithm = AlgorithmOf(data, FindNode(&signer, "digestAlgorithm"));
     const std::string digestName = DeviceDigestName(algorithm);
-    const std::optional<size_t> found = FindSignerCertificate(context, signer, *scene.certificates);
+    const CertificateFacts *const facts = FindSignerCertificate(context, signer, scene);
     Report report;
-    report["certificate"] = found.has_value() ? Report(*found) : Report(nullptr);
-    report["name"] = found.has_value() ? Report((*scene.certificates)[*found].subjectText) : Report(nullptr);
+    report["certificate"] = PlaceBeside(facts, scene);
+    report["name"] = facts != nullptr ? Report(facts->subjectText) : Report(nullptr);
     report["issuer"] = DescribeName(context, FindNode(&signer, "sid.issuer"), {&sid, "issuer", 0});
     report["serial"] = DescribeSerial(context, FindNode(&signer, "sid.serialNumber"), {&sid, "serialNumber", 0});
     report["digestAlgorithm"] = TextOrNull(IdentifierText(algorithm));
@@ -189,26 +214,25 @@ Report DescribeSigner(InspectContext *context, const Node &signer, const NodePat
     CheckIdentifier(context, signer, path);
     CheckAlgorithm(context, signer, digestName, path);
     CheckDigest(context, digest, digestName, attributesPath, scene);
-    if (attributes != nullptr && digest == nullptr && !attributes->element.isCut) {
+    if (attributes != nullptr && !IsStated(digest) && !attributes->element.isCut) {
         AddFinding(context->findings, Rule::DigestMissing, attributesPath, attributes->element.offset, "");
     }
-    if (!found.has_value()) {
+    if (facts == nullptr) {
         if (FindNode(&signer, "sid.issuer") == nullptr) {
             return report; // nothing to find a certificate by: the finding is the identifier's
         }
         AddFinding(context->findings, Rule::SignerCertificateMissing, sid, signer.element.offset, "");
         return report;
     }
-    const CertificateFacts &facts = (*scene.certificates)[*found];
-    CheckCertificate(context, facts, path, scene);
+    CheckCertificate(context, *facts, path, scene);
     const std::optional<SignedOctets> octets = SignedBy(data, signer, digest, digestName, scene);
     const Node *const signature = FindNode(&signer, "signature");
     if (octets.has_value() && signature != nullptr && !signature->element.isCut) {
-        const std::optional<bool> holds = CheckSignature(context, facts.key, *octets);
+        const std::optional<bool> holds = CheckSignature(context, facts->key, *octets);
         report["signatureHolds"] = holds.has_value() ? Report(*holds) : Report(nullptr);
         if (holds.has_value() && !*holds) {
             AddFinding(context->findings, Rule::SignatureWrong, {&path, "signature", 0}, signature->element.offset,
-                       facts.subjectText);
+                       facts->subjectText);
         }
     }
     return report;

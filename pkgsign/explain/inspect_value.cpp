@@ -11,14 +11,14 @@
 #include <openssl/objects.h>
 
 #include "pkgsign/files/files.h"
+#include "x509/time.h"
 
 namespace pkgsign::inspection
 {
 namespace
 {
 
-constexpr uint8_t UTC_TIME = 0x17;
-constexpr uint8_t GENERALIZED_TIME = 0x18;
+constexpr uint32_t TAG_NUMBER = 0x1F;
 constexpr uint8_t TELETEX_STRING = 0x14;
 constexpr uint8_t BMP_STRING = 0x1E;
 constexpr uint8_t UNIVERSAL_STRING = 0x1C;
@@ -79,13 +79,14 @@ constexpr DigestRow DIGESTS[] = {{"SHA-256", 32, "2.16.840.1.101.3.4.2.1", "1.2.
                                  {"SHA-384", 48, "2.16.840.1.101.3.4.2.2", "1.2.840.113549.1.1.12"},
                                  {"SHA-512", 64, "2.16.840.1.101.3.4.2.3", "1.2.840.113549.1.1.13"}};
 
-bool AreInRange(const struct tm &parts)
+// Whether the digits of a time, as the device takes them, are those of the second that it computes from them.
+bool IsSecond(const SigkitDateTime &parts, int64_t seconds)
 {
-    struct tm same = parts;
-    const time_t seconds = timegm(&same);
+    const time_t instant = static_cast<time_t>(seconds);
     struct tm back = {};
-    return gmtime_r(&seconds, &back) != nullptr && back.tm_mon == parts.tm_mon && back.tm_mday == parts.tm_mday &&
-           back.tm_hour == parts.tm_hour && back.tm_min == parts.tm_min && back.tm_sec == parts.tm_sec;
+    return gmtime_r(&instant, &back) != nullptr && back.tm_year + 1900 == parts.year &&
+           back.tm_mon + 1 == parts.month && back.tm_mday == parts.day && back.tm_hour == parts.hour &&
+           back.tm_min == parts.minute && back.tm_sec == parts.second;
 }
 
 } // namespace
@@ -96,12 +97,15 @@ std::string DottedIdentifier(const Bytes &content)
     uint64_t group = 0;
     bool isFirst = true;
     const bool isWhole = !content.empty() && content.size() < IDENTIFIER_OCTETS_MAX && (content.back() & 0x80) == 0;
+    bool isGroup = false; // within one
     for (const uint8_t octet : content) {
-        if (!isWhole || group > UINT64_MAX >> 7) {
+        // One that begins with a zero to spare is another one to the device (X.690, 8.19.2).
+        if (!isWhole || group > UINT64_MAX >> 7 || (!isGroup && octet == 0x80)) {
             return "#" + ShownHex(content);
         }
+        isGroup = (octet & 0x80) != 0;
         group = group << 7 | (octet & 0x7F);
-        if ((octet & 0x80) != 0) {
+        if (isGroup) {
             continue;
         }
         if (isFirst) {
@@ -164,29 +168,16 @@ std::string StringText(uint8_t identifier, const Bytes &content, bool *isExact)
 
 std::optional<int64_t> ReadDeviceTime(uint8_t identifier, const Bytes &content, bool *isTime)
 {
-    const size_t yearSize = identifier == UTC_TIME ? 2 : 4;
-    if ((identifier != UTC_TIME && identifier != GENERALIZED_TIME) || content.size() != yearSize + 11) {
+    const SigkitAsnOcts view = {static_cast<uint32_t>(content.size()), 0, 0, identifier & TAG_NUMBER, content.data()};
+    SigkitDateTime parts = {};
+    if (SigkitConvertFromTime(&view, &parts) != 0) {
         return std::nullopt;
     }
-    const auto number = [&](size_t at, size_t size) {
-        int value = 0;
-        for (size_t i = at; i < at + size; ++i) {
-            value = value * 10 + (content[i] - '0');
-        }
-        return value;
-    };
+    const int64_t seconds = static_cast<int64_t>(SigkitMktime(&parts));
     const bool areDigits =
         std::all_of(content.begin(), content.end() - 1, [](uint8_t octet) { return octet >= '0' && octet <= '9'; });
-    const int year = number(0, yearSize);
-    struct tm parts = {};
-    parts.tm_year = identifier == GENERALIZED_TIME ? year - 1900 : year < 50 ? year + 100 : year;
-    parts.tm_mon = number(yearSize, 2) - 1;
-    parts.tm_mday = number(yearSize + 2, 2);
-    parts.tm_hour = number(yearSize + 4, 2);
-    parts.tm_min = number(yearSize + 6, 2);
-    parts.tm_sec = number(yearSize + 8, 2);
-    *isTime = areDigits && content.back() == 'Z' && AreInRange(parts);
-    return static_cast<int64_t>(timegm(&parts));
+    *isTime = areDigits && content.back() == 'Z' && IsSecond(parts, seconds);
+    return seconds;
 }
 
 std::string DeviceDigestName(const std::string &dotted)

@@ -29,8 +29,8 @@ std::string ShownHex(const Bytes &octets);
 // A string of a name. identifier: the octet that says its type. isExact: whether `text` is what it says, unescaped.
 std::string StringText(uint8_t identifier, const Bytes &content, bool *isExact);
 
-// A UTCTime or GeneralizedTime in the form that devices read, in seconds since 1970. Nothing for another form.
-// isTime: whether digits and ranges are those of a time.
+// A UTCTime or GeneralizedTime in the form that devices read, in seconds since 1970 as the library computes them.
+// Nothing for another form. isTime: whether it is that time.
 std::optional<int64_t> ReadDeviceTime(uint8_t identifier, const Bytes &content, bool *isTime);
 
 // The digest of an AlgorithmIdentifier's identifier: "SHA-256" for that digest and for RSA with it. Empty for one that

@@ -27,6 +27,24 @@ constexpr TypeInfo ENTRY = {"RFC 5280, 4.1", Shape::Sequence, ENTRY_MEMBERS, 3, 
 void WalkContent(Walk *walk, const MemberInfo &member, const InspectedElement &element, const Scope &scope,
                  const NodePath &path, Node *node);
 
+// The limit of a walk, while this lives.
+struct LimitScope {
+    LimitScope(Walk *owner, size_t limit) : walk(owner), before(owner->limit)
+    {
+        walk->limit = limit;
+    }
+    LimitScope(const LimitScope &) = delete;
+    LimitScope &operator=(const LimitScope &) = delete;
+    ~LimitScope()
+    {
+        walk->limit = before;
+    }
+
+private:
+    Walk *walk;
+    size_t before;
+};
+
 // An element under an EXPLICIT tag. The device compares the lengths of the two with nothing. Returns where it ends.
 size_t WalkTagged(Walk *walk, const MemberInfo &member, const InspectedElement &wrapper, const Scope &outer,
                   const NodePath &path, Node *node)
@@ -43,7 +61,8 @@ size_t WalkTagged(Walk *walk, const MemberInfo &member, const InspectedElement &
                    Wanted(&plain) + ", found " + DescribeElement(inner), member.type->citation);
         return wrapper.next;
     }
-    if (inner.next != wrapper.end && !inner.isCut) {
+    const size_t end = isDefinite ? wrapper.content + static_cast<size_t>(wrapper.length) : wrapper.end;
+    if (inner.next != end && !inner.isCut) {
         AddFinding(walk->findings, Rule::WrapperLength, path, wrapper.offset, "");
     }
     WalkContent(walk, plain, inner, scope, path, node);
@@ -67,6 +86,12 @@ size_t FindPlace(const TypeInfo &type, size_t first, const InspectedElement &ele
         }
     }
     return type.count;
+}
+
+// Whether an element that goes beyond its record does not go beyond what the device decodes at once.
+bool IsWithin(const InspectedElement &element, size_t limit)
+{
+    return element.flaw == ElementFlaw::None && element.content <= limit && element.length <= limit - element.content;
 }
 
 size_t NextRequired(const TypeInfo &type, size_t first)
@@ -108,8 +133,11 @@ void WalkMembers(Walk *walk, const TypeInfo &type, size_t at, const Scope &scope
 {
     size_t next = 0;
     while (at < scope.end) {
-        const InspectedElement element = ReadElement(*walk->data, at, scope.end);
+        InspectedElement element = ReadElement(*walk->data, at, scope.end);
         const size_t place = FindPlace(type, next, element);
+        if (place < type.count && type.members[place].tagging == Tagging::Explicit && IsWithin(element, walk->limit)) {
+            element.isCut = false;
+        }
         const size_t likely = place < type.count ? place : std::min(NextRequired(type, next), type.count);
         const NodePath here = {&path, likely < type.count ? type.members[likely].name : nullptr, 0};
         const bool isNamed = here.name != nullptr;
@@ -175,6 +203,8 @@ void WalkList(Walk *walk, const TypeInfo &type, size_t at, const Scope &scope, c
         Node *const kept = KeepElement(node, element, &scratch);
         surplus = node->total == type.most + 1 ? element.offset : surplus;
         if (Fits(member, element)) {
+            // The certificates of a message are decoded one by one.
+            const LimitScope limit(walk, member.type == &TYPE_CERTIFICATE ? element.end : walk->limit);
             WalkContent(walk, member, element, scope, here, kept);
         } else {
             AddFinding(walk->findings, Rule::MemberType, here, element.offset,
@@ -208,6 +238,7 @@ void WalkValue(Walk *walk, const TypeInfo &type, const Scope &scope, const NodeP
             continue;
         }
         const Scope inside = {value->element.end, scope.isCut || value->element.isCut};
+        const LimitScope limit(walk, inside.end); // a value is decoded by itself
         const NodePath here = {&path, member.name, 0};
         const InspectedElement element = ReadElement(*walk->data, value->element.content, inside.end);
         if (!CheckHeader(walk, element, inside, here, &member)) {
@@ -271,7 +302,7 @@ void WalkKey(Walk *walk, const TypeInfo &type, const InspectedElement &element, 
     const size_t at = element.content + 1; // behind the count of unused bits
     const InspectedElement inner = ReadElement(*walk->data, std::min(at, element.end), element.end);
     Findings unseen;
-    Walk inside = {walk->data, &unseen, {}};
+    Walk inside = {walk->data, &unseen, {}, walk->limit};
     WalkMembers(&inside, type, std::min(at, element.end), scope, path, node);
     const bool isCut = scope.isCut && (inside.cut.isThere || !IsThere(inner));
     if (isCut) {
@@ -279,6 +310,8 @@ void WalkKey(Walk *walk, const TypeInfo &type, const InspectedElement &element, 
     } else if (unseen.errors > 0) {
         AddFinding(walk->findings, Rule::KeyNotRsa, path, element.offset,
                    "expected RSAPublicKey (SEQUENCE), found " + DescribeElement(inner));
+    } else {
+        AddFindings(unseen, walk->findings);
     }
 }
 
@@ -323,6 +356,7 @@ size_t WalkObject(Walk *walk, const TypeInfo &type, size_t at, const Scope &scop
     const MemberInfo member = {nullptr, &type};
     const InspectedElement element = ReadElement(*walk->data, at, scope.end);
     node->element = element;
+    walk->limit = scope.end;
     if (!CheckHeader(walk, element, scope, path, &member)) {
         return scope.end;
     }

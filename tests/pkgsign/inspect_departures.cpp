@@ -134,14 +134,23 @@ std::vector<Departure> FileDepartures()
         {"armour-text-before", "", Text("CRLs:\n" + pem)},
         {"armour-marker", "", Text(pem + "----BEGIN X509 CRL-----\n")},
         {"armour-end-missing", "", Changed(pem, "-----END X509 CRL-----", "-----END CERTIFICATE-----")},
+        {"armour-end-missing", "", Text(pem + "-----BEGIN NOTE-----\n" + pem)},
         {"armour-label", "", Text(Pem("CRL", crl))},
+        {"armour-label", "", Changed(pem, "-----BEGIN X509 CRL-----", "-----BEGIN_X509 CRL-----")},
+        {"armour-not-first", "", Text(pem + Pem("CMS", MessageWith([](auto *, auto *) {})))},
+        {"trailing-octets", "", Text(Pem("CMS", MessageWith([](auto *, auto *) {})) + pem)},
+        {"trailing-octets", "", Text(Pem("CERTIFICATE", der::Concatenate({certificate, {0}})))},
         {"armour-other", "", Text(pem + Pem("PUBLIC KEY", der::SubjectPublicKeyInfo()))},
         {"armour-base64", "", Changed(pem, "\nMII", "\nM II")},
+        {"armour-base64", "", Text(pem + "-----BEGIN X509 CRL-----\n=\n-----END X509 CRL-----\n")},
+        {"armour-base64", "", Changed(Pem("CERTIFICATE", certificate), "CERTIFICATE-----\nMII", "CERTIFICATE-----MII")},
         {"armour-foreign-character", "", Changed(pem, "\nMII", "\nMI*")},
         {"armour-null", "", der::Concatenate({Text(pem), {0}, Text(pem)})},
         {"armour-second-object", "", Text(Pem("X509 CRL", der::Concatenate({crl, crl})))},
         {"armour-images", "", Text(images)},
         {"crls-too-many", "", Many(17, DifferentCrl)},
+        {"crls-too-many", "", der::Repeat(17, crl)},
+        {"file-certificates-too-many", "", der::Repeat(17, certificate)},
         {"store-full", "", Many(16, DifferentCertificate)},
         {"crl-twice", "",
          der::Concatenate({DifferentCrl(1), CrlWith([](auto *l) { l->issuer = der::NameOf("CA 1"); })})},
@@ -202,6 +211,8 @@ std::vector<Departure> ElementDepartures()
          CertificateExtension(der::ExtKeyUsageExtension(purposes))},
         {"key-usage-size", "tbsCertificate.extensions[0].keyUsage",
          CertificateExtension(der::KeyUsageExtension(der::BitString(0, {1, 2, 3})))},
+        {"key-usage-octets", "tbsCertificate.extensions[0].keyUsage",
+         CertificateExtension(der::KeyUsageExtension(der::BitString(7, {0x06, 0x80})))},
         {"integer-too-long", "tbsCertList.revokedCertificates[0].crlEntryExtensions[0].reasonCode",
          CrlWith([&](auto *l) {
              l->revokedCertificates = der::Sequence(
@@ -225,6 +236,9 @@ std::vector<Departure> CertificateDepartures()
     der::Certificate sha1;
     sha1.tbsCertificate = der::Encode(der::TbsCertificate());
     sha1.signatureAlgorithm = der::AlgorithmIdentifier("1.2.840.113549.1.1.5");
+    der::Certificate padded = sha1; // SHA-256 with RSA, with a zero to spare in front of a number of its identifier
+    padded.signatureAlgorithm = der::Sequence(
+        {der::Tlv(der::OBJECT_IDENTIFIER, {0x2A, 0x80, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0B}), der::Null()});
     const Bytes usage = der::KeyUsageExtension(der::BitString(7, {0x80}));
     const Bytes odd = der::IntegerRaw(der::Concatenate({{0x00}, der::Fill(512, 0xA5), {0x01}}));
     const Bytes point = der::Sequence({der::Implicit(1, false, {0xFF})});
@@ -237,6 +251,7 @@ std::vector<Departure> CertificateDepartures()
         {"key-weak", "tbsCertificate.subjectPublicKeyInfo",
          keyed(der::IntegerRaw(der::Fill(64, 0x5B)), der::Integer(1))},
         {"signature-algorithm", "signatureAlgorithm", der::Encode(sha1)},
+        {"signature-algorithm", "signatureAlgorithm", der::Encode(padded)},
         {"algorithms-differ", "signatureAlgorithm",
          CertificateWith([](auto *c) { c->signature = der::AlgorithmIdentifier("1.2.840.113549.1.1.12"); })},
         {"time-form", "tbsCertificate.validity.notAfter", CertificateWith([](auto *c) {
@@ -244,6 +259,9 @@ std::vector<Departure> CertificateDepartures()
          })},
         {"time-digits", "tbsCertificate.validity.notAfter", CertificateWith([](auto *c) {
              c->validity = der::Validity(der::UtcTime("200101000000Z"), der::UtcTime("401301000000Z"));
+         })},
+        {"time-digits", "tbsCertificate.validity.notBefore", CertificateWith([](auto *c) {
+             c->validity = der::Validity(der::GeneralizedTime("18500101000000Z"), der::UtcTime("400101000000Z"));
          })},
         {"validity-reversed", "tbsCertificate.validity", CertificateWith([](auto *c) {
              c->validity = der::Validity(der::UtcTime("200101000000Z"), der::UtcTime("190101000000Z"));
@@ -253,11 +271,36 @@ std::vector<Departure> CertificateDepartures()
         {"extension-twice", "tbsCertificate.extensions[1]", extended({usage, usage})},
         {"extension-critical", "tbsCertificate.extensions[0]",
          extended({der::Extension("1.2.3", der::Null(), der::Boolean())})},
+        {"extension-critical", "tbsCertList.revokedCertificates[0].crlEntryExtensions[0]", CrlWith([](auto *l) {
+             const Bytes issuer = der::Extension("2.5.29.29", der::Sequence({}), der::Boolean());
+             l->revokedCertificates = der::Sequence(
+                 {der::RevokedEntry(der::Integer(7), der::UtcTime("220101000000Z"), der::Sequence({issuer}))});
+         })},
+        {"certificate-without-use", "", extended({usage})},
+        {"ca-by-halves", "", extended({der::BasicConstraintsExtension(true), usage})},
+        {"ca-by-halves", "", extended({der::KeyUsageExtension(der::BitString(2, {0x04}))})},
+        {"key-usage-octets", "tbsCertificate.extensions[0].keyUsage",
+         extended({der::KeyUsageExtension(der::BitString(7, {0x00, 0x80}))})},
+        {"crl-scope", "tbsCertList.crlExtensions[0]", CrlWith([](auto *l) {
+             const Bytes named = der::Sequence({der::Implicit(0, true, der::Implicit(0, true, {}))});
+             l->crlExtensions = der::CrlExtensions({der::Extension("2.5.29.28", named, der::Boolean())});
+         })},
+        {"entry-removes", "tbsCertList.revokedCertificates[0]", CrlWith([](auto *l) {
+             l->revokedCertificates = der::Sequence(
+                 {der::RevokedEntry(der::Integer(7), der::UtcTime("220101000000Z"), der::ReasonExtensions(8))});
+         })},
+        {"length-long-form", "tbsCertificate.subjectPublicKeyInfo.subjectPublicKey.rsaPublicKey.publicExponent",
+         keyed(der::IntegerRaw(der::Fill(256, 0x5B)), der::TlvLong(der::INTEGER, {3}, 2))},
+        {"request-signature", "",
+         der::Sequence({der::Sequence({der::Integer(0), der::NameOf("x"), der::SubjectPublicKeyInfo(),
+                                       der::Implicit(0, true, {})}),
+                        der::AlgorithmIdentifier("1.2.840.113549.1.1.11"), der::BitString(0, der::Fill(256, 1))})},
         {"name-encoding", "tbsCertificate.subject",
          CertificateWith([](auto *c) { c->subject = der::NameOf("\x1B[2J\xFF"); })},
         {"crl-scope", "tbsCertList.crlExtensions[0]", CrlWith([&](auto *l) {
              l->crlExtensions = der::CrlExtensions({der::Extension("2.5.29.28", point, der::Boolean())});
          })},
+        {"this-update", "tbsCertList.thisUpdate", CrlWith([](auto *l) { l->thisUpdate = der::UtcTime("21010100Z"); })},
         {"time-form", "tbsCertList.revokedCertificates[0].revocationDate", CrlWith([](auto *l) {
              l->revokedCertificates = der::Sequence({der::RevokedEntry(der::Integer(7), der::UtcTime("2201010000Z"))});
          })},
@@ -295,6 +338,15 @@ std::vector<Departure> SignerDepartures()
          with([](auto *s) { s->signedAttrs = der::SignedAttributes(der::PlainSignedAttributes(der::Fill(20, 1))); })},
         {"digest-missing", signer + ".signedAttrs", with([](auto *s) {
              s->signedAttrs = der::SignedAttributes({der::Attribute("1.2.840.113549.1.9.3", {der::Oid("1.2.3")})});
+         })},
+        {"digest-missing", signer + ".signedAttrs", with([](auto *s) {
+             s->signedAttrs =
+                 der::SignedAttributes({der::Attribute("1.2.840.113549.1.9.4", {der::OctetString(Bytes())})});
+         })},
+        {"signer-not-valid", signer, MessageWith([](auto *d, auto *s) {
+             const Bytes late = TokenWith([](auto *i) { i->genTime = der::GeneralizedTime("20991301000000Z"); });
+             d->certificates = der::CertificateSet({der::CertificateOf({})});
+             s->unsignedAttrs = der::UnsignedAttributes({der::Attribute("1.2.840.113549.1.9.16.2.14", {late})});
          })},
         {"digest-twice", signer + ".signedAttrs[1]", with([&](auto *s) {
              s->signedAttrs = der::SignedAttributes({digest, digest});
@@ -337,6 +389,10 @@ std::vector<Departure> TokenDepartures()
              i->messageImprint =
                  der::MessageImprint(der::AlgorithmIdentifier("1.3.14.3.2.26"), der::OctetString(der::Fill(20, 1)));
          })},
+        {"digest-size", "messageImprint.hashedMessage",
+         der::Sequence({der::Integer(1), der::MessageImprint(der::AlgorithmIdentifier("2.16.840.1.101.3.4.2.1"),
+                                                             der::OctetString(der::Fill(31, 1)))})},
+        {"member-missing", "timeStampToken", der::Sequence({der::Sequence({der::Integer(0)})})},
         {"answer-refused", "status",
          der::Sequence({der::Sequence({der::Integer(2), der::Sequence({der::Utf8("no such digest, "
                                                                                  "and more text")})})})},

@@ -4,6 +4,7 @@
 // pkgsign inspect: what it shows, and what it finds.
 #include "pkgsign/explain/inspect.h"
 
+#include <functional>
 #include <map>
 #include <regex>
 #include <set>
@@ -11,13 +12,17 @@
 
 #include <nlohmann/json.hpp>
 
+#include "pkgsign/explain/inspect_context.h"
 #include "pkgsign/explain/inspect_rules.h"
 #include "pkgsign/explain/wrap.h"
 #include "pkgsign/files/files.h"
 #include "pkgsign/files/objects.h"
+#include "sigkit/sigkit.h"
 #include "tests/pkgsign/inspect_departures.h"
 #include "tests/pkgsign/support.h"
 #include "tests/support/timestamp_requests.h"
+#include "x509/cert.h"
+#include "x509/pkcs7.h"
 
 namespace
 {
@@ -234,6 +239,111 @@ TEST(InspectFindings, HaveATestForEachCodeAndNoCodeTwice)
     }
 }
 
+// What a device takes: a finding of this code, if it is made, is no error.
+struct Leniency {
+    const char *code;
+    Bytes octets;
+};
+
+std::vector<Leniency> Leniencies()
+{
+    const Bytes plain = der::CertificateOf({});
+    const uint32_t beyond = static_cast<uint32_t>(plain.size()) - 100; // behind the tbsCertificate, within the file
+    const auto certificate = [](const std::function<void(der::TbsCertificate *)> &change) {
+        return CertificateWith(change);
+    };
+    const Bytes falseCa = der::Extension("2.5.29.19", der::Sequence({der::Tlv(1, {0xFF, 0xFF})}));
+    const Bytes name = der::NameOf("Test CA");
+    const Bytes printable = der::Name(
+        {der::RelativeName({der::NameAttribute("2.5.4.6", der::Utf8("XX"))}),
+         der::RelativeName({der::NameAttribute("2.5.4.10", der::Utf8("Test"))}),
+         der::RelativeName({der::NameAttribute("2.5.4.3", der::Tlv(0x13, {'T', 'e', 's', 't', ' ', 'C', 'A'}))})});
+    der::TstInfo info;
+    const auto token = [&](uint8_t identifier, const Bytes &content) {
+        der::SignedData data;
+        data.encapContentInfo =
+            der::Sequence({der::Oid("1.2.840.113549.1.9.16.1.4"), der::Explicit(0, der::Tlv(identifier, content))});
+        return der::MessageOf(data);
+    };
+    const std::string pem = pkgsign::AddArmour("X509 CRL", der::CertificateListOf({}));
+    const size_t end = pem.find("\n-----END");
+    return {
+        {"length-beyond", certificate([&](auto *c) { c->version = der::TlvOfLength(0xA0, beyond, der::Integer(2)); })},
+        {"boolean-length", certificate([&](auto *c) { c->extensions = der::CertExtensions({falseCa}); })},
+        {"time-form", certificate([](auto *c) {
+             c->validity = der::Validity(der::UtcTime("200101000000Z"), der::Tlv(0x97, Text("400101000000Z")));
+         })},
+        {"string-in-pieces", MessageWith([](auto *, auto *s) { s->signature = der::Tlv(0x24, der::Fill(256, 0x5A)); })},
+        {"string-in-pieces", token(0x24, der::Encode(info))},
+        {"signer-certificate-missing", MessageWith([&](auto *d, auto *s) {
+             d->certificates = der::CertificateSet({plain});
+             s->sid = der::IssuerAndSerialNumber(printable, der::Integer(1));
+         })},
+        {"serial-form", TokenWith([](auto *i) { i->serialNumber = der::Integer(0); })},
+        {"armour-foreign-character", Text(pem.substr(0, end) + "*" + pem.substr(end))},
+    };
+}
+
+bool DeviceDecodes(const Bytes &octets, const std::string &kind)
+{
+    const uint32_t size = static_cast<uint32_t>(octets.size());
+    uint32_t consumed = 0;
+    if (kind == "certificate") {
+        SigkitX509Cert *certificate = nullptr;
+        const uint32_t status = SigkitX509DecodeCert(octets.data(), size, &certificate, &consumed);
+        SigkitX509FreeCert(certificate);
+        return status == SIGKIT_OK;
+    }
+    SigkitPkcs7Content *message = nullptr;
+    const uint32_t status = SigkitPkcs7DecodeSigned(octets.data(), size, &message, &consumed);
+    SigkitPkcs7FreeSigned(message);
+    return status == SIGKIT_OK || kind == "crl"; // which is in armour here
+}
+
+TEST(InspectFindings, AreNoErrorsForWhatADeviceTakes)
+{
+    for (const Leniency &leniency : Leniencies()) {
+        const Json file = Inspect(leniency.octets);
+        ASSERT_FALSE(file["objects"].empty()) << leniency.code;
+        EXPECT_TRUE(DeviceDecodes(leniency.octets, file["objects"][0]["kind"])) << leniency.code;
+        EXPECT_EQ(0U, FindingsOf(file, "error").count(leniency.code)) << leniency.code << ": " << file.dump(1);
+    }
+    EXPECT_EQ(0U, FindingsOf(Inspect(Leniencies()[5].octets)).count("signer-certificate-missing"));
+    EXPECT_EQ(1U, FindingsOf(Inspect(Leniencies()[0].octets)).count("wrapper-length"));
+}
+
+TEST(InspectFindings, CiteWhereItStandsForTheKindOfObject)
+{
+    const auto citation = [](const Json &file, const std::string &code) {
+        for (const Json &finding : file["objects"][0]["findings"]) {
+            if (finding["code"] == code) {
+                return finding["citation"].get<std::string>();
+            }
+        }
+        return std::string("no such finding");
+    };
+    for (const Departure &departure : AllDepartures()) {
+        if (departure.path == "tbsCertList.revokedCertificates[0].revocationDate") {
+            EXPECT_EQ("RFC 5280, 5.1.2.6", citation(Inspect(departure.octets), "time-form"));
+        }
+    }
+    der::TbsCertList list;
+    list.signature = der::AlgorithmIdentifier("1.2.840.113549.1.1.12");
+    list.nextUpdate = der::UtcTime("1");
+    EXPECT_EQ("RFC 5280, 5.1.1.2", citation(Inspect(der::CertificateListOf(list)), "algorithms-differ"));
+    EXPECT_EQ("RFC 5280, 5.1.2.5", citation(Inspect(der::CertificateListOf(list)), "time-form"));
+}
+
+TEST(InspectFindings, AreCountedInObjectsThatAreNotShown)
+{
+    const Bytes good = der::Repeat(55, der::CertificateListOf({}));
+    der::TbsCertList list;
+    list.version.reset();
+    const Bytes bad = der::Concatenate({good, der::CertificateListOf(list)});
+    EXPECT_EQ(50U, Inspect(bad)["objects"].size());
+    EXPECT_EQ(Inspect(good)["errors"].get<size_t>() + 1, Inspect(bad)["errors"]);
+}
+
 TEST(InspectFindings, AreNoneForFilesAsDevicesWantThem)
 {
     for (const char *const file : {"files/signature/good.signature", "files/signature/good.crls", "files/root"}) {
@@ -255,6 +365,34 @@ TEST(InspectNames, WithControlCharactersAndOctetsOfNoTextAreEscapedAndGivenInHex
     }
     EXPECT_TRUE(file["objects"][0]["content"]["subject"]["hex"].is_string());
     EXPECT_TRUE(file["objects"][0]["content"]["issuer"]["hex"].is_null());
+}
+
+Json CertificateContent(const std::vector<Bytes> &extensions)
+{
+    return Inspect(
+        CertificateWith([&](auto *c) { c->extensions = der::CertExtensions(extensions); }))["objects"][0]["content"];
+}
+
+TEST(InspectCertificates, WithAnExtensionTwiceAreTakenForWhatBothSay)
+{
+    const Bytes usage = der::KeyUsageExtension(der::BitString(0, {0x84}));
+    const Json purposes = CertificateContent(
+        {usage, der::ExtKeyUsageExtension({"1.3.6.1.5.5.7.3.3"}), der::ExtKeyUsageExtension({"1.3.6.1.5.5.7.3.8"})});
+    EXPECT_EQ(Json::array({"signer", "timestamp authority"}), purposes["deviceTakesItAs"]);
+    EXPECT_EQ(2U, purposes["purposes"].size());
+    const Json ca = CertificateContent(
+        {usage, der::BasicConstraintsExtension(true), der::Extension("2.5.29.19", der::Sequence({}))});
+    EXPECT_EQ(Json::array({"CA"}), ca["deviceTakesItAs"]);
+    EXPECT_EQ(true, ca["ca"]);
+}
+
+TEST(InspectBounds, HoldForTheSignaturesThatAreChecked)
+{
+    const Bytes one = CertificateWith([](auto *c) { c->subject = c->issuer; });
+    const Json file = Inspect(der::Repeat(300, one), true);
+    ASSERT_EQ(300U, file["objects"].size());
+    EXPECT_EQ(false, file["objects"][255]["content"]["selfSigned"]);
+    EXPECT_TRUE(file["objects"][256]["content"]["selfSigned"].is_null()) << "it was not asked";
 }
 
 TEST(InspectObjects, OfEveryKindAreRecognised)
@@ -383,6 +521,24 @@ TEST_F(InspectCommandTest, FailsForAFileThatCannotBeReadAndForNone)
 {
     ExpectRefused(Pkgsign({"inspect", Path("none")}), "cannot read");
     EXPECT_EQ(2, Pkgsign({"inspect"}).status);
+}
+
+TEST(InspectIssuers, VerifyOnlyWhatADeviceLetsThemSign)
+{
+    const Bytes crls = ReadVector("files/signature/good.crls");
+    const auto state = [&](const pkgsign::InspectOptions &options) {
+        return pkgsign::InspectFile("file", crls, options)["objects"][0]["content"]["verified"]["state"];
+    };
+    pkgsign::InspectOptions options;
+    ASSERT_TRUE(pkgsign::AddIssuers("root", ReadVector("files/root"), &options).ok);
+    EXPECT_EQ("verified", state(options));
+    options.issuers[0].signsCrls = false;
+    EXPECT_EQ("not verified", state(options));
+    const Bytes signer = CertificateWith(
+        [](auto *c) { c->extensions = der::CertExtensions({der::KeyUsageExtension(der::BitString(7, {0x80}))}); });
+    pkgsign::InspectOptions others;
+    ASSERT_TRUE(pkgsign::AddIssuers("signer", signer, &others).ok);
+    EXPECT_FALSE(others.issuers[0].signsCrls || others.issuers[0].signsCertificates);
 }
 
 TEST_F(InspectCommandTest, VerifiesUnderTheIssuersThatAreGivenAndSaysNotVerifiedOtherwise)
