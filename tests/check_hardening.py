@@ -6,6 +6,7 @@
     check_hardening.py PROGRAM ARCHIVE...
     check_hardening.py --needed PROGRAM...
     check_hardening.py --static PROGRAM...
+    check_hardening.py --fortified COMPILE_COMMANDS...
     check_hardening.py --search-paths DIRECTORY...
     check_hardening.py --no-search-paths DIRECTORY...
 
@@ -14,19 +15,24 @@ segments that are not executable or writable together, stack protector, fortifie
 than it should: no run-time library of C++, no clock, no network. Control-flow protection is looked for in the objects
 of the archives that the program is made of: the program itself only carries the mark when the C library's start-up
 objects do too. With --needed each program is only looked at for the libraries that it needs, with --static for what it
-has instead of them: no dynamic linker and no libraries, and a layout as hard as that of the others.
+has instead of them: no dynamic linker and no libraries, and a layout as hard as that of the others. With --fortified the
+compiler's command for every shipped source is looked at in a build's compile_commands.json: it optimises, and the last
+that it says of _FORTIFY_SOURCE is 3.
 
 The other forms read every program and shared library below a directory, which is a build tree or an installed one. With
 --search-paths each may look for libraries in its own tree and where nobody but its owner can put one: no entry of its
 search path is empty or relative, which would be the working directory, and none can be made or written by others, be it
 all or a group. With --no-search-paths it has none at all.
 """
+import json
 import os
 import pathlib
 import re
 import stat
 import subprocess
 import sys
+
+SHIPPED = ("sigkit", "src", "platform", "crltool", "pkgsign")  # directories of the source tree
 
 FORBIDDEN_IMPORTS = {
     "time", "gettimeofday", "clock_gettime", "clock", "ftime", "localtime", "localtime_r", "gmtime", "gmtime_r",
@@ -100,6 +106,29 @@ def faults(program: str) -> list[str]:
     return found
 
 
+def fortify_fault(command: str) -> str | None:
+    """What is wrong with a compiler's command, if anything. Whoever compiles may have set another level before."""
+    if not re.search(r" -O[123s] ", command):
+        return "is not optimised, so nothing is fortified"
+    levels = re.findall(r" -[UD]_FORTIFY_SOURCE(?:=(\d))?(?= )", command)
+    level = ("0", *levels)[-1] or "0"
+    return None if level == "3" else f"is fortified at level {level} instead of 3"
+
+
+def fortify_faults(commands: str) -> list[str]:
+    tree = pathlib.Path(__file__).resolve().parent.parent
+    found, count = [], 0
+    for entry in json.loads(pathlib.Path(commands).read_text()):
+        source = pathlib.Path(entry["file"]).resolve()
+        if not source.is_relative_to(tree) or source.relative_to(tree).parts[0] not in SHIPPED:
+            continue
+        count += 1
+        fault = fortify_fault(entry["command"])
+        found += [f"{source} {fault}"] if fault else []
+    print(f"{commands}: {count} commands for shipped sources")
+    return found if count else [f"{commands} has no command for a shipped source"]
+
+
 def is_linked(path: pathlib.Path) -> bool:
     """Returns whether a file is an ELF program or shared library."""
     if path.is_symlink() or not path.is_file():
@@ -165,6 +194,8 @@ def main() -> int:
         found = [f"{program} {fault}" for program in others for fault in needed_faults(readelf(program, "-d"))]
     elif first == "--static":
         found = [f"{program}: {fault}" for program in others for fault in static_faults(program)]
+    elif first == "--fortified":
+        found = [fault for commands in others for fault in fortify_faults(commands)]
     elif first in ("--search-paths", "--no-search-paths"):
         found = [fault for tree in others for fault in tree_faults(tree, first == "--search-paths")]
     else:

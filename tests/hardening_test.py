@@ -2,7 +2,8 @@
 # SPDX-FileCopyrightText: 2026 The Sigkit authors
 # SPDX-License-Identifier: Apache-2.0
 
-"""Tries what check_hardening.py finds wrong with the places where a program looks for libraries."""
+"""Tries what check_hardening.py finds wrong with the places where a program looks for libraries, and with commands of
+the compiler."""
 import pathlib
 import sys
 import types
@@ -10,7 +11,7 @@ import unittest
 from unittest import mock
 
 sys.dont_write_bytecode = True
-from check_hardening import entry_fault
+from check_hardening import entry_fault, fortify_fault
 
 TREE = pathlib.Path("/home/build")
 MODES = {
@@ -56,6 +57,23 @@ class SearchPath(unittest.TestCase):
     def test_the_working_directory_and_what_leads_out_of_the_tree_are_not_safe(self):
         entries = ["", "lib", ".", "$ORIGIN/../../lib", "$ORIGINAL"]
         self.assertEqual(entries, self.faults(entries))
+
+
+class Fortified(unittest.TestCase):
+    def fault(self, options: str) -> str | None:
+        return fortify_fault(f"c++ {options} -c file.cpp")
+
+    def test_the_last_level_counts(self):
+        self.assertIsNone(self.fault("-D_FORTIFY_SOURCE=2 -O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3"))
+        self.assertIn("level 2", self.fault("-O2 -D_FORTIFY_SOURCE=3 -D_FORTIFY_SOURCE=2"))
+        self.assertIn("level 0", self.fault("-O2 -D_FORTIFY_SOURCE=3 -U_FORTIFY_SOURCE"))
+
+    def test_a_command_without_a_level_is_not_fortified(self):
+        self.assertIn("level 0", self.fault("-O3"))
+
+    def test_a_command_that_does_not_optimise_is_not_fortified(self):
+        for options in ("", "-O0", "-Og"):
+            self.assertIn("not optimised", self.fault(f"{options} -D_FORTIFY_SOURCE=3"))
 
 
 if __name__ == "__main__":
