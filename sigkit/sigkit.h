@@ -299,7 +299,8 @@ SIGKIT_MUST_USE uint32_t SigkitVerifyAddCrlFile(SigkitVerifyCtx *ctx, const char
 /// @return SIGKIT_OK, or SIGKIT_ERR_PARAM when `ctx` is null.
 uint32_t SigkitVrfCtxFree(SigkitVerifyCtx *ctx);
 
-/// Returns the version of the library: a static text that is never freed. It cannot fail.
+/// Returns the version of this interface, which a release keeps for the sake of its hosts; releases have numbers of
+/// their own. A static text that is never freed. It cannot fail.
 const char *SigkitGetVersion(void);
 
 /// @}
