@@ -10,7 +10,9 @@ root=$PWD
 out=${out:-$root/build/release-check}
 jobs=$(nproc)
 multiarch=$(c++ -print-multiarch)
+version=$(sed -n 's/^project(sigkit VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 unset LD_LIBRARY_PATH PKG_CONFIG_PATH
+export CMAKE_EXPORT_COMPILE_COMMANDS=ON # for tests/check_hardening.py --fortified
 mkdir -p "$out"
 
 fail() {
@@ -156,8 +158,16 @@ install_tree() {
   tests/check_hardening.py --no-search-paths "$out/$1-root"
 }
 
-static_tree() { build_tree static "$root" -DBUILD_SHARED_LIBS=OFF && install_tree static; }
-shared_tree() { build_tree shared "$root" -DBUILD_SHARED_LIBS=ON -DBUILD_TESTING=ON && install_tree shared; }
+# Lines of their own, not joined by &&: a command before && may fail without ending the script.
+static_tree() {
+  build_tree static "$root" -DBUILD_SHARED_LIBS=OFF
+  install_tree static
+}
+
+shared_tree() {
+  build_tree shared "$root" -DBUILD_SHARED_LIBS=ON -DBUILD_TESTING=ON
+  install_tree shared
+}
 
 # sign_package PKGSIGN DIRECTORY: a signed package in DIRECTORY, and what must be refused: a tampered checksum file and
 # CRLs that revoke the signer.
@@ -213,6 +223,16 @@ try_consumer() {
   expect 1 "$@" "$directory/root.der" "$directory/revoked.der" "$directory/checksums.cms" "$directory/checksums"
 }
 
+# check_links DIRECTORY DOCUMENT: every link leads to an installed file. Counts in `links`.
+links=0
+check_links() {
+  local directory=$1 document=$2 link
+  while read -r link; do
+    [ -e "$directory/$(dirname "$document")/$link" ] || fail "$document: $link is not installed"
+    links=$((links + 1))
+  done < <(grep -o '](\([^)#:]\+\)[)#]' "$directory/$document" | sed 's/^](//; s/[)#]$//')
+}
+
 # with_library TREE COMMAND...: runs a program with the shared library of a tree, if it has one.
 with_library() {
   local tree=$1
@@ -221,14 +241,18 @@ with_library() {
 }
 
 # by_pkg_config KIND, by_cmake KIND: build the examples that are installed in $out/KIND-root over the library beside
-# them and let one judge the package; by_cmake also tests/consumer, which is C++.
+# them and let one judge the package. by_pkg_config also builds the update step, which is over no library of ours,
+# by_cmake tests/consumer, which is C++.
 installed_examples() { find "$1" -path '*/docs/examples/Makefile' -printf '%h\n'; }
 
 by_pkg_config() {
   local tree=$out/$1-root build=$out/consumer-$1-c
+  rm -rf "$build"
   mkdir -p "$build"
   PKG_CONFIG_PATH=$(dirname "$(find "$tree" -name sigkit.pc)") \
-    make -B -C "$(installed_examples "$tree")" BUILD="$build" CPPFLAGS=-Werror
+    make -C "$(installed_examples "$tree")" BUILD="$build" CPPFLAGS=-Werror
+  cp -r "$(installed_examples "$tree")/update" "$build"
+  make -C "$build/update" CPPFLAGS=-Werror
   try_consumer "$out/package" with_library "$tree" "$build/verify_memory"
 }
 

@@ -11,7 +11,8 @@ expected() {
   local library=usr/lib/$multiarch
   printf '%s\n' usr/bin/crl_compare usr/bin/pkgsign usr/bin/verify_tool usr/include/sigkit/sigkit.h \
     usr/include/sigkit/sigkit_host.h "$library"/cmake/Sigkit/SigkitConfig{,Version}.cmake \
-    "$library"/cmake/Sigkit/SigkitTargets{-release,}.cmake "$library"/libsigkit.a "$library"/pkgconfig/sigkit.pc "$@" |
+    "$library"/cmake/Sigkit/SigkitTargets{-release,}.cmake "$library"/libsigkit.a "$library"/pkgconfig/sigkit.pc \
+    usr/share/bash-completion/completions/pkgsign "$@" |
     LC_ALL=C sort
 }
 
@@ -19,27 +20,19 @@ expected() {
 check_tree() {
   local name=$1 tree=$out/$1-root
   shift
-  (cd "$tree" && find . ! -type d -printf '%P\n' | grep -v '^usr/share/' | LC_ALL=C sort) >"$out/$name.files"
+  (cd "$tree" && find . ! -type d ! -path './usr/share/man/*' ! -path './usr/share/doc/*' -printf '%P\n' |
+    LC_ALL=C sort) >"$out/$name.files"
   diff <(expected "$@") "$out/$name.files" || fail "the $name tree holds other files (<: expected)"
   if grep -rlF "$root" "$tree"; then
     fail "files of the $name tree name the folder they were built in"
   fi
 }
 
-# check_links DIRECTORY DOCUMENT: every link leads to an installed file. Counts in `links`.
-links=0
-check_links() {
-  local directory=$1 document=$2 link
-  while read -r link; do
-    [ -e "$directory/$(dirname "$document")/$link" ] || fail "$document: $link is not installed"
-    links=$((links + 1))
-  done < <(grep -o '](\([^)#:]\+\)[)#]' "$directory/$document" | sed 's/^](//; s/[)#]$//')
-}
-
 static_tree
 check_tree static
+tests/check_hardening.py --fortified "$out/static/compile_commands.json"
 shared_tree
-check_tree shared "usr/lib/$multiarch"/{libsigkit.so"{,.2,.2.$release}",libsigkit_status.a}
+check_tree shared "usr/lib/$multiarch"/{libsigkit.so{,.2,".$version"},libsigkit_status.a}
 
 tree=$out/static-root/usr
 documents=$tree/share/doc/sigkit
@@ -64,6 +57,16 @@ for page in docs/man/*.[1-9]; do
   cmp "$page" "$tree/share/man/man${page##*.}/${page##*/}"
   pages=$((pages + 1))
 done
+
+# What a device gets.
+rm -rf "$out/tool-root"
+DESTDIR=$out/tool-root cmake --install "$out/static" --component tool
+(cd "$out/tool-root/usr" && find . -type f -printf '%P\n' | LC_ALL=C sort) >"$out/tool.files"
+printf '%s\n' bin/verify_tool share/doc/sigkit/docs/troubleshooting.md share/man/man1/verify_tool.1 \
+  share/man/man5/sigkit-package.5 share/man/man7/sigkit_status.7 | diff - "$out/tool.files" ||
+  fail "the component tool holds other files (<: expected)"
+check_links "$out/tool-root/usr/share/doc/sigkit" docs/troubleshooting.md
+
 sign_package "$tree/bin/pkgsign" "$out/package"
 try_tool "$out/package" "$tree/bin/verify_tool"
 expect 0 env LD_LIBRARY_PATH="$out/shared-root/usr/lib/$multiarch" "$out/shared-root/usr/bin/crl_compare" \

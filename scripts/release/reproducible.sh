@@ -42,7 +42,7 @@ done
 for program in verify_tool crl_compare pkgsign; do
   grep -qx "./usr/bin/$program" "$out/static.first" || fail "$program was not compared"
 done
-for library in a so.2.*; do
+for library in a "so.$version"; do
   grep -qx "./usr/lib/$multiarch/libsigkit.$library" "$out/shared.first" || fail "libsigkit.$library was not compared"
 done
 echo "$compared installed files of two builds in two folders are the same, octet for octet; libsigkit.a $(
