@@ -17,7 +17,7 @@ packages_for() {
     lint) echo clang-format clang-tidy reuse shellcheck ;;
     docs) echo doxygen graphviz mandoc python3 ;;
     bench) echo libbenchmark-dev hyperfine valgrind gnuplot-nox time python3 wrk ;;
-    release) echo debhelper debootstrap dpkg-dev lintian ;;
+    release) echo debhelper debootstrap dpkg-dev lintian reuse ;;
     cross) echo g++-i686-linux-gnu g++-arm-linux-gnueabihf g++-aarch64-linux-gnu g++-riscv64-linux-gnu \
                 g++-s390x-linux-gnu qemu-user ;;
     replay) echo clang-14 clang-16 g++-11 g++-12 lld-14 lld-16 musl-tools ;;

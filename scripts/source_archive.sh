@@ -7,6 +7,7 @@
 set -euo pipefail
 version=$1 out=$(cd "$2" && pwd)
 cd "$(dirname "$0")/.."
+unset GZIP TAR_OPTIONS # would be taken for options
 
 date=$(sed -n "s/^## $version, //p" CHANGELOG.md)
 [ -n "$date" ] || { echo "source_archive.sh: CHANGELOG.md has no heading '## $version, DATE'" >&2; exit 1; }
