@@ -12,4 +12,4 @@ for pattern in "${@:-*}"; do
   wanted+=(-o -path "./$pattern")
 done
 find . \( -path ./.git -o -type d \( -path './build*' -o -name __pycache__ \) \) -prune -o \
-  -type f \( "${wanted[@]:1}" \) -printf '%P\n' | LC_ALL=C sort
+  \( -type f -o -type l \) \( "${wanted[@]:1}" \) -printf '%P\n' | LC_ALL=C sort

@@ -12,6 +12,6 @@ unset GZIP TAR_OPTIONS # would be taken for options
 date=$(sed -n "s/^## $version, //p" CHANGELOG.md)
 [ -n "$date" ] || { echo "source_archive.sh: CHANGELOG.md has no heading '## $version, DATE'" >&2; exit 1; }
 scripts/files.sh | tar -c --no-recursion --verbatim-files-from -T - --format=ustar --mtime="$date UTC" \
-  --owner=0 --group=0 --numeric-owner --mode='u=rwX,go=rX' --transform="s,^,sigkit-$version/," |
+  --owner=0 --group=0 --numeric-owner --mode='u=rwX,go=rX' --transform="s,^,sigkit-$version/,S" |
   gzip -9n >"$out/sigkit-$version.tar.gz"
 echo "$out/sigkit-$version.tar.gz"

@@ -15,9 +15,9 @@ segments that are not executable or writable together, stack protector, fortifie
 than it should: no run-time library of C++, no clock, no network. Control-flow protection is looked for in the objects
 of the archives that the program is made of: the program itself only carries the mark when the C library's start-up
 objects do too. With --needed each program is only looked at for the libraries that it needs, with --static for what it
-has instead of them: no dynamic linker and no libraries, and a layout as hard as that of the others. With --fortified the
-compiler's command for every shipped source is looked at in a build's compile_commands.json: it optimises, and the last
-that it says of _FORTIFY_SOURCE is 3.
+has instead of them: no dynamic linker and no libraries, and a layout as hard as that of the others. With --fortified
+the compiler's command for every shipped source is looked at in a build's compile_commands.json: it optimises, and the
+last that it says of _FORTIFY_SOURCE is 3.
 
 The other forms read every program and shared library below a directory, which is a build tree or an installed one. With
 --search-paths each may look for libraries in its own tree and where nobody but its owner can put one: no entry of its

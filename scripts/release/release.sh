@@ -127,11 +127,12 @@ make_again() (
   cmp "$made/sigkit-$version.spdx" "sigkit-$version.spdx"
 )
 
-# The SBOM has the SHA-1 of every file of the archive that is not empty, but for the licence's text itself.
-check_sbom() {
+# The archive is the commit, and the SBOM has the SHA-1 of every file that is not empty, but for the licence itself.
+check_archive() {
   local unpacked=$out/release-unpacked
   rm -rf "$unpacked" && mkdir "$unpacked"
   tar -C "$unpacked" -xf "$made/sigkit-$version.tar.gz"
+  diff -r --no-dereference -x .git -x build "$clone" "$unpacked/sigkit-$version" || fail "the archive is not the commit"
   sed -n 's/^FileName: //p' "$made/sigkit-$version.spdx" | LC_ALL=C sort >"$out/sbom.named"
   (cd "$unpacked/sigkit-$version" &&
     find . -type f -size +0 ! -path ./LICENSE ! -path './LICENSES/*' ! -path ./.reuse/dep5) | LC_ALL=C sort |
@@ -171,7 +172,7 @@ interrupt TERM
 interrupt KILL
 make_release "$version" "${judged_by[@]}" "${signed[@]}"
 check_release
-check_sbom
+check_archive
 make_again
 refuse 'there is a tag' "$version" "${judged_by[@]}" "${signed[@]}"
 
