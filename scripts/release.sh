@@ -83,7 +83,7 @@ scripts/source_sbom.sh "$version" "$part" >/dev/null
 cmake --preset release >/dev/null
 cmake --build --preset release -j "$(nproc)" --target pkgsign >/dev/null
 pkgsign=build/release/pkgsign/pkgsign
-"$pkgsign" sign "$part/SHA256SUMS" --out "$part/SHA256SUMS.cms" "$@"
+"$pkgsign" sign "$part/SHA256SUMS" --out "$part/SHA256SUMS.cms" "$@" || fail "there is no signature"
 answer=$("$pkgsign" check "$part/SHA256SUMS" --signature "$part/SHA256SUMS.cms" "${judged_by[@]}") ||
   fail "the signature is none that a device would take${answer:+: $answer}"
 

@@ -17,7 +17,7 @@ refused=0
 make_signer() {
   local module=/usr/lib/softhsm/libsofthsm2.so
   release_pki
-  rm -rf "$out/release-pki" "$out/token"
+  rm -rf "$out/release-pki" "$out/token" "$out/release-crls.der"
   cp -rL "$pki" "$out/release-pki"
   mkdir -p "$out/token/store"
   echo "directories.tokendir = $out/token/store" >"$out/token/conf"
@@ -29,7 +29,7 @@ make_signer() {
   key="pkcs11:token=release;object=signer?pin-source=$out/token/pin"
   pkgsign issue --as signer --name token --key "$key" --pki "$out/release-pki"
   pkgsign crl --pki "$out/release-pki" --out "$out/release-crls.der"
-  judged_by=(--pki "$out/release-pki" --crl "$out/release-crls.der")
+  judged_by=(--pki "$out/release-pki" --root "$pki/certificates/root.pem" --crl "$out/release-crls.der")
   certificate=$out/release-pki/certificates/token.pem
 }
 
@@ -81,11 +81,12 @@ refuse_trees_and_versions() {
 }
 
 refuse_signatures() {
-  refuse 'cannot' "$version" "${judged_by[@]}" --certificate "$certificate" --key "$out/no.key"
+  refuse 'there is no signature' "$version" "${judged_by[@]}" "${stamped[@]}" --certificate "$certificate" \
+    --key "$out/no.key"
   refuse 'none that a device would take' "$version" "${judged_by[@]}" "${signed[@]}" --no-timestamp
-  refuse 'none that a device would take' "$version" "${judged_by[@]}" "${signed[@]}" --dry-run
+  refuse 'none that a device would take' "$version" "${judged_by[@]}" "${signed[@]}" "${stamped[@]}" --dry-run
   touch "$clone/.git/refs/tags/v$version.lock" # git cannot make the tag
-  refuse "v$version.lock" "$version" "${judged_by[@]}" "${signed[@]}"
+  refuse "v$version.lock" "$version" "${judged_by[@]}" "${signed[@]}" "${stamped[@]}"
   rm "$clone/.git/refs/tags/v$version.lock"
 }
 
@@ -97,8 +98,8 @@ interrupt() {
   printf '#!/bin/sh\ntouch "%s"\nwhile [ -e "%s" ]; do sleep 0.2; done\n' "$out/signing" "$out/waiting" >"$out/slow-key"
   chmod +x "$out/slow-key"
   rm -f "$out/signing"
-  setsid "$clone/scripts/release.sh" --checked "$version" "${judged_by[@]}" --certificate "$certificate" \
-    --sign-command "$out/slow-key" &
+  setsid "$clone/scripts/release.sh" --checked "$version" "${judged_by[@]}" "${stamped[@]}" \
+    --certificate "$certificate" --sign-command "$out/slow-key" &
   process=$!
   until [ -e "$out/signing" ]; do
     kill -0 "$process"
@@ -165,16 +166,17 @@ check_release() {
 static_tree
 make_signer
 signed=(--certificate "$certificate" --key "$key")
+stamped=(--timestamp timestamp)
 make_clone
 refuse_trees_and_versions
 refuse_signatures
 interrupt TERM
 interrupt KILL
-make_release "$version" "${judged_by[@]}" "${signed[@]}"
+make_release "$version" "${judged_by[@]}" "${signed[@]}" "${stamped[@]}"
 check_release
 check_archive
 make_again
-refuse 'there is a tag' "$version" "${judged_by[@]}" "${signed[@]}"
+refuse 'there is a tag' "$version" "${judged_by[@]}" "${signed[@]}" "${stamped[@]}"
 
 echo "release $version, signed by a key in a token: openssl, verify_tool and pkgsign check take the signature of" \
   "SHA256SUMS; archive and SBOM of $(wc -l <"$out/sbom.named") files are the same elsewhere, later and under another" \
