@@ -88,7 +88,7 @@ answer=$("$pkgsign" check "$part/SHA256SUMS" --signature "$part/SHA256SUMS.cms" 
   fail "the signature is none that a device would take${answer:+: $answer}"
 
 mv "$part" "$out"
-git tag -a "v$version" -m "Sigkit $version" "$commit"
+git tag -a "v$version" -m "Sigkit $version" "$commit" || fail "git has made no tag"
 echo "$out:"
 (cd "$out" && sha256sum -- *)
 echo "The tag v$version names $(git rev-parse --short "$commit")."
