@@ -180,4 +180,4 @@ refuse 'there is a tag' "$version" "${judged_by[@]}" "${signed[@]}" "${stamped[@
 
 echo "release $version, signed by a key in a token: openssl, verify_tool and pkgsign check take the signature of" \
   "SHA256SUMS; archive and SBOM of $(wc -l <"$out/sbom.named") files are the same elsewhere, later and under another" \
-  "umask; $refused times it was refused and twice interrupted, and left nothing behind"
+  "umask; refused $refused times without a trace; SIGTERM and SIGKILL leave no tag and no release"
