@@ -14,8 +14,10 @@ copy_tree() {
 }
 
 # build_copy NAME SHARED: what static_tree and shared_tree build, outside $out and one after the other in one folder. In
-# another language and time zone, and for no other user's eyes.
+# another language and time zone, and for no other user's eyes. A cache of the compiler would give the first build's
+# objects again.
 build_copy() {
+  local -x CCACHE_DISABLE=1
   cmake -S "$copy" -B "$copy/build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr -DBUILD_SHARED_LIBS="$2" \
     -DSIGKIT_TRUST_ANCHOR="$copy/root.der"
   (umask 077 && LC_ALL=C.UTF-8 TZ=Pacific/Kiritimati cmake --build "$copy/build" -j "$jobs")
