@@ -68,7 +68,7 @@ lintian --allow-root --fail-on error,warning,override --display-info --show-over
 dpkg-deb -x "$debs"/pkgsign_*.deb "$out/debs-pkgsign"
 sign_package "$out/debs-pkgsign/usr/bin/pkgsign" "$out/package"
 try_development_packages
-made="$(wc -w <"$out/debs.names") packages and their source, lintian: no errors, warnings and overrides; examples build"
+made="$(wc -w <"$out/debs.names") packages and their source, lintian: no errors, warnings or overrides; examples build"
 made+=" against libsigkit-dev, and the $links links of sigkit-doc lead to files in it"
 # With the one library that the tools need besides.
 make_system "$clean" --include=libssl3 ||
