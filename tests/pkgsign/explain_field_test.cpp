@@ -26,7 +26,7 @@ std::string LogOf(const FieldPackage &package)
     (void)RunProcess({VERIFY_TOOL, "-f", "CHECK_PKG_INTEGRITY", "-h", directory.File("checksums.cms"), "-e",
                       directory.File("checksums"), "-c", directory.File("crls.der")},
                      {"QZLOG=", "LD_PRELOAD=" SYSLOG_RECORDER, "SYSLOG_RECORD=" + directory.File("record"),
-                      "ASAN_OPTIONS=verify_asan_link_order=0"});
+                      "SYSLOG_SOCKET=there", "ASAN_OPTIONS=verify_asan_link_order=0"});
     forge::Bytes log;
     status = forge::ReadFile(directory.File("record"), &log);
     EXPECT_TRUE(status.ok) << status.reason;
