@@ -236,7 +236,8 @@ void RunLoop(Server *server, int events, int signals)
         server->premises.connections = server->clients.size();
         (void)g_libmicrohttpd.MHD_run(server->daemon);
         struct signalfd_siginfo received = {};
-        if (server->hasFailed || read(signals, &received, sizeof(received)) > 0) {
+        const bool isAskedToEnd = (sources[2].revents & POLLIN) != 0 && read(signals, &received, sizeof(received)) > 0;
+        if (server->hasFailed || isAskedToEnd) {
             BeginEnding(server);
         }
         if (Milliseconds() - swept >= SWEEP_MILLISECONDS) {
