@@ -14,6 +14,13 @@ namespace pkgsign
 namespace
 {
 
+struct CauseRow {
+    const char *code;
+    const char *remedy; // empty: that of the likeliest cause of `status`, as explain has it (cause_list.def)
+    const char *next;   // a command; %f, %r, %c, %s: content, root, CRL file, signature file; %o: the file that fits
+    uint32_t status = 0;
+};
+
 constexpr CauseRow ROWS[] = {
     {"root-unusable", "Give the root certificate that the devices have built in, as DER or PEM.", "pkgsign inspect %r"},
     {"file-unreadable",
@@ -115,8 +122,7 @@ std::string ForShell(const std::string &path)
     return quoted + "'";
 }
 
-} // namespace
-
+// The code must be one of the table's.
 const CauseRow &FindCauseRow(const std::string &code)
 {
     for (const CauseRow &row : ROWS) {
@@ -137,6 +143,8 @@ std::string RemedyOf(const CauseRow &row)
     return remedy;
 }
 
+} // namespace
+
 std::string FillPaths(const std::string &command, const Check &check)
 {
     std::string text;
@@ -153,6 +161,12 @@ std::string FillPaths(const std::string &command, const Check &check)
                                         : check.signaturePath);
     }
     return text;
+}
+
+void SetCause(Check *check, const char *code, const std::string &text)
+{
+    const CauseRow &row = FindCauseRow(code);
+    check->cause = {row.code, text, RemedyOf(row), FillPaths(row.next, *check)};
 }
 
 } // namespace pkgsign

@@ -13,9 +13,6 @@ namespace pkgsign
 // Fills in the cause; nothing for a package that is authentic.
 void FindCause(Check *check);
 
-// The judgement that a path failed at: of the certificate itself, or of one whose CRL it needs. Null: there is none.
-const Judgement *FailedJudgement(const PathFinding &path);
-
 } // namespace pkgsign
 
 #endif

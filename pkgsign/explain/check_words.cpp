@@ -75,4 +75,9 @@ bool IsSignedWithPss(const std::string &path)
     return algorithm != nullptr && OBJ_obj2nid(algorithm->algorithm) == NID_rsassaPss;
 }
 
+std::string Quoted(const std::string &text)
+{
+    return "'" + text + "'";
+}
+
 } // namespace pkgsign

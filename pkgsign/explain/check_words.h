@@ -34,6 +34,9 @@ bool StartsLikeText(const std::string &path);
 // Whether the signer of a message names RSASSA-PSS, which the library does not read.
 bool IsSignedWithPss(const std::string &path);
 
+// 'text'
+std::string Quoted(const std::string &text);
+
 } // namespace pkgsign
 
 #endif

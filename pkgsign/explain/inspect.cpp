@@ -4,11 +4,10 @@
 #include "pkgsign/explain/inspect.h"
 
 #include <algorithm>
-#include <set>
 
 #include "pkgsign/explain/inspect_armour.h"
-#include "pkgsign/explain/inspect_crl.h"
-#include "pkgsign/explain/inspect_message.h"
+#include "pkgsign/explain/inspect_certificate.h"
+#include "pkgsign/explain/inspect_file.h"
 #include "pkgsign/explain/inspect_recognise.h"
 #include "pkgsign/files/files.h"
 
@@ -21,171 +20,8 @@ using namespace inspection;
 
 constexpr size_t DEVICE_SIZE_MAX = 2000000;
 constexpr size_t DEVICE_SIZE_MIN = 38;
-constexpr size_t DEVICE_TAIL_MAX = 32;         // octets behind the last object that are dropped
-constexpr size_t DEVICE_LIST_MAX = 16;         // certificates of a DER file, and CRLs
-constexpr size_t DEVICE_CERTIFICATES_MAX = 15; // beside the root
-constexpr size_t DEVICE_BLOCKS_MAX = 15;       // beside the root's octets
-
-// One file while it is read.
-struct FileState {
-    const InspectOptions *options = nullptr;
-    size_t shownMost = 0;
-    Findings findings; // of the file
-    size_t errors = 0; // of its objects
-    size_t objectCount = 0;
-    Report objects = Report::array();
-    size_t crlCount = 0;
-    size_t certificateCount = 0;
-    std::set<Bytes> crls; // by signature value, as the device tells them apart
-    std::set<Bytes> crlIssuers;
-    std::set<Bytes> certificates; // that are not self-signed
-    size_t takenBlocks = 0;       // that the device has decoded and keeps
-    size_t blocks = 0;
-    bool beginsWithMessage = false;
-    size_t checksLeft = SIGNATURE_CHECKS_MAX;
-};
-
-const char *KindName(ObjectKind kind)
-{
-    switch (kind) {
-    case ObjectKind::Message:
-        return "message";
-    case ObjectKind::Certificate:
-        return "certificate";
-    case ObjectKind::Crl:
-        return "crl";
-    case ObjectKind::TimestampRequest:
-        return "timestampRequest";
-    case ObjectKind::TimestampAnswer:
-        return "timestampAnswer";
-    case ObjectKind::CertificationRequest:
-        return "certificationRequest";
-    default:
-        return "unknown";
-    }
-}
-
-Report FindingsJson(const Findings &findings)
-{
-    Report list = Report::array();
-    for (const Finding &finding : findings.list) {
-        const RuleText &text = TextOf(finding.rule);
-        list.push_back({{"severity", SeverityName(text.severity)},
-                        {"code", text.code},
-                        {"path", finding.path},
-                        {"offset", finding.offset},
-                        {"citation", finding.citation},
-                        {"text", text.text},
-                        {"detail", finding.detail}});
-    }
-    return list;
-}
-
-// The certificates and CRLs of a file, as the device counts them: in a list while it reads, and each once in its store.
-void CountObject(FileState *state, InspectContext *context, ObjectKind kind, const Node &node, size_t offset)
-{
-    const Bytes &data = *context->data;
-    const Node *const signature = FindNode(&node, "signatureValue");
-    if (kind == ObjectKind::Certificate) {
-        ++state->certificateCount;
-        if (!ReadFacts(context, node).isSelfSigned.value_or(false)) {
-            state->certificates.insert(BitsOf(data, signature));
-        }
-    } else if (kind == ObjectKind::Crl) {
-        ++state->crlCount;
-        const Node *const issuer = FindNode(&node, "tbsCertList.issuer");
-        if (state->crls.insert(BitsOf(data, signature)).second &&
-            !state->crlIssuers.insert(DeviceName(data, issuer)).second) {
-            const NodePath file;
-            AddFinding(&state->findings, Rule::CrlTwice, file, offset, NameText(context, issuer));
-        }
-    }
-}
-
-Report DescribeObject(InspectContext *context, ObjectKind kind, const Node &node, std::string *kindName)
-{
-    const NodePath path;
-    *kindName = KindName(kind);
-    switch (kind) {
-    case ObjectKind::Message:
-        if (IsToken(*context->data, node)) {
-            TokenFacts facts;
-            *kindName = "timestampToken";
-            return DescribeToken(context, node, path, {}, &facts);
-        }
-        return DescribeMessage(context, node, path);
-    case ObjectKind::Certificate:
-        return DescribeCertificate(context, node, path);
-    case ObjectKind::Crl:
-        return DescribeCrl(context, node, path);
-    case ObjectKind::TimestampRequest:
-        return DescribeTimestampRequest(context, node, path);
-    case ObjectKind::TimestampAnswer:
-        return DescribeTimestampAnswer(context, node, path);
-    default:
-        return DescribeCertificationRequest(context, node, path);
-    }
-}
-
-// One object of a known kind. block: of the armour that it is in; null in DER. Returns where it ends.
-size_t AddObject(FileState *state, const Bytes &data, size_t at, ObjectKind kind, const ArmourBlock *block)
-{
-    Findings findings;
-    findings.most = state->shownMost;
-    Walk walk = {&data, &findings};
-    Node node;
-    const NodePath path;
-    const size_t end = WalkObject(&walk, *TypeOf(kind), at, {data.size(), false}, path, &node);
-    FinishWalk(&walk);
-    InspectContext context = {&data, &findings, &state->options->issuers, state->shownMost, &state->checksLeft, {}};
-    CountObject(state, &context, kind, node, block == nullptr ? at : block->offset);
-    std::string kindName;
-    Report content = DescribeObject(&context, kind, node, &kindName);
-    ++state->objectCount;
-    state->errors += findings.errors;
-    if (state->objects.size() < state->shownMost) {
-        state->objects.push_back({{"kind", kindName},
-                                  {"offset", block == nullptr ? at : block->offset},
-                                  {"size", end - at},
-                                  {"label", block == nullptr ? Report(nullptr) : Report(Printable(block->label))},
-                                  {"content", std::move(content)},
-                                  {"findings", FindingsJson(findings)},
-                                  {"findingCount", findings.count}});
-    }
-    return end;
-}
-
-// What is no object: what stands there, and what it looks like.
-void AddUnknown(FileState *state, const Bytes &data, size_t at, const std::string &hint)
-{
-    const InspectedElement element = ReadElement(data, at, data.size());
-    const NodePath file;
-    AddFinding(&state->findings, Rule::NotRecognised, file, at,
-               "found " + DescribeElement(element) + (hint.empty() ? "" : ": " + hint));
-    if (IsThere(element) && element.isCut) {
-        AddFinding(&state->findings, Rule::LengthBeyond, file, at,
-                   DescribeElement(element) + ", of which " + std::to_string(ContentSize(element)) + " are there");
-    }
-    if (!IsThere(element)) {
-        AddFinding(&state->findings, Rule::ReadTo, file, at, "expected SEQUENCE, found a header that is cut off");
-    }
-}
-
-void CheckCounts(FileState *state, bool isDer)
-{
-    const NodePath file;
-    if (isDer && state->crlCount > DEVICE_LIST_MAX) {
-        AddFinding(&state->findings, Rule::CrlsTooMany, file, 0, "there are " + std::to_string(state->crlCount));
-    }
-    if (isDer && state->certificateCount > DEVICE_LIST_MAX) {
-        AddFinding(&state->findings, Rule::FileCertificates, file, 0,
-                   "there are " + std::to_string(state->certificateCount));
-    }
-    if (state->certificates.size() > DEVICE_CERTIFICATES_MAX) {
-        AddFinding(&state->findings, Rule::StoreFull, file, 0,
-                   "there are " + std::to_string(state->certificates.size()));
-    }
-}
+constexpr size_t DEVICE_TAIL_MAX = 32;   // octets behind the last object that are dropped
+constexpr size_t DEVICE_BLOCKS_MAX = 15; // beside the root's octets
 
 bool IsStored(ObjectKind kind)
 {
@@ -385,7 +221,7 @@ Status AddIssuers(const std::string &name, const Bytes &data, InspectOptions *op
 Report InspectFile(const std::string &name, const Bytes &data, const InspectOptions &options)
 {
     FileState state;
-    state.options = &options;
+    state.issuers = &options.issuers;
     state.shownMost = options.all ? INSPECT_SHOWN_WITH_ALL : INSPECT_SHOWN;
     state.findings.most = state.shownMost;
     const NodePath file;
