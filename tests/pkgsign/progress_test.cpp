@@ -67,9 +67,7 @@ void Feed(const std::string &pipe, int milliseconds)
 
 TEST_F(ProgressLine, AppearsOnATerminalAfterTwoSecondsAndGoesAway)
 {
-    if (!HasTerminals()) {
-        GTEST_SKIP() << "this machine has no pseudo-terminals";
-    }
+    SKIP_WITHOUT_TERMINALS();
     for (const char *const name : {"slow", "slower", "quick"}) {
         ASSERT_EQ(0, mkfifo(Path(name).c_str(), 0600));
     }

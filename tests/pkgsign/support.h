@@ -58,9 +58,14 @@ struct Fault {
 
 bool Contains(const std::string &text, const std::string &part);
 
-// Whether this machine gives out pseudo-terminals. A bare chroot does not, and no package can mend that: tests that
-// want one are skipped there. scripts/fresh-machine.sh accepts no skipped test.
+// Whether this machine gives out pseudo-terminals.
 bool HasTerminals();
+
+// Leaves a test that wants one: a bare chroot has none, and no package can mend that. scripts/fresh-machine.sh, whose
+// machine has them, accepts no skipped test.
+#define SKIP_WITHOUT_TERMINALS()                                                                                       \
+    if (!HasTerminals())                                                                                               \
+    GTEST_SKIP() << "this machine has no pseudo-terminals"
 
 // An error is one line on standard error, with the exit status of what was not done.
 void ExpectRefused(const Outcome &outcome, const std::string &reason);

@@ -36,9 +36,7 @@ class Terminals : public InFolder
 protected:
     void SetUp() override
     {
-        if (!HasTerminals()) {
-            GTEST_SKIP() << "this machine has no pseudo-terminals";
-        }
+        SKIP_WITHOUT_TERMINALS();
         InFolder::SetUp();
     }
 
