@@ -16,8 +16,8 @@ than it should: no run-time library of C++, no clock, no network. Control-flow p
 of the archives that the program is made of: the program itself only carries the mark when the C library's start-up
 objects do too. With --needed each program is only looked at for the libraries that it needs, with --static for what it
 has instead of them: no dynamic linker and no libraries, and a layout as hard as that of the others. With --fortified
-the compiler's command for every shipped source is looked at in a build's compile_commands.json: it optimises, and the
-last that it says of _FORTIFY_SOURCE is 3.
+the compiler's command for every shipped source is looked at in a build's compile_commands.json: the last that it says
+of optimisation is some, and of _FORTIFY_SOURCE 3.
 
 The other forms read every program and shared library below a directory, which is a build tree or an installed one. With
 --search-paths each may look for libraries in its own tree and where nobody but its owner can put one: no entry of its
@@ -107,8 +107,8 @@ def faults(program: str) -> list[str]:
 
 
 def fortify_fault(command: str) -> str | None:
-    """What is wrong with a compiler's command, if anything. Whoever compiles may have set another level before."""
-    if not re.search(r" -O[123s] ", command):
+    """What is wrong with a compiler's command, if anything. Of each option the last counts."""
+    if ("0", *re.findall(r" -O(\S*)", command))[-1] == "0":
         return "is not optimised, so nothing is fortified"
     levels = re.findall(r" -[UD]_FORTIFY_SOURCE(?:=(\d))?(?= )", command)
     level = ("0", *levels)[-1] or "0"

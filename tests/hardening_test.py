@@ -72,8 +72,12 @@ class Fortified(unittest.TestCase):
         self.assertIn("level 0", self.fault("-O3"))
 
     def test_a_command_that_does_not_optimise_is_not_fortified(self):
-        for options in ("", "-O0", "-Og"):
+        for options in ("", "-O0", "-O2 -O0"):
             self.assertIn("not optimised", self.fault(f"{options} -D_FORTIFY_SOURCE=3"))
+
+    def test_every_level_of_optimisation_counts(self):
+        for options in ("-O", "-O0 -O1", "-O3", "-Os", "-Og"):
+            self.assertIsNone(self.fault(f"{options} -D_FORTIFY_SOURCE=3"))
 
 
 if __name__ == "__main__":
