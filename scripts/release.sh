@@ -40,6 +40,8 @@ done
 # expect_clean: the tree holds the files of the commit and no others, neither changed nor hidden from git.
 expect_clean() {
   [ -z "$(git status --porcelain)" ] || fail "the tree has changes: commit them, or take them away"
+  # Of files that are assumed to be unchanged, or are none of the tree's, git does not look for changes.
+  [ -z "$(git ls-files -v | sed '/^H /d')" ] || fail "there are files that git does not look at: git ls-files -v"
   diff <(git -c core.quotePath=off ls-files | LC_ALL=C sort) <(scripts/files.sh) >&2 ||
     fail "the tree holds other files than the commit"
 }

@@ -63,6 +63,9 @@ refuse_trees_and_versions() {
   local options=("${judged_by[@]}" "${signed[@]}") next=9.9.9
   echo >>"$clone/README.md"
   refuse 'the tree has changes' "$version" "${options[@]}"
+  git -C "$clone" update-index --assume-unchanged README.md
+  refuse 'files that git does not look at' "$version" "${options[@]}"
+  git -C "$clone" update-index --no-assume-unchanged README.md
   git -C "$clone" checkout -q README.md
   echo hidden >>"$clone/.git/info/exclude"
   touch "$clone/hidden"
