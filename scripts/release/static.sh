@@ -47,6 +47,8 @@ sign_package "$out/static/pkgsign/pkgsign" "$out/package"
 static_tool static-tool
 try_in_cell static-tool
 with_debian=$size
+warnings=$(linker_warnings static-tool)
+[ "$warnings" -gt 0 ] || fail "the linker's warnings are not found, so none below would be missed"
 
 # Its own libcrypto, by the line of the document.
 source_tree=$out/openssl
@@ -61,4 +63,4 @@ grep -q "^OPENSSL_CRYPTO_LIBRARY:.*=$prefix/" "$out/small-tool/CMakeCache.txt" |
 try_in_cell small-tool
 
 echo "static programs work in an empty chroot: $with_debian octets with Debian's libcrypto and" \
-  "$(linker_warnings static-tool) warnings of the linker; $size without sockets and modules, and none"
+  "$warnings warnings of the linker; $size without sockets and modules, and none"
