@@ -346,7 +346,9 @@ try_update() {
   sed 's/2$/3/' package/checksums >altered/checksums
   spool altered
   expect_refused 'the package is not authentic'
-  journalctl -t verify_tool -o cat | grep ERROR || fail "the journal has no line of verify_tool"
+  journalctl -q -t update -t verify_tool >why # as the document says
+  grep 'update\[.*the package is not authentic' why || fail "the journal has no line of the step by its name"
+  grep 'verify_tool\[.*ERROR' why || fail "the journal has no line of verify_tool by its name"
   check_update_confined
 }
 
