@@ -192,6 +192,9 @@ std::optional<bool> AskSelfSigned(InspectContext *context, const Node &certifica
 
 SignedOctets SignatureOf(const Bytes &data, const Node &object, const Node *signedPart, const char *valueName)
 {
+    if (object.element.isCut) {
+        return {};
+    }
     return {{EncodingOf(data, signedPart)},
             DeviceDigestName(AlgorithmOf(data, FindNode(&object, "signatureAlgorithm"))),
             BitsOf(data, FindNode(&object, valueName))};
@@ -226,7 +229,7 @@ void CheckAlgorithms(InspectContext *context, const Node &object, const Node *in
         AddFinding(context->findings, Rule::SignatureAlgorithm, here, outer->element.offset,
                    "found " + IdentifierText(algorithm));
     }
-    if (inner != nullptr && EncodingOf(data, inner) != EncodingOf(data, outer)) {
+    if (inner != nullptr && !outer->element.isCut && EncodingOf(data, inner) != EncodingOf(data, outer)) {
         AddFinding(context->findings, Rule::AlgorithmsDiffer, here, outer->element.offset, "", citation);
     }
 }
@@ -331,7 +334,7 @@ Report DescribeCertificate(InspectContext *context, const Node &certificate, con
     if (report["deviceTakesItAs"].empty() && !report["key"].is_null() && !certificate.element.isCut) {
         AddFinding(context->findings, Rule::CertificateUse, path, certificate.element.offset, facts.subjectText);
     }
-    if (facts.isCa != ((facts.keyUsage & KEY_CERT_SIGN) != 0)) {
+    if (facts.isCa != ((facts.keyUsage & KEY_CERT_SIGN) != 0) && !certificate.element.isCut) {
         AddFinding(context->findings, Rule::CaByHalves, path, certificate.element.offset,
                    facts.isCa ? "there is no keyCertSign" : "there is no cA");
     }

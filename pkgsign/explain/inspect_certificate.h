@@ -34,7 +34,7 @@ bool HasPurpose(const CertificateFacts &facts, const std::string &dotted);
 bool SignsCertificates(const CertificateFacts &facts);
 bool SignsCrls(const CertificateFacts &facts);
 
-// The signature of a certificate, CRL or request over its first member.
+// The signature of a certificate, CRL or request over its first member; none that can be checked of one that is cut.
 SignedOctets SignatureOf(const Bytes &data, const Node &object, const Node *signedPart, const char *valueName);
 
 // Whether the device computes an object's signature, and whether it names its algorithm alike in both places. inner:

@@ -210,7 +210,8 @@ Report DescribeSerial(InspectContext *context, const Node *node, const NodePath 
     const bool hasSpare = content.size() > 1 && content[0] == 0 && content[1] < 0x80;
     const bool isZero = std::all_of(content.begin(), content.end(), [](uint8_t octet) { return octet == 0; });
     const Bytes number = NumberOf(*context->data, node);
-    if (isZero || hasSpare || content[0] >= 0x80 || number.size() > SERIAL_OCTETS_MAX) {
+    const bool isOdd = isZero || hasSpare || content[0] >= 0x80 || number.size() > SERIAL_OCTETS_MAX;
+    if (isOdd && !node->element.isCut) {
         AddFinding(context->findings, Rule::SerialForm, path, node->element.offset,
                    "found " + DescribeElement(node->element));
     }

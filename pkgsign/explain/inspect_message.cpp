@@ -110,8 +110,10 @@ bool FindInfo(InspectContext *context, const Node &token, const NodePath &path, 
     if (isInPieces) {
         AddFinding(context->findings, Rule::StringInPieces, here, octetsOut->offset, DescribeElement(*octetsOut));
     } else if (!IsThere(*octetsOut) || octetsOut->isCut || octetsOut->flaw != ElementFlaw::None) {
-        AddFinding(context->findings, Rule::TokenContent, here, octetsOut->offset,
-                   "found " + DescribeElement(*octetsOut));
+        if (!content->element.isCut) {
+            AddFinding(context->findings, Rule::TokenContent, here, octetsOut->offset,
+                       "found " + DescribeElement(*octetsOut));
+        }
     } else if (octetsOut->identifier != OCTET_STRING) {
         AddFinding(context->findings, Rule::TypeNotRead, here, octetsOut->offset, DescribeElement(*octetsOut),
                    "RFC 5652, 5.2");

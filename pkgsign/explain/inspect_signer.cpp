@@ -218,7 +218,8 @@ Report DescribeSigner(InspectContext *context, const Node &signer, const NodePat
         AddFinding(context->findings, Rule::DigestMissing, attributesPath, attributes->element.offset, "");
     }
     if (facts == nullptr) {
-        if (FindNode(&signer, "sid.issuer") == nullptr) {
+        const Node *const identifier = FindNode(&signer, "sid");
+        if (FindNode(&signer, "sid.issuer") == nullptr || identifier->element.isCut) {
             return report; // nothing to find a certificate by: the finding is the identifier's
         }
         AddFinding(context->findings, Rule::SignerCertificateMissing, sid, signer.element.offset, "");

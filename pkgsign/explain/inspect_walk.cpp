@@ -152,7 +152,8 @@ void WalkMembers(Walk *walk, const TypeInfo &type, size_t at, const Scope &scope
         for (; next < place; ++next) {
             if (!type.members[next].isOptional) {
                 AddMissing(walk, type, next, element.offset, DescribeElement(element), path);
-            } else if (type.members[next].type->shape == Shape::Boolean && Fits(type.members[next], element)) {
+            } else if (type.members[next].type->shape == Shape::Boolean && Fits(type.members[next], element) &&
+                       !element.isCut) {
                 AddFinding(walk->findings, Rule::BooleanLength, path, element.offset,
                            "found " + DescribeElement(element));
             }

@@ -127,11 +127,20 @@ TEST(InspectVectors, HaveAnErrorWhereADeviceRefusesAFileForWhatItIsAndNoneWhereI
 
 // ---- Broken octets -------------------------------------------------------------------------------------------------
 
+// A file that ends too early has an error that says so, and no finding about what is not there any more.
 void ExpectErrorAtEveryCut(const Bytes &whole)
 {
+    pkgsign::InspectOptions options;
+    ASSERT_TRUE(pkgsign::AddIssuers("root", ReadVector("files/root"), &options).ok);
+    std::set<std::string> expected = FindingsOf(pkgsign::InspectFile("file", whole, options));
+    expected.insert({"file-empty", "file-too-short", "not-recognised", "length-beyond", "read-to"});
     for (size_t size = 0; size < whole.size(); ++size) {
-        const Json file = Inspect(Bytes(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size)));
+        const Bytes cut(whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size));
+        const Json file = pkgsign::InspectFile("file", cut, options);
         ASSERT_FALSE(FindingsOf(file, "error").empty()) << size;
+        for (const std::string &code : FindingsOf(file)) {
+            ASSERT_EQ(1U, expected.count(code)) << size << ": " << code;
+        }
         for (const Json &object : file["objects"]) {
             for (const Json &finding : object["findings"]) {
                 ASSERT_LE(finding["offset"].get<size_t>(), size);
@@ -150,6 +159,14 @@ TEST(InspectTruncated, CrlsAndCertificatesHaveAnErrorWhereverTheyEnd)
     const Bytes crls = ReadVector("files/signature/good.crls");
     ExpectErrorAtEveryCut(Bytes(crls.begin(), crls.begin() + 686)); // the first of three
     ExpectErrorAtEveryCut(ReadVector("files/root"));
+}
+
+TEST(InspectTruncated, AreNotSaidToBeSelfSignedOrNot)
+{
+    Bytes root = ReadVector("files/root");
+    EXPECT_EQ(true, Inspect(root)["objects"][0]["content"]["selfSigned"]);
+    root.pop_back();
+    EXPECT_TRUE(Inspect(root)["objects"][0]["content"]["selfSigned"].is_null());
 }
 
 TEST(InspectTruncated, SayHowFarTheyCouldBeReadAndWhatWasExpectedThere)
