@@ -109,7 +109,8 @@ Report VerifyByIssuer(InspectContext *context, const Bytes &issuerName, bool Ins
         }
         holds = one.has_value() ? one : holds;
     }
-    if (holds.has_value()) {
+    const bool areAllAsked = issuer == end || issuer->subject != issuerName;
+    if (holds.has_value() && areAllAsked) {
         AddFinding(context->findings, Rule::IssuerSignature, path, offset, "",
                    may == &InspectIssuer::signsCrls ? "RFC 5280, 6.3.3 (g)" : nullptr);
         return {{"state", "wrong"}, {"by", nullptr}};

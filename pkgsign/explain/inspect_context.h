@@ -55,8 +55,8 @@ struct SignedOctets {
 // Whether a signature holds, by the device's own check. Nothing when that cannot be said.
 std::optional<bool> CheckSignature(InspectContext *context, const RsaNumbers &key, const SignedOctets &octets);
 
-// Who of the issuers at hand has signed: {"state", "by"}. Adds a finding when one of that name has not. may: what the
-// device wants of the issuer.
+// Who of the issuers at hand has signed: {"state", "by"}. Adds a finding when those of that name were asked and none
+// has. may: what the device wants of the issuer.
 Report VerifyByIssuer(InspectContext *context, const Bytes &issuerName, bool InspectIssuer::*may,
                       const SignedOctets &octets, const NodePath &path, size_t offset);
 

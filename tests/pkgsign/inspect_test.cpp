@@ -558,6 +558,25 @@ TEST(InspectIssuers, VerifyOnlyWhatADeviceLetsThemSign)
     EXPECT_FALSE(others.issuers[0].signsCrls || others.issuers[0].signsCertificates);
 }
 
+TEST(InspectIssuers, OfOneNameDoNotRefuteASignatureBeforeAllOfThemAreAsked)
+{
+    const Bytes crls = ReadVector("files/signature/good.crls");
+    pkgsign::InspectOptions options;
+    ASSERT_TRUE(pkgsign::AddIssuers("root", ReadVector("files/root"), &options).ok);
+    pkgsign::inspection::InspectIssuer other = options.issuers[0];
+    other.key.modulus.back() ^= 2;
+    const auto first = [&](size_t others) {
+        pkgsign::InspectOptions many;
+        many.issuers.assign(others, other);
+        many.issuers.push_back(options.issuers[0]);
+        return pkgsign::InspectFile("file", crls, many)["objects"][0];
+    };
+    EXPECT_EQ("verified", first(pkgsign::inspection::SIGNATURE_CHECKS_MAX - 1)["content"]["verified"]["state"]);
+    const Json last = first(pkgsign::inspection::SIGNATURE_CHECKS_MAX);
+    EXPECT_EQ("not verified", last["content"]["verified"]["state"]);
+    EXPECT_EQ(0, last["findingCount"]) << last.dump(1);
+}
+
 TEST_F(InspectCommandTest, VerifiesUnderTheIssuersThatAreGivenAndSaysNotVerifiedOtherwise)
 {
     const std::string crls = VECTORS + "files/signature/good.crls";
