@@ -108,9 +108,12 @@ constexpr CauseRow ROWS[] = {
     {"machine", "Try again with more memory; look at the log.", "pkgsign check %f --root %r --crl %c --signature %s"},
 };
 
-// In apostrophes where a shell would see more than a word.
+// In apostrophes where a shell would see more than a word, and not as what a command would take for an option.
 std::string ForShell(const std::string &path)
 {
+    if (path[0] == '-') {
+        return ForShell("./" + path);
+    }
     if (!path.empty() && path.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_./-") ==
                              std::string::npos) {
         return path;

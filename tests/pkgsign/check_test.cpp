@@ -266,6 +266,22 @@ TEST(Check, NamesACommandThatTurnsLineEndsBack)
     EXPECT_TRUE(Contains(result.output, "fixed: authentic")) << result.output;
 }
 
+TEST(Check, NamesFilesSoThatNoCommandTakesThemForOptions)
+{
+    const TemporaryDirectory directory;
+    WriteFile(directory.File("-c"), "another content");
+    const std::string good = std::filesystem::absolute(Vector("signature/good.")).string();
+    const std::string root = std::filesystem::absolute(Vector("root")).string();
+    const std::string programs = std::filesystem::path(PKGSIGN_PROGRAM).parent_path().string();
+    const std::string start = "PATH='" + programs + "':$PATH && cd '" + directory.path + "' && ";
+    const ProcessResult first = RunProcess({"sh", "-c",
+                                            start + "pkgsign check --root '" + root + "' --crl '" + good +
+                                                "crls' --signature '" + good + "signature' --json -- -c"});
+    const std::string next = Json::parse(first.output)["next"];
+    const ProcessResult second = RunProcess({"sh", "-c", start + next});
+    EXPECT_EQ(1, second.exitStatus) << next << second.errors;
+}
+
 struct Conversion {
     pkgsign::LineEnds lineEnds;
     pkgsign::Presence mark;
