@@ -256,7 +256,8 @@ void WalkValue(Walk *walk, const TypeInfo &type, const Scope &scope, const NodeP
     }
 }
 
-// Behind those that are kept anyway, of each known extension or attribute the last one: it counts.
+// Behind those that are kept anyway, of each known extension or attribute the last one: it decides, but
+// for what it leaves out.
 void KeepKnown(const Node &entry, Node *list)
 {
     if (entry.children.empty() || std::string(entry.children.back().name) == "extnValue") {
