@@ -26,6 +26,7 @@ constexpr long CLIENT_SECONDS_MAX = 3600;
 constexpr size_t PORT_DIGITS_MAX = 5;
 constexpr long PORT_MAX = 65535;
 constexpr char LOOPBACK[] = "127.0.0.1";
+constexpr size_t QUICK_BATCH = 4;  // of a key in this process; more would save little and delay answers
 constexpr size_t CHAIN_LENGTH = 3; // authority, issuing CA, root
 
 struct Options {
@@ -49,11 +50,6 @@ struct Stamper {
     std::string state;   // the clock's file, where none is named
     std::function<Status(Key *)> load;
 };
-
-bool IsTokenKey(const Stamper &stamper)
-{
-    return stamper.keyUri.rfind("pkcs11:", 0) == 0;
-}
 
 Status ParseCount(const std::string &option, const std::string &text, long max, long *countOut)
 {
@@ -165,7 +161,7 @@ Status MakeSigners(const Stamper &stamper, const Workplace &place, size_t count,
 {
     Status status;
     Key key;
-    if (IsTokenKey(stamper)) {
+    if (IsTokenUri(stamper.keyUri)) {
         Secret pin; // asked for once; the workers find it in the secrets
         if (stamper.keyUri.find("pin-source=") == std::string::npos) {
             status = GetPassphrase(place.secrets, stamper.keyName, false, &pin);
@@ -179,7 +175,7 @@ Status MakeSigners(const Stamper &stamper, const Workplace &place, size_t count,
     status = stamper.load(&key);
     for (size_t i = 0; status.ok && i < count; ++i) {
         signersOut->emplace_back();
-        status = SignWithKey(key, &signersOut->back());
+        status = SignWithKey(CopyKey(key), &signersOut->back());
     }
     return status;
 }
@@ -233,6 +229,7 @@ Status RunAuthority(const Options &options, const Workplace &place, const Stampe
         Usage(PrepareAuthority(stamper.chain.timestamp, stamper.chain.issuingCa, options.policy, &authority));
     order->authority = &authority;
     order->clock = &clock;
+    order->batch = IsTokenUri(stamper.keyUri) ? 1 : QUICK_BATCH;
     BlockEndingSignals();
     if (status.ok) {
         status = OpenClock(options.state.empty() ? stamper.state : options.state, numbers.errorMax, &clock);

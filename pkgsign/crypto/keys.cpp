@@ -70,6 +70,11 @@ bool IsUri(const std::string &text)
     return colon != std::string::npos && colon < text.find('/');
 }
 
+bool IsTokenUri(const std::string &text)
+{
+    return strncasecmp(text.c_str(), "pkcs11:", 7) == 0; // RFC 3986, 3.1: a scheme in whatever case
+}
+
 Status LoadKey(const std::string &uri, const std::string &name, Secrets *secrets, Key *keyOut)
 {
     if (IsUri(uri) && strcasestr(uri.c_str(), "pin-value=") != nullptr) {
@@ -77,10 +82,9 @@ Status LoadKey(const std::string &uri, const std::string &name, Secrets *secrets
                     "' holds a PIN, which every user of this machine can read; "
                     "use pin-source or --passphrase-file, and change the PIN");
     }
-    const bool isToken = strncasecmp(uri.c_str(), "pkcs11:", 7) == 0;
     const std::string &asked = secrets->files.count(uri) != 0 ? uri : name;
     Key key;
-    Status status = isToken ? LoadTokenKey(uri, asked, secrets, &key) : LoadStoreKey(uri, asked, secrets, &key);
+    Status status = IsTokenUri(uri) ? LoadTokenKey(uri, asked, secrets, &key) : LoadStoreKey(uri, asked, secrets, &key);
     if (status.ok) {
         status = CheckKeyKind(key.get(), "key '" + Printable(name) + "'");
     }
@@ -99,7 +103,7 @@ Status LoadStoreKey(const std::string &uri, const std::string &name, Secrets *se
     if (key == nullptr) {
         const std::string what = "cannot load a private key from '" + Printable(uri) + "'";
         const Status status = FailCrypto(what);
-        if (asked.isGiven && strncasecmp(uri.c_str(), "pkcs11:", 7) != 0) { // libcrypto names the cipher's trouble
+        if (asked.isGiven && !IsTokenUri(uri)) { // libcrypto names the cipher's trouble
             return Fail(what + ": the passphrase for key '" + Printable(name) + "' does not fit it");
         }
         return asked.status.ok ? status : asked.status;
@@ -144,6 +148,14 @@ Status WriteKey(const std::string &path, const Key &key, const Secret *passphras
         return FailCrypto("cannot encode the key for '" + Printable(path) + "'");
     }
     return WriteNew(path, data, static_cast<size_t>(size), 0600);
+}
+
+Key CopyKey(const Key &key)
+{
+    const PlainKeyPtr plain(EVP_PKEY2PKCS8(key.get())); // wiped with the object
+    const Key copy = plain == nullptr ? nullptr : ShareKey(EVP_PKCS82PKEY(plain.get()));
+    ERR_clear_error();
+    return copy == nullptr ? key : copy;
 }
 
 Status CheckKeyKind(const EVP_PKEY *key, const std::string &what)

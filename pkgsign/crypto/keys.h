@@ -20,6 +20,9 @@ inline constexpr int KEY_BITS_MAX = 4096;
 // Whether this is a URI: what has a colon before its first slash. Else it is a path.
 bool IsUri(const std::string &text);
 
+// Whether this names a key in a token: a URI of RFC 7512.
+bool IsTokenUri(const std::string &text);
+
 // Loads a private key.
 //
 //   uri   a path, or what OSSL_STORE knows ("file:..."); "pkcs11:..." for a token, through libcrypto's pkcs11 provider
@@ -29,6 +32,10 @@ Status LoadKey(const std::string &uri, const std::string &name, Secrets *secrets
 
 // Loads the key of a token: LoadKey for "pkcs11:".
 Status LoadTokenKey(const std::string &uri, const std::string &name, Secrets *secrets, Key *keyOut);
+
+// A copy for a thread: those that sign with one key wait for each other at its blinding. The key itself when it cannot
+// leave its holder.
+Key CopyKey(const Key &key);
 
 // Loads the first private key that OSSL_STORE finds under a URI.
 Status LoadStoreKey(const std::string &uri, const std::string &name, Secrets *secrets, Key *keyOut);

@@ -29,13 +29,14 @@ Job *NextJob(Jobs *jobs)
 
 void HandBack(Job *job, Jobs *jobs)
 {
-    bool isFirst = false;
+    bool isTime = false;
     {
         const std::lock_guard<std::mutex> guard(jobs->access);
-        isFirst = jobs->done.empty(); // else the loop knows already
         jobs->done.push_back(job);
+        isTime = !jobs->isSignalled && (jobs->waiting.empty() || jobs->done.size() >= jobs->batch);
+        jobs->isSignalled = jobs->isSignalled || isTime;
     }
-    if (isFirst) { // without the lock, at which the loop would have to wait again
+    if (isTime) { // without the lock, at which the loop would have to wait again
         const uint64_t one = 1;
         (void)!write(jobs->doneSignal, &one, sizeof(one));
     }
@@ -74,7 +75,7 @@ void RunJobs(Jobs *jobs, const SignDigest &sign)
 } // namespace
 
 Status StartJobs(const Authority &authority, const TakeMoment &takeMoment, const std::vector<SignDigest> &signers,
-                 Jobs *jobs)
+                 size_t batch, Jobs *jobs)
 {
     jobs->doneSignal = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
     if (jobs->doneSignal < 0) {
@@ -82,6 +83,7 @@ Status StartJobs(const Authority &authority, const TakeMoment &takeMoment, const
     }
     jobs->authority = &authority;
     jobs->takeMoment = takeMoment;
+    jobs->batch = batch;
     jobs->ableThreads = signers.size();
     for (const SignDigest &sign : signers) {
         jobs->threads.emplace_back([jobs, sign] { RunJobs(jobs, sign); });
@@ -105,6 +107,7 @@ std::vector<Job *> TakeDone(Jobs *jobs, bool *hasFailedOut)
     std::vector<Job *> done;
     const std::lock_guard<std::mutex> guard(jobs->access);
     done.swap(jobs->done);
+    jobs->isSignalled = false;
     *hasFailedOut = jobs->hasFailed;
     return done;
 }

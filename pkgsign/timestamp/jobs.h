@@ -27,13 +27,15 @@ struct Jobs {
     const Authority *authority = nullptr;
     TakeMoment takeMoment; // called by all threads
     std::vector<std::thread> threads;
-    int doneSignal = -1; // eventfd; readable when jobs are done
-    std::mutex access;   // of what follows
+    int doneSignal = -1; // eventfd; readable when done jobs are to be taken
+    size_t batch = 1;
+    std::mutex access; // of what follows
     std::condition_variable isChanged;
     std::deque<Job *> waiting;
     std::vector<Job *> done;
-    size_t ableThreads = 0; // whose signer has not failed
-    bool hasFailed = false; // a signer has
+    size_t ableThreads = 0;   // whose signer has not failed
+    bool isSignalled = false; // since jobs were taken
+    bool hasFailed = false;   // a signer has
     bool isEnding = false;
 
     Jobs() = default;
@@ -42,9 +44,13 @@ struct Jobs {
     ~Jobs(); // ends the threads; jobs that still wait are not done
 };
 
-// Starts a thread for each signer. authority: outlives the jobs.
+// Starts a thread for each signer.
+//
+//   authority  outlives the jobs
+//   batch      while other jobs wait, so many must be done before doneSignal is given: to wake the loop for each costs
+//              a tenth of a quick signature
 Status StartJobs(const Authority &authority, const TakeMoment &takeMoment, const std::vector<SignDigest> &signers,
-                 Jobs *jobs);
+                 size_t batch, Jobs *jobs);
 
 void AddJob(Job *job, Jobs *jobs);
 

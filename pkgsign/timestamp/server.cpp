@@ -301,7 +301,7 @@ Status RunServer(const ServerOrder &order, int socket, int signals)
                    ? TakeTime(order.clock, &moment->time)
                    : FailCrypto("there are no random octets");
     };
-    Status status = StartJobs(*order.authority, takeMoment, order.signers, &jobs);
+    Status status = StartJobs(*order.authority, takeMoment, order.signers, order.batch, &jobs);
     if (status.ok) {
         status = StartDaemon(socket, &server);
     }

@@ -23,8 +23,9 @@ struct ServerOrder {
     std::string policy;
     Clock *clock = nullptr;
     std::vector<SignDigest> signers; // a thread for each
-    size_t connectionsMax = 1024;    // of more, the one that has idled longest is closed
-    int64_t clientSeconds = 30;      // that a client may take for a request, for its answer, and between two
+    size_t batch = 1;             // tokens that leave together while more are asked for: 1 where a signature takes long
+    size_t connectionsMax = 1024; // of more, the one that has idled longest is closed
+    int64_t clientSeconds = 30;   // that a client may take for a request, for its answer, and between two
 };
 
 } // namespace pkgsign

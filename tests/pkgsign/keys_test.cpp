@@ -12,6 +12,7 @@
 #include <filesystem>
 
 #include "pkgsign/files/files.h"
+#include "pkgsign/timestamp/signers.h"
 #include "tests/forge/forge.h"
 #include "tests/pkgsign/support.h"
 
@@ -113,6 +114,22 @@ TEST_F(KeyFiles, AreFoundByUriAndByPath)
     ASSERT_TRUE(pkgsign::LoadKey(Path("pki/private/signer.key"), "signer", &none, &path).ok);
     ASSERT_TRUE(pkgsign::LoadKey("file:" + Path("pki/private/signer.key"), "signer", &none, &uri).ok);
     EXPECT_TRUE(pkgsign::SamePublicKey(path.get(), uri.get()));
+}
+
+TEST_F(KeyFiles, HaveCopiesThatSignAlike)
+{
+    pkgsign::Secrets none;
+    pkgsign::Key key;
+    ASSERT_TRUE(pkgsign::LoadKey(Path("pki/private/signer.key"), "signer", &none, &key).ok);
+    const pkgsign::Key copy = pkgsign::CopyKey(key);
+    EXPECT_NE(key.get(), copy.get());
+    pkgsign::Bytes signatures[2];
+    for (size_t i = 0; i < 2; ++i) {
+        pkgsign::SignDigest sign;
+        ASSERT_TRUE(pkgsign::SignWithKey(i == 0 ? key : copy, &sign).ok);
+        ASSERT_TRUE(sign(pkgsign::Bytes(32, 0x5A), &signatures[i]).ok);
+    }
+    EXPECT_EQ(signatures[0], signatures[1]);
 }
 
 // Two processes may have chosen one name: the key of the first is not lost.
