@@ -32,7 +32,7 @@ Bytes Oid(int nid)
 
 Bytes Small(uint8_t number)
 {
-    return DerElement(DER_INTEGER, {{number}});
+    return DerElement(DER_INTEGER, {BytesView(&number, 1)});
 }
 
 const Bytes &Sha256Identifier()
@@ -43,13 +43,20 @@ const Bytes &Sha256Identifier()
 
 const Bytes &RsaIdentifier()
 {
-    static const Bytes IDENTIFIER = DerElement(DER_SEQUENCE, {Oid(NID_rsaEncryption), {0x05, 0x00}}); // RFC 3370, 3.2
+    static const Bytes IDENTIFIER =
+        DerElement(DER_SEQUENCE, {Oid(NID_rsaEncryption), Bytes{0x05, 0x00}}); // RFC 3370, 3.2
     return IDENTIFIER;
 }
 
 Bytes Attribute(int nid, const Bytes &value)
 {
     return DerElement(DER_SEQUENCE, {Oid(nid), DerElement(DER_SET, {value})});
+}
+
+const Bytes &ContentTypeAttribute()
+{
+    static const Bytes ATTRIBUTE = Attribute(NID_pkcs9_contentType, Oid(NID_id_smime_ct_TSTInfo));
+    return ATTRIBUTE;
 }
 
 // ---- The request ---------------------------------------------------------------------------------------------------
@@ -175,13 +182,12 @@ bool HasFields(const Bytes &octets, const Authority &authority, TS_REQ *request,
            SameNonce(TS_TST_INFO_get_nonce(info.get()), TS_REQ_get_nonce(request));
 }
 
-// The signed attributes of RFC 3161, 2.4.2 and RFC 5652, 11. identifier: DER_SET for what is signed, [0] for what is
-// written (RFC 5652, 5.4).
-Bytes EncodeAttributes(DerIdentifier identifier, const Authority &authority, const Bytes &tstInfoDigest)
+// The signed attributes of RFC 3161, 2.4.2 and RFC 5652, 11.
+Bytes EncodeAttributes(const Authority &authority, const Bytes &tstInfoDigest)
 {
-    return DerSetOf(identifier, {Attribute(NID_pkcs9_contentType, Oid(NID_id_smime_ct_TSTInfo)),
-                                 Attribute(NID_pkcs9_messageDigest, DerElement(DER_OCTET_STRING, {tstInfoDigest})),
-                                 authority.signingCertificate});
+    return DerSetOf(DER_SET, {ContentTypeAttribute(),
+                              Attribute(NID_pkcs9_messageDigest, DerElement(DER_OCTET_STRING, {tstInfoDigest})),
+                              authority.signingCertificate});
 }
 
 // The ContentInfo of RFC 5652, 5 with one signer.
@@ -205,12 +211,12 @@ Status SignToken(const Authority &authority, TS_REQ *request, const Moment &mome
     if (!HasFields(tstInfo, authority, request, moment)) {
         return Fail("the token's fields are not those that were asked for");
     }
-    const Bytes digest = Digest(EVP_sha256(), tstInfo);
+    Bytes attributes = EncodeAttributes(authority, Digest(EVP_sha256(), tstInfo));
     Bytes signature;
-    const Status status = sign(Digest(EVP_sha256(), EncodeAttributes(DER_SET, authority, digest)), &signature);
+    const Status status = sign(Digest(EVP_sha256(), attributes), &signature);
     if (status.ok) {
-        *tokenOut = EncodeToken(authority, tstInfo, EncodeAttributes(DER_CONTEXT_0, authority, digest), signature,
-                                TS_REQ_get_cert_req(request) != 0);
+        attributes[0] = DER_CONTEXT_0; // RFC 5652, 5.4: signed as a SET, written with the field's tag
+        *tokenOut = EncodeToken(authority, tstInfo, attributes, signature, TS_REQ_get_cert_req(request) != 0);
     }
     return status;
 }
@@ -314,7 +320,7 @@ Status StampBy(const Authority &authority, const Bytes &stamped, int64_t time, c
     const Bytes imprint =
         DerElement(DER_SEQUENCE, {Sha256Identifier(), DerElement(DER_OCTET_STRING, {Digest(EVP_sha256(), stamped)})});
     const Bytes request =
-        DerElement(DER_SEQUENCE, {Small(REQUEST_VERSION), imprint, DerElement(DER_BOOLEAN, {{0xFF}})});
+        DerElement(DER_SEQUENCE, {Small(REQUEST_VERSION), imprint, DerElement(DER_BOOLEAN, {Bytes{0xFF}})});
     const TakeMoment takeMoment = [time](Moment *moment) {
         moment->time = time;
         return MakeSerial(TOKEN_SERIAL_SIZE, &moment->serial);

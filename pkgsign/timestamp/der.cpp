@@ -35,13 +35,13 @@ template <typename Parts>
 Bytes Wrap(DerIdentifier identifier, const Parts &parts)
 {
     size_t size = 0;
-    for (const Bytes &part : parts) {
+    for (const BytesView part : parts) {
         size += part.size();
     }
     Bytes element;
     element.reserve(size + 2 + sizeof(size));
     AppendHeader(identifier, size, &element);
-    for (const Bytes &part : parts) {
+    for (const BytesView part : parts) {
         element.insert(element.end(), part.begin(), part.end());
     }
     return element;
@@ -49,14 +49,14 @@ Bytes Wrap(DerIdentifier identifier, const Parts &parts)
 
 } // namespace
 
-Bytes DerElement(DerIdentifier identifier, std::initializer_list<Bytes> contents)
+Bytes DerElement(DerIdentifier identifier, std::initializer_list<BytesView> contents)
 {
     return Wrap(identifier, contents);
 }
 
-Bytes DerSetOf(DerIdentifier identifier, std::vector<Bytes> elements)
+Bytes DerSetOf(DerIdentifier identifier, std::vector<BytesView> elements)
 {
-    std::sort(elements.begin(), elements.end(), [](const Bytes &a, const Bytes &b) {
+    std::sort(elements.begin(), elements.end(), [](BytesView a, BytesView b) {
         return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), std::less<>());
     });
     return Wrap(identifier, elements);

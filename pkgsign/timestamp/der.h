@@ -6,6 +6,7 @@
 #define PKGSIGN_TIMESTAMP_DER_H
 
 #include <initializer_list>
+#include <span>
 
 #include "pkgsign/status.h"
 
@@ -25,11 +26,13 @@ enum DerIdentifier : uint8_t {
     DER_CONTEXT_4 = 0xA4,
 };
 
+using BytesView = std::span<const uint8_t>;
+
 // One element around its contents, one behind the other.
-Bytes DerElement(DerIdentifier identifier, std::initializer_list<Bytes> contents);
+Bytes DerElement(DerIdentifier identifier, std::initializer_list<BytesView> contents);
 
 // SET OF: the elements in the order of their encodings (X.690, 11.6). identifier: of an implicit tag, or DER_SET.
-Bytes DerSetOf(DerIdentifier identifier, std::vector<Bytes> elements);
+Bytes DerSetOf(DerIdentifier identifier, std::vector<BytesView> elements);
 
 // An INTEGER that is not negative, from its octets, the most significant first.
 Bytes DerUnsigned(const Bytes &magnitude);
