@@ -33,6 +33,7 @@ constexpr unsigned CONNECTIONS_BEYOND = 64;    // are let in while others are cl
 constexpr size_t OTHER_DESCRIPTORS = 64;       // files, workers, events
 constexpr int64_t ENDING_MILLISECONDS = 10000; // for clients that have begun a request when the server ends
 constexpr int64_t SWEEP_MILLISECONDS = 1000;   // between two looks at how long clients take
+constexpr int PASSES_MAX = 4;                  // of the daemon, between two looks at what else has come
 constexpr size_t PATH_LOGGED_MAX = 200;        // octets
 
 // The library's callbacks are noexcept: it is C, which an exception (no memory) must not pass through.
@@ -224,6 +225,19 @@ int NextTimeout(const Server &server)
     return static_cast<int>(std::min<MHD_UNSIGNED_LONG_LONG>(wanted, SWEEP_MILLISECONDS));
 }
 
+// What is left over after a pass, the next step of a connection, is done at once: to ask first whether there is anything
+// new would cost more than the step.
+void RunDaemon(MHD_Daemon *daemon)
+{
+    MHD_UNSIGNED_LONG_LONG wanted = 0;
+    for (int pass = 0; pass < PASSES_MAX && wanted == 0; ++pass) {
+        (void)g_libmicrohttpd.MHD_run(daemon);
+        if (g_libmicrohttpd.MHD_get_timeout(daemon, &wanted) != MHD_YES) {
+            return;
+        }
+    }
+}
+
 void RunLoop(Server *server, int events, int signals)
 {
     int64_t swept = Milliseconds();
@@ -234,7 +248,7 @@ void RunLoop(Server *server, int events, int signals)
             ResumeDone(server);
         }
         server->premises.connections = server->clients.size();
-        (void)g_libmicrohttpd.MHD_run(server->daemon);
+        RunDaemon(server->daemon);
         struct signalfd_siginfo received = {};
         const bool isAskedToEnd = (sources[2].revents & POLLIN) != 0 && read(signals, &received, sizeof(received)) > 0;
         if (server->hasFailed || isAskedToEnd) {
