@@ -225,8 +225,8 @@ int NextTimeout(const Server &server)
     return static_cast<int>(std::min<MHD_UNSIGNED_LONG_LONG>(wanted, SWEEP_MILLISECONDS));
 }
 
-// What is left over after a pass, the next step of a connection, is done at once: to ask first whether there is anything
-// new would cost more than the step.
+// What is left over after a pass, the next step of a connection, is done at once: to ask first what else has come would
+// cost more than the step.
 void RunDaemon(MHD_Daemon *daemon)
 {
     MHD_UNSIGNED_LONG_LONG wanted = 0;
