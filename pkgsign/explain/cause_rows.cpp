@@ -108,6 +108,8 @@ constexpr CauseRow ROWS[] = {
     {"machine", "Try again with more memory; look at the log.", "pkgsign check %f --root %r --crl %c --signature %s"},
 };
 
+constexpr char STANDARD_INPUT[] = "-"; // in the place of the root's file alone
+
 // In apostrophes where a shell would see more than a word, and not as what a command would take for an option.
 std::string ForShell(const std::string &path)
 {
@@ -157,11 +159,13 @@ std::string FillPaths(const std::string &command, const Check &check)
             continue;
         }
         const char which = command[++i];
-        text += ForShell(which == 'f'   ? check.contentPath
-                         : which == 'r' ? check.rootPath
-                         : which == 'c' ? check.crlPath
-                         : which == 'o' ? check.content.candidates.front()
-                                        : check.signaturePath);
+        text += which == 'r' && check.rootPath == STANDARD_INPUT
+                    ? STANDARD_INPUT
+                    : ForShell(which == 'f'   ? check.contentPath
+                               : which == 'r' ? check.rootPath
+                               : which == 'c' ? check.crlPath
+                               : which == 'o' ? check.content.candidates.front()
+                                              : check.signaturePath);
     }
     return text;
 }

@@ -282,6 +282,18 @@ TEST(Check, NamesFilesSoThatNoCommandTakesThemForOptions)
     EXPECT_EQ(1, second.exitStatus) << next << second.errors;
 }
 
+TEST(Check, NamesStandardInputAsItWasGiven)
+{
+    const TemporaryDirectory directory;
+    WriteFile(directory.File("other"), "another content");
+    const ProcessResult result =
+        RunProcess({"sh", "-c",
+                    std::string(PKGSIGN_PROGRAM) + " check --root - --crl '" + Vector("signature/good.crls") +
+                        "' --signature '" + Vector("signature/good.signature") + "' --json '" +
+                        directory.File("other") + "' <'" + Vector("root") + "'"});
+    EXPECT_TRUE(Contains(Json::parse(result.output)["next"], " --root - ")) << result.output;
+}
+
 struct Conversion {
     pkgsign::LineEnds lineEnds;
     pkgsign::Presence mark;
