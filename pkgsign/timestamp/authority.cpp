@@ -198,9 +198,10 @@ Bytes EncodeToken(const Authority &authority, const Bytes &tstInfo, const Bytes 
     const Bytes signer = DerElement(DER_SEQUENCE, {Small(1), authority.issuerAndSerial, Sha256Identifier(), attributes,
                                                    RsaIdentifier(), DerElement(DER_OCTET_STRING, {signature})});
     const Bytes signedData =
-        DerElement(DER_SEQUENCE, {Small(3), DerElement(DER_SET, {Sha256Identifier()}),
-                                  DerElement(DER_SEQUENCE, {Oid(NID_id_smime_ct_TSTInfo), content}),
-                                  hasCertificates ? authority.certificates : Bytes(), DerElement(DER_SET, {signer})});
+        DerElement(DER_SEQUENCE,
+                   {Small(3), DerElement(DER_SET, {Sha256Identifier()}),
+                    DerElement(DER_SEQUENCE, {Oid(NID_id_smime_ct_TSTInfo), content}),
+                    hasCertificates ? BytesView(authority.certificates) : BytesView(), DerElement(DER_SET, {signer})});
     return DerElement(DER_SEQUENCE, {Oid(NID_pkcs7_signed), DerElement(DER_CONTEXT_0, {signedData})});
 }
 
