@@ -173,6 +173,9 @@ void CheckUsageOctets(InspectContext *context, const Node *extensions, const Nod
 // Whether a certificate is signed with its own key. A file may hold thousands, so each is asked once.
 std::optional<bool> AskSelfSigned(InspectContext *context, const Node &certificate, const CertificateFacts &facts)
 {
+    if (certificate.element.isCut) {
+        return std::nullopt;
+    }
     const size_t offset = certificate.element.offset;
     const auto known = context->selfSigned.find(offset);
     if (known != context->selfSigned.end()) {

@@ -21,7 +21,7 @@ struct CertificateFacts {
     bool isDigitalSignature = false;
     std::vector<std::string> firstPurposes; // dotted: of each extKeyUsage, and there may be more than one
     bool isCa = false;
-    std::optional<bool> isSelfSigned; // its own key holds for it; nothing: that was not asked
+    std::optional<bool> isSelfSigned; // its own key holds for it; nothing: that cannot be said
     std::optional<int64_t> notBefore;
     std::optional<int64_t> notAfter;
     std::string subjectText;

@@ -180,7 +180,7 @@ Report DescribeName(InspectContext *context, const Node *node, const NodePath &p
     }
     bool isExact = true;
     const std::string text = JoinName(*context->data, node, &isExact);
-    if (!isExact) {
+    if (!isExact && !node->element.isCut) {
         AddFinding(context->findings, Rule::NameEncoding, path, node->element.offset, text);
     }
     return {{"text", text}, {"hex", isExact ? Report(nullptr) : Report(ShownHex(ContentOf(*context->data, node)))}};

@@ -28,7 +28,7 @@ void CountObject(FileState *state, InspectContext *context, ObjectKind kind, con
     } else if (kind == ObjectKind::Crl) {
         ++state->crlCount;
         const Node *const issuer = FindNode(&node, "tbsCertList.issuer");
-        if (state->crls.insert(BitsOf(data, signature)).second &&
+        if (!node.element.isCut && state->crls.insert(BitsOf(data, signature)).second &&
             !state->crlIssuers.insert(DeviceName(data, issuer)).second) {
             const NodePath file;
             AddFinding(&state->findings, Rule::CrlTwice, file, offset, NameText(context, issuer));

@@ -76,7 +76,7 @@ size_t FindPlace(const TypeInfo &type, size_t first, const InspectedElement &ele
     for (size_t i = first; i < type.count; ++i) {
         const MemberInfo &member = type.members[i];
         const bool isPassedOver =
-            member.type->shape == Shape::Boolean && ContentSize(element) != 1 && member.isOptional;
+            member.type->shape == Shape::Boolean && ContentSize(element) != 1 && member.isOptional && !element.isCut;
         if (Fits(member, element) && !isPassedOver) {
             return i;
         }
@@ -152,8 +152,7 @@ void WalkMembers(Walk *walk, const TypeInfo &type, size_t at, const Scope &scope
         for (; next < place; ++next) {
             if (!type.members[next].isOptional) {
                 AddMissing(walk, type, next, element.offset, DescribeElement(element), path);
-            } else if (type.members[next].type->shape == Shape::Boolean && Fits(type.members[next], element) &&
-                       !element.isCut) {
+            } else if (type.members[next].type->shape == Shape::Boolean && Fits(type.members[next], element)) {
                 AddFinding(walk->findings, Rule::BooleanLength, path, element.offset,
                            "found " + DescribeElement(element));
             }
@@ -256,8 +255,8 @@ void WalkValue(Walk *walk, const TypeInfo &type, const Scope &scope, const NodeP
     }
 }
 
-// Behind those that are kept anyway, of each known extension or attribute the last one: it decides, but
-// for what it leaves out.
+// Behind those that are kept anyway, of each known extension or attribute the last one: it decides, but for what it
+// leaves out.
 void KeepKnown(const Node &entry, Node *list)
 {
     if (entry.children.empty() || std::string(entry.children.back().name) == "extnValue") {

@@ -161,12 +161,42 @@ TEST(InspectTruncated, CrlsAndCertificatesHaveAnErrorWhereverTheyEnd)
     ExpectErrorAtEveryCut(ReadVector("files/root"));
 }
 
+// Behind a name's text, an optional BOOLEAN and the scope of a CRL something else may fit, or nothing.
+TEST(InspectTruncated, ObjectsWithMoreThanMostHaveAnErrorWhereverTheyEnd)
+{
+    timestamp_requests::Shape request;
+    request.wantsCertificates = true;
+    ExpectErrorAtEveryCut(timestamp_requests::Encode(request));
+    const Bytes umlaut = der::Tlv(der::UTF8_STRING, {'G', 'r', 0xC3, 0xBC, 0xC3, 0x9F, 'e'});
+    for (const Bytes &only : {Bytes{0x81, 0x01, 0xFF}, Bytes{0x84, 0x01, 0xFF}}) {
+        der::TbsCertList list;
+        list.issuer = der::Name({der::RelativeName({der::NameAttribute("2.5.4.3", umlaut)})});
+        list.crlExtensions =
+            der::CrlExtensions({der::Extension("2.5.29.28", der::Tlv(der::SEQUENCE, only), der::Boolean(0xFF))});
+        ExpectErrorAtEveryCut(der::CertificateListOf(list));
+    }
+}
+
 TEST(InspectTruncated, AreNotSaidToBeSelfSignedOrNot)
 {
-    Bytes root = ReadVector("files/root");
+    const Bytes root = ReadVector("files/root");
     EXPECT_EQ(true, Inspect(root)["objects"][0]["content"]["selfSigned"]);
-    root.pop_back();
-    EXPECT_TRUE(Inspect(root)["objects"][0]["content"]["selfSigned"].is_null());
+    for (size_t size = 0; size < root.size(); ++size) {
+        const Json file = Inspect(Bytes(root.begin(), root.begin() + static_cast<ptrdiff_t>(size)));
+        for (const Json &object : file["objects"]) {
+            ASSERT_TRUE(object["content"].is_null() || object["content"]["selfSigned"].is_null()) << size;
+        }
+    }
+}
+
+TEST(InspectTruncated, CrlsAreNotSaidToBeTwice)
+{
+    Bytes crls = der::CertificateListOf({});
+    const Bytes again = crls;
+    crls.insert(crls.end(), again.begin(), again.end());
+    EXPECT_EQ(0U, FindingsOf(Inspect(crls)).count("crl-twice"));
+    crls.pop_back();
+    EXPECT_EQ(0U, FindingsOf(Inspect(crls)).count("crl-twice"));
 }
 
 TEST(InspectTruncated, SayHowFarTheyCouldBeReadAndWhatWasExpectedThere)
