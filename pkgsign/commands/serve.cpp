@@ -156,8 +156,7 @@ Status FromFiles(const Options &options, const Workplace &place, Stamper *stampe
 }
 
 // A signer for each thread: of the key in this process, or of a process of its own each for a key in a token.
-Status MakeSigners(const Stamper &stamper, const Workplace &place, size_t count, Workers *workers,
-                   std::vector<SignDigest> *signersOut)
+Status MakeSigners(const Stamper &stamper, const Workplace &place, size_t count, Workers *workers, ServerOrder *order)
 {
     Status status;
     Key key;
@@ -169,13 +168,14 @@ Status MakeSigners(const Stamper &stamper, const Workplace &place, size_t count,
         if (status.ok) {
             status = StartWorkers(count, stamper.load, workers);
         }
-        std::transform(workers->held.begin(), workers->held.end(), std::back_inserter(*signersOut), SignByWorker);
+        std::transform(workers->held.begin(), workers->held.end(), std::back_inserter(order->signers), SignByWorker);
         return status;
     }
+    order->batch = QUICK_BATCH;
     status = stamper.load(&key);
     for (size_t i = 0; status.ok && i < count; ++i) {
-        signersOut->emplace_back();
-        status = SignWithKey(CopyKey(key), &signersOut->back());
+        order->signers.emplace_back();
+        status = SignWithKey(CopyKey(key), &order->signers.back());
     }
     return status;
 }
@@ -229,13 +229,12 @@ Status RunAuthority(const Options &options, const Workplace &place, const Stampe
         Usage(PrepareAuthority(stamper.chain.timestamp, stamper.chain.issuingCa, options.policy, &authority));
     order->authority = &authority;
     order->clock = &clock;
-    order->batch = IsTokenUri(stamper.keyUri) ? 1 : QUICK_BATCH;
     BlockEndingSignals();
     if (status.ok) {
         status = OpenClock(options.state.empty() ? stamper.state : options.state, numbers.errorMax, &clock);
     }
     if (status.ok) {
-        status = MakeSigners(stamper, place, static_cast<size_t>(numbers.workers), &workers, &order->signers);
+        status = MakeSigners(stamper, place, static_cast<size_t>(numbers.workers), &workers, order);
     }
     if (status.ok) {
         status = Rehearse(stamper, *order, place.now);

@@ -47,8 +47,8 @@ struct Jobs {
 // Starts a thread for each signer.
 //
 //   authority  outlives the jobs
-//   batch      while other jobs wait, so many must be done before doneSignal is given: to wake the loop for each costs
-//              a tenth of a quick signature
+//   batch      while other jobs wait, so many must be done before doneSignal is given: to wake the loop is dear beside
+//              a quick signature
 Status StartJobs(const Authority &authority, const TakeMoment &takeMoment, const std::vector<SignDigest> &signers,
                  size_t batch, Jobs *jobs);
 
