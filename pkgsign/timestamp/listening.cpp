@@ -43,6 +43,13 @@ int ListenAt(const struct addrinfo &address)
     return -1;
 }
 
+// An address of IPv6 stands in brackets (RFC 3986, 3.2.2).
+std::string HostAndPort(const std::string &host, const std::string &port)
+{
+    const bool isBracketed = host.find(':') != std::string::npos;
+    return (isBracketed ? "[" + host + "]" : host) + ":" + port;
+}
+
 } // namespace
 
 Status OpenListeningSocket(const std::string &host, const std::string &port, int *socketOut)
@@ -52,7 +59,7 @@ Status OpenListeningSocket(const std::string &host, const std::string &port, int
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_flags = AI_PASSIVE;
     const int failure = getaddrinfo(host.c_str(), port.c_str(), &hints, &found);
-    const std::string where = "cannot listen at '" + Printable(host + ":" + port) + "': ";
+    const std::string where = "cannot listen at '" + Printable(HostAndPort(host, port)) + "': ";
     if (failure != 0) {
         return Fail(where + gai_strerror(failure));
     }
@@ -75,8 +82,7 @@ Status AnnounceAddress(int socket)
                     NI_NUMERICHOST | NI_NUMERICSERV) != 0) {
         return Fail(std::string("cannot read the address: ") + std::strerror(errno));
     }
-    const std::string shown = address.ss_family == AF_INET6 ? "[" + std::string(host) + "]" : host;
-    return WriteStandardOutput("Listening at http://" + shown + ":" + port + "/\n");
+    return WriteStandardOutput("Listening at http://" + HostAndPort(host, port) + "/\n");
 }
 
 } // namespace pkgsign
