@@ -108,8 +108,6 @@ constexpr CauseRow ROWS[] = {
     {"machine", "Try again with more memory; look at the log.", "pkgsign check %f --root %r --crl %c --signature %s"},
 };
 
-constexpr char STANDARD_INPUT[] = "-"; // in the place of the root's file alone
-
 // In apostrophes where a shell would see more than a word, and not as what a command would take for an option.
 std::string ForShell(const std::string &path)
 {
@@ -125,6 +123,12 @@ std::string ForShell(const std::string &path)
         quoted += octet == '\'' ? std::string("'\\''") : std::string(1, octet);
     }
     return quoted + "'";
+}
+
+// "-" is standard input, in the place of the root's file alone.
+std::string RootForShell(const std::string &path)
+{
+    return path == "-" ? path : ForShell(path);
 }
 
 // The code must be one of the table's.
@@ -159,13 +163,11 @@ std::string FillPaths(const std::string &command, const Check &check)
             continue;
         }
         const char which = command[++i];
-        text += which == 'r' && check.rootPath == STANDARD_INPUT
-                    ? STANDARD_INPUT
-                    : ForShell(which == 'f'   ? check.contentPath
-                               : which == 'r' ? check.rootPath
-                               : which == 'c' ? check.crlPath
-                               : which == 'o' ? check.content.candidates.front()
-                                              : check.signaturePath);
+        text += which == 'r' ? RootForShell(check.rootPath)
+                             : ForShell(which == 'f'   ? check.contentPath
+                                        : which == 'c' ? check.crlPath
+                                        : which == 'o' ? check.content.candidates.front()
+                                                       : check.signaturePath);
     }
     return text;
 }
