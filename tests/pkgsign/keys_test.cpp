@@ -116,6 +116,15 @@ TEST_F(KeyFiles, AreFoundByUriAndByPath)
     EXPECT_TRUE(pkgsign::SamePublicKey(path.get(), uri.get()));
 }
 
+TEST(KeyUris, NameTokensByTheirSchemeInWhateverCase)
+{
+    EXPECT_TRUE(pkgsign::IsTokenUri("pkcs11:token=hsm"));
+    EXPECT_TRUE(pkgsign::IsTokenUri("PKCS11:token=hsm"));
+    for (const char *const other : {"", "pkcs11", "file:pkcs11:token=hsm", "/keys/pkcs11:"}) {
+        EXPECT_FALSE(pkgsign::IsTokenUri(other)) << other;
+    }
+}
+
 TEST_F(KeyFiles, HaveCopiesThatSignAlike)
 {
     pkgsign::Secrets none;
