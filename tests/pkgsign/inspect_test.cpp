@@ -161,8 +161,9 @@ TEST(InspectTruncated, CrlsAndCertificatesHaveAnErrorWhereverTheyEnd)
     ExpectErrorAtEveryCut(ReadVector("files/root"));
 }
 
-// Behind a name's text, an optional BOOLEAN and the scope of a CRL something else may fit, or nothing.
-TEST(InspectTruncated, ObjectsWithMoreThanMostHaveAnErrorWhereverTheyEnd)
+// Where half an element looks like a wrong one: within a character of a name, and before the octet of a BOOLEAN that
+// may be left out.
+TEST(InspectTruncated, HalfCharactersAndHalfBooleansAreNoDepartures)
 {
     timestamp_requests::Shape request;
     request.wantsCertificates = true;
