@@ -139,8 +139,10 @@ TEST_F(ServerKeys, AreNotTriedWithOptionsThatMakeNoSense)
     }
     ExpectNotStarted(ServeCommand({"--state", Path("no/directory")}), "cannot lock");
     ExpectNotStarted(ServeCommand({"--timestamp", "signer"}), "'signer' is for the role signer, not timestamp");
-    ExpectNotStarted({PKGSIGN_PROGRAM, "serve", "--listen", "192.0.2.1:0", "--pki", Path("pki")},
-                     "cannot listen at '192.0.2.1:0'");
+    for (const std::string where : {"192.0.2.1:0", "[2001:db8::1]:0"}) { // addresses of documents
+        ExpectNotStarted({PKGSIGN_PROGRAM, "serve", "--listen", where, "--pki", Path("pki")},
+                         "cannot listen at '" + where + "': ");
+    }
 }
 
 TEST_F(ServerKeys, ListenOnLoopbackUnlessToldOtherwise)
